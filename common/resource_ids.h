@@ -1,0 +1,10 @@
+// Numbers of the resources in the executable, for the sources and for the resource compiler.
+
+#pragma once
+
+#define IDD_SETTINGS 101
+#define IDI_PROGRAM 102
+
+#define IDC_SHORTCUT 1001
+#define IDC_STARTUP 1002
+#define IDC_STARTUP_HINT 1003

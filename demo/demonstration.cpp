@@ -1,0 +1,220 @@
+// A scripted person who uses the program on the embedded desktop: for the first run on a machine
+// without a display.
+//
+//     demonstration FOLDER
+//
+// Pictures of what the person sees go to FOLDER, clips and settings below FOLDER/data. Three
+// threads take part: the program's, the person's, and the main thread, which waits for the person's
+// last step or for Ctrl+C. On Ctrl+C it closes the program as a person would, which finishes a
+// running clip, and leaves without waiting for the script.
+
+#include <windows.h>
+#include <shlobj.h>
+
+#include <signal.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+#include "demo/test_card.h"
+#include "platform/control.h"
+#include "platform/hosts/host.h"
+
+namespace {
+
+using Path = std::filesystem::path;
+
+constexpr RECT region{310, 170, 970, 610};
+constexpr int interruptedCode = 130;
+
+std::atomic<bool> interrupted = false;
+std::atomic<bool> scriptEnded = false;
+std::atomic<bool> programEnded = false;
+int scriptCode = EXIT_FAILURE;
+int programCode = EXIT_FAILURE;
+
+void say(const std::string& line) {
+    std::puts(line.c_str());
+    std::fflush(stdout);
+}
+
+void waitFor(const char* what, const std::function<bool()>& condition) {
+    const auto settled = [&] { return programEnded || condition(); };
+    if (desktop::waitUntil(settled) && !programEnded) return;
+    std::string text = std::string("waited in vain for ") + what;
+    for (const desktop::ShownBalloon& balloon : desktop::balloons())
+        text += "\n  notice: " + balloon.text;
+    for (const desktop::ShownBox& box : desktop::openBoxes()) text += "\n  message: " + box.text;
+    throw std::runtime_error(text);
+}
+
+void pause(double seconds) {
+    if (desktop::waitUntil([] { return interrupted.load(); }, seconds))
+        throw std::runtime_error("interrupted");
+}
+
+void photograph(const Path& file, const char* subject) {
+    desktop::saveScreenshot(file.string());
+    say("  picture of " + std::string(subject) + ": " + file.string());
+}
+
+// The sheet takes the keyboard and covers the monitor; the frame does neither.
+bool overlayShown(bool asSheet) {
+    for (const desktop::ShownWindow& window : desktop::windows())
+        if (window.className == "QuorvelClipOverlay" && window.visible &&
+            window.foreground == asSheet)
+            return true;
+    return false;
+}
+
+bool noticed(const std::string& text) {
+    for (const desktop::ShownBalloon& balloon : desktop::balloons())
+        if (balloon.text == text) return true;
+    return false;
+}
+
+void pressShortcut() {
+    for (const UINT key : {VK_LCONTROL, VK_LSHIFT, 0x37}) desktop::pressKey(key);
+    for (const UINT key : {0x37, VK_LSHIFT, VK_LCONTROL}) desktop::releaseKey(key);
+}
+
+void drag(const std::function<void()>& beforeRelease) {
+    desktop::movePointer(region.left, region.top);
+    desktop::pressButton(1);
+    constexpr int steps = 20;
+    for (int step = 1; step <= steps; ++step) {
+        desktop::movePointer(region.left + (region.right - region.left) * step / steps,
+                             region.top + (region.bottom - region.top) * step / steps);
+        pause(.02);
+    }
+    beforeRelease();
+    desktop::releaseButton(1);
+}
+
+// What a paste would give: the first path of the clipboard's block.
+Path clipOnClipboard() {
+    const auto block = desktop::clipboardBlock();
+    if (!block) throw std::runtime_error("the clipboard is empty");
+    DROPFILES header;
+    std::memcpy(&header, block->data(), sizeof header);
+    std::u16string path;
+    for (std::size_t at = header.pFiles; at + 2 <= block->size(); at += 2) {
+        char16_t character;
+        std::memcpy(&character, block->data() + at, 2);
+        if (character == 0) break;
+        path += character;
+    }
+    return path;
+}
+
+Path useTheProgram(const Path& folder) {
+    say("A desktop of 1280 x 800 shows a test card. The program starts; it lives in the tray.");
+    waitFor("the tray icon", [] { return !desktop::trayTip().empty(); });
+    say("  tray icon: " + desktop::trayTip());
+    pause(.5);
+
+    say("The person presses Ctrl+Shift+7: a dim sheet covers the monitor.");
+    pressShortcut();
+    waitFor("the dim sheet", [] { return overlayShown(true); });
+
+    say("The person drags a rectangle over the test card.");
+    drag([&] { photograph(folder / "1-dim-sheet.png", "the drag on the dim sheet"); });
+    waitFor("the red frame", [] { return overlayShown(false); });
+
+    say("A red frame marks the region while it is recorded, for three seconds.");
+    pause(1.5);
+    photograph(folder / "2-red-frame.png", "the red frame");
+    pause(1.5);
+
+    say("The person presses Esc.");
+    desktop::pressKey(VK_ESCAPE);
+    desktop::releaseKey(VK_ESCAPE);
+    waitFor("the clip on the clipboard", [] { return noticed("Copied — paste the video file."); });
+    photograph(folder / "3-desktop.png", "the desktop with the notice");
+    say("The clip is on the clipboard, ready to paste.");
+    return clipOnClipboard();
+}
+
+// Asks again and again, because it may be so early that there is no window yet.
+void closeProgram() {
+    const bool closed = desktop::waitUntil([] {
+        if (!programEnded) desktop::postToWindow("QuorvelDeskClip", WM_CLOSE);
+        return programEnded.load();
+    });
+    if (closed) return;
+    std::fputs("The program does not close.\n", stderr);
+    std::_Exit(EXIT_FAILURE);
+}
+
+void followTheScript(const Path& folder) {
+    try {
+        const Path clip = useTheProgram(folder);
+        closeProgram();
+        if (programCode != 0) throw std::runtime_error("the program ended with a failure");
+        say("clip: " + clip.string());
+        scriptCode = EXIT_SUCCESS;
+    } catch (const std::exception& failure) {
+        if (!interrupted) std::fprintf(stderr, "The demonstration failed: %s\n", failure.what());
+    }
+    scriptEnded = true;
+}
+
+// Settings, clips and the files by which processes find each other: nothing of the user's own is
+// touched.
+Path makeFolders(const Path& folder) {
+    std::string runtime = (std::filesystem::temp_directory_path() / "desk-clip-XXXXXX").string();
+    if (!mkdtemp(runtime.data())) throw std::runtime_error("Cannot create a temporary folder");
+    for (const char* const name : {"data", "config"})
+        std::filesystem::create_directories(folder / name);
+    setenv("XDG_DATA_HOME", (folder / "data").c_str(), 1);
+    setenv("XDG_CONFIG_HOME", (folder / "config").c_str(), 1);
+    setenv("XDG_RUNTIME_DIR", runtime.c_str(), 1);
+    return runtime;
+}
+
+// Until the person has come to the end or Ctrl+C is pressed.
+void waitForPerson(const sigset_t& signals) {
+    const timespec moment{0, 50'000'000};
+    while (!scriptEnded && !interrupted) interrupted = sigtimedwait(&signals, nullptr, &moment) > 0;
+}
+
+}  // namespace
+
+int main(int argumentCount, char** arguments) {
+    if (argumentCount != 2) {
+        std::fputs("usage: demonstration FOLDER\n", stderr);
+        return 2;
+    }
+    // Before any thread starts, so that the signals come to waitForPerson alone.
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&signals, number);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+
+    const Path folder = std::filesystem::absolute(arguments[1]);
+    const Path runtime = makeFolders(folder);
+    host::use(host::memoryHost());
+    desktop::setMonitors({{{0, 0, 1280, 800}}});
+
+    {
+        const TestCard testCard;
+        std::thread program([] {
+            WCHAR noArguments[] = TEXT("");
+            programCode = wWinMain(GetModuleHandleW(nullptr), nullptr, noArguments, SW_SHOWNORMAL);
+            programEnded = true;
+        });
+        std::thread person(followTheScript, folder);
+        waitForPerson(signals);
+        closeProgram();
+        program.join();
+        person.join();
+    }
+    std::filesystem::remove_all(runtime);
+    return interrupted ? interruptedCode : scriptCode;
+}

@@ -1,0 +1,160 @@
+// Call log, planned faults, planned ends.
+//
+// Planned failures are counted where an operation asks for them; stalls and ends where it begins.
+// Nothing planned and no log running, which is how a person uses the program, costs two atomic
+// reads and a counter.
+
+#include "platform/desktop/call.h"
+
+#include <unistd.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
+#include <mutex>
+
+#include "platform/control.h"
+#include "platform/desktop/text.h"
+
+namespace desktop {
+
+namespace {
+
+struct Plan {
+    Fault fault;
+    int seen = 0;
+};
+
+std::atomic<bool> logRuns = false;
+std::atomic<bool> anythingPlanned = false;
+std::atomic<int> calls = 0;
+
+std::mutex guard;  // of everything below
+std::condition_variable cleared;
+std::vector<LoggedCall> log;
+std::vector<Plan> plans;
+unsigned clearings = 0;
+std::string firstStruck;
+
+bool isDue(Plan& plan, const char* operation) {
+    if (!plan.fault.operation.empty() && plan.fault.operation != operation) return false;
+    ++plan.seen;
+    return plan.seen == plan.fault.nth || (plan.fault.andAllLater && plan.seen > plan.fault.nth);
+}
+
+void strike(const char* operation) {
+    if (firstStruck.empty()) firstStruck = operation;
+}
+
+}  // namespace
+
+std::string describe(const WCHAR* text) {
+    if (!text) return "null";
+    if (IS_INTRESOURCE(text)) return std::to_string(reinterpret_cast<std::uintptr_t>(text));
+    return '"' + toUtf8(text) + '"';
+}
+
+std::string describe(const char* text) {
+    return text ? '"' + std::string(text) + '"' : std::string("null");
+}
+
+std::string describe(const void* pointer) { return pointer ? "set" : "null"; }
+
+std::string describeNumber(std::int64_t number) { return std::to_string(number); }
+
+Call::~Call() {
+    if (endsAfter) _exit(plannedEndCode);
+}
+
+bool Call::struck() {
+    if (asked || !anythingPlanned) return fails;
+    asked = true;
+    const std::lock_guard lock(guard);
+    for (Plan& plan : plans) {
+        if (plan.fault.kind != Fault::Fail || !isDue(plan, operation) || fails) continue;
+        fails = true;
+        plannedCode = plan.fault.code;
+        strike(operation);
+    }
+    return fails;
+}
+
+int Call::fail(DWORD usual) const {
+    SetLastError(code(usual));
+    return 0;
+}
+
+bool Call::logging() { return logRuns; }
+
+void Call::note(std::string argument) {
+    if (!arguments.empty()) arguments += ", ";
+    arguments += argument;
+}
+
+void Call::enter() {
+    ++calls;
+    if (!logRuns && !anythingPlanned) return;
+    std::unique_lock lock(guard);
+    if (logRuns) log.push_back({operation, std::move(arguments)});
+    bool stalls = false;
+    for (Plan& plan : plans) {
+        if (plan.fault.kind == Fault::Fail || !isDue(plan, operation)) continue;
+        if (plan.fault.kind == Fault::EndBefore) _exit(plannedEndCode);
+        if (plan.fault.kind == Fault::EndAfter) endsAfter = true;
+        if (plan.fault.kind == Fault::Stall) stalls = true;
+    }
+    if (!stalls) return;
+    strike(operation);
+    const unsigned before = clearings;
+    cleared.wait(lock, [before] { return clearings != before; });
+}
+
+void refuse(const char* operation, const char* what, std::int64_t value) {
+    std::fprintf(stderr, "%s: the layer does not know this %s: %lld (0x%llx)\n", operation, what,
+                 static_cast<long long>(value), static_cast<unsigned long long>(value));
+    std::abort();
+}
+
+void startCallLog() {
+    const std::lock_guard lock(guard);
+    log.clear();
+    logRuns = true;
+}
+
+std::vector<LoggedCall> callLog() {
+    const std::lock_guard lock(guard);
+    return log;
+}
+
+void planFault(const Fault& fault) {
+    const std::lock_guard lock(guard);
+    plans.push_back({fault});
+    anythingPlanned = true;
+}
+
+void clearFaults() {
+    {
+        const std::lock_guard lock(guard);
+        plans.clear();
+        firstStruck.clear();
+        anythingPlanned = false;
+        calls = 0;
+        ++clearings;
+    }
+    cleared.notify_all();
+}
+
+bool faultStruck() {
+    const std::lock_guard lock(guard);
+    return !firstStruck.empty();
+}
+
+std::string struckCall() {
+    const std::lock_guard lock(guard);
+    return firstStruck;
+}
+
+int callCount() { return calls; }
+
+}  // namespace desktop

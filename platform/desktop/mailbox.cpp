@@ -1,0 +1,220 @@
+// Sockets that stand for windows.
+//
+// A message is one connection: the sender connects, sends the four numbers, and waits for one
+// number as the answer. Sequenced packets keep each of them whole.
+
+#include "platform/desktop/mailbox.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <charconv>
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <list>
+
+#include "platform/desktop/descriptor.h"
+#include "platform/desktop/text.h"
+#include "platform/desktop/user_folders.h"
+
+namespace desktop {
+
+namespace {
+
+struct Mail {
+    std::uint64_t message, wparam, lparam;
+};
+
+struct OpenMailbox {
+    std::uint64_t window;
+    std::string path;
+    Descriptor socket;
+};
+
+struct Connection {
+    std::uint64_t window;
+    Descriptor socket;
+};
+
+std::list<OpenMailbox> mailboxes;
+std::list<Connection> connections;  // accepted, their mail not yet read
+
+// "window-<class>.<process>.<window>"; letters that a file name cannot hold become numbers.
+std::string classPrefix(std::u16string_view className) {
+    std::string prefix = "window-";
+    for (const char16_t unit : lowered(className)) {
+        const bool plain = unit < 0x80 && (std::isalnum(unit) || unit == u'-' || unit == u'_');
+        prefix += plain ? std::string(1, static_cast<char>(unit)) : '%' + std::to_string(unit);
+    }
+    return prefix + '.';
+}
+
+// Paths of sockets are short by nature, so they are reached through an open folder.
+struct Address {
+    explicit Address(const std::filesystem::path& path)
+        : folder(open(path.parent_path().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)) {
+        name.sun_family = AF_UNIX;
+        const int length = std::snprintf(name.sun_path, sizeof name.sun_path, "/proc/self/fd/%d/%s",
+                                         folder.get(), path.filename().c_str());
+        valid = folder && length < static_cast<int>(sizeof name.sun_path);
+    }
+    const sockaddr* get() const { return reinterpret_cast<const sockaddr*>(&name); }
+
+    Descriptor folder;
+    sockaddr_un name{};
+    bool valid = false;
+};
+
+Descriptor makeSocket() {
+    return Descriptor(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+}
+
+// A queue that is full belongs to a process that lives but does not look.
+enum class Reached { Yes, Busy, Nobody };
+
+Reached reach(int connection, const std::string& path) {
+    const Address address(path);
+    if (!address.valid) return Reached::Nobody;
+    if (connect(connection, address.get(), sizeof address.name) == 0) return Reached::Yes;
+    return errno == EAGAIN ? Reached::Busy : Reached::Nobody;
+}
+
+int processIn(const std::string& name, std::size_t prefixLength) {
+    int process = 0;
+    std::from_chars(name.data() + prefixLength, name.data() + name.size(), process);
+    return process;
+}
+
+// Living windows of that class in other processes; sockets that nobody listens to any more are
+// removed.
+std::vector<Mailbox> othersOf(std::u16string_view className) {
+    std::vector<Mailbox> found;
+    const auto folder = sessionFolder();
+    if (!folder) return found;
+    const std::string prefix = classPrefix(className);
+    std::error_code ignored;
+    for (const auto& entry : std::filesystem::directory_iterator(*folder, ignored)) {
+        const std::string name = entry.path().filename();
+        if (!name.starts_with(prefix)) continue;
+        const int process = processIn(name, prefix.size());
+        if (process == getpid()) continue;
+        const Descriptor probe = makeSocket();
+        if (reach(probe.get(), entry.path()) == Reached::Nobody)
+            unlink(entry.path().c_str());
+        else
+            found.push_back({entry.path(), process});
+    }
+    return found;
+}
+
+void acceptAll() {
+    for (const OpenMailbox& mailbox : mailboxes)
+        for (;;) {
+            Descriptor accepted(
+                accept4(mailbox.socket.get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
+            if (!accepted) break;
+            connections.push_back({mailbox.window, std::move(accepted)});
+        }
+}
+
+// Takes a connection whose mail is there, and drops those that were closed without any.
+std::optional<std::pair<Connection, Mail>> nextMail() {
+    for (auto each = connections.begin(); each != connections.end();) {
+        Mail mail{};
+        const ssize_t length = recv(each->socket.get(), &mail, sizeof mail, 0);
+        if (length < 0 && errno == EAGAIN) {
+            ++each;
+            continue;
+        }
+        Connection connection = std::move(*each);
+        each = connections.erase(each);
+        if (length == sizeof mail) return std::pair(std::move(connection), mail);
+    }
+    return std::nullopt;
+}
+
+bool waitFor(int socket, short event, std::chrono::steady_clock::time_point end) {
+    pollfd watched{socket, event, 0};
+    for (;;) {
+        const auto left =
+            std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
+        const int ready = poll(&watched, 1, static_cast<int>(std::max<long>(left.count(), 0)));
+        if (ready >= 0 || errno != EINTR) return ready > 0;
+    }
+}
+
+}  // namespace
+
+void openMailbox(std::u16string_view className, std::uint64_t window) {
+    othersOf(className);  // Leftovers of a process that was killed go when the next one comes.
+    const auto folder = sessionFolder();
+    if (!folder) return;
+    const std::string path = *folder / (classPrefix(className) + std::to_string(getpid()) + '.' +
+                                        std::to_string(window));
+    Descriptor socket = makeSocket();
+    const Address address(path);
+    unlink(path.c_str());
+    if (!address.valid || bind(socket.get(), address.get(), sizeof address.name) != 0 ||
+        listen(socket.get(), 16) != 0)
+        return;
+    mailboxes.push_back({window, path, std::move(socket)});
+}
+
+void closeMailbox(std::uint64_t window) {
+    std::erase_if(connections, [window](const Connection& each) { return each.window == window; });
+    std::erase_if(mailboxes, [window](const OpenMailbox& each) {
+        if (each.window == window) unlink(each.path.c_str());
+        return each.window == window;
+    });
+}
+
+std::vector<int> mailboxDescriptors() {
+    std::vector<int> descriptors;
+    for (const OpenMailbox& mailbox : mailboxes) descriptors.push_back(mailbox.socket.get());
+    for (const Connection& connection : connections) descriptors.push_back(connection.socket.get());
+    return descriptors;
+}
+
+void answerMail(const std::function<LRESULT(std::uint64_t window, UINT message, WPARAM wparam,
+                                            LPARAM lparam)>& deliver) {
+    acceptAll();
+    // Taken out before it is delivered: the window's procedure may come back here.
+    while (const auto taken = nextMail()) {
+        const auto& [connection, mail] = *taken;
+        const LRESULT result = deliver(connection.window, static_cast<UINT>(mail.message),
+                                       mail.wparam, static_cast<LPARAM>(mail.lparam));
+        send(connection.socket.get(), &result, sizeof result, MSG_NOSIGNAL);
+    }
+}
+
+std::optional<Mailbox> findMailbox(std::u16string_view className) {
+    const std::vector<Mailbox> others = othersOf(className);
+    return others.empty() ? std::nullopt : std::optional(others.front());
+}
+
+std::optional<LRESULT> sendMail(const Mailbox& mailbox, UINT message, WPARAM wparam, LPARAM lparam,
+                                UINT milliseconds) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
+    const Descriptor connection = makeSocket();
+    if (reach(connection.get(), mailbox.path) != Reached::Yes) return std::nullopt;
+    const Mail mail{message, wparam, static_cast<std::uint64_t>(lparam)};
+    if (send(connection.get(), &mail, sizeof mail, MSG_NOSIGNAL) != sizeof mail)
+        return std::nullopt;
+    LRESULT result = 0;
+    if (!waitFor(connection.get(), POLLIN, end)) return std::nullopt;
+    if (recv(connection.get(), &result, sizeof result, 0) != sizeof result) return std::nullopt;
+    return result;
+}
+
+UINT registeredMessage(std::u16string_view text) {
+    std::uint32_t hash = 2166136261u;  // FNV-1a
+    for (const char16_t unit : lowered(text)) hash = (hash ^ unit) * 16777619u;
+    return 0xC000 + hash % 0x4000;
+}
+
+}  // namespace desktop

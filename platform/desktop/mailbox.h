@@ -1,0 +1,47 @@
+// Windows of one process as others of the same session see them: found by class, sent messages to.
+//
+// Each window is a socket in the session's private folder. Its name carries class and process, so
+// that finding one needs no connection, and a socket whose process is gone is removed by whoever
+// comes across it.
+
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace desktop {
+
+// `window` is the owner's own number for the window. User-interface thread only, as everything up
+// to answerMail.
+void openMailbox(std::u16string_view className, std::uint64_t window);
+void closeMailbox(std::uint64_t window);
+
+// Readable while mail may be waiting.
+std::vector<int> mailboxDescriptors();
+// Takes what has arrived and answers each message with what `deliver` returns. Never waits.
+// `deliver` may open and close mailboxes and may come back here.
+void answerMail(const std::function<LRESULT(std::uint64_t window, UINT message, WPARAM wparam,
+                                            LPARAM lparam)>& deliver);
+
+// A window of another process.
+struct Mailbox {
+    std::string path;
+    int process = 0;
+};
+
+// One of that class, compared without case; the caller's own windows do not count.
+std::optional<Mailbox> findMailbox(std::u16string_view className);
+// Waits for the answer; empty if none comes in time or the window is gone.
+std::optional<LRESULT> sendMail(const Mailbox& mailbox, UINT message, WPARAM wparam, LPARAM lparam,
+                                UINT milliseconds);
+
+// The number of a registered message: the same for the same text, without case, in every process.
+UINT registeredMessage(std::u16string_view text);
+
+}  // namespace desktop

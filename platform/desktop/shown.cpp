@@ -1,0 +1,105 @@
+// The control functions that look at what the program shows, whichever host it stands on.
+
+#include "platform/desktop/shown.h"
+
+#include <stdexcept>
+
+#include "platform/user32/message_queue.h"
+#include "platform/user32/modal.h"
+
+namespace desktop {
+
+std::mutex& shownMutex() {
+    static std::mutex mutex;
+    return mutex;
+}
+
+Shown& shownRecord() {
+    static Shown shown;
+    return shown;
+}
+
+std::vector<ShownBalloon> balloons() {
+    return withShown([](Shown& shown) { return shown.balloons; });
+}
+
+std::string trayTip() {
+    return withShown([](Shown& shown) { return shown.trayTip; });
+}
+
+void waitForBalloon(const std::string& text) {
+    const auto isThere = [&] {
+        for (const ShownBalloon& balloon : balloons())
+            if (balloon.text == text) return true;
+        return false;
+    };
+    if (waitUntil(isThere)) return;
+    std::string all;
+    for (const ShownBalloon& balloon : balloons()) all += "\n  " + balloon.text;
+    throw std::runtime_error("No balloon \"" + text + "\" came, but these:" + all);
+}
+
+std::vector<ShownBox> openBoxes() {
+    return withShown([](Shown& shown) {
+        std::vector<ShownBox> boxes;
+        for (const ShownBoxEntry& entry : shown.boxes) boxes.push_back(entry.box);
+        return boxes;
+    });
+}
+
+bool answerBox(int button) {
+    const HWND box = withShown([](Shown& shown) -> HWND {
+        if (shown.boxes.empty()) return nullptr;
+        const HWND top = shown.boxes.back().handle;
+        shown.boxes.pop_back();  // At once: a second answer is for the box below.
+        return top;
+    });
+    if (box) user32::runOnUserInterface([=] { user32::endBox(box, button); });
+    return box != nullptr;
+}
+
+std::vector<MenuEntry> openMenu() {
+    return withShown([](Shown& shown) { return shown.menu; });
+}
+
+bool chooseFromMenu(UINT id) {
+    bool enabled = false;
+    const bool found = withShown([&](Shown& shown) {
+        for (const MenuEntry& entry : shown.menu)
+            if (!entry.separator && entry.id == id) return enabled = entry.enabled, true;
+        return false;
+    });
+    if (enabled) {
+        withShown([](Shown& shown) { shown.menu.clear(); });
+        user32::runOnUserInterface([=] { user32::endMenu(id); });
+    }
+    return found;
+}
+
+void dismissMenu() {
+    user32::runOnUserInterface([] { user32::endMenu(0); });
+}
+
+std::vector<ShownWindow> windows() {
+    return withShown([](Shown& shown) {
+        std::vector<ShownWindow> windows;
+        for (const ShownHandle& entry : shown.windows) windows.push_back(entry.window);
+        return windows;
+    });
+}
+
+std::optional<std::vector<std::uint8_t>> clipboardBlock() {
+    return withShown([](Shown& shown) { return shown.clipboard; });
+}
+
+void postToWindow(const std::string& className, UINT message, WPARAM wparam, LPARAM lparam) {
+    const HWND window = withShown([&](Shown& shown) -> HWND {
+        for (const ShownHandle& entry : shown.windows)
+            if (entry.window.className == className) return entry.handle;
+        return nullptr;
+    });
+    if (user32::post({window, message, wparam, lparam, 0, {}}) != user32::Posted::Yes)
+        throw std::runtime_error("No window of the class " + className);
+}
+
+}  // namespace desktop

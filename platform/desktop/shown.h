@@ -1,0 +1,50 @@
+// What a person sees of the program, for whoever looks from another thread.
+//
+// The user-interface thread alone owns windows, boxes and menus. It writes a copy of what matters
+// here, so that the control functions never have to wait for it.
+
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/control.h"
+
+namespace desktop {
+
+struct ShownHandle {
+    HWND handle;
+    ShownWindow window;
+};
+
+struct ShownBoxEntry {
+    HWND handle;
+    ShownBox box;
+};
+
+struct Shown {
+    std::vector<ShownHandle> windows;  // topmost first
+    std::vector<ShownBoxEntry> boxes;  // the last one is on top
+    std::vector<MenuEntry> menu;
+    std::vector<ShownBalloon> balloons;
+    std::string trayTip;
+    std::optional<std::vector<std::uint8_t>> clipboard;
+};
+
+std::mutex& shownMutex();
+Shown& shownRecord();  // only with the mutex held
+
+// Runs a look or a change with the record locked.
+template <typename Look>
+auto withShown(Look look) {
+    const std::lock_guard lock(shownMutex());
+    return look(shownRecord());
+}
+
+}  // namespace desktop

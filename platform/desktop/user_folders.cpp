@@ -1,0 +1,70 @@
+// The user's folders by the rules of the XDG base directories.
+
+#include "platform/desktop/user_folders.h"
+
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cctype>
+#include <cstdlib>
+#include <string>
+
+#include "platform/hosts/host.h"
+
+namespace desktop {
+
+namespace {
+
+// Relative paths in these variables are to be ignored.
+std::optional<std::filesystem::path> folderIn(const char* variable) {
+    const char* const text = std::getenv(variable);
+    if (!text || text[0] != '/') return std::nullopt;
+    return text;
+}
+
+std::filesystem::path home() {
+    if (const auto folder = folderIn("HOME")) return *folder;
+    const passwd* const user = getpwuid(getuid());
+    return user ? user->pw_dir : "/";
+}
+
+bool makePrivate(const std::filesystem::path& folder) {
+    struct stat item {};
+    mkdir(folder.c_str(), 0700);
+    return lstat(folder.c_str(), &item) == 0 && S_ISDIR(item.st_mode) && item.st_uid == geteuid() &&
+           (item.st_mode & 077) == 0;
+}
+
+// Session names hold what file names cannot, such as slashes.
+std::string asFileName(const std::string& name) {
+    std::string safe;
+    for (const char letter : name) {
+        const bool plain = std::isalnum(static_cast<unsigned char>(letter)) || letter == '-';
+        safe += plain ? letter : '_';
+    }
+    return safe;
+}
+
+}  // namespace
+
+std::filesystem::path userDataFolder() {
+    return folderIn("XDG_DATA_HOME").value_or(home() / ".local/share");
+}
+
+std::filesystem::path configFolder() {
+    return folderIn("XDG_CONFIG_HOME").value_or(home() / ".config");
+}
+
+std::optional<std::filesystem::path> sessionFolder() {
+    const std::string name = "quorvel-desk-clip";
+    const auto runtime = folderIn("XDG_RUNTIME_DIR");
+    const auto ours =
+        runtime ? *runtime / name
+                : std::filesystem::path("/tmp") / (name + '-' + std::to_string(geteuid()));
+    const auto session = ours / asFileName(host::current().session());
+    if (!makePrivate(ours) || !makePrivate(session)) return std::nullopt;
+    return session;
+}
+
+}  // namespace desktop

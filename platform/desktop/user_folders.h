@@ -1,0 +1,18 @@
+// Where the things of this user belong.
+
+#pragma once
+
+#include <filesystem>
+#include <optional>
+
+namespace desktop {
+
+std::filesystem::path userDataFolder();  // XDG_DATA_HOME, or ~/.local/share
+std::filesystem::path configFolder();    // XDG_CONFIG_HOME, or ~/.config
+
+// The folder that all processes of this user and this session of the host share, and nobody else
+// can enter. It is made if it is missing. Empty if it cannot be had, or if it belongs to somebody
+// else.
+std::optional<std::filesystem::path> sessionFolder();
+
+}  // namespace desktop

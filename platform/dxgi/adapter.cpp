@@ -1,0 +1,111 @@
+// Adapters and the monitors that hang on them, as they were when the factory was made.
+//
+// The first monitor has an adapter of its own and all others share a second one, so that a program
+// that takes the first adapter for the only one, or its device for everyone's, is found out. The
+// last adapter has no output, like those that draw without a graphics card.
+
+#include "platform/dxgi/adapter.h"
+
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/dxgi/device.h"
+#include "platform/dxgi/duplication.h"
+#include "platform/hosts/host.h"
+#include "platform/ole32/com_object.h"
+
+namespace dxgi {
+
+namespace {
+
+constexpr UINT adapterCount = 3;
+
+struct Output : ole32::ComObject<IDXGIOutput1, IID_IDXGIObject, IID_IDXGIOutput, IID_IDXGIOutput1> {
+    Output(const host::Monitor& shown, UINT place, UINT adapterIndex)
+        : monitor(shown), number(place), adapter(adapterIndex) {}
+
+    HRESULT STDMETHODCALLTYPE GetDesc(DXGI_OUTPUT_DESC* description) override;
+    HRESULT STDMETHODCALLTYPE DuplicateOutput(IUnknown* device,
+                                              IDXGIOutputDuplication** duplication) override;
+
+    const host::Monitor monitor;
+    const UINT number, adapter;
+};
+
+HRESULT Output::GetDesc(DXGI_OUTPUT_DESC* description) {
+    desktop::Call call("IDXGIOutput::GetDesc");
+    if (call.struck()) return call.result(E_FAIL);
+    *description = {};
+    const std::string digits = std::to_string(number + 1);
+    const std::u16string name = u"\\\\.\\DISPLAY" + std::u16string(digits.begin(), digits.end());
+    name.copy(description->DeviceName, std::size(description->DeviceName) - 1);
+    description->DesktopCoordinates = monitor.bounds;
+    description->AttachedToDesktop = TRUE;
+    description->Rotation = static_cast<DXGI_MODE_ROTATION>(monitor.rotation);
+    description->Monitor = reinterpret_cast<HMONITOR>(monitor.id);
+    return S_OK;
+}
+
+HRESULT Output::DuplicateOutput(IUnknown* device, IDXGIOutputDuplication** duplication) {
+    desktop::Call call("IDXGIOutput1::DuplicateOutput");
+    *duplication = nullptr;
+    if (call.struck()) return call.result(E_ACCESSDENIED);
+    const Device* const ours = dynamic_cast<Device*>(device);
+    if (!ours || ours->adapter != adapter) return E_INVALIDARG;
+    return openDuplication(monitor, duplication);
+}
+
+struct Adapter
+    : ole32::ComObject<IDXGIAdapter1, IID_IDXGIObject, IID_IDXGIAdapter, IID_IDXGIAdapter1> {
+    Adapter(const std::vector<host::Monitor>& present, UINT place)
+        : monitors(present), index(place) {}
+
+    HRESULT STDMETHODCALLTYPE EnumOutputs(UINT place, IDXGIOutput** output) override;
+
+    const std::vector<host::Monitor> monitors;
+    const UINT index;
+};
+
+HRESULT Adapter::EnumOutputs(UINT place, IDXGIOutput** output) {
+    desktop::Call call("IDXGIAdapter::EnumOutputs", place);
+    *output = nullptr;
+    if (call.struck()) return call.result(E_OUTOFMEMORY);
+    const std::size_t first = index == 0 ? 0 : index == 1 ? 1 : monitors.size();
+    const std::size_t end =
+        index == 0 ? std::min<std::size_t>(1, monitors.size()) : monitors.size();
+    if (first + place >= end) return DXGI_ERROR_NOT_FOUND;
+    const auto number = static_cast<UINT>(first + place);
+    *output = new Output(monitors[number], number, index);
+    return S_OK;
+}
+
+struct Factory
+    : ole32::ComObject<IDXGIFactory1, IID_IDXGIObject, IID_IDXGIFactory, IID_IDXGIFactory1> {
+    HRESULT STDMETHODCALLTYPE EnumAdapters1(UINT index, IDXGIAdapter1** adapter) override {
+        desktop::Call call("IDXGIFactory1::EnumAdapters1", index);
+        *adapter = nullptr;
+        if (call.struck()) return call.result(E_OUTOFMEMORY);
+        if (index >= adapterCount) return DXGI_ERROR_NOT_FOUND;
+        *adapter = new Adapter(monitors, index);
+        return S_OK;
+    }
+
+    const std::vector<host::Monitor> monitors = host::current().monitors();
+};
+
+}  // namespace
+
+UINT indexOf(IDXGIAdapter* adapter) { return static_cast<Adapter*>(adapter)->index; }
+
+}  // namespace dxgi
+
+HRESULT CreateDXGIFactory1(REFIID id, void** factory) {
+    desktop::Call call("CreateDXGIFactory1");
+    *factory = nullptr;
+    if (call.struck()) return call.result(E_FAIL);
+    if (!(id == IID_IDXGIFactory1)) return E_NOINTERFACE;
+    *factory = static_cast<IDXGIFactory1*>(new dxgi::Factory);
+    return S_OK;
+}

@@ -1,0 +1,104 @@
+// The duplication of an output: the desktop's pictures, one frame at a time.
+//
+// A frame is only a promise that the picture may be read until it is released. Nothing is copied
+// before somebody asks for a part of it (device.cpp).
+
+#include "platform/dxgi/duplication.h"
+
+#include <atomic>
+#include <memory>
+
+#include "platform/dxgi/texture.h"
+#include "platform/ole32/com_object.h"
+
+namespace dxgi {
+
+namespace {
+
+std::atomic<std::uintptr_t> duplicated = 0;  // The host shows one monitor at a time.
+
+struct FrameResource : ole32::ComObject<IDXGIResource, IID_IDXGIObject, IID_IDXGIResource> {
+    explicit FrameResource(const std::shared_ptr<Frames>& source) : frames(source) {}
+
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID id, void** object) override {
+        if (!(id == IID_ID3D11Texture2D)) return ComObject::QueryInterface(id, object);
+        desktop::Call call("QueryInterface");
+        *object = nullptr;
+        if (call.struck()) return call.result(E_NOINTERFACE);
+        *object = static_cast<ID3D11Texture2D*>(new Texture(frames));
+        return S_OK;
+    }
+
+    const std::shared_ptr<Frames> frames;
+};
+
+struct Duplication
+    : ole32::ComObject<IDXGIOutputDuplication, IID_IDXGIObject, IID_IDXGIOutputDuplication> {
+    explicit Duplication(const RECT& bounds) { frames->bounds = bounds; }
+    ~Duplication() override;
+
+    HRESULT STDMETHODCALLTYPE AcquireNextFrame(UINT milliseconds,
+                                               DXGI_OUTDUPL_FRAME_INFO* information,
+                                               IDXGIResource** resource) override;
+    HRESULT STDMETHODCALLTYPE ReleaseFrame() override;
+
+    const std::shared_ptr<Frames> frames = std::make_shared<Frames>();
+};
+
+Duplication::~Duplication() {
+    if (frames->isHeld) desktop::closed(desktop::Object::DesktopFrame);
+    frames->isHeld = false;
+    host::current().closePictures();
+    duplicated = 0;
+}
+
+HRESULT Duplication::AcquireNextFrame(UINT milliseconds, DXGI_OUTDUPL_FRAME_INFO* information,
+                                      IDXGIResource** resource) {
+    desktop::Call call("IDXGIOutputDuplication::AcquireNextFrame", milliseconds);
+    *information = {};
+    *resource = nullptr;
+    if (call.struck()) return call.result(DXGI_ERROR_ACCESS_LOST);
+    if (frames->isHeld) return DXGI_ERROR_INVALID_CALL;
+    if (frames->isLost) return DXGI_ERROR_ACCESS_LOST;
+    const host::PictureState state = host::current().waitForPicture(milliseconds);
+    if (state == host::PictureState::Unchanged) return DXGI_ERROR_WAIT_TIMEOUT;
+    if (state == host::PictureState::Lost) {
+        frames->isLost = true;
+        return DXGI_ERROR_ACCESS_LOST;
+    }
+    frames->isHeld = true;
+    ++frames->last;
+    desktop::opened(desktop::Object::DesktopFrame);
+    information->LastPresentTime.QuadPart = frames->last;  // 0 would mean that only the pointer moved
+    information->AccumulatedFrames = 1;
+    *resource = new FrameResource(frames);
+    return S_OK;
+}
+
+// A failure that is planned comes with the frame given back, as it is when the desktop was lost
+// meanwhile.
+HRESULT Duplication::ReleaseFrame() {
+    desktop::Call call("IDXGIOutputDuplication::ReleaseFrame");
+    if (!frames->isHeld) return DXGI_ERROR_INVALID_CALL;
+    frames->isHeld = false;
+    desktop::closed(desktop::Object::DesktopFrame);
+    return call.struck() ? call.result(DXGI_ERROR_ACCESS_LOST) : S_OK;
+}
+
+}  // namespace
+
+HRESULT openDuplication(const host::Monitor& monitor, IDXGIOutputDuplication** duplication) {
+    std::uintptr_t before = 0;
+    if (!duplicated.compare_exchange_strong(before, monitor.id)) {
+        if (before == monitor.id) return E_INVALIDARG;
+        desktop::refuse("IDXGIOutput1::DuplicateOutput", "second output at a time", 2);
+    }
+    if (!host::current().openPictures(monitor.id)) {
+        duplicated = 0;
+        return E_ACCESSDENIED;
+    }
+    *duplication = new Duplication(monitor.bounds);
+    return S_OK;
+}
+
+}  // namespace dxgi

@@ -1,0 +1,39 @@
+// Textures: the picture of a held desktop frame, and memory that the processor can read.
+
+#include "platform/dxgi/texture.h"
+
+namespace dxgi {
+
+namespace {
+
+// Rows of real devices start at such a distance, and a program that takes it for the width is wrong
+// there.
+constexpr UINT rowAlignment = 256;
+
+}  // namespace
+
+Texture::Texture(const D3D11_TEXTURE2D_DESC& asked)
+    : description(asked),
+      pitch((asked.Width * 4 + rowAlignment - 1) / rowAlignment * rowAlignment) {
+    bytes.resize(static_cast<std::size_t>(pitch) * asked.Height);
+}
+
+Texture::Texture(const std::shared_ptr<Frames>& source) : frames(source), frame(source->last) {
+    description.Width = static_cast<UINT>(source->bounds.right - source->bounds.left);
+    description.Height = static_cast<UINT>(source->bounds.bottom - source->bounds.top);
+    description.MipLevels = description.ArraySize = 1;
+    description.Format = DXGI_FORMAT_B8G8R8A8_UNORM;
+    description.SampleDesc = {1, 0};
+    description.Usage = D3D11_USAGE_DEFAULT;
+}
+
+Texture::~Texture() {
+    if (isMapped) desktop::closed(desktop::Object::MappedTexture);
+}
+
+void Texture::GetDesc(D3D11_TEXTURE2D_DESC* result) {
+    desktop::Call call("ID3D11Texture2D::GetDesc");
+    *result = description;
+}
+
+}  // namespace dxgi

@@ -1,0 +1,47 @@
+// The native program's entry point: opens the live display, and ends the program in good order when
+// it is told to.
+
+#include <windows.h>
+
+#include <signal.h>
+
+#include <cstdio>
+#include <exception>
+
+#include "platform/desktop/text.h"
+#include "platform/hosts/host.h"
+#include "platform/user32/message_queue.h"
+
+namespace {
+
+// What stands behind the program's name, with a blank between two arguments.
+std::u16string commandTail(int count, char** arguments) {
+    std::string tail;
+    for (int index = 1; index < count; ++index)
+        tail += (index > 1 ? " " : "") + std::string(arguments[index]);
+    return desktop::toUtf16(tail);
+}
+
+// To the program, being told to end is the end of its session: a running clip is finished first.
+void endInGoodOrder(int) { user32::endSessionSoon(); }
+
+void catchSignals() {
+    struct sigaction action {};
+    action.sa_handler = endInGoodOrder;
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) sigaction(number, &action, nullptr);
+    signal(SIGPIPE, SIG_IGN);
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+    try {
+        host::use(host::x11Host());
+    } catch (const std::exception& exception) {
+        std::fprintf(stderr, "%s\n", exception.what());
+        return 1;
+    }
+    catchSignals();
+    std::u16string tail = commandTail(count, arguments);
+    return wWinMain(GetModuleHandleW(nullptr), nullptr, tail.data(), SW_SHOWNORMAL);
+}

@@ -1,0 +1,111 @@
+// Brushes and regions: made, combined, deleted.
+
+#include "platform/gdi32/objects.h"
+
+#include "platform/desktop/call.h"
+#include "platform/desktop/handle_table.h"
+#include "platform/desktop/objects.h"
+#include "platform/gdi32/brush.h"
+
+namespace {
+
+desktop::HandleTable<HBRUSH, COLORREF> brushes(0x21000000);
+desktop::HandleTable<HRGN, std::vector<RECT>> regions(0x22000000);
+desktop::HandleTable<HDC, gdi::PaintContext> contexts(0x23000000);
+
+// Stock objects stand outside the table: they are never deleted.
+const HBRUSH whiteBrush = reinterpret_cast<HBRUSH>(std::uintptr_t{0x20000001});
+
+std::vector<RECT> subtract(const std::vector<RECT>& from, const std::vector<RECT>& what) {
+    std::vector<RECT> rest = from;
+    for (const RECT& hole : what) {
+        std::vector<RECT> pieces;
+        for (const RECT& area : rest)
+            for (const RECT& piece : gdi::difference(area, hole)) pieces.push_back(piece);
+        rest = pieces;
+    }
+    return rest;
+}
+
+int kindOf(const std::vector<RECT>& region) {
+    if (region.empty()) return NULLREGION;
+    return region.size() == 1 ? SIMPLEREGION : COMPLEXREGION;
+}
+
+}  // namespace
+
+namespace gdi {
+
+HDC openContext(const Canvas& canvas) {
+    PaintContext context;
+    context.canvas = canvas;
+    return contexts.add(context);
+}
+
+PaintContext& contextOf(HDC context, const char* operation) {
+    PaintContext* const found = contexts.find(context);
+    if (!found)
+        desktop::refuse(operation, "no paint context", reinterpret_cast<std::intptr_t>(context));
+    return *found;
+}
+
+void closeContext(HDC context) { contexts.remove(context); }
+
+std::optional<std::vector<RECT>> takeRegion(HRGN region) {
+    std::vector<RECT>* const found = regions.find(region);
+    if (!found) return std::nullopt;
+    std::vector<RECT> taken = std::move(*found);
+    regions.remove(region);
+    desktop::closed(desktop::Object::Region);
+    return taken;
+}
+
+std::uint32_t brushPixel(HBRUSH brush, const char* operation) {
+    if (brush == whiteBrush) return pixelOf(RGB(255, 255, 255));
+    const COLORREF* const color = brushes.find(brush);
+    if (!color) desktop::refuse(operation, "no brush", reinterpret_cast<std::intptr_t>(brush));
+    return pixelOf(*color);
+}
+
+}  // namespace gdi
+
+HBRUSH CreateSolidBrush(COLORREF color) {
+    desktop::Call call("CreateSolidBrush", color);
+    if (call.struck()) return call.fail(ERROR_NOT_ENOUGH_MEMORY), nullptr;
+    desktop::opened(desktop::Object::Brush);
+    return brushes.add(color);
+}
+
+HGDIOBJ GetStockObject(int object) {
+    desktop::Call call("GetStockObject", object);
+    if (object != WHITE_BRUSH) desktop::refuse("GetStockObject", "object", object);
+    return whiteBrush;
+}
+
+HRGN CreateRectRgn(int left, int top, int right, int bottom) {
+    desktop::Call call("CreateRectRgn", left, top, right, bottom);
+    if (call.struck()) return call.fail(ERROR_NOT_ENOUGH_MEMORY), nullptr;
+    desktop::opened(desktop::Object::Region);
+    const RECT area{left, top, right, bottom};
+    return regions.add(gdi::isEmpty(area) ? std::vector<RECT>{} : std::vector<RECT>{area});
+}
+
+int CombineRgn(HRGN target, HRGN first, HRGN second, int mode) {
+    desktop::Call call("CombineRgn", target, first, second, mode);
+    if (mode != RGN_DIFF) desktop::refuse("CombineRgn", "mode", mode);
+    std::vector<RECT>* const result = regions.find(target);
+    const std::vector<RECT>* const from = regions.find(first);
+    const std::vector<RECT>* const what = regions.find(second);
+    if (call.struck() || !result || !from || !what) return call.fail(ERROR_INVALID_HANDLE);
+    *result = subtract(*from, *what);
+    return kindOf(*result);
+}
+
+// Deleting what is gone already, or what belongs to a window, is a fault of the program's own.
+BOOL DeleteObject(HGDIOBJ object) {
+    desktop::Call call("DeleteObject", object);
+    if (object == whiteBrush) return TRUE;
+    if (brushes.remove(object)) return desktop::closed(desktop::Object::Brush), TRUE;
+    if (gdi::takeRegion(static_cast<HRGN>(object))) return TRUE;
+    desktop::refuse("DeleteObject", "no such object", reinterpret_cast<std::intptr_t>(object));
+}

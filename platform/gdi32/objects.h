@@ -1,0 +1,27 @@
+// Brushes, regions and paint contexts behind their handles.
+
+#pragma once
+
+#include <windows.h>
+
+#include <optional>
+#include <vector>
+
+#include "platform/gdi32/canvas.h"
+
+namespace gdi {
+
+struct PaintContext {
+    Canvas canvas;
+    COLORREF textColor = 0;
+    bool opaqueText = true;
+};
+
+HDC openContext(const Canvas& canvas);
+PaintContext& contextOf(HDC context, const char* operation);  // stops the process if there is none
+void closeContext(HDC context);
+
+// The system's from now on: the handle is dead. Nothing if it is no region.
+std::optional<std::vector<RECT>> takeRegion(HRGN region);
+
+}  // namespace gdi

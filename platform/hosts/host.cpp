@@ -1,0 +1,25 @@
+// The host in use.
+
+#include "platform/hosts/host.h"
+
+#include <atomic>
+
+#include "platform/desktop/call.h"
+
+namespace host {
+
+namespace {
+
+std::atomic<const Host*> chosenHost{nullptr};
+
+}  // namespace
+
+void use(const Host& chosen) { chosenHost = &chosen; }
+
+const Host& current() {
+    const Host* const host = chosenHost;
+    if (!host) desktop::refuse("desktop", "no host has been chosen", 0);
+    return *host;
+}
+
+}  // namespace host

@@ -1,0 +1,145 @@
+// The seam between the desktop's rules and the place where pixels come from and go to.
+//
+// Everything is called on the user-interface thread unless it says otherwise. Coordinates are physical pixels of the
+// virtual desktop, right and bottom exclusive. Pixels are 32 bits, blue in the lowest byte, as the duplication has
+// them; surfaces are opaque, and their opacity stands in the placement.
+
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace host {
+
+using Surface = std::uint32_t;  // 0 is no surface
+
+struct Picture {
+    const std::uint32_t* pixels = nullptr;
+    int width = 0;
+    int height = 0;
+    int stride = 0;  // in pixels
+};
+
+struct Monitor {
+    std::uintptr_t id = 0;  // Serves as HMONITOR. A change of layout gives new ids; an old one never comes back.
+    RECT bounds{};
+    int rotation = 1;  // DXGI_MODE_ROTATION
+    UINT dpi = 96;
+    bool primary = false;
+};
+
+struct Event {
+    enum Kind {
+        PointerMoved,
+        ButtonPressed,
+        ButtonReleased,
+        KeyPressed,
+        KeyReleased,
+        TrayMouse,      // the tray icon: `message` is the mouse message
+        ActivationLost, // another program took the foreground
+        Exposed,        // `surface` needs to be presented again
+        LayoutChanged,  // monitors came, went, moved or turned
+        SessionQuery,   // the session wants to end
+        SessionEnd,     // it ends (`message` 1) or goes on after all (0)
+        TaskbarCreated, // the tray has been started anew
+    };
+    Kind kind{};
+    POINT at{};                // pointer position, with every pointer event
+    int button = 0;            // 1 left, 2 middle, 3 right
+    UINT key = 0;              // virtual key, side-specific for modifiers
+    UINT modifiers = 0;        // MOD_ALT | MOD_CONTROL | MOD_SHIFT | MOD_WIN held before this event
+    UINT message = 0;
+    Surface surface = 0;
+    bool offered = true;       // false: a key event that was passed on before and now comes to a window of ours
+    std::uint64_t token = 0;   // the host's own, for finishInput
+};
+
+struct Placement {
+    RECT bounds{};
+    BYTE opacity = 255;
+    std::vector<RECT> shape;          // in surface coordinates; empty means the whole surface
+    bool passesMouse = false;         // clicks go to what lies below
+    bool excludedFromCapture = false;
+};
+
+// How the desktop answers the duplication.
+enum class PictureState { Changed, Unchanged, Lost };
+
+struct TrayIcon {
+    std::vector<std::uint32_t> pixels;  // premultiplied, side × side
+    int side = 0;
+    std::u16string tip;
+};
+
+struct Balloon {
+    std::u16string title, text;
+    bool isError = false;
+};
+
+struct Host {
+    const char* name;         // "memory" or "x11"
+    std::string (*session)(); // Names the desktop among those of this user, so that a second start finds the first.
+
+    // Events. nextEvent takes one that is there and never waits; the descriptor is readable while one may be there.
+    int (*eventDescriptor)();
+    bool (*nextEvent)(Event& event);
+    // Tells what became of a pointer or key event: `taken` by a hook, a hot key or a window of ours, or left to
+    // whatever else is on the desktop.
+    void (*finishInput)(const Event& event, bool taken);
+
+    std::vector<Monitor> (*monitors)();
+    POINT (*pointer)();
+    bool (*keyIsDown)(UINT key);  // virtual key; generic modifier codes mean either side
+
+    // The combination fires anywhere on the desktop as a key event. False: another program has it.
+    bool (*grabHotKey)(UINT modifiers, UINT key);
+    void (*releaseHotKey)(UINT modifiers, UINT key);
+    // While on, every key event of the desktop comes here first and waits for finishInput. False: not possible.
+    bool (*hookKeys)(bool on);
+
+    // Surfaces are stacked in the order in which they were last raised.
+    Surface (*createSurface)();
+    void (*destroySurface)(Surface surface);
+    void (*showSurface)(Surface surface, const Placement& placement, bool raise);
+    void (*presentSurface)(Surface surface, const Picture& picture);  // whole surface, size of its bounds
+    void (*hideSurface)(Surface surface);
+    // Keyboard input goes to this surface; 0 gives it back to what had it before. False: refused.
+    bool (*focusSurface)(Surface surface);
+    // The cursor over the surface: IDC_ARROW or IDC_CROSS as a number.
+    void (*setCursor)(Surface surface, UINT cursor);
+    // Returns when everything shown or hidden so far is on the screen.
+    void (*flush)();
+
+    // The picture without excluded surfaces. Called on one thread at a time, not the user-interface thread.
+    // openPictures: a fresh view of the monitor, to which the first waitForPicture answers Changed; false: refused
+    // (locked desktop). waitForPicture: Changed once the picture differs from the last Changed. Lost is final.
+    bool (*openPictures)(std::uintptr_t monitor);
+    PictureState (*waitForPicture)(DWORD milliseconds);
+    // Copies `area` as it is now. False if the display does not answer any more.
+    bool (*readPicture)(const RECT& area, std::uint8_t* target, int pitch);
+    void (*closePictures)();
+
+    // Files on the clipboard as UTF-8 paths; `block` is the whole CF_HDROP block.
+    bool (*openClipboard)();  // false: another program has it open
+    void (*closeClipboard)();
+    void (*clearClipboard)();
+    bool (*offerFiles)(const std::vector<std::string>& paths, const std::vector<std::uint8_t>& block);
+
+    bool (*setTrayIcon)(const TrayIcon* icon);  // add or change; null removes. False: no tray.
+    void (*showBalloon)(const Balloon& balloon);
+    bool (*openFolder)(const std::string& path);
+};
+
+const Host& memoryHost();  // embedded desktop, driven through platform/control.h
+const Host& x11Host();     // live display named by DISPLAY; throws std::runtime_error if it cannot be opened
+
+// The host in use. Chosen once, before the first operation that needs a desktop; asking without a choice stops the
+// process.
+void use(const Host& chosen);
+const Host& current();
+
+}  // namespace host

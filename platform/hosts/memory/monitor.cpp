@@ -1,0 +1,109 @@
+// The embedded desktop's monitors.
+
+#include "platform/hosts/memory/parts.h"
+
+#include <algorithm>
+
+#include "platform/hosts/memory/desktop.h"
+
+namespace memory {
+
+namespace {
+
+constexpr std::uint32_t wallpaper = 0xFF2D5570;
+
+// The picture of all monitors, new and plain.
+void layOut(Desktop& desktop) {
+    RECT all = desktop.monitors.front().bounds;
+    for (const host::Monitor& monitor : desktop.monitors) {
+        all.left = std::min(all.left, monitor.bounds.left);
+        all.top = std::min(all.top, monitor.bounds.top);
+        all.right = std::max(all.right, monitor.bounds.right);
+        all.bottom = std::max(all.bottom, monitor.bounds.bottom);
+    }
+    desktop.bounds = all;
+    desktop.picture.assign(static_cast<std::size_t>(all.right - all.left) *
+                               static_cast<std::size_t>(all.bottom - all.top),
+                           wallpaper);
+}
+
+void setLayout(Desktop& desktop, const std::vector<desktop::MonitorSetup>& setups) {
+    desktop.monitors.clear();
+    for (const desktop::MonitorSetup& setup : setups) {
+        const bool primary = desktop.monitors.empty();
+        desktop.monitors.push_back(
+            {desktop.nextMonitor++, setup.bounds, setup.rotation, setup.dpi, primary});
+    }
+    layOut(desktop);
+}
+
+void tellOfLayout(Desktop& desktop) {
+    ++desktop.generation;
+    notePicture(desktop);
+    host::Event event;
+    event.kind = host::Event::LayoutChanged;
+    queueEvent(desktop, event);
+}
+
+}  // namespace
+
+std::vector<host::Monitor> monitors() {
+    const std::lock_guard lock(theDesktop().mutex);
+    return theDesktop().monitors;
+}
+
+Desktop::Desktop() {
+    setLayout(*this, {{{0, 0, 1920, 1080}, 1, 96}});
+    openEvents(*this);
+}
+
+Desktop& theDesktop() {
+    static Desktop desktop;
+    return desktop;
+}
+
+}  // namespace memory
+
+namespace desktop {
+
+using memory::Desktop;
+using memory::theDesktop;
+
+void setMonitors(const std::vector<MonitorSetup>& setups) {
+    Desktop& record = theDesktop();
+    const std::lock_guard lock(record.mutex);
+    memory::setLayout(record, setups);
+    memory::tellOfLayout(record);
+}
+
+void changeMonitor(std::size_t index, const MonitorSetup& setup) {
+    Desktop& record = theDesktop();
+    const std::lock_guard lock(record.mutex);
+    host::Monitor& monitor = record.monitors.at(index);
+    monitor = {monitor.id, setup.bounds, setup.rotation, setup.dpi, monitor.primary};
+    memory::layOut(record);
+    memory::tellOfLayout(record);
+}
+
+void lockDesktop(bool locked) {
+    Desktop& record = theDesktop();
+    const std::lock_guard lock(record.mutex);
+    record.locked = locked;
+    ++record.generation;
+    record.pictureChanged.notify_all();
+}
+
+void paintDesktop(const std::function<void(const Canvas&)>& painter) {
+    Desktop& record = theDesktop();
+    const std::lock_guard lock(record.mutex);
+    const RECT& bounds = record.bounds;
+    const int width = bounds.right - bounds.left;
+    painter({record.picture.data(),
+             width,
+             bounds.bottom - bounds.top,
+             width,
+             {bounds.left, bounds.top}});
+    memory::notePicture(record);
+}
+
+}  // namespace desktop

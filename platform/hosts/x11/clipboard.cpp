@@ -1,0 +1,144 @@
+// Files on the display's clipboard: nothing is handed over before somebody pastes, so the offer
+// lasts as long as the program runs. The forms are a list of addresses and what file managers call
+// a copy.
+
+#include "platform/hosts/x11/clipboard.h"
+
+#include <algorithm>
+
+#include "platform/hosts/x11/display.h"
+
+namespace host::x11 {
+
+namespace {
+
+struct Form {
+    const char* target;
+    std::string text;
+};
+
+xcb_window_t owner = 0;
+xcb_timestamp_t since = 0;
+std::vector<Form> offered;
+
+// Every byte beyond RFC 3986's unreserved characters is escaped, except the path's own slashes.
+std::string addressOf(const std::string& path) {
+    static constexpr char digits[] = "0123456789ABCDEF";
+    static constexpr std::string_view plain =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~/";
+    std::string address = "file://";
+    for (const char character : path) {
+        const auto byte = static_cast<unsigned char>(character);
+        if (plain.find(character) != std::string_view::npos)
+            address += character;
+        else
+            address += {'%', digits[byte >> 4], digits[byte & 15]};
+    }
+    return address;
+}
+
+void setOffer(const std::vector<std::string>& paths) {
+    std::string list, copy = "copy";
+    for (const std::string& path : paths) {
+        list += addressOf(path) + "\r\n";
+        copy += "\n" + addressOf(path);
+    }
+    offered = {{"text/uri-list", list},
+               {"x-special/gnome-copied-files", copy},
+               {"x-special/mate-copied-files", copy},
+               {"application/x-kde-cutselection", "0"}};
+}
+
+xcb_window_t ownerWindow() {
+    if (owner) return owner;
+    owner = xcb_generate_id(connection());
+    xcb_create_window(connection(), 0, owner, root(), 0, 0, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_ONLY,
+                      XCB_COPY_FROM_PARENT, 0, nullptr);
+    return owner;
+}
+
+xcb_window_t presentOwner() {
+    const auto reply = await(xcb_get_selection_owner_reply,
+                             xcb_get_selection_owner(connection(), atom("CLIPBOARD")));
+    return reply ? reply->owner : 0;
+}
+
+void putNumbers(xcb_window_t window, xcb_atom_t property, xcb_atom_t type,
+                const std::vector<std::uint32_t>& numbers) {
+    xcb_change_property(connection(), XCB_PROP_MODE_REPLACE, window, property, type, 32,
+                        static_cast<std::uint32_t>(numbers.size()), numbers.data());
+}
+
+// False: not in that form.
+bool hand(xcb_window_t window, xcb_atom_t target, xcb_atom_t property) {
+    if (target == atom("TARGETS")) {
+        std::vector<std::uint32_t> targets{atom("TARGETS"), atom("TIMESTAMP")};
+        for (const Form& form : offered) targets.push_back(atom(form.target));
+        putNumbers(window, property, XCB_ATOM_ATOM, targets);
+        return true;
+    }
+    if (target == atom("TIMESTAMP")) {
+        putNumbers(window, property, XCB_ATOM_INTEGER, {since});
+        return true;
+    }
+    const auto form = std::ranges::find_if(
+        offered, [&](const Form& each) { return atom(each.target) == target; });
+    if (form == offered.end()) return false;
+    xcb_change_property(connection(), XCB_PROP_MODE_REPLACE, window, property, target, 8,
+                        static_cast<std::uint32_t>(form->text.size()), form->text.data());
+    return true;
+}
+
+void answer(const xcb_selection_request_event_t& request) {
+    xcb_selection_notify_event_t notice{};
+    notice.response_type = XCB_SELECTION_NOTIFY;
+    notice.time = request.time;
+    notice.requestor = request.requestor;
+    notice.selection = request.selection;
+    notice.target = request.target;
+    // A client of the old convention names no property and means the target's name.
+    const xcb_atom_t property = request.property ? request.property : request.target;
+    if (hand(request.requestor, request.target, property)) notice.property = property;
+    // An event has 32 bytes whatever its record's size is.
+    char bytes[32]{};
+    std::copy_n(reinterpret_cast<const char*>(&notice), sizeof notice, bytes);
+    xcb_send_event(connection(), 0, request.requestor, 0, bytes);
+    xcb_flush(connection());
+}
+
+}  // namespace
+
+// Nobody can keep this clipboard open.
+bool openClipboard() { return true; }
+void closeClipboard() {}
+
+void clearClipboard() {
+    offered.clear();
+    xcb_set_selection_owner(connection(), XCB_WINDOW_NONE, atom("CLIPBOARD"), XCB_CURRENT_TIME);
+    xcb_flush(connection());
+}
+
+bool offerFiles(const std::vector<std::string>& paths, const std::vector<std::uint8_t>&) {
+    since = serverTime();
+    xcb_set_selection_owner(connection(), ownerWindow(), atom("CLIPBOARD"), since);
+    if (presentOwner() != ownerWindow()) return false;
+    setOffer(paths);
+    return true;
+}
+
+bool clipboardEvent(const xcb_generic_event_t& event) {
+    const int type = event.response_type & 0x7f;
+    if (type == XCB_SELECTION_REQUEST) {
+        const auto& request = reinterpret_cast<const xcb_selection_request_event_t&>(event);
+        if (request.owner == owner) answer(request);
+        return request.owner == owner;
+    }
+    if (type != XCB_SELECTION_CLEAR) return false;
+    const auto& clear = reinterpret_cast<const xcb_selection_clear_event_t&>(event);
+    if (clear.owner != owner) return false;
+    // Our own clearing is told too, perhaps only after the next offer.
+    if (clear.time == XCB_CURRENT_TIME || clear.time > since) offered.clear();
+    return true;
+}
+
+}  // namespace host::x11

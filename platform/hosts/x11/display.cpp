@@ -1,0 +1,219 @@
+// The one connection of the user-interface thread to the display: opening it, its answers and its
+// events.
+
+#include "platform/hosts/x11/display.h"
+
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+#include <xcb/composite.h>
+#include <xcb/damage.h>
+#include <xcb/randr.h>
+#include <xcb/shape.h>
+#include <xcb/shm.h>
+#include <xcb/xfixes.h>
+
+#include <map>
+#include <stdexcept>
+
+#include "platform/hosts/x11/visual.h"
+
+namespace host::x11 {
+
+namespace {
+
+xcb_connection_t* server = nullptr;
+const xcb_screen_t* shownScreen = nullptr;
+int shownNumber = 0;
+std::map<std::string, xcb_atom_t> atoms;
+std::deque<RawEvent> kept;
+int descriptor = -1;
+int keptSignal = -1;  // readable while `kept` holds something
+
+const xcb_screen_t* screenOf(xcb_connection_t* opened, int number) {
+    xcb_screen_iterator_t screens = xcb_setup_roots_iterator(xcb_get_setup(opened));
+    for (; number > 0; --number) xcb_screen_next(&screens);
+    return screens.data;
+}
+
+void need(xcb_extension_t& extension, const char* name) {
+    const xcb_query_extension_reply_t* const found = xcb_get_extension_data(server, &extension);
+    if (!found || !found->present)
+        throw std::runtime_error(std::string("The display lacks the extension ") + name);
+}
+
+// An extension answers only a client that has said which version it speaks.
+void agreeOnVersions() {
+    const auto shm = await(xcb_shm_query_version_reply, xcb_shm_query_version(server));
+    if (!shm || shm->major_version * 100 + shm->minor_version < 102)
+        throw std::runtime_error("The display cannot share memory with this program");
+    const auto randr = await(xcb_randr_query_version_reply, xcb_randr_query_version(server, 1, 5));
+    if (!randr || randr->major_version * 100 + randr->minor_version < 105)
+        throw std::runtime_error("The display's RANDR is older than 1.5");
+    await(xcb_xfixes_query_version_reply, xcb_xfixes_query_version(server, 5, 0));
+    await(xcb_damage_query_version_reply, xcb_damage_query_version(server, 1, 1));
+    await(xcb_shape_query_version_reply, xcb_shape_query_version(server));
+}
+
+void needPlainPixels() {
+    const Visual visual = rootVisual();
+    if (visual.depth < 24 || visual.type->red_mask != 0xff0000 || visual.type->blue_mask != 0xff ||
+        xcb_get_setup(server)->image_byte_order != XCB_IMAGE_ORDER_LSB_FIRST)
+        throw std::runtime_error("The display must have 24 bits a pixel, blue lowest");
+}
+
+void makeDescriptors() {
+    descriptor = epoll_create1(EPOLL_CLOEXEC);
+    keptSignal = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    if (descriptor < 0 || keptSignal < 0) throw std::runtime_error("Cannot wait for the display");
+    watch(keptSignal);
+    watch(xcb_get_file_descriptor(server));
+}
+
+void keep(xcb_generic_event_t* event) {
+    kept.emplace_back(event);
+    const std::uint64_t one = 1;
+    if (kept.size() == 1 && write(keptSignal, &one, sizeof one) < 0)
+        throw std::runtime_error("Cannot signal an event of the display");
+}
+
+}  // namespace
+
+void openDisplay() {
+    if (server) return;
+    server = xcb_connect(nullptr, &shownNumber);
+    if (xcb_connection_has_error(server)) {
+        xcb_disconnect(server);
+        server = nullptr;
+        throw std::runtime_error("Cannot open the display that DISPLAY names");
+    }
+    shownScreen = screenOf(server, shownNumber);
+    makeDescriptors();
+    need(xcb_shm_id, "MIT-SHM");
+    need(xcb_randr_id, "RANDR");
+    need(xcb_xfixes_id, "XFIXES");
+    need(xcb_damage_id, "DAMAGE");
+    need(xcb_shape_id, "SHAPE");
+    agreeOnVersions();
+    needPlainPixels();
+}
+
+xcb_connection_t* connectAgain() {
+    xcb_connection_t* const opened = xcb_connect(nullptr, nullptr);
+    if (!xcb_connection_has_error(opened)) return opened;
+    xcb_disconnect(opened);
+    return nullptr;
+}
+
+xcb_connection_t* connection() { return server; }
+const xcb_screen_t& screen() { return *shownScreen; }
+int screenNumber() { return shownNumber; }
+xcb_window_t root() { return shownScreen->root; }
+bool isConnected() { return !xcb_connection_has_error(server); }
+
+xcb_atom_t atom(const std::string& name) {
+    xcb_atom_t& known = atoms[name];
+    if (known) return known;
+    const auto length = static_cast<std::uint16_t>(name.size());
+    const auto reply =
+        await(xcb_intern_atom_reply, xcb_intern_atom(server, 0, length, name.data()));
+    if (reply) known = reply->atom;
+    return known;
+}
+
+int eventDescriptor() { return descriptor; }
+
+void watch(int watched) {
+    epoll_event event{};
+    event.events = EPOLLIN;
+    epoll_ctl(descriptor, EPOLL_CTL_ADD, watched, &event);
+}
+
+void unwatch(int watched) { epoll_ctl(descriptor, EPOLL_CTL_DEL, watched, nullptr); }
+
+void keepQueuedEvents() {
+    while (xcb_generic_event_t* const event = xcb_poll_for_queued_event(server)) keep(event);
+}
+
+const xcb_generic_event_t* peekEvent() {
+    if (kept.empty())
+        if (xcb_generic_event_t* const event = xcb_poll_for_event(server)) keep(event);
+    return kept.empty() ? nullptr : kept.front().get();
+}
+
+RawEvent takeEvent() {
+    if (!peekEvent()) return nullptr;
+    RawEvent event = std::move(kept.front());
+    kept.pop_front();
+    std::uint64_t count;
+    if (kept.empty() && read(keptSignal, &count, sizeof count) < 0)
+        throw std::runtime_error("Cannot clear the display's signal");
+    return event;
+}
+
+const std::deque<RawEvent>& keptEvents() { return kept; }
+
+bool carriedOut(xcb_void_cookie_t cookie) {
+    const Owned<xcb_generic_error_t> error(xcb_request_check(server, cookie));
+    keepQueuedEvents();
+    return !error;
+}
+
+void synchronise() { await(xcb_get_input_focus_reply, xcb_get_input_focus(server)); }
+
+// The server tells its time in the event of a changed property.
+xcb_timestamp_t serverTime() {
+    static const xcb_window_t window = [] {
+        const xcb_window_t made = xcb_generate_id(server);
+        const std::uint32_t events = XCB_EVENT_MASK_PROPERTY_CHANGE;
+        xcb_create_window(server, 0, made, root(), 0, 0, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_ONLY,
+                          XCB_COPY_FROM_PARENT, XCB_CW_EVENT_MASK, &events);
+        return made;
+    }();
+    setProperty(window, "WM_CLIENT_LEADER", XCB_ATOM_WINDOW, {window});
+    synchronise();
+    xcb_timestamp_t time = XCB_CURRENT_TIME;
+    for (const RawEvent& event : kept) {
+        const auto* const change = reinterpret_cast<xcb_property_notify_event_t*>(event.get());
+        if ((event->response_type & 0x7f) == XCB_PROPERTY_NOTIFY && change->window == window)
+            time = change->time;
+    }
+    return time;
+}
+
+namespace {
+
+Owned<xcb_get_property_reply_t> property(xcb_window_t window, xcb_atom_t name) {
+    const std::uint32_t most = 1 << 16;  // in units of four bytes
+    return await(xcb_get_property_reply,
+                 xcb_get_property(server, 0, window, name, XCB_ATOM_ANY, 0, most));
+}
+
+}  // namespace
+
+std::string textProperty(xcb_window_t window, xcb_atom_t name) {
+    const auto reply = property(window, name);
+    if (!reply || reply->format != 8) return {};
+    const auto length = static_cast<std::size_t>(xcb_get_property_value_length(reply.get()));
+    return {static_cast<const char*>(xcb_get_property_value(reply.get())), length};
+}
+
+std::vector<std::uint32_t> numberProperty(xcb_window_t window, xcb_atom_t name) {
+    const auto reply = property(window, name);
+    if (!reply || reply->format != 32) return {};
+    const auto* const values = static_cast<std::uint32_t*>(xcb_get_property_value(reply.get()));
+    return {values, values + xcb_get_property_value_length(reply.get()) / 4};
+}
+
+void setProperty(xcb_window_t window, const char* name, xcb_atom_t type,
+                 const std::vector<std::uint32_t>& values) {
+    xcb_change_property(server, XCB_PROP_MODE_REPLACE, window, atom(name), type, 32,
+                        static_cast<std::uint32_t>(values.size()), values.data());
+}
+
+void setTextProperty(xcb_window_t window, const char* name, const std::string& text) {
+    xcb_change_property(server, XCB_PROP_MODE_REPLACE, window, atom(name), atom("UTF8_STRING"), 8,
+                        static_cast<std::uint32_t>(text.size()), text.data());
+}
+
+}  // namespace host::x11

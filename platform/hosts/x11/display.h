@@ -1,0 +1,76 @@
+// The one connection of the user-interface thread to the display, and how its answers and events
+// are awaited.
+
+#pragma once
+
+#include <xcb/xcb.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include "platform/hosts/host.h"
+
+namespace host::x11 {
+
+struct Freeing {
+    void operator()(void* block) const { std::free(block); }
+};
+template <typename Record>
+using Owned = std::unique_ptr<Record, Freeing>;
+using RawEvent = Owned<xcb_generic_event_t>;
+
+// Opens the display that DISPLAY names and everything asked of it. Throws std::runtime_error.
+void openDisplay();
+// A further connection to the same display, for another thread; null if it cannot be had.
+xcb_connection_t* connectAgain();
+
+xcb_connection_t* connection();
+const xcb_screen_t& screen();
+int screenNumber();
+xcb_window_t root();
+xcb_atom_t atom(const std::string& name);
+
+// Events. The server's answers and its events share one stream, so that waiting for an answer can
+// bring in events that make no descriptor readable any more: they are kept, and the descriptor is
+// told.
+int eventDescriptor();
+void watch(int descriptor);    // joins the event descriptor
+void unwatch(int descriptor);  // before it is closed
+void keepQueuedEvents();
+RawEvent takeEvent();                    // null: none there
+const xcb_generic_event_t* peekEvent();  // null: none there
+const std::deque<RawEvent>& keptEvents();
+bool isConnected();
+
+// Waits for the answer to a request. Null if it failed.
+template <typename Fetch, typename Cookie>
+auto await(Fetch fetch, Cookie cookie) {
+    using Reply = std::remove_pointer_t<decltype(fetch(nullptr, cookie, nullptr))>;
+    Owned<Reply> reply(fetch(connection(), cookie, nullptr));
+    keepQueuedEvents();
+    return reply;
+}
+// Waits until a checked request has been carried out; false if it failed.
+bool carriedOut(xcb_void_cookie_t cookie);
+// Waits until the server has carried out everything so far.
+void synchronise();
+// The server's present time, which selections want.
+xcb_timestamp_t serverTime();
+
+// What a property holds, as bytes or as 32-bit values; empty if it is not there.
+std::string textProperty(xcb_window_t window, xcb_atom_t property);
+std::vector<std::uint32_t> numberProperty(xcb_window_t window, xcb_atom_t property);
+void setProperty(xcb_window_t window, const char* property, xcb_atom_t type,
+                 const std::vector<std::uint32_t>& values);
+void setTextProperty(xcb_window_t window, const char* property, const std::string& text);
+
+// What this host tells the layer next.
+void report(const Event& event);
+
+}  // namespace host::x11

@@ -1,0 +1,146 @@
+// The monitors of the display: RandR's monitors, the rotation of what drives them, and the user's
+// scale.
+
+#include "platform/hosts/x11/monitor.h"
+
+#include <xcb/randr.h>
+
+#include <algorithm>
+#include <mutex>
+
+#include "platform/hosts/x11/display.h"
+
+namespace host::x11 {
+
+namespace {
+
+std::mutex guard;  // The capture thread looks up the monitor that it is to show.
+std::vector<Monitor> known;
+std::uintptr_t lastId = 0;
+
+template <typename Fetch, typename Cookie>
+auto ask(xcb_connection_t* server, Fetch fetch, Cookie cookie) {
+    using Reply = std::remove_pointer_t<decltype(fetch(server, cookie, nullptr))>;
+    return Owned<Reply>(fetch(server, cookie, nullptr));
+}
+
+// RandR turns to the left, DXGI_MODE_ROTATION to the right.
+int rotationOf(xcb_connection_t* server, const xcb_randr_monitor_info_t& monitor) {
+    if (monitor.nOutput == 0) return 1;
+    const auto output =
+        ask(server, xcb_randr_get_output_info_reply,
+            xcb_randr_get_output_info(server, *xcb_randr_monitor_info_outputs(&monitor),
+                                      XCB_CURRENT_TIME));
+    if (!output || output->crtc == 0) return 1;
+    const auto crtc = ask(server, xcb_randr_get_crtc_info_reply,
+                          xcb_randr_get_crtc_info(server, output->crtc, XCB_CURRENT_TIME));
+    if (!crtc || crtc->rotation & XCB_RANDR_ROTATION_ROTATE_0) return 1;
+    if (crtc->rotation & XCB_RANDR_ROTATION_ROTATE_90) return 4;
+    return crtc->rotation & XCB_RANDR_ROTATION_ROTATE_180 ? 3 : 2;
+}
+
+UINT readDpi(xcb_connection_t* server, xcb_window_t root) {
+    const auto reply = ask(
+        server, xcb_get_property_reply,
+        xcb_get_property(server, 0, root, XCB_ATOM_RESOURCE_MANAGER, XCB_ATOM_STRING, 0, 1 << 16));
+    if (!reply) return 96;
+    const std::string resources(
+        static_cast<const char*>(xcb_get_property_value(reply.get())),
+        static_cast<std::size_t>(xcb_get_property_value_length(reply.get())));
+    const std::size_t found = resources.find("Xft.dpi:");
+    if (found == std::string::npos) return 96;
+    const int dpi = std::atoi(resources.c_str() + found + 8);
+    return dpi >= 48 && dpi <= 960 ? static_cast<UINT>(dpi) : 96;
+}
+
+bool sameLayout(const Monitor& one, const Monitor& other) {
+    return one.bounds.left == other.bounds.left && one.bounds.top == other.bounds.top &&
+           one.bounds.right == other.bounds.right && one.bounds.bottom == other.bounds.bottom &&
+           one.rotation == other.rotation && one.dpi == other.dpi && one.primary == other.primary;
+}
+
+// False if the layout is what it was.
+bool refresh() {
+    std::vector<Monitor> present = readMonitors(connection(), root());
+    keepQueuedEvents();
+    const std::lock_guard lock(guard);
+    if (std::equal(present.begin(), present.end(), known.begin(), known.end(), sameLayout))
+        return false;
+    for (Monitor& monitor : present) monitor.id = ++lastId;
+    known = std::move(present);
+    return true;
+}
+
+}  // namespace
+
+std::vector<Monitor> readMonitors(xcb_connection_t* server, xcb_window_t root) {
+    const auto reply =
+        ask(server, xcb_randr_get_monitors_reply, xcb_randr_get_monitors(server, root, 1));
+    if (!reply) return {};
+    std::vector<Monitor> found;
+    const UINT dpi = readDpi(server, root);
+    for (auto each = xcb_randr_get_monitors_monitors_iterator(reply.get()); each.rem;
+         xcb_randr_monitor_info_next(&each)) {
+        Monitor monitor;
+        monitor.bounds = {each.data->x, each.data->y, each.data->x + each.data->width,
+                          each.data->y + each.data->height};
+        monitor.rotation = rotationOf(server, *each.data);
+        monitor.dpi = dpi;
+        monitor.primary = each.data->primary != 0;
+        found.push_back(monitor);
+    }
+    const bool hasPrimary = std::ranges::any_of(found, &Monitor::primary);
+    if (!found.empty() && !hasPrimary) found.front().primary = true;
+    return found;
+}
+
+// A monitor that is defined anew without a change of outputs is told by the root window's structure
+// alone.
+void watchMonitors(xcb_connection_t* server, xcb_window_t root) {
+    const std::uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_PROPERTY_CHANGE;
+    xcb_change_window_attributes(server, root, XCB_CW_EVENT_MASK, &events);
+    xcb_randr_select_input(server, root,
+                           XCB_RANDR_NOTIFY_MASK_SCREEN_CHANGE | XCB_RANDR_NOTIFY_MASK_CRTC_CHANGE |
+                               XCB_RANDR_NOTIFY_MASK_OUTPUT_CHANGE);
+}
+
+bool tellsOfMonitors(xcb_connection_t* server, const xcb_generic_event_t& event) {
+    const int type = event.response_type & 0x7f;
+    const int first = xcb_get_extension_data(server, &xcb_randr_id)->first_event;
+    if (type == first + XCB_RANDR_SCREEN_CHANGE_NOTIFY || type == first + XCB_RANDR_NOTIFY)
+        return true;
+    if (type == XCB_PROPERTY_NOTIFY)
+        return reinterpret_cast<const xcb_property_notify_event_t&>(event).atom ==
+               XCB_ATOM_RESOURCE_MANAGER;
+    return type == XCB_CONFIGURE_NOTIFY &&
+           reinterpret_cast<const xcb_configure_notify_event_t&>(event).window == root();
+}
+
+std::vector<Monitor> monitors() {
+    const std::lock_guard lock(guard);
+    return known;
+}
+
+const Monitor* find(const std::vector<Monitor>& among, std::uintptr_t id) {
+    const auto found = std::ranges::find(among, id, &Monitor::id);
+    return found == among.end() ? nullptr : &*found;
+}
+
+Monitor primaryMonitor() {
+    const std::vector<Monitor> present = monitors();
+    const auto found = std::ranges::find_if(present, &Monitor::primary);
+    return found == present.end() ? Monitor{} : *found;
+}
+
+void openMonitors() {
+    watchMonitors(connection(), root());
+    refresh();
+}
+
+bool monitorEvent(const xcb_generic_event_t& event) {
+    if (!tellsOfMonitors(connection(), event)) return false;
+    if (refresh()) report({.kind = Event::LayoutChanged});
+    return true;
+}
+
+}  // namespace host::x11

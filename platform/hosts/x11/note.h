@@ -1,0 +1,25 @@
+// Small windows with a text: the balloon where the desktop shows no notices, and the tray icon's
+// tip.
+
+#pragma once
+
+#include <xcb/xcb.h>
+
+#include <string>
+
+#include "platform/hosts/host.h"
+
+namespace host::x11 {
+
+struct NoteText {
+    std::string title, body;  // UTF-8; without a title it is a plain tip
+    bool isError = false;
+};
+
+// Shows it with its lower right corner there, in sizes for that dpi. It stays until it is clicked
+// or hidden.
+xcb_window_t showNote(const NoteText& text, POINT corner, UINT dpi);
+void hideNote(xcb_window_t& note);  // 0 is none, and becomes it
+bool noteEvent(const xcb_generic_event_t& event);
+
+}  // namespace host::x11

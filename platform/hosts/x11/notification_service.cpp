@@ -1,0 +1,149 @@
+// The desktop's notification service, org.freedesktop.Notifications, asked without ever waiting for
+// it: even the greeting that the bus wants first is sent and not awaited.
+
+#include "platform/hosts/x11/notification_service.h"
+
+#include <dbus/dbus.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+
+#include "platform/hosts/x11/display.h"
+
+namespace host::x11 {
+
+namespace {
+
+struct Unref {
+    void operator()(DBusMessage* message) const { dbus_message_unref(message); }
+};
+using Message = std::unique_ptr<DBusMessage, Unref>;
+
+DBusConnection* bus = nullptr;
+int busDescriptor = -1;
+DBusPendingCall* pending = nullptr;
+dbus_uint32_t shownId = 0;
+
+std::string busAddress() {
+    if (const char* const address = std::getenv("DBUS_SESSION_BUS_ADDRESS")) return address;
+    const char* const runtime = std::getenv("XDG_RUNTIME_DIR");
+    const std::string socket = runtime ? std::string(runtime) + "/bus" : "";
+    std::error_code ignored;
+    return std::filesystem::exists(socket, ignored) ? "unix:path=" + socket : "";
+}
+
+void disconnect() {
+    forgetNotice();
+    unwatch(busDescriptor);
+    dbus_connection_close(bus);
+    dbus_connection_unref(bus);
+    bus = nullptr;
+}
+
+bool connect() {
+    if (bus && !dbus_connection_get_is_connected(bus)) disconnect();
+    const std::string address = bus ? "" : busAddress();
+    if (bus || address.empty()) return bus;
+    dbus_connection_set_change_sigpipe(FALSE);
+    bus = dbus_connection_open_private(address.c_str(), nullptr);
+    if (!bus) return false;
+    dbus_connection_set_exit_on_disconnect(bus, FALSE);
+    if (dbus_connection_get_unix_fd(bus, &busDescriptor)) watch(busDescriptor);
+    const Message greeting(dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS,
+                                                        DBUS_INTERFACE_DBUS, "Hello"));
+    dbus_connection_send(bus, greeting.get(), nullptr);
+    return true;
+}
+
+// The service reads the body as markup.
+std::string escaped(const std::string& text) {
+    std::string result;
+    for (const char character : text) {
+        if (character == '&')
+            result += "&amp;";
+        else if (character == '<')
+            result += "&lt;";
+        else if (character == '>')
+            result += "&gt;";
+        else
+            result += character;
+    }
+    return result;
+}
+
+void appendText(DBusMessageIter& arguments, const std::string& text) {
+    const char* const characters = text.c_str();
+    dbus_message_iter_append_basic(&arguments, DBUS_TYPE_STRING, &characters);
+}
+
+void appendHints(DBusMessageIter& arguments, bool isError) {
+    DBusMessageIter hints, entry, value;
+    const unsigned char urgency = isError ? 2 : 1;
+    dbus_message_iter_open_container(&arguments, DBUS_TYPE_ARRAY, "{sv}", &hints);
+    dbus_message_iter_open_container(&hints, DBUS_TYPE_DICT_ENTRY, nullptr, &entry);
+    appendText(entry, "urgency");
+    dbus_message_iter_open_container(&entry, DBUS_TYPE_VARIANT, "y", &value);
+    dbus_message_iter_append_basic(&value, DBUS_TYPE_BYTE, &urgency);
+    dbus_message_iter_close_container(&entry, &value);
+    dbus_message_iter_close_container(&hints, &entry);
+    dbus_message_iter_close_container(&arguments, &hints);
+}
+
+Message makeNotice(const NoteText& text) {
+    Message message(dbus_message_new_method_call("org.freedesktop.Notifications",
+                                                 "/org/freedesktop/Notifications",
+                                                 "org.freedesktop.Notifications", "Notify"));
+    DBusMessageIter arguments, actions;
+    dbus_message_iter_init_append(message.get(), &arguments);
+    appendText(arguments, text.title);
+    dbus_message_iter_append_basic(&arguments, DBUS_TYPE_UINT32, &shownId);
+    appendText(arguments, text.isError ? "dialog-error" : "dialog-information");
+    appendText(arguments, text.title);
+    appendText(arguments, escaped(text.body));
+    dbus_message_iter_open_container(&arguments, DBUS_TYPE_ARRAY, "s", &actions);
+    dbus_message_iter_close_container(&arguments, &actions);
+    appendHints(arguments, text.isError);
+    const dbus_int32_t milliseconds = 5000;
+    dbus_message_iter_append_basic(&arguments, DBUS_TYPE_INT32, &milliseconds);
+    return message;
+}
+
+NoticeAnswer readAnswer() {
+    const Message reply(dbus_pending_call_steal_reply(pending));
+    forgetNotice();
+    const bool shown = reply && dbus_message_get_args(reply.get(), nullptr, DBUS_TYPE_UINT32,
+                                                      &shownId, DBUS_TYPE_INVALID);
+    return shown ? NoticeAnswer::Shown : NoticeAnswer::Refused;
+}
+
+}  // namespace
+
+bool sendNotice(const NoteText& text) {
+    if (!connect()) return false;
+    forgetNotice();
+    const Message notice = makeNotice(text);
+    return dbus_connection_send_with_reply(bus, notice.get(), &pending, DBUS_TIMEOUT_INFINITE) &&
+           pending;
+}
+
+NoticeAnswer takeNoticeAnswer() {
+    if (!bus) return NoticeAnswer::None;
+    const bool alive = dbus_connection_read_write(bus, 0);
+    while (dbus_connection_dispatch(bus) == DBUS_DISPATCH_DATA_REMAINS) {
+    }
+    if (pending && dbus_pending_call_get_completed(pending)) return readAnswer();
+    if (alive) return NoticeAnswer::None;
+    const bool waited = pending;
+    disconnect();
+    return waited ? NoticeAnswer::Refused : NoticeAnswer::None;
+}
+
+void forgetNotice() {
+    if (!pending) return;
+    dbus_pending_call_cancel(pending);
+    dbus_pending_call_unref(pending);
+    pending = nullptr;
+}
+
+}  // namespace host::x11

@@ -1,0 +1,155 @@
+// The picture of the screen, for the capture thread, on a connection of its own, so that neither
+// thread ever waits for the other's answers.
+//
+// The server cannot leave a window out of a picture. Excluded windows stay out because they are
+// never where a picture is taken: the sheet is gone when flush returns, and the frame has its hole
+// there.
+
+#include "platform/hosts/x11/picture.h"
+
+#include <poll.h>
+#include <xcb/damage.h>
+#include <xcb/xfixes.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+#include <memory>
+#include <optional>
+#include <utility>
+
+#include "platform/hosts/x11/display.h"
+#include "platform/hosts/x11/monitor.h"
+#include "platform/hosts/x11/shared_image.h"
+
+namespace host::x11 {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+struct View {
+    ~View() {
+        image.reset();
+        xcb_disconnect(server);
+    }
+
+    xcb_connection_t* server = nullptr;
+    xcb_window_t root = 0;
+    Monitor monitor;
+    xcb_damage_damage_t damage = 0;
+    xcb_xfixes_region_t region = 0;
+    std::unique_ptr<SharedImage> image;
+    std::optional<RECT> area;  // the one that was read last
+    bool changed = true, lost = false;
+};
+
+std::unique_ptr<View> view;
+
+bool hasMonitor(const View& viewed) {
+    return std::ranges::any_of(readMonitors(viewed.server, viewed.root),
+                               [&](const Monitor& present) {
+                                   return std::memcmp(&present.bounds, &viewed.monitor.bounds,
+                                                      sizeof present.bounds) == 0 &&
+                                          present.rotation == viewed.monitor.rotation;
+                               });
+}
+
+void startDamage(View& opened) {
+    // Each connection has to name the versions for itself.
+    xcb_xfixes_query_version_unchecked(opened.server, 5, 0);
+    xcb_damage_query_version_unchecked(opened.server, 1, 1);
+    opened.region = xcb_generate_id(opened.server);
+    xcb_xfixes_create_region(opened.server, opened.region, 0, nullptr);
+    opened.damage = xcb_generate_id(opened.server);
+    xcb_damage_create(opened.server, opened.damage, opened.root, XCB_DAMAGE_REPORT_LEVEL_NON_EMPTY);
+}
+
+bool touches(const xcb_rectangle_t& damaged, const RECT& area) {
+    return damaged.x < area.right && damaged.x + damaged.width > area.left &&
+           damaged.y < area.bottom && damaged.y + damaged.height > area.top;
+}
+
+// Takes note of all damage so far, whereupon the server tells of the next. Whoever polls reads the
+// same area again and again: a change outside of it would cost a copy, a conversion and a sample,
+// all equal to the last ones.
+void takeDamage() {
+    xcb_damage_subtract(view->server, view->damage, XCB_NONE, view->region);
+    const Owned<xcb_xfixes_fetch_region_reply_t> reply(xcb_xfixes_fetch_region_reply(
+        view->server, xcb_xfixes_fetch_region(view->server, view->region), nullptr));
+    if (!reply) {
+        view->lost = true;
+        return;
+    }
+    const xcb_rectangle_t* const rectangles = xcb_xfixes_fetch_region_rectangles(reply.get());
+    const int count = xcb_xfixes_fetch_region_rectangles_length(reply.get());
+    view->changed |=
+        !view->area || std::any_of(rectangles, rectangles + count, [](const xcb_rectangle_t& each) {
+            return touches(each, *view->area);
+        });
+}
+
+void takeEvents() {
+    const int damageEvent =
+        xcb_get_extension_data(view->server, &xcb_damage_id)->first_event + XCB_DAMAGE_NOTIFY;
+    bool damaged = false, layout = false;
+    while (const RawEvent event{xcb_poll_for_event(view->server)}) {
+        if ((event->response_type & 0x7f) == damageEvent)
+            damaged = true;
+        else
+            layout |= tellsOfMonitors(view->server, *event);
+    }
+    if (layout && !hasMonitor(*view)) view->lost = true;
+    if (damaged) takeDamage();
+    if (xcb_connection_has_error(view->server)) view->lost = true;
+}
+
+}  // namespace
+
+bool openPictures(std::uintptr_t monitor) {
+    closePictures();
+    const std::vector<Monitor> present = monitors();
+    const Monitor* const wanted = find(present, monitor);
+    auto opened = std::make_unique<View>();
+    opened->server = wanted ? connectAgain() : nullptr;
+    if (!opened->server) return false;
+    opened->monitor = *wanted;
+    opened->root = root();
+    watchMonitors(opened->server, opened->root);
+    startDamage(*opened);
+    if (!hasMonitor(*opened)) return false;
+    view = std::move(opened);
+    return true;
+}
+
+PictureState waitForPicture(DWORD milliseconds) {
+    if (!view) return PictureState::Lost;
+    const Clock::time_point end = Clock::now() + std::chrono::milliseconds(milliseconds);
+    for (;;) {
+        takeEvents();
+        if (view->lost) return PictureState::Lost;
+        if (std::exchange(view->changed, false)) return PictureState::Changed;
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count();
+        if (left <= 0) return PictureState::Unchanged;
+        pollfd descriptor{xcb_get_file_descriptor(view->server), POLLIN, 0};
+        poll(&descriptor, 1, static_cast<int>(left));
+    }
+}
+
+bool readPicture(const RECT& area, std::uint8_t* target, int pitch) {
+    const int width = area.right - area.left, height = area.bottom - area.top;
+    if (!view || view->lost || width <= 0 || height <= 0) return false;
+    if (!view->image || view->image->width != width || view->image->height != height)
+        view->image = std::make_unique<SharedImage>(view->server, width, height);
+    view->area = area;
+    if (!view->image->fetch(view->root, area.left, area.top)) return false;
+    for (int y = 0; y < height; ++y)
+        std::memcpy(target + std::ptrdiff_t(y) * pitch,
+                    view->image->pixels + std::ptrdiff_t(y) * width,
+                    static_cast<std::size_t>(width) * 4);
+    return true;
+}
+
+void closePictures() { view.reset(); }
+
+}  // namespace host::x11

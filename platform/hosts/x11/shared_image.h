@@ -1,0 +1,38 @@
+// Pixels in memory that this process and the display both see.
+
+#pragma once
+
+#include <xcb/shm.h>
+#include <xcb/xcb.h>
+
+#include <cstdint>
+
+#include <windows.h>
+
+namespace host::x11 {
+
+struct SharedImage {
+    // Throws std::runtime_error if the memory cannot be had or shared.
+    SharedImage(xcb_connection_t* connection, int wide, int high);
+    ~SharedImage();
+    SharedImage(const SharedImage&) = delete;
+    SharedImage& operator=(const SharedImage&) = delete;
+
+    // Fills the image with what the screen shows from `left`, `top` on. False if the display does
+    // not answer or the place is not on the screen.
+    bool fetch(xcb_window_t root, int left, int top);
+    // Puts the whole image into a window of the screen's depth. The pixels must stay as they are
+    // until the server has carried it out.
+    void put(xcb_window_t window, xcb_gcontext_t context, std::uint8_t depth) const;
+
+    const int width, height;
+    std::uint32_t* pixels = nullptr;
+
+private:
+    std::size_t size() const { return std::size_t(width) * std::size_t(height) * 4; }
+
+    xcb_connection_t* const server;
+    xcb_shm_seg_t segment = 0;
+};
+
+}  // namespace host::x11

@@ -1,0 +1,212 @@
+// The program's windows on the display. No window manager takes part: place and order are the
+// program's own.
+
+#include "platform/hosts/x11/surface.h"
+
+#include <xcb/shape.h>
+
+#include <algorithm>
+#include <cstring>
+#include <map>
+#include <stdexcept>
+
+#include "platform/hosts/x11/display.h"
+#include "platform/hosts/x11/shared_image.h"
+#include "platform/hosts/x11/sheet.h"
+
+namespace host::x11 {
+
+namespace {
+
+struct Window {
+    Placement placement;
+    bool shown = false;
+    std::unique_ptr<SharedImage> image;  // what the window shows; kept for repairs
+    std::unique_ptr<Sheet> sheet;        // there while a translucent window is shown
+};
+
+std::map<Surface, Window> windows;
+xcb_gcontext_t context = 0;
+xcb_cursor_t arrow = 0, cross = 0;
+
+int widthOf(const RECT& rectangle) { return rectangle.right - rectangle.left; }
+int heightOf(const RECT& rectangle) { return rectangle.bottom - rectangle.top; }
+
+bool samePlace(const RECT& one, const RECT& other) {
+    return std::memcmp(&one, &other, sizeof one) == 0;
+}
+
+xcb_cursor_t makeCursor(xcb_font_t font, std::uint16_t glyph) {
+    const xcb_cursor_t cursor = xcb_generate_id(connection());
+    const std::uint16_t most = 0xffff,
+                        mask = glyph + 1;  // the font has each shape's mask behind it
+    xcb_create_glyph_cursor(connection(), cursor, font, font, glyph, mask, 0, 0, 0, most, most,
+                            most);
+    return cursor;
+}
+
+void place(Surface surface, const RECT& bounds, bool raise) {
+    const std::uint32_t values[] = {
+        static_cast<std::uint32_t>(bounds.left), static_cast<std::uint32_t>(bounds.top),
+        static_cast<std::uint32_t>(std::max(1, widthOf(bounds))),
+        static_cast<std::uint32_t>(std::max(1, heightOf(bounds))), XCB_STACK_MODE_ABOVE};
+    const int which = XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y | XCB_CONFIG_WINDOW_WIDTH |
+                      XCB_CONFIG_WINDOW_HEIGHT | (raise ? XCB_CONFIG_WINDOW_STACK_MODE : 0);
+    xcb_configure_window(connection(), surface, static_cast<std::uint16_t>(which), values);
+}
+
+xcb_rectangle_t shapeOf(const RECT& rectangle) {
+    return {static_cast<std::int16_t>(rectangle.left), static_cast<std::int16_t>(rectangle.top),
+            static_cast<std::uint16_t>(widthOf(rectangle)),
+            static_cast<std::uint16_t>(heightOf(rectangle))};
+}
+
+void setShape(Surface surface, xcb_shape_kind_t kind, const std::vector<RECT>& shape) {
+    std::vector<xcb_rectangle_t> rectangles;
+    for (const RECT& each : shape) rectangles.push_back(shapeOf(each));
+    xcb_shape_rectangles(connection(), XCB_SHAPE_SO_SET, kind, XCB_CLIP_ORDERING_UNSORTED, surface,
+                         0, 0, static_cast<std::uint32_t>(rectangles.size()), rectangles.data());
+}
+
+void unsetShape(Surface surface, xcb_shape_kind_t kind) {
+    xcb_shape_mask(connection(), XCB_SHAPE_SO_SET, kind, surface, 0, 0, XCB_PIXMAP_NONE);
+}
+
+void shape(Surface surface, const Placement& placement) {
+    if (placement.shape.empty())
+        unsetShape(surface, XCB_SHAPE_SK_BOUNDING);
+    else
+        setShape(surface, XCB_SHAPE_SK_BOUNDING, placement.shape);
+    if (placement.passesMouse)
+        setShape(surface, XCB_SHAPE_SK_INPUT, {});
+    else
+        unsetShape(surface, XCB_SHAPE_SK_INPUT);
+}
+
+// The picture is taken before the redirection and before the window covers anything.
+std::unique_ptr<Sheet> coverWithSheet(const RECT& bounds) {
+    auto below = std::make_unique<SharedImage>(connection(), widthOf(bounds), heightOf(bounds));
+    const bool seen = below->fetch(root(), bounds.left, bounds.top);
+    keepQueuedEvents();
+    if (!seen) throw std::runtime_error("Cannot read the screen below a sheet");
+    return std::make_unique<Sheet>(std::move(below));
+}
+
+void put(Surface surface, const Window& window) {
+    window.image->put(surface, context, screen().root_depth);
+    xcb_flush(connection());
+}
+
+}  // namespace
+
+void openSurfaces() {
+    const xcb_font_t font = xcb_generate_id(connection());
+    xcb_open_font(connection(), font, 6, "cursor");
+    arrow = makeCursor(font, 68);
+    cross = makeCursor(font, 34);
+    xcb_close_font(connection(), font);
+    context = xcb_generate_id(connection());
+    const std::uint32_t noEvents = 0;
+    xcb_create_gc(connection(), context, root(), XCB_GC_GRAPHICS_EXPOSURES, &noEvents);
+}
+
+// Without a background the window keeps what was on the screen until it is presented: nothing
+// flashes.
+Surface createSurface() {
+    const Surface surface = xcb_generate_id(connection());
+    const std::uint32_t values[] = {
+        XCB_BACK_PIXMAP_NONE, 1,
+        XCB_EVENT_MASK_EXPOSURE | XCB_EVENT_MASK_FOCUS_CHANGE | XCB_EVENT_MASK_POINTER_MOTION |
+            XCB_EVENT_MASK_BUTTON_PRESS | XCB_EVENT_MASK_BUTTON_RELEASE | XCB_EVENT_MASK_KEY_PRESS |
+            XCB_EVENT_MASK_KEY_RELEASE,
+        arrow};
+    xcb_create_window(
+        connection(), screen().root_depth, surface, root(), 0, 0, 1, 1, 0,
+        XCB_WINDOW_CLASS_INPUT_OUTPUT, screen().root_visual,
+        XCB_CW_BACK_PIXMAP | XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK | XCB_CW_CURSOR, values);
+    windows[surface];
+    return surface;
+}
+
+void destroySurface(Surface surface) {
+    hideSurface(surface);
+    windows.erase(surface);
+    xcb_destroy_window(connection(), surface);
+    xcb_flush(connection());
+}
+
+void showSurface(Surface surface, const Placement& placement, bool raise) {
+    Window& window = windows.at(surface);
+    const bool moved = !samePlace(window.placement.bounds, placement.bounds);
+    if (placement.opacity == 255)
+        window.sheet.reset();
+    else if (!window.sheet || moved)
+        window.sheet = coverWithSheet(placement.bounds);
+    window.placement = placement;
+    place(surface, placement.bounds, raise || !window.shown);
+    shape(surface, placement);
+    if (!window.shown) xcb_map_window(connection(), surface);
+    window.shown = true;
+    xcb_flush(connection());
+}
+
+void presentSurface(Surface surface, const Picture& picture) {
+    Window& window = windows.at(surface);
+    if (!window.image || window.image->width != picture.width ||
+        window.image->height != picture.height)
+        window.image = std::make_unique<SharedImage>(connection(), picture.width, picture.height);
+    else
+        synchronise();  // The server may still be reading the pixels of the last time.
+    SharedImage& image = *window.image;
+    if (window.sheet && window.sheet->below->width == image.width &&
+        window.sheet->below->height == image.height) {
+        window.sheet->blend(picture.pixels, picture.stride, window.placement.opacity, image);
+    } else {
+        for (int y = 0; y < image.height; ++y)
+            std::copy_n(picture.pixels + std::ptrdiff_t(y) * picture.stride, image.width,
+                        image.pixels + std::ptrdiff_t(y) * image.width);
+    }
+    if (window.shown) put(surface, window);
+}
+
+// The keyboard goes back first: the server would give the focus of a window that vanishes to
+// whatever is under the pointer.
+void hideSurface(Surface surface) {
+    Window& window = windows.at(surface);
+    if (!window.shown) return;
+    giveFocusBack(surface);
+    if (window.sheet && window.image && window.image->width == window.sheet->below->width &&
+        window.image->height == window.sheet->below->height)
+        rememberSheet(*window.sheet->below, *window.image,
+                      {window.placement.bounds.left, window.placement.bounds.top});
+    xcb_unmap_window(connection(), surface);
+    window.shown = false;
+    window.image.reset();
+    window.sheet.reset();
+    xcb_flush(connection());
+}
+
+void setCursor(Surface surface, UINT cursor) {
+    const std::uint32_t shown = cursor == 32515 ? cross : arrow;
+    xcb_change_window_attributes(connection(), surface, XCB_CW_CURSOR, &shown);
+    xcb_flush(connection());
+}
+
+void flush() {
+    synchronise();
+    waitForSheetToGo();
+}
+
+bool isSurface(xcb_window_t window) { return windows.contains(window); }
+
+// Repairs come from the pixels that were presented last; the program need not paint again.
+bool surfaceEvent(const xcb_generic_event_t& event) {
+    if ((event.response_type & 0x7f) != XCB_EXPOSE) return false;
+    const auto& expose = reinterpret_cast<const xcb_expose_event_t&>(event);
+    const auto found = windows.find(expose.window);
+    if (found == windows.end()) return false;
+    if (expose.count == 0 && found->second.image) put(found->first, found->second);
+    return true;
+}
+
+}  // namespace host::x11

@@ -1,0 +1,218 @@
+// The tray icon by the freedesktop system-tray protocol: a window of ours that the tray takes into
+// its own. A desktop without a tray is no failure: the icon waits until one starts.
+
+#include "platform/hosts/x11/tray.h"
+
+#include <cairo-xcb.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <optional>
+
+#include "platform/desktop/text.h"
+#include "platform/hosts/x11/display.h"
+#include "platform/hosts/x11/note.h"
+#include "platform/hosts/x11/visual.h"
+
+namespace host::x11 {
+
+namespace {
+
+std::optional<TrayIcon> wanted;
+xcb_window_t tray = 0;  // 0: there is none
+xcb_window_t icon = 0;
+xcb_window_t tip = 0;
+Visual visual;
+int width = 0, height = 0;
+xcb_button_press_event_t lastPress{};
+
+xcb_atom_t traySelection() { return atom("_NET_SYSTEM_TRAY_S" + std::to_string(screenNumber())); }
+
+// A tray that paints its own ground names a visual with transparency.
+Visual visualOfTray() {
+    const std::vector<std::uint32_t> named = numberProperty(tray, atom("_NET_SYSTEM_TRAY_VISUAL"));
+    const Visual found = named.empty() ? Visual{} : findVisual(named[0]);
+    return found.type ? found : rootVisual();
+}
+
+void makeIconWindow() {
+    visual = visualOfTray();
+    const bool transparent = visual.type->visual_id != screen().root_visual;
+    const xcb_colormap_t colours = xcb_generate_id(connection());
+    xcb_create_colormap(connection(), XCB_COLORMAP_ALLOC_NONE, colours, root(),
+                        visual.type->visual_id);
+    icon = xcb_generate_id(connection());
+    const std::uint32_t ground = transparent ? std::uint32_t(XCB_BACK_PIXMAP_NONE)
+                                             : std::uint32_t(XCB_BACK_PIXMAP_PARENT_RELATIVE);
+    const std::uint32_t values[] = {ground, 0,
+                                    XCB_EVENT_MASK_EXPOSURE | XCB_EVENT_MASK_BUTTON_PRESS |
+                                        XCB_EVENT_MASK_BUTTON_RELEASE |
+                                        XCB_EVENT_MASK_ENTER_WINDOW | XCB_EVENT_MASK_LEAVE_WINDOW |
+                                        XCB_EVENT_MASK_STRUCTURE_NOTIFY,
+                                    colours};
+    width = height = wanted->side;
+    const auto side = static_cast<std::uint16_t>(wanted->side);
+    xcb_create_window(
+        connection(), visual.depth, icon, root(), 0, 0, side, side, 0,
+        XCB_WINDOW_CLASS_INPUT_OUTPUT, visual.type->visual_id,
+        XCB_CW_BACK_PIXMAP | XCB_CW_BORDER_PIXEL | XCB_CW_EVENT_MASK | XCB_CW_COLORMAP, values);
+    setProperty(icon, "_XEMBED_INFO", atom("_XEMBED_INFO"), {0, 1});  // version 0, to be mapped
+}
+
+void askToDock() {
+    xcb_client_message_event_t message{};
+    message.response_type = XCB_CLIENT_MESSAGE;
+    message.format = 32;
+    message.window = tray;
+    message.type = atom("_NET_SYSTEM_TRAY_OPCODE");
+    message.data.data32[1] = 0;  // request to dock
+    message.data.data32[2] = icon;
+    xcb_send_event(connection(), 0, tray, 0, reinterpret_cast<const char*>(&message));
+}
+
+void dropIcon() {
+    hideNote(tip);
+    if (icon) xcb_destroy_window(connection(), icon);
+    icon = 0;
+}
+
+void dock() {
+    const auto owner = await(xcb_get_selection_owner_reply,
+                             xcb_get_selection_owner(connection(), traySelection()));
+    tray = owner ? owner->owner : 0;
+    if (!tray || !wanted) return;
+    const std::uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY;  // tells of its end
+    xcb_change_window_attributes(connection(), tray, XCB_CW_EVENT_MASK, &events);
+    dropIcon();
+    makeIconWindow();
+    askToDock();
+}
+
+// Whole pixels only: the icon is drawn for its size.
+void draw() {
+    if (!icon || !wanted) return;
+    xcb_clear_area(connection(), 0, icon, 0, 0, 0, 0);
+    cairo_surface_t* const surface =
+        cairo_xcb_surface_create(connection(), icon, visual.type, width, height);
+    cairo_surface_t* const image = cairo_image_surface_create_for_data(
+        reinterpret_cast<unsigned char*>(wanted->pixels.data()), CAIRO_FORMAT_ARGB32, wanted->side,
+        wanted->side, wanted->side * 4);
+    cairo_t* const drawing = cairo_create(surface);
+    if (visual.type->visual_id != screen().root_visual) {
+        cairo_set_operator(drawing, CAIRO_OPERATOR_CLEAR);
+        cairo_paint(drawing);
+        cairo_set_operator(drawing, CAIRO_OPERATOR_OVER);
+    }
+    const int times = std::max(1, std::min(width, height) / wanted->side);
+    cairo_translate(drawing, (width - wanted->side * times) / 2,
+                    (height - wanted->side * times) / 2);
+    cairo_scale(drawing, times, times);
+    cairo_set_source_surface(drawing, image, 0, 0);
+    cairo_pattern_set_filter(cairo_get_source(drawing), CAIRO_FILTER_NEAREST);
+    cairo_paint(drawing);
+    cairo_destroy(drawing);
+    cairo_surface_destroy(image);
+    cairo_surface_destroy(surface);
+    xcb_flush(connection());
+}
+
+void tellMouse(UINT message) { report({.kind = Event::TrayMouse, .message = message}); }
+
+bool isSecondPress(const xcb_button_press_event_t& press) {
+    return lastPress.detail == press.detail && press.time - lastPress.time <= 500 &&
+           std::abs(press.root_x - lastPress.root_x) <= 4 &&
+           std::abs(press.root_y - lastPress.root_y) <= 4;
+}
+
+void press(const xcb_button_press_event_t& event) {
+    hideNote(tip);
+    if (event.detail == 3) tellMouse(WM_RBUTTONDOWN);
+    if (event.detail != 1) return;
+    const bool second = isSecondPress(event);
+    tellMouse(second ? UINT(WM_LBUTTONDBLCLK) : UINT(WM_LBUTTONDOWN));
+    lastPress = second ? xcb_button_press_event_t{} : event;
+}
+
+void showTip(const xcb_enter_notify_event_t& enter) {
+    hideNote(tip);
+    if (!wanted || wanted->tip.empty()) return;
+    // Away from the pointer, on the side where the screen is.
+    const LONG above = enter.root_y - enter.event_y - 4;
+    const LONG x = std::max<LONG>(enter.root_x, 340);
+    tip = showNote({"", desktop::toUtf8(wanted->tip), false},
+                   {x, above > 60 ? above : enter.root_y + height + 60}, 96);
+}
+
+bool iconEvent(const xcb_generic_event_t& event) {
+    const auto& button = reinterpret_cast<const xcb_button_press_event_t&>(event);
+    const auto& structure = reinterpret_cast<const xcb_configure_notify_event_t&>(event);
+    switch (event.response_type & 0x7f) {
+    case XCB_EXPOSE:
+        if (reinterpret_cast<const xcb_expose_event_t&>(event).window != icon) return false;
+        draw();
+        return true;
+    case XCB_CONFIGURE_NOTIFY:
+        if (structure.window != icon) return false;
+        width = structure.width;
+        height = structure.height;
+        draw();
+        return true;
+    case XCB_BUTTON_PRESS:
+        if (button.event != icon) return false;
+        press(button);
+        return true;
+    case XCB_BUTTON_RELEASE:
+        if (button.event != icon) return false;
+        if (button.detail == 1) tellMouse(WM_LBUTTONUP);
+        if (button.detail == 3) tellMouse(WM_RBUTTONUP);
+        return true;
+    case XCB_ENTER_NOTIFY:
+        if (button.event != icon) return false;
+        showTip(reinterpret_cast<const xcb_enter_notify_event_t&>(event));
+        return true;
+    case XCB_LEAVE_NOTIFY:
+        if (button.event != icon) return false;
+        hideNote(tip);
+        return true;
+    default: return false;
+    }
+}
+
+}  // namespace
+
+bool setTrayIcon(const TrayIcon* shown) {
+    if (!shown) {
+        wanted.reset();
+        dropIcon();
+    } else {
+        wanted = *shown;
+        if (!icon) dock();
+        if (icon) setTextProperty(icon, "_NET_WM_NAME", desktop::toUtf8(wanted->tip));
+        draw();
+    }
+    xcb_flush(connection());
+    return true;
+}
+
+// A tray that ends gives the icon's window to the root window, where it would stand around: it goes
+// instead, and the next tray gets a new one.
+bool trayEvent(const xcb_generic_event_t& event) {
+    if (icon && iconEvent(event)) return true;
+    const int type = event.response_type & 0x7f;
+    if (type == XCB_DESTROY_NOTIFY) {
+        if (reinterpret_cast<const xcb_destroy_notify_event_t&>(event).window != tray) return false;
+        tray = 0;
+        dropIcon();
+        xcb_flush(connection());
+        return true;
+    }
+    if (type != XCB_CLIENT_MESSAGE) return false;
+    const auto& message = reinterpret_cast<const xcb_client_message_event_t&>(event);
+    if (message.type != atom("MANAGER") || message.data.data32[1] != traySelection()) return false;
+    dock();
+    xcb_flush(connection());
+    report({.kind = Event::TaskbarCreated});
+    return true;
+}
+
+}  // namespace host::x11

@@ -1,0 +1,7 @@
+// The desktop's compositor.
+
+#pragma once
+
+#include <windows.h>
+
+HRESULT DwmFlush();

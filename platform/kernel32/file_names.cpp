@@ -1,0 +1,167 @@
+// Files by their names: attributes, moving, copying, deleting.
+
+#include <windows.h>
+
+#include <fcntl.h>
+#include <sys/sendfile.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <filesystem>
+#include <optional>
+
+#include "platform/desktop/call.h"
+#include "platform/desktop/descriptor.h"
+#include "platform/desktop/text.h"
+#include "platform/kernel32/attributes.h"
+#include "platform/kernel32/error_codes.h"
+#include "platform/kernel32/sharing.h"
+
+namespace {
+
+using kernel32::errorCode;
+
+// Describes a link, not what it leads to. Empty if there is no such item; errno tells why.
+std::optional<struct stat> itemAt(const std::string& path) {
+    struct stat item {};
+    return lstat(path.c_str(), &item) == 0 ? std::optional(item) : std::nullopt;
+}
+
+bool leadsToFolder(const std::string& path) {
+    struct stat item {};
+    return stat(path.c_str(), &item) == 0 && S_ISDIR(item.st_mode);
+}
+
+// Neither a link nor the file that it leads to is meant by a lock on the name.
+bool flushFile(const std::string& path) {
+    const desktop::Descriptor file(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+    return !file || fsync(file.get()) == 0;
+}
+
+void flushFolderOf(const std::string& path) {
+    const auto folder = std::filesystem::path(path).parent_path();
+    const desktop::Descriptor opened(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (opened) fsync(opened.get());
+}
+
+// 0, or the code of the reason why the item at `target` stands in the way.
+DWORD obstacle(const std::string& target, bool replaces) {
+    const auto item = itemAt(target);
+    if (!item) return errno == ENOENT ? ERROR_SUCCESS : errorCode(errno, target);
+    if (!replaces) return ERROR_ALREADY_EXISTS;
+    const bool replaceable = !S_ISDIR(item->st_mode) && !leadsToFolder(target) &&
+                             !(S_ISREG(item->st_mode) && kernel32::isReadOnly(*item)) &&
+                             !kernel32::isOpen(target.c_str());
+    return replaceable ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
+}
+
+bool renameTo(const std::string& source, const std::string& target, bool replaces) {
+    if (replaces) return rename(source.c_str(), target.c_str()) == 0;
+    if (renameat2(AT_FDCWD, source.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) == 0)
+        return true;
+    // Not every file system can do that in one step.
+    return errno == EINVAL && link(source.c_str(), target.c_str()) == 0 &&
+           unlink(source.c_str()) == 0;
+}
+
+bool copyBytes(int from, int to) {
+    for (;;) {
+        const ssize_t copied = sendfile(to, from, nullptr, 1 << 20);
+        if (copied <= 0) return copied == 0;
+    }
+}
+
+// 0, or the code of the failure; then there is no target.
+DWORD copyTo(int source, const struct stat& item, const std::string& target) {
+    desktop::Descriptor copy(
+        open(target.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+    if (!copy) return errno == EEXIST ? ERROR_FILE_EXISTS : errorCode(errno, target);
+    if (copyBytes(source, copy.get()) && fchmod(copy.get(), item.st_mode & 07777) == 0)
+        return ERROR_SUCCESS;
+    const int error = errno;
+    unlink(target.c_str());
+    return errorCode(error);
+}
+
+}  // namespace
+
+DWORD GetFileAttributesW(LPCWSTR name) {
+    desktop::Call call("GetFileAttributesW", name);
+    const auto failed = [&call](DWORD code) {
+        call.fail(code);
+        return INVALID_FILE_ATTRIBUTES;
+    };
+    if (call.struck()) return failed(ERROR_ACCESS_DENIED);
+    const std::string path = desktop::toUtf8(name);
+    const auto item = itemAt(path);
+    if (!item) return failed(errorCode(errno, path));
+    if (!S_ISLNK(item->st_mode)) return kernel32::attributesOf(*item);
+    return FILE_ATTRIBUTE_REPARSE_POINT | (leadsToFolder(path) ? FILE_ATTRIBUTE_DIRECTORY : 0);
+}
+
+BOOL SetFileAttributesW(LPCWSTR name, DWORD attributes) {
+    desktop::Call call("SetFileAttributesW", name, attributes);
+    if (attributes != FILE_ATTRIBUTE_NORMAL && attributes != FILE_ATTRIBUTE_READONLY)
+        desktop::refuse("SetFileAttributesW", "attributes", attributes);
+    if (call.struck()) return call.fail(ERROR_ACCESS_DENIED);
+    const std::string path = desktop::toUtf8(name);
+    struct stat item {};
+    if (stat(path.c_str(), &item) != 0) return call.fail(errorCode(errno, path));
+    const mode_t rights = item.st_mode & 07777;
+    const mode_t wanted =
+        attributes == FILE_ATTRIBUTE_READONLY ? rights & ~mode_t{0222} : rights | mode_t{S_IWUSR};
+    if (chmod(path.c_str(), wanted) != 0) return call.fail(errorCode(errno, path));
+    return TRUE;
+}
+
+BOOL MoveFileExW(LPCWSTR from, LPCWSTR to, DWORD flags) {
+    desktop::Call call("MoveFileExW", from, to, flags);
+    if ((flags & ~MOVEFILE_REPLACE_EXISTING) != MOVEFILE_WRITE_THROUGH)
+        desktop::refuse("MoveFileExW", "flags", flags);
+    if (call.struck()) return call.fail(ERROR_ACCESS_DENIED);
+    const bool replaces = flags & MOVEFILE_REPLACE_EXISTING;
+    const std::string source = desktop::toUtf8(from);
+    const std::string target = desktop::toUtf8(to);
+    if (!itemAt(source)) return call.fail(errorCode(errno, source));
+    if (source == target) return TRUE;
+    if (kernel32::deniesDelete(source.c_str())) return call.fail(ERROR_SHARING_VIOLATION);
+    if (const DWORD code = obstacle(target, replaces)) return call.fail(code);
+    // The content first: a name on the disk without its content would be worth nothing.
+    if (!flushFile(source)) return call.fail(errorCode(errno));
+    if (!renameTo(source, target, replaces))
+        return call.fail(errno == EEXIST ? ERROR_ALREADY_EXISTS : errorCode(errno, target));
+    flushFolderOf(target);
+    flushFolderOf(source);
+    return TRUE;
+}
+
+BOOL CopyFileW(LPCWSTR from, LPCWSTR to, BOOL failIfExists) {
+    desktop::Call call("CopyFileW", from, to, failIfExists);
+    if (!failIfExists) desktop::refuse("CopyFileW", "replacing copy", failIfExists);
+    if (call.struck()) return call.fail(ERROR_ACCESS_DENIED);
+    const std::string source = desktop::toUtf8(from);
+    const desktop::Descriptor file(open(source.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!file) return call.fail(errorCode(errno, source));
+    struct stat item {};
+    if (fstat(file.get(), &item) != 0) return call.fail(errorCode(errno));
+    if (S_ISDIR(item.st_mode)) return call.fail(ERROR_ACCESS_DENIED);
+    if (kernel32::isMarked(file.get(), kernel32::Mark::DeniesRead))
+        return call.fail(ERROR_SHARING_VIOLATION);
+    if (const DWORD code = copyTo(file.get(), item, desktop::toUtf8(to))) return call.fail(code);
+    return TRUE;
+}
+
+BOOL DeleteFileW(LPCWSTR name) {
+    desktop::Call call("DeleteFileW", name);
+    if (call.struck()) return call.fail(ERROR_ACCESS_DENIED);
+    const std::string path = desktop::toUtf8(name);
+    const auto item = itemAt(path);
+    if (!item) return call.fail(errorCode(errno, path));
+    if (leadsToFolder(path)) return call.fail(ERROR_ACCESS_DENIED);
+    if (S_ISREG(item->st_mode) && kernel32::isReadOnly(*item))
+        return call.fail(ERROR_ACCESS_DENIED);
+    if (kernel32::deniesDelete(path.c_str())) return call.fail(ERROR_SHARING_VIOLATION);
+    if (unlink(path.c_str()) != 0) return call.fail(errorCode(errno, path));
+    return TRUE;
+}

@@ -1,0 +1,59 @@
+// The process itself, and time.
+
+#include <windows.h>
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <ctime>
+#include <filesystem>
+#include <thread>
+
+#include "platform/desktop/call.h"
+#include "platform/desktop/text.h"
+
+DWORD GetCurrentProcessId() {
+    desktop::Call call("GetCurrentProcessId");
+    return static_cast<DWORD>(getpid());
+}
+
+DWORD GetCurrentThreadId() {
+    desktop::Call call("GetCurrentThreadId");
+    return static_cast<DWORD>(gettid());
+}
+
+ULONGLONG GetTickCount64() {
+    desktop::Call call("GetTickCount64");
+    timespec now{};
+    clock_gettime(CLOCK_BOOTTIME, &now);
+    return static_cast<ULONGLONG>(now.tv_sec) * 1000 +
+           static_cast<ULONGLONG>(now.tv_nsec) / 1'000'000;
+}
+
+void Sleep(DWORD milliseconds) {
+    desktop::Call call("Sleep", milliseconds);
+    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+}
+
+DWORD GetModuleFileNameW(HMODULE module, LPWSTR name, DWORD capacity) {
+    desktop::Call call("GetModuleFileNameW", capacity);
+    if (module) desktop::refuse("GetModuleFileNameW", "module", 1);
+    if (call.struck()) return static_cast<DWORD>(call.fail(ERROR_INVALID_HANDLE));
+    const auto path = desktop::toUtf16(std::filesystem::read_symlink("/proc/self/exe").native());
+    if (path.size() < capacity) {
+        name[path.copy(name, path.size())] = 0;
+        return static_cast<DWORD>(path.size());
+    }
+    // The published way to say that the name is cut: the length is the capacity.
+    name[path.copy(name, capacity - 1)] = 0;
+    SetLastError(ERROR_INSUFFICIENT_BUFFER);
+    return capacity;
+}
+
+// There is one module, and nothing behind its handle.
+HMODULE GetModuleHandleW(LPCWSTR name) {
+    desktop::Call call("GetModuleHandleW", name);
+    if (name) desktop::refuse("GetModuleHandleW", "name", 1);
+    return reinterpret_cast<HMODULE>(std::uintptr_t{0x400000});
+}

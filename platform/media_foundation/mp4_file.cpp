@@ -1,0 +1,165 @@
+// One H.264 stream in an MP4 file, written with libavformat through a file of our own, so that the
+// reason why a write failed is not lost on the way and a limit on the disk can be tried out.
+
+#include "platform/media_foundation/mp4_file.h"
+
+extern "C" {
+#include <libavformat/avformat.h>
+#include <libavutil/mem.h>
+}
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "platform/desktop/disk_limit.h"
+#include "platform/desktop/objects.h"
+#include "platform/kernel32/error_codes.h"
+#include "platform/kernel32/sharing.h"
+
+namespace media {
+
+namespace {
+
+constexpr int bufferBytes = 64 * 1024;
+
+// In 100 ns a thirtieth of a second is no whole number; the file's clock ticks so that a picture
+// is. Times on the pictures' grid are kept exactly, others to a thousandth of a picture.
+constexpr int ticksAPicture = 1000;
+
+HRESULT resultOf(int error) { return HRESULT_FROM_WIN32(kernel32::errorCode(error)); }
+
+// A writer's file can be read by others while it is written, but neither changed nor deleted.
+int createFile(const std::string& path) {
+    const int descriptor = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+    if (descriptor < 0) throw Failure{HRESULT_FROM_WIN32(kernel32::errorCode(errno, path))};
+    if (kernel32::shareFile(descriptor, GENERIC_WRITE, FILE_SHARE_READ) &&
+        ftruncate(descriptor, 0) == 0)
+        return descriptor;
+    close(descriptor);
+    throw Failure{HRESULT_FROM_WIN32(ERROR_SHARING_VIOLATION)};
+}
+
+}  // namespace
+
+int checked(int result) {
+    if (result >= 0) return result;
+    throw Failure{result == AVERROR(ENOMEM) ? E_OUTOFMEMORY : E_FAIL};
+}
+
+Mp4File::Mp4File(const std::string& path) : descriptor(createFile(path)) {
+    desktop::opened(desktop::Object::File);
+}
+
+Mp4File::~Mp4File() {
+    if (context && context->pb) {
+        av_freep(&context->pb->buffer);
+        avio_context_free(&context->pb);
+    }
+    avformat_free_context(context);
+    close(descriptor);
+    desktop::closed(desktop::Object::File);
+}
+
+int Mp4File::writeBytes(void* file, std::uint8_t* bytes, int count) {
+    Mp4File& self = *static_cast<Mp4File*>(file);
+    const std::int64_t limit = desktop::diskLimit();
+    if (limit >= 0 && lseek(self.descriptor, 0, SEEK_CUR) + count > limit) {
+        self.fileFailure = resultOf(ENOSPC);
+        return AVERROR(ENOSPC);
+    }
+    for (int written = 0; written < count;) {
+        const ssize_t step = ::write(self.descriptor, bytes + written, count - written);
+        if (step >= 0)
+            written += static_cast<int>(step);
+        else if (errno != EINTR) {
+            self.fileFailure = resultOf(errno);
+            return AVERROR(errno);
+        }
+    }
+    return count;
+}
+
+std::int64_t Mp4File::seek(void* file, std::int64_t offset, int origin) {
+    const Mp4File& self = *static_cast<Mp4File*>(file);
+    if (origin & AVSEEK_SIZE) {
+        struct stat status {};
+        return fstat(self.descriptor, &status) == 0 ? status.st_size : AVERROR(errno);
+    }
+    const std::int64_t position = lseek(self.descriptor, offset, origin & ~AVSEEK_FORCE);
+    return position < 0 ? AVERROR(errno) : position;
+}
+
+// A failed write is reported by libavformat a call or two later; our own note has the reason and
+// comes first.
+void Mp4File::check(int result) const {
+    if (FAILED(fileFailure)) throw Failure{fileFailure};
+    checked(result);
+}
+
+void Mp4File::begin(const VideoFormat& format, std::span<const std::uint8_t> headers) {
+    checked(avformat_alloc_output_context2(&context, nullptr, "mp4", nullptr));
+    auto* const buffer = static_cast<std::uint8_t*>(av_malloc(bufferBytes));
+    context->pb = buffer
+                      ? avio_alloc_context(buffer, bufferBytes, 1, this, nullptr, writeBytes, seek)
+                      : nullptr;
+    AVStream* const stream = avformat_new_stream(context, nullptr);
+    if (!context->pb || !stream) throw Failure{E_OUTOFMEMORY};
+
+    stream->time_base = {1, ticksAPicture * format.rate};
+    stream->avg_frame_rate = {format.rate, 1};
+    stream->sample_aspect_ratio = {1, 1};
+    AVCodecParameters& codec = *stream->codecpar;
+    codec.codec_type = AVMEDIA_TYPE_VIDEO;
+    codec.codec_id = AV_CODEC_ID_H264;
+    codec.width = format.width;
+    codec.height = format.height;
+    codec.bit_rate = format.bitRate;
+    codec.sample_aspect_ratio = {1, 1};
+    codec.color_space = AVCOL_SPC_SMPTE170M;
+    codec.color_range = AVCOL_RANGE_MPEG;
+    codec.extradata =
+        static_cast<std::uint8_t*>(av_mallocz(headers.size() + AV_INPUT_BUFFER_PADDING_SIZE));
+    if (!codec.extradata) throw Failure{E_OUTOFMEMORY};
+    codec.extradata_size = static_cast<int>(headers.size());
+    std::memcpy(codec.extradata, headers.data(), headers.size());
+
+    // The movie's own clock is as fine as the track's, so that the length is not rounded to
+    // milliseconds. The first sample is at 0 and none is reordered, so there is nothing that an
+    // edit list could say.
+    AVDictionary* options = nullptr;
+    av_dict_set_int(&options, "movie_timescale", stream->time_base.den, 0);
+    av_dict_set(&options, "use_editlist", "0", 0);
+    const int result = avformat_write_header(context, &options);
+    av_dict_free(&options);
+    check(result);
+}
+
+void Mp4File::write(const EncodedPicture& picture) {
+    AVPacket* packet = av_packet_alloc();
+    if (!packet) throw Failure{E_OUTOFMEMORY};
+    // Not owned: the muxer writes the bytes before it returns.
+    packet->data = const_cast<std::uint8_t*>(picture.bytes.data());
+    packet->size = static_cast<int>(picture.bytes.size());
+    const AVRational clock = context->streams[0]->time_base;
+    const auto ticks = [clock](std::int64_t time) {
+        return av_rescale_q(time, {1, 10'000'000}, clock);
+    };
+    packet->pts = packet->dts = ticks(picture.time);
+    packet->duration = ticks(picture.time + picture.duration) - packet->pts;
+    if (picture.isKey) packet->flags |= AV_PKT_FLAG_KEY;
+    const int result = av_write_frame(context, packet);
+    av_packet_free(&packet);
+    check(result);
+}
+
+void Mp4File::finish() {
+    const int result = av_write_trailer(context);
+    avio_flush(context->pb);
+    check(result);
+}
+
+}  // namespace media

@@ -1,0 +1,19 @@
+// The folders of the user.
+
+#include <shlobj.h>
+
+#include "platform/desktop/call.h"
+#include "platform/desktop/text.h"
+#include "platform/desktop/user_folders.h"
+#include "platform/ole32/task_memory.h"
+
+HRESULT SHGetKnownFolderPath(REFKNOWNFOLDERID folder, DWORD flags, HANDLE token, PWSTR* path) {
+    desktop::Call call("SHGetKnownFolderPath", flags);
+    if (!(folder == FOLDERID_LocalAppData) || token)
+        desktop::refuse("SHGetKnownFolderPath", "folder", folder.Data1);
+    if (flags) desktop::refuse("SHGetKnownFolderPath", "flags", flags);
+    *path = nullptr;
+    if (call.struck()) return call.result(E_FAIL);
+    *path = ole32::taskText(desktop::toUtf16(desktop::userDataFolder().native()));
+    return S_OK;
+}

@@ -1,0 +1,118 @@
+// The tray icon, its tip and its balloons.
+
+#include "platform/shell32/tray.h"
+
+#include <shellapi.h>
+
+#include <optional>
+
+#include "platform/desktop/call.h"
+#include "platform/desktop/mailbox.h"
+#include "platform/desktop/shown.h"
+#include "platform/desktop/text.h"
+#include "platform/hosts/host.h"
+#include "platform/user32/icon.h"
+#include "platform/user32/message_queue.h"
+#include "platform/user32/session.h"
+#include "platform/user32/window.h"
+
+namespace shell32 {
+
+namespace {
+
+struct Entry {
+    HWND window;
+    UINT id, callback;
+};
+std::optional<Entry> entry;
+
+constexpr UINT face = NIF_MESSAGE | NIF_ICON | NIF_TIP;
+
+void publishTip(const std::string& tip) {
+    desktop::withShown([&](desktop::Shown& shown) { shown.trayTip = tip; });
+}
+
+bool showIcon(const NOTIFYICONDATAW& data) {
+    host::TrayIcon icon;
+    icon.tip = data.szTip;
+    if (const user32::Icon* const image = user32::findIcon(data.hIcon)) {
+        icon.pixels = image->pixels;
+        icon.side = image->side;
+    }
+    if (!host::current().setTrayIcon(&icon)) return false;
+    entry = {data.hWnd, data.uID, data.uCallbackMessage};
+    publishTip(desktop::toUtf8(data.szTip));
+    return true;
+}
+
+void showBalloon(const NOTIFYICONDATAW& data) {
+    const host::Balloon balloon{data.szInfoTitle, data.szInfo, data.dwInfoFlags == NIIF_ERROR};
+    desktop::withShown([&](desktop::Shown& shown) {
+        shown.balloons.push_back(
+            {desktop::toUtf8(balloon.title), desktop::toUtf8(balloon.text), balloon.isError});
+    });
+    host::current().showBalloon(balloon);
+}
+
+bool isOurs(const NOTIFYICONDATAW& data) {
+    return entry && entry->window == data.hWnd && entry->id == data.uID;
+}
+
+bool add(const NOTIFYICONDATAW& data) {
+    if (data.uFlags != face) desktop::refuse("Shell_NotifyIconW", "flags", data.uFlags);
+    return !isOurs(data) && showIcon(data);
+}
+
+bool modify(const NOTIFYICONDATAW& data) {
+    if (data.uFlags != face && data.uFlags != NIF_INFO)
+        desktop::refuse("Shell_NotifyIconW", "flags", data.uFlags);
+    if (!isOurs(data)) return false;
+    if (data.uFlags == face) return showIcon(data);
+    if (data.dwInfoFlags != NIIF_INFO && data.dwInfoFlags != NIIF_ERROR)
+        desktop::refuse("Shell_NotifyIconW", "balloon icon", data.dwInfoFlags);
+    if (data.szInfo[0]) showBalloon(data);
+    return true;
+}
+
+bool removeIcon(const NOTIFYICONDATAW& data) {
+    if (!isOurs(data)) return false;
+    forgetTrayIcon();
+    return true;
+}
+
+}  // namespace
+
+void reportTrayMouse(UINT message) {
+    if (entry)
+        user32::post(
+            {entry->window, entry->callback, entry->id, static_cast<LPARAM>(message), 0, {}});
+}
+
+void restartTray() {
+    entry.reset();
+    publishTip("");
+    user32::broadcast(desktop::registeredMessage(u"TaskbarCreated"), 0, 0);
+}
+
+void forgetTrayIcon() {
+    if (!entry) return;
+    entry.reset();
+    host::current().setTrayIcon(nullptr);
+    publishTip("");
+}
+
+}  // namespace shell32
+
+BOOL Shell_NotifyIconW(DWORD command, NOTIFYICONDATAW* icon) {
+    desktop::Call call("Shell_NotifyIconW", command, icon->uFlags, icon->szTip, icon->szInfo);
+    if (icon->cbSize != sizeof *icon) desktop::refuse("Shell_NotifyIconW", "size", icon->cbSize);
+    if (call.struck() || !user32::find(icon->hWnd)) return call.fail(ERROR_GEN_FAILURE);
+    bool done = false;
+    switch (command) {
+    case NIM_ADD: done = shell32::add(*icon); break;
+    case NIM_MODIFY: done = shell32::modify(*icon); break;
+    case NIM_DELETE: done = shell32::removeIcon(*icon); break;
+    default: desktop::refuse("Shell_NotifyIconW", "command", command);
+    }
+    return done ? TRUE : call.fail(ERROR_GEN_FAILURE);
+}

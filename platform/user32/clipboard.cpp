@@ -1,0 +1,143 @@
+// Files on the clipboard.
+
+#include "platform/user32/clipboard.h"
+
+#include <cstring>
+#include <optional>
+#include <string>
+#include <vector>
+#include <utility>
+
+#include <shellapi.h>
+#include <shlobj.h>
+
+#include "platform/desktop/call.h"
+#include "platform/desktop/objects.h"
+#include "platform/desktop/shown.h"
+#include "platform/desktop/text.h"
+#include "platform/hosts/host.h"
+#include "platform/kernel32/global_memory.h"
+#include "platform/user32/window.h"
+
+namespace user32 {
+
+namespace {
+
+bool isOpen = false;
+HWND openedBy = nullptr;
+HWND owner = nullptr;
+HGLOBAL held = nullptr;  // the system's
+
+void publishBlock(std::optional<std::vector<std::uint8_t>> block) {
+    desktop::withShown([&](desktop::Shown& shown) { shown.clipboard = std::move(block); });
+}
+
+void dropHeld() {
+    if (held) kernel32::discard(std::exchange(held, nullptr));
+}
+
+// The paths behind the DROPFILES record: each ends with a zero, the list with another.
+std::vector<std::u16string> pathsIn(const std::vector<std::uint8_t>& block) {
+    DROPFILES header;
+    if (block.size() < sizeof header) desktop::refuse("SetClipboardData", "size", block.size());
+    std::memcpy(&header, block.data(), sizeof header);
+    if (!header.fWide) desktop::refuse("SetClipboardData", "fWide", header.fWide);
+    std::vector<std::u16string> paths;
+    std::u16string path;
+    for (std::size_t at = header.pFiles; at + 2 <= block.size(); at += 2) {
+        const auto unit = static_cast<char16_t>(block[at] | block[at + 1] << 8);
+        if (unit) {
+            path += unit;
+            continue;
+        }
+        if (path.empty()) return paths;
+        paths.push_back(std::exchange(path, {}));
+    }
+    desktop::refuse("SetClipboardData", "list without an end", header.pFiles);
+}
+
+bool offer(const std::vector<std::uint8_t>& block) {
+    std::vector<std::string> utf8;
+    for (const std::u16string& path : pathsIn(block)) utf8.push_back(desktop::toUtf8(path));
+    return host::current().offerFiles(utf8, block);
+}
+
+void close() {
+    isOpen = false;
+    openedBy = nullptr;
+    host::current().closeClipboard();
+    desktop::closed(desktop::Object::Clipboard);
+}
+
+}  // namespace
+
+void loseClipboard(HWND window) {
+    if (isOpen && openedBy == window) close();
+    if (owner == window) owner = nullptr;
+}
+
+}  // namespace user32
+
+BOOL OpenClipboard(HWND window) {
+    desktop::Call call("OpenClipboard", window);
+    if (!user32::find(window)) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
+    if (user32::isOpen) return user32::openedBy == window ? TRUE : call.fail(ERROR_ACCESS_DENIED);
+    if (call.struck() || !host::current().openClipboard()) return call.fail(ERROR_ACCESS_DENIED);
+    user32::isOpen = true;
+    user32::openedBy = window;
+    desktop::opened(desktop::Object::Clipboard);
+    return TRUE;
+}
+
+// Tells the owner so far, and makes the window that opened the clipboard the new one.
+BOOL EmptyClipboard() {
+    desktop::Call call("EmptyClipboard");
+    if (!user32::isOpen) return call.fail(ERROR_CLIPBOARD_NOT_OPEN);
+    if (call.struck()) return call.fail(ERROR_ACCESS_DENIED);
+    if (user32::owner) user32::send(user32::owner, WM_DESTROYCLIPBOARD, 0, 0);
+    user32::owner = user32::openedBy;
+    user32::dropHeld();
+    user32::publishBlock(std::nullopt);
+    host::current().clearClipboard();
+    return TRUE;
+}
+
+HANDLE SetClipboardData(UINT format, HANDLE block) {
+    desktop::Call call("SetClipboardData", format, block);
+    if (format != CF_HDROP) desktop::refuse("SetClipboardData", "format", format);
+    if (!user32::isOpen || user32::owner != user32::openedBy)
+        return call.fail(ERROR_CLIPBOARD_NOT_OPEN), nullptr;
+    if (call.struck()) return call.fail(ERROR_ACCESS_DENIED), nullptr;
+    const std::vector<std::uint8_t> bytes = kernel32::bytesOf("SetClipboardData", block);
+    if (!user32::offer(bytes)) return call.fail(ERROR_ACCESS_DENIED), nullptr;
+    user32::dropHeld();
+    kernel32::handOver(block);
+    user32::held = block;
+    user32::publishBlock(bytes);
+    return block;
+}
+
+HANDLE GetClipboardData(UINT format) {
+    desktop::Call call("GetClipboardData", format);
+    if (format != CF_HDROP) desktop::refuse("GetClipboardData", "format", format);
+    if (!user32::isOpen) return call.fail(ERROR_CLIPBOARD_NOT_OPEN), nullptr;
+    return user32::held;
+}
+
+BOOL CloseClipboard() {
+    desktop::Call call("CloseClipboard");
+    if (!user32::isOpen) return call.fail(ERROR_CLIPBOARD_NOT_OPEN);
+    user32::close();
+    return TRUE;
+}
+
+UINT DragQueryFileW(HDROP drop, UINT index, LPWSTR path, UINT capacity) {
+    desktop::Call call("DragQueryFileW", drop, index);
+    const auto paths = user32::pathsIn(kernel32::bytesOf("DragQueryFileW", drop));
+    if (index == 0xFFFFFFFF) return static_cast<UINT>(paths.size());
+    if (index >= paths.size()) return 0;
+    if (!path) return static_cast<UINT>(paths[index].size());
+    const std::size_t length = paths[index].copy(path, capacity - 1);
+    path[length] = 0;
+    return static_cast<UINT>(length);
+}

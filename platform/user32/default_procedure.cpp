@@ -1,0 +1,56 @@
+// What a window does with the messages that its procedure passes on.
+
+#include "platform/desktop/call.h"
+#include "platform/user32/message_queue.h"
+#include "platform/user32/window.h"
+
+namespace {
+
+// Messages that the layer itself sends and whose default is to do nothing.
+bool isKnown(UINT message) {
+    switch (message) {
+    case WM_NULL:
+    case WM_CREATE:
+    case WM_DESTROY:
+    case WM_NCDESTROY:
+    case WM_ACTIVATE:
+    case WM_SETFOCUS:
+    case WM_KILLFOCUS:
+    case WM_ENDSESSION:
+    case WM_DISPLAYCHANGE:
+    case WM_ERASEBKGND:
+    case WM_KEYDOWN:
+    case WM_KEYUP:
+    case WM_SYSKEYUP:
+    case WM_TIMER:
+    case WM_HOTKEY:
+    case WM_CAPTURECHANGED:
+    case WM_DESTROYCLIPBOARD: return true;
+    default:
+        return (message >= WM_MOUSEMOVE && message <= WM_MBUTTONUP) ||
+               (message >= WM_APP && message <= 0xFFFF);
+    }
+}
+
+}  // namespace
+
+LRESULT DefWindowProcW(HWND window, UINT message, WPARAM wparam, LPARAM) {
+    desktop::Call call("DefWindowProcW", message);
+    switch (message) {
+    case WM_NCCREATE:
+    case WM_QUERYENDSESSION: return TRUE;
+    case WM_CLOSE: user32::destroyWindow(window); return 0;
+    case WM_SYSCOMMAND:
+        if ((wparam & 0xFFF0) == SC_CLOSE) return user32::send(window, WM_CLOSE, 0, 0);
+        return 0;
+    case WM_SYSKEYDOWN:
+        if (wparam == VK_F4) user32::post({window, WM_SYSCOMMAND, SC_CLOSE, 0, 0, {}});
+        return 0;
+    case WM_PAINT:
+        if (user32::Window* const record = user32::find(window)) record->dirty = {};
+        return 0;
+    default:
+        if (!isKnown(message)) desktop::refuse("DefWindowProcW", "message", message);
+        return 0;
+    }
+}

@@ -1,0 +1,152 @@
+// Icons from the program's resources: a group names its images, each of them a PNG.
+
+#include "platform/user32/icon.h"
+
+#include <cairo.h>
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <optional>
+
+#include "platform/desktop/call.h"
+#include "platform/desktop/handle_table.h"
+#include "platform/desktop/objects.h"
+#include "platform/user32/monitor.h"
+#include "platform/user32/resources.h"
+#include "platform/user32/thread.h"
+
+namespace user32 {
+
+namespace {
+
+desktop::HandleTable<HICON, Icon> icons(0x24000000);
+
+using Bytes = std::span<const std::uint8_t>;
+
+struct SurfaceCloser {
+    void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
+};
+using Surface = std::unique_ptr<cairo_surface_t, SurfaceCloser>;
+
+// The image of the group that is to be scaled down least, or the largest one if all are too small.
+std::uintptr_t bestImage(Bytes group, int side) {
+    constexpr std::size_t header = 6, entry = 14;
+    std::uintptr_t best = 0;
+    int bestSide = 0;
+    for (std::size_t at = header; at + entry <= group.size(); at += entry) {
+        const int offered = group[at] == 0 ? 256 : group[at];
+        const bool better =
+            bestSide < side ? offered > bestSide : offered >= side && offered < bestSide;
+        if (!better) continue;
+        bestSide = offered;
+        best = static_cast<std::uintptr_t>(group[at + 12] | group[at + 13] << 8);
+    }
+    return best;
+}
+
+cairo_status_t readBytes(void* closure, unsigned char* target, unsigned int length) {
+    Bytes& rest = *static_cast<Bytes*>(closure);
+    if (length > rest.size()) return CAIRO_STATUS_READ_ERROR;
+    std::memcpy(target, rest.data(), length);
+    rest = rest.subspan(length);
+    return CAIRO_STATUS_SUCCESS;
+}
+
+std::vector<std::uint32_t> scaledPixels(cairo_surface_t* image, int side) {
+    std::vector<std::uint32_t> pixels(static_cast<std::size_t>(side) *
+                                      static_cast<std::size_t>(side));
+    const Surface target(
+        cairo_image_surface_create_for_data(reinterpret_cast<unsigned char*>(pixels.data()),
+                                            CAIRO_FORMAT_ARGB32, side, side, side * 4));
+    cairo_t* const context = cairo_create(target.get());
+    const double scale = static_cast<double>(side) / cairo_image_surface_get_width(image);
+    cairo_scale(context, scale, scale);
+    cairo_set_source_surface(context, image, 0, 0);
+    cairo_paint(context);
+    cairo_destroy(context);
+    cairo_surface_flush(target.get());
+    return pixels;
+}
+
+std::optional<Icon> readIcon(std::uintptr_t id, int side) {
+    const auto group = findResource(RT_GROUP_ICON, id);
+    if (!group) return std::nullopt;
+    auto image = findResource(RT_ICON, bestImage(*group, side));
+    if (!image) return std::nullopt;
+    const Surface decoded(cairo_image_surface_create_from_png_stream(readBytes, &*image));
+    if (cairo_surface_status(decoded.get()) != CAIRO_STATUS_SUCCESS) return std::nullopt;
+    return Icon{side, scaledPixels(decoded.get(), side), false, id};
+}
+
+HICON sharedIcon(std::uintptr_t id, int side) {
+    for (const auto& [handle, icon] : icons.records)
+        if (icon.shared && icon.id == id && icon.side == side)
+            return reinterpret_cast<HICON>(handle);
+    auto icon = readIcon(id, side);
+    if (!icon) return nullptr;
+    icon->shared = true;
+    return icons.add(std::move(*icon));
+}
+
+HICON ownIcon(std::uintptr_t id, int side) {
+    auto icon = readIcon(id, side);
+    if (!icon) return nullptr;
+    desktop::opened(desktop::Object::Icon);
+    return icons.add(std::move(*icon));
+}
+
+std::uintptr_t numberOf(const char* operation, LPCWSTR name) {
+    const auto number = reinterpret_cast<std::uintptr_t>(name);
+    if (!IS_INTRESOURCE(name)) desktop::refuse(operation, "name that is text", 1);
+    return number;
+}
+
+}  // namespace
+
+const Icon* findIcon(HICON icon) { return icons.find(icon); }
+
+}  // namespace user32
+
+HICON LoadIconW(HINSTANCE instance, LPCWSTR name) {
+    const std::uintptr_t id = user32::numberOf("LoadIconW", name);
+    desktop::Call call("LoadIconW", instance, id);
+    user32::enterUserInterface();
+    const int side = user32::scaled(32, user32::primaryMonitor().dpi);
+    const HICON icon = call.struck() ? nullptr : user32::sharedIcon(id, side);
+    if (!icon) call.fail(ERROR_RESOURCE_NAME_NOT_FOUND);
+    return icon;
+}
+
+// The system's own cursors are known by their numbers, which serve as handles.
+HCURSOR LoadCursorW(HINSTANCE instance, LPCWSTR name) {
+    const std::uintptr_t id = user32::numberOf("LoadCursorW", name);
+    desktop::Call call("LoadCursorW", instance, id);
+    if (instance || (name != IDC_ARROW && name != IDC_CROSS))
+        desktop::refuse("LoadCursorW", "cursor", static_cast<std::int64_t>(id));
+    if (call.struck()) return call.fail(ERROR_RESOURCE_NAME_NOT_FOUND), nullptr;
+    return reinterpret_cast<HCURSOR>(id);
+}
+
+HANDLE LoadImageW(HINSTANCE instance, LPCWSTR name, UINT kind, int width, int height, UINT flags) {
+    const std::uintptr_t id = user32::numberOf("LoadImageW", name);
+    desktop::Call call("LoadImageW", instance, id, kind, width, height, flags);
+    user32::enterUserInterface();
+    if (kind != IMAGE_ICON) desktop::refuse("LoadImageW", "kind", kind);
+    if (flags & ~UINT{LR_SHARED}) desktop::refuse("LoadImageW", "flags", flags);
+    if (width != height || width <= 0) desktop::refuse("LoadImageW", "size", width);
+    HICON icon = nullptr;
+    if (!call.struck())
+        icon = flags & LR_SHARED ? user32::sharedIcon(id, width) : user32::ownIcon(id, width);
+    if (!icon) call.fail(ERROR_RESOURCE_NAME_NOT_FOUND);
+    return icon;
+}
+
+BOOL DestroyIcon(HICON icon) {
+    desktop::Call call("DestroyIcon", icon);
+    const user32::Icon* const found = user32::findIcon(icon);
+    if (!found || found->shared) return call.fail(ERROR_INVALID_CURSOR_HANDLE);
+    user32::icons.remove(icon);
+    desktop::closed(desktop::Object::Icon);
+    return TRUE;
+}

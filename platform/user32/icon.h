@@ -1,0 +1,20 @@
+// Icons.
+
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+#include <vector>
+
+namespace user32 {
+
+struct Icon {
+    int side = 0;
+    std::vector<std::uint32_t> pixels;  // premultiplied alpha
+    bool shared = false;                // belongs to the system, never destroyed
+    std::uintptr_t id = 0;
+};
+const Icon* findIcon(HICON icon);  // null if the handle is dead
+
+}  // namespace user32

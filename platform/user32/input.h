@@ -1,0 +1,20 @@
+// What the host reports, turned into hook calls, posted messages and input messages.
+
+#pragma once
+
+#include <windows.h>
+
+#include "platform/user32/message_queue.h"
+
+namespace user32 {
+
+// Takes events from the host until one waits for a window: key events go through hooks and hot keys
+// at once, a pointer event stays until the queue gets to it, since the messages before it may move
+// windows or the capture.
+void takeEvents();
+// The waiting event as a message.
+bool takeInput(MSG& message, const Filter& filter);
+
+bool isDown(UINT key);
+
+}  // namespace user32

@@ -1,0 +1,15 @@
+// Menus and message boxes: what the layer itself shows and waits for.
+
+#pragma once
+
+#include <windows.h>
+
+namespace user32 {
+
+// Ends the open menu with that entry; 0: nothing was chosen. Does nothing if none is open.
+void endMenu(UINT id);
+// Ends the box with that button. Does nothing if it is gone.
+void endBox(HWND box, int button);
+void forgetModals();
+
+}  // namespace user32

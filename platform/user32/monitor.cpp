@@ -1,0 +1,108 @@
+// Monitors, their scale and the sizes that follow from it.
+
+#include "platform/user32/monitor.h"
+
+#include <algorithm>
+
+#include "platform/desktop/call.h"
+#include "platform/gdi32/canvas.h"
+#include "platform/user32/window.h"
+
+namespace user32 {
+
+namespace {
+
+std::int64_t distance(const RECT& area, POINT at) {
+    const std::int64_t across = std::max({area.left - at.x, 0, at.x - (area.right - 1)});
+    const std::int64_t down = std::max({area.top - at.y, 0, at.y - (area.bottom - 1)});
+    return across * across + down * down;
+}
+
+// Small and big icons are 16 and 32 pixels at 96 dots an inch.
+int metric(const char* operation, int index, UINT dpi) {
+    switch (index) {
+    case SM_CXICON:
+    case SM_CYICON: return scaled(32, dpi);
+    case SM_CXSMICON:
+    case SM_CYSMICON: return scaled(16, dpi);
+    default: desktop::refuse(operation, "index", index);
+    }
+}
+
+}  // namespace
+
+int scaled(int length, UINT dpi) { return (length * static_cast<int>(dpi) + 48) / 96; }
+
+host::Monitor primaryMonitor() {
+    const std::vector<host::Monitor> all = host::current().monitors();
+    const auto found = std::find_if(all.begin(), all.end(),
+                                    [](const host::Monitor& monitor) { return monitor.primary; });
+    return found == all.end() ? host::Monitor{} : *found;
+}
+
+host::Monitor nearestMonitor(POINT at) {
+    const std::vector<host::Monitor> all = host::current().monitors();
+    const auto nearest =
+        std::min_element(all.begin(), all.end(), [&](const auto& a, const auto& b) {
+            return distance(a.bounds, at) < distance(b.bounds, at);
+        });
+    return nearest == all.end() ? host::Monitor{} : *nearest;
+}
+
+}  // namespace user32
+
+HMONITOR MonitorFromPoint(POINT point, DWORD otherwise) {
+    desktop::Call call("MonitorFromPoint", point.x, point.y, otherwise);
+    if (otherwise != MONITOR_DEFAULTTONEAREST)
+        desktop::refuse("MonitorFromPoint", "otherwise", otherwise);
+    return reinterpret_cast<HMONITOR>(user32::nearestMonitor(point).id);
+}
+
+BOOL GetMonitorInfoW(HMONITOR monitor, MONITORINFO* information) {
+    desktop::Call call("GetMonitorInfoW", monitor);
+    if (information->cbSize != sizeof *information) return call.fail(ERROR_INVALID_PARAMETER);
+    if (call.struck()) return call.fail(ERROR_INVALID_MONITOR_HANDLE);
+    for (const host::Monitor& entry : host::current().monitors())
+        if (reinterpret_cast<HMONITOR>(entry.id) == monitor) {
+            information->rcMonitor = information->rcWork = entry.bounds;
+            information->dwFlags = entry.primary ? MONITORINFOF_PRIMARY : 0;
+            return TRUE;
+        }
+    return call.fail(ERROR_INVALID_MONITOR_HANDLE);
+}
+
+// Every coordinate of the layer is a physical pixel, whatever is asked for.
+BOOL SetProcessDpiAwarenessContext(DPI_AWARENESS_CONTEXT context) {
+    desktop::Call call("SetProcessDpiAwarenessContext");
+    if (context != DPI_AWARENESS_CONTEXT_PER_MONITOR_AWARE_V2)
+        desktop::refuse("SetProcessDpiAwarenessContext", "context",
+                        reinterpret_cast<std::intptr_t>(context));
+    return call.struck() ? call.fail(ERROR_ACCESS_DENIED) : TRUE;
+}
+
+UINT GetDpiForWindow(HWND window) {
+    desktop::Call call("GetDpiForWindow", window);
+    const user32::Window* const record = user32::find(window);
+    if (!record) return static_cast<UINT>(call.fail(ERROR_INVALID_WINDOW_HANDLE));
+    const RECT& bounds = record->bounds;
+    return user32::nearestMonitor(
+               {(bounds.left + bounds.right) / 2, (bounds.top + bounds.bottom) / 2})
+        .dpi;
+}
+
+int GetSystemMetrics(int index) {
+    desktop::Call call("GetSystemMetrics", index);
+    return user32::metric("GetSystemMetrics", index, user32::primaryMonitor().dpi);
+}
+
+int GetSystemMetricsForDpi(int index, UINT dpi) {
+    desktop::Call call("GetSystemMetricsForDpi", index, dpi);
+    return user32::metric("GetSystemMetricsForDpi", index, dpi);
+}
+
+HRESULT DwmFlush() {
+    desktop::Call call("DwmFlush");
+    if (call.struck()) return call.result(E_FAIL);
+    host::current().flush();
+    return S_OK;
+}

@@ -1,0 +1,44 @@
+// The end of the session as the program's windows hear of it.
+
+#include "platform/user32/session.h"
+
+#include "platform/user32/message_queue.h"
+#include "platform/user32/window.h"
+
+namespace user32 {
+
+namespace {
+
+bool ended = false;
+
+void sendToAll(UINT message, WPARAM wparam) {
+    const std::vector<HWND> all = windowOrder();  // a copy: windows may go meanwhile
+    for (const HWND window : all) {
+        const Window* const record = find(window);
+        if (record && !record->ofTheLayer) send(window, message, wparam, 0);
+    }
+}
+
+}  // namespace
+
+void askForSessionEnd() { sendToAll(WM_QUERYENDSESSION, 0); }
+
+void tellSessionEnd(bool reallyEnds) {
+    sendToAll(WM_ENDSESSION, reallyEnds);
+    if (reallyEnds) ended = true;
+}
+
+void endSession() {
+    askForSessionEnd();
+    tellSessionEnd(true);
+}
+
+bool sessionHasEnded() { return ended; }
+void forgetSession() { ended = false; }
+
+void broadcast(UINT message, WPARAM wparam, LPARAM lparam) {
+    for (const HWND window : windowOrder())
+        if (!find(window)->ofTheLayer) post({window, message, wparam, lparam, 0, {}});
+}
+
+}  // namespace user32

@@ -1,0 +1,190 @@
+// Where a window is, whether it is seen, and how: opacity, region, exclusion from captures.
+
+#include <algorithm>
+
+#include "platform/desktop/call.h"
+#include "platform/desktop/objects.h"
+#include "platform/desktop/shown.h"
+#include "platform/desktop/text.h"
+#include "platform/gdi32/objects.h"
+#include "platform/user32/activation.h"
+#include "platform/user32/window.h"
+
+namespace user32 {
+
+namespace {
+
+bool isLayered(const Window& window) { return (window.extendedStyle & WS_EX_LAYERED) != 0; }
+
+bool passesMouse(const Window& window) {
+    return isLayered(window) && (window.extendedStyle & WS_EX_TRANSPARENT) != 0;
+}
+
+host::Placement placementOf(const Window& window) {
+    host::Placement placement;
+    placement.bounds = window.bounds;
+    placement.opacity = isLayered(window) ? *window.opacity : BYTE{255};
+    if (window.region) placement.shape = *window.region;
+    placement.passesMouse = passesMouse(window);
+    placement.excludedFromCapture = window.excludedFromCapture;
+    return placement;
+}
+
+// A window that nobody sees can still be painted on.
+void fitPixels(Window& window) {
+    const auto count =
+        static_cast<std::size_t>(width(window)) * static_cast<std::size_t>(height(window));
+    if (window.pixels.size() == count) return;
+    window.pixels.assign(count, 0);
+}
+
+}  // namespace
+
+int width(const Window& window) { return window.bounds.right - window.bounds.left; }
+int height(const Window& window) { return window.bounds.bottom - window.bounds.top; }
+
+bool isSeen(const Window& window) {
+    return window.visible && !gdi::isEmpty(window.bounds) &&
+           (!isLayered(window) || window.opacity.has_value());
+}
+
+void updatePlacement(Window& window, bool raised) {
+    if (window.visible) fitPixels(window);
+    if (isSeen(window))
+        host::current().showSurface(window.surface, placementOf(window), raised);
+    else
+        host::current().hideSurface(window.surface);
+    publishWindows();
+}
+
+void setVisible(Window& window, bool visible) {
+    if (window.visible == visible) return;
+    window.visible = visible;
+    updatePlacement(window, false);
+    if (visible) invalidate(window, true);
+}
+
+void place(Window& window, const RECT& bounds) {
+    const int before = width(window), beforeDown = height(window);
+    window.bounds = bounds;
+    if (!window.visible) return;
+    updatePlacement(window, false);
+    if (width(window) != before || height(window) != beforeDown) invalidate(window, true);
+}
+
+void raise(Window& window) {
+    moveToFront(window.handle);
+    if (window.visible) updatePlacement(window, true);
+}
+
+bool takesMouseAt(const Window& window, POINT at) {
+    if (!isSeen(window) || passesMouse(window) || !gdi::contains(window.bounds, at)) return false;
+    if (!window.region) return true;
+    const POINT inside{at.x - window.bounds.left, at.y - window.bounds.top};
+    return std::any_of(window.region->begin(), window.region->end(),
+                       [&](const RECT& area) { return gdi::contains(area, inside); });
+}
+
+void publishWindows() {
+    std::vector<desktop::ShownHandle> all;
+    for (const HWND handle : windowOrder()) {
+        const Window& window = *find(handle);
+        all.push_back({handle,
+                       {desktop::toUtf8(window.className), desktop::toUtf8(window.title),
+                        window.bounds, window.visible, foreground() == handle}});
+    }
+    desktop::withShown([&](desktop::Shown& shown) { shown.windows = std::move(all); });
+}
+
+}  // namespace user32
+
+using user32::find;
+
+BOOL IsWindowVisible(HWND window) {
+    desktop::Call call("IsWindowVisible", window);
+    const user32::Window* const record = find(window);
+    return record && record->visible;
+}
+
+BOOL ShowWindow(HWND window, int command) {
+    desktop::Call call("ShowWindow", window, command);
+    user32::Window* const record = find(window);
+    if (!record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
+    if (command != SW_HIDE && command != SW_SHOW) desktop::refuse("ShowWindow", "command", command);
+    const bool before = record->visible;
+    user32::setVisible(*record, command == SW_SHOW);
+    if (command == SW_HIDE) user32::leaveActivation(window);
+    if (command == SW_SHOW && !before) user32::activate(window);
+    return before;
+}
+
+BOOL SetWindowPos(HWND window, HWND after, int x, int y, int width, int height, UINT flags) {
+    desktop::Call call("SetWindowPos", window, after, x, y, width, height, flags);
+    user32::Window* const record = find(window);
+    if (call.struck() || !record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
+    constexpr UINT known = SWP_NOZORDER | SWP_NOACTIVATE | SWP_SHOWWINDOW;
+    if (flags & ~known) desktop::refuse("SetWindowPos", "flags", flags);
+    const bool ordered = !(flags & SWP_NOZORDER);
+    if (ordered && after != HWND_TOPMOST)
+        desktop::refuse("SetWindowPos", "order", reinterpret_cast<std::intptr_t>(after));
+    user32::place(*record, {x, y, x + width, y + height});
+    if (flags & SWP_SHOWWINDOW) user32::setVisible(*record, true);
+    if (ordered) user32::raise(*record);
+    return TRUE;
+}
+
+BOOL SetLayeredWindowAttributes(HWND window, COLORREF key, BYTE alpha, DWORD flags) {
+    desktop::Call call("SetLayeredWindowAttributes", window, key, alpha, flags);
+    if (flags != LWA_ALPHA) desktop::refuse("SetLayeredWindowAttributes", "flags", flags);
+    user32::Window* const record = find(window);
+    if (call.struck() || !record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
+    if (!user32::isLayered(*record)) return call.fail(ERROR_INVALID_PARAMETER);
+    if (!record->opacity) user32::invalidate(*record, true);
+    record->opacity = alpha;
+    if (record->visible) user32::updatePlacement(*record, false);
+    return TRUE;
+}
+
+// Takes the region over. The size of the window does not change it.
+int SetWindowRgn(HWND window, HRGN region, BOOL redraw) {
+    desktop::Call call("SetWindowRgn", window, region, redraw);
+    user32::Window* const record = find(window);
+    if (call.struck() || !record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
+    if (redraw) desktop::refuse("SetWindowRgn", "redraw", redraw);
+    if (region) {
+        auto taken = gdi::takeRegion(region);
+        if (!taken) return call.fail(ERROR_INVALID_HANDLE);
+        record->region = std::move(*taken);
+    } else {
+        record->region.reset();
+    }
+    if (record->visible) user32::updatePlacement(*record, false);
+    return TRUE;
+}
+
+BOOL SetWindowDisplayAffinity(HWND window, DWORD affinity) {
+    desktop::Call call("SetWindowDisplayAffinity", window, affinity);
+    if (affinity != WDA_EXCLUDEFROMCAPTURE)
+        desktop::refuse("SetWindowDisplayAffinity", "affinity", affinity);
+    user32::Window* const record = find(window);
+    if (call.struck() || !record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
+    record->excludedFromCapture = true;
+    if (record->visible) user32::updatePlacement(*record, false);
+    return TRUE;
+}
+
+BOOL GetClientRect(HWND window, LPRECT rectangle) {
+    desktop::Call call("GetClientRect", window);
+    const user32::Window* const record = find(window);
+    if (call.struck() || !record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
+    *rectangle = {0, 0, user32::width(*record), user32::height(*record)};
+    return TRUE;
+}
+
+BOOL GetWindowRect(HWND window, LPRECT rectangle) {
+    desktop::Call call("GetWindowRect", window);
+    const user32::Window* const record = find(window);
+    if (call.struck() || !record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
+    *rectangle = record->bounds;
+    return TRUE;
+}

@@ -1,0 +1,39 @@
+// A clip as an independent reader sees it: ffprobe for the container, ffmpeg for the pictures.
+
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
+
+struct Clip {
+    // "codec widthxheight rate matrix range sample-aspect streams=N"
+    std::string description;
+    int width = 0;
+    int height = 0;
+    std::vector<std::int64_t> times;      // of the samples, in 100 ns
+    std::vector<std::int64_t> durations;  // likewise
+    double seconds = 0;                   // of the whole container
+};
+
+// Throws std::runtime_error if the reader cannot open the file.
+Clip readClip(const std::filesystem::path& file);
+
+// One decoded picture, 4:2:0 planes as they were encoded. Coordinates are those of the luma plane.
+struct ClipPicture {
+    int width, height;
+    std::vector<std::uint8_t> planes;
+
+    int luma(int x, int y) const { return at(y * width + x); }
+    int u(int x, int y) const { return at(width * height + y / 2 * (width / 2) + x / 2); }
+    int v(int x, int y) const { return at(width * height * 5 / 4 + y / 2 * (width / 2) + x / 2); }
+
+private:
+    int at(int index) const { return planes[static_cast<std::size_t>(index)]; }
+};
+
+// Decodes all pictures in order. Throws std::runtime_error if the decoder reports anything.
+void forEachPicture(const std::filesystem::path& file, const Clip& clip,
+                    const std::function<void(const ClipPicture&)>& look);
