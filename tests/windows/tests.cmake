@@ -1,0 +1,43 @@
+# The tests as Windows programs: those of this folder, and all in the folder above that ask for nothing but the
+# published operations. A file that includes from platform/ or a POSIX header, or starts a program by popen, asks for
+# more and stays native; so does what plans faults.
+
+set(googletest /usr/src/googletest/googletest)
+find_program(WINE wine64 PATHS /usr/lib/wine NO_CMAKE_FIND_ROOT_PATH)
+if(NOT EXISTS ${googletest}/src/gtest-all.cc OR NOT WINE)
+    message(STATUS "No tests: they need the sources of googletest, and Wine.")
+    return()
+endif()
+set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/wine.sh ${PROJECT_BINARY_DIR}/wine)
+
+add_library(gtest STATIC ${googletest}/src/gtest-all.cc)
+target_include_directories(gtest SYSTEM PUBLIC ${googletest}/include PRIVATE ${googletest})
+target_compile_options(gtest PRIVATE -w)
+
+file(GLOB sources CONFIGURE_DEPENDS *.cpp windows/*.cpp)
+set(shared)
+set(tests)
+foreach(source IN LISTS sources)
+    file(STRINGS ${source} native_only REGEX
+         "#include (\"platform/|<(sys/.*|unistd|fcntl|poll)\\.h>)|popen\\(")
+    if(native_only OR source MATCHES "/tests/main\\.cpp$|_fault_test\\.cpp$")
+        continue()
+    elseif(source MATCHES "_test\\.cpp$")
+        list(APPEND tests ${source})
+    else()
+        list(APPEND shared ${source})
+    endif()
+endforeach()
+
+add_library(shared_by_windows_tests STATIC ${shared})
+target_link_libraries(shared_by_windows_tests PUBLIC gtest clip_program)
+target_compile_definitions(shared_by_windows_tests PUBLIC PROGRAM_FILE="$<TARGET_FILE:QuorvelDeskClip>")
+foreach(source IN LISTS tests)
+    cmake_path(GET source STEM name)
+    add_executable(${name} ${source})
+    target_link_libraries(${name} PRIVATE shared_by_windows_tests)
+    add_dependencies(${name} QuorvelDeskClip)
+    # They share one desktop, one registry and one clipboard.
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120
+                         PROPERTIES TIMEOUT 300 RESOURCE_LOCK wine)
+endforeach()
