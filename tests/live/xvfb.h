@@ -1,0 +1,49 @@
+// A display of the test's own, and a person in front of it: keys and pointer come from a connection
+// that the program knows nothing of.
+
+#pragma once
+
+#include <xcb/xcb.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include <windows.h>
+
+namespace live {
+
+// Starts an Xvfb of 1920 × 1080 and lets DISPLAY name it; it ends with this process. Once for a
+// process.
+void startDisplay();
+xcb_connection_t* person();  // the person's connection
+xcb_window_t root();
+
+// Keys by their symbol: 'a', 0xff1b.
+constexpr xcb_keysym_t escapeKey = 0xff1b, controlKey = 0xffe3, shiftKey = 0xffe1, altKey = 0xffe9;
+void press(xcb_keysym_t key);
+void release(xcb_keysym_t key);
+void tap(xcb_keysym_t key);
+void movePointer(int x, int y);
+void pressButton(int button);
+void releaseButton(int button);
+
+std::uint32_t pixelAt(int x, int y);  // 0x00RRGGBB
+xcb_window_t focus();
+void setMonitor(const char* name, const RECT& bounds, bool primary);
+
+// A program that draws and listens (pattern_client.cpp).
+struct Client {
+    // Returns when it is on the screen and has the keyboard.
+    Client(const RECT& bounds, const char* kind);
+    ~Client();
+    // The keys heard so far: "+a -a +Escape".
+    std::string heard() const;
+
+    std::filesystem::path log;
+    pid_t process = 0;
+};
+
+}  // namespace live
