@@ -1,0 +1,138 @@
+// The finished clip as an independent reader sees it: what the screen showed, where and when.
+
+#include <atomic>
+#include <chrono>
+#include <cmath>
+
+#include "tests/clip_reader.h"
+#include "tests/program/person.h"
+
+using namespace person;
+using Clock = std::chrono::steady_clock;
+
+namespace {
+
+double secondsSince(Clock::time_point start) {
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+void fill(const desktop::Canvas& canvas, const RECT& area, std::uint32_t colour) {
+    for (int y = area.top; y < area.bottom; ++y)
+        for (int x = area.left; x < area.right; ++x)
+            canvas.pixels[(y - canvas.origin.y) * canvas.stride + x - canvas.origin.x] = colour;
+}
+
+constexpr int cell = 16;
+constexpr int cells = 16;
+
+// Paints a running number as black and white cells at (100, 100), and notes when each one stood.
+struct RunningNumber {
+    RunningNumber() : start(Clock::now()), painter([this] { run(); }) {}
+    // When each number stood there, in seconds; ends the painting.
+    const std::vector<double>& end() {
+        over = true;
+        painter.join();
+        return times;
+    }
+    void run() {
+        for (unsigned number = 0; !over; ++number) {
+            desktop::paintDesktop([&](const desktop::Canvas& canvas) {
+                for (int bit = 0; bit < cells; ++bit)
+                    fill(canvas, {100 + bit * cell, 100, 100 + (bit + 1) * cell, 100 + cell},
+                         number >> bit & 1 ? 0xffffff : 0);
+            });
+            times.push_back(secondsSince(start));
+            std::this_thread::sleep_for(std::chrono::milliseconds(8));
+        }
+    }
+    Clock::time_point start;
+    std::vector<double> times;  // by number
+    std::atomic<bool> over = false;
+    std::thread painter;
+};
+
+unsigned numberIn(const ClipPicture& picture) {
+    unsigned number = 0;
+    for (int bit = 0; bit < cells; ++bit)
+        if (picture.luma(bit * cell + cell / 2, cell / 2) > 126) number |= 1u << bit;
+    return number;
+}
+
+// A take of `seconds`, with a running number in it.
+void expectTrueTime(double seconds) {
+    atDesktop([seconds] {
+        Program program;
+        RunningNumber running;
+        startRecording({100, 100, 420, 340});
+        const Clock::time_point begin = Clock::now();
+        desktop::waitUntil([&] { return secondsSince(begin) > seconds; }, seconds + 10);
+        pressEsc();
+        const double wall = secondsSince(begin);
+        desktop::waitForBalloon("Copied — paste the video file.");
+        const std::vector<double> painted = running.end();
+        const Path file = filesIn(recordings()).front();
+        const Clip clip = readClip(file);
+        ASSERT_GT(clip.times.size(), 10u);
+        EXPECT_NEAR(clip.seconds, wall, 0.25);
+        for (std::size_t at = 0; at < clip.times.size(); ++at) {
+            const auto slot = std::llround(static_cast<double>(clip.times[at]) * 30 / 1e7);
+            ASSERT_EQ(clip.times[at], slot * 10'000'000 / 30) << "on the grid, exactly";
+            ASSERT_TRUE(at == 0 || clip.times[at] > clip.times[at - 1]);
+        }
+        // Each picture bears the number that stood on the screen at its time, to within one slot.
+        std::vector<double> offsets;
+        std::size_t at = 0;
+        forEachPicture(file, clip, [&](const ClipPicture& picture) {
+            const unsigned number = numberIn(picture);
+            ASSERT_LT(number, painted.size());
+            offsets.push_back(painted[number] - static_cast<double>(clip.times[at++]) / 1e7);
+        });
+        EXPECT_EQ(offsets.size(), clip.times.size()) << "every picture decodes";
+        std::vector<double> sorted = offsets;
+        std::sort(sorted.begin(), sorted.end());
+        const double middle = sorted[sorted.size() / 2];
+        const auto late = std::count_if(offsets.begin(), offsets.end(), [&](double offset) {
+            return std::abs(offset - middle) > 1.0 / 30 + 0.01;
+        });
+        // A machine under load may hold the thread between looking and stamping, but seldom.
+        EXPECT_LE(late, static_cast<long>(offsets.size() / 20));
+    });
+}
+
+}  // namespace
+
+TEST(Clip, showsWhatStoodThereAndNothingOfOurs) {
+    atDesktop([] {
+        desktop::setMonitors({{{0, 0, 1920, 1080}}, {{-1920, 0, 0, 1080}}});
+        const RECT region{-1111, 77, -111, 679};  // 1000 × 602
+        desktop::paintDesktop([&](const desktop::Canvas& canvas) {
+            fill(canvas, {-1920, 0, 1920, 1080}, 0x204060);
+            fill(canvas, {region.left, region.top, region.left + 64, region.top + 64}, 0xff0000);
+            fill(canvas, {region.right - 64, region.bottom - 64, region.right, region.bottom},
+                 0x00ff00);
+        });
+        desktop::movePointer(-500, 500);
+        Program program;
+        startRecording(region);
+        stopAndFinish();
+        const Path file = filesIn(recordings()).front();
+        const Clip clip = readClip(file);
+        EXPECT_EQ(clip.description, "h264 1000x602 30/1 smpte170m tv 1:1 streams=1");
+        forEachPicture(file, clip, [&](const ClipPicture& picture) {
+            // (66 R + 129 G + 25 B + 128) / 256 + 16, and chroma likewise.
+            const struct {
+                int x, y, luma, u, v;
+            } patches[] = {{32, 32, 82, 90, 240},    {1000 - 32, 602 - 32, 144, 54, 34},
+                           {500, 2, 66, 144, 107},   {2, 300, 66, 144, 107},
+                           {997, 300, 66, 144, 107}, {500, 599, 66, 144, 107}};
+            for (const auto& patch : patches) {
+                EXPECT_NEAR(picture.luma(patch.x, patch.y), patch.luma, 3);
+                EXPECT_NEAR(picture.u(patch.x, patch.y), patch.u, 3);
+                EXPECT_NEAR(picture.v(patch.x, patch.y), patch.v, 3);
+            }
+        });
+    });
+}
+
+TEST(Clip, ofASecondKeepsTime) { expectTrueTime(1); }
+TEST(Clip, ofAMinuteKeepsTime) { expectTrueTime(60); }

@@ -1,0 +1,74 @@
+// The program on the embedded desktop, and a person who uses it. The program keeps its state for
+// the life of a process, so each body runs in a process of its own.
+
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "platform/control.h"
+
+namespace person {
+
+using Path = std::filesystem::path;
+
+// Runs `body` in a child process with fresh user folders and the embedded desktop of one 1920 ×
+// 1080 monitor. The child's failed expectations are printed by it and fail the test here. A planned
+// end of the process is no failure.
+void atDesktop(const std::function<void()>& body);
+
+// The same without a verdict: the child's exit code.
+int exitCodeAtDesktop(const std::function<void()>& body, const Path& home);
+
+Path home();  // the user's folders lie below
+Path dataFolder();
+Path recordings();
+std::vector<Path> filesIn(const Path& folder);  // sorted; empty if there is no folder
+std::string contentOf(const Path& file);
+
+// Runs wWinMain on a thread of its own from construction on.
+struct Program {
+    explicit Program(const std::u16string& commandTail = u"");
+    ~Program();         // closes it, if nobody did
+    bool waitForEnd();  // false: it still runs after half a minute
+    int close();        // WM_CLOSE and the exit code
+    int exitCode = -1;
+
+private:
+    std::thread thread;
+    bool ended = false;
+};
+
+// What a person does. The ones that end in a visible change wait for it.
+void pressKeys(const std::vector<UINT>& keys);  // down in order, up in reverse order
+void pressShortcut();
+void pressEsc();
+void openSheet();  // the shortcut, then the dim sheet is there
+void drag(int fromX, int fromY, int toX, int toY);
+void startRecording(const RECT& region);  // sheet, drag, red frame, and a sample or a failure
+void stopAndFinish();                     // Esc, then the clip is copied
+
+// The program's window of that class is on the screen.
+bool isShown(const std::string& className);
+bool sheetIsUp();
+bool frameIsUp();
+bool samplesFlow();  // since the call log was started
+
+// One short recording of (100, 100, 420, 340) to its end, whatever that is.
+struct Outcome {
+    std::optional<Path> clip;          // new in the folder
+    std::vector<std::string> notices;  // balloons since the shortcut
+};
+Outcome recordOneClip();
+
+// Every notice since the program started, and the last one.
+std::string lastNotice();
+
+}  // namespace person

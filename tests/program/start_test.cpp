@@ -1,0 +1,264 @@
+// Start-up, the one instance, and shutdown: message boxes, exit codes, and what lies on the disk.
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <fstream>
+
+#include "tests/program/person.h"
+
+using namespace person;
+
+namespace {
+
+const char* const cannotTell =
+    "An older or unresponsive Quorvel Clip is running. Exit that copy from its tray menu before "
+    "opening this one. Your clips and settings are kept.";
+
+// Runs the program to its end, answering every box. "exit code|title|text|..." of what was shown.
+std::string runAndRead(const std::u16string& tail = u"") {
+    std::string shown;
+    bool over = false;
+    int exitCode = -1;
+    std::thread program([&] {
+        std::u16string copy = tail;
+        exitCode = wWinMain(GetModuleHandleW(nullptr), nullptr, copy.data(), SW_SHOWNORMAL);
+        over = true;
+    });
+    EXPECT_TRUE(desktop::waitUntil([&] { return over || !desktop::openBoxes().empty(); }));
+    if (!over) {
+        const desktop::ShownBox box = desktop::openBoxes().front();
+        shown = "|" + box.title + "|" + box.text + "|" + std::to_string(box.icon);
+        desktop::answerBox();
+    }
+    program.join();
+    return std::to_string(exitCode) + shown;
+}
+
+void writeFile(const Path& file, const std::string& content) {
+    std::filesystem::create_directories(file.parent_path());
+    std::ofstream(file, std::ios::binary) << content;
+}
+
+}  // namespace
+
+TEST(Start, aFirstRunMakesFoldersAndSettings) {
+    atDesktop([] {
+        Program program;
+        ASSERT_TRUE(desktop::waitUntil([] { return !desktop::trayTip().empty(); }));
+        EXPECT_EQ(contentOf(dataFolder() / "config.ini"),
+                  "; Use tray Settings to change the shortcut.\r\n"
+                  "; Modifiers: Alt=1 Ctrl=2 Shift=4 Win=8; add them.\r\n"
+                  "; Key: Windows virtual-key decimal (7=55, F8=119).\r\n"
+                  "[hotkey]\r\nmodifiers=6\r\nkey=55\r\n");
+        EXPECT_TRUE(std::filesystem::is_directory(recordings()));
+        EXPECT_EQ(program.close(), 0);
+        EXPECT_TRUE(desktop::openObjects().empty());
+        EXPECT_TRUE(desktop::trayTip().empty());
+    });
+}
+
+TEST(Start, everyFailureThatEndsIt) {
+    struct Row {
+        const char* operation;
+        int nth;
+        DWORD code;
+        const char* shown;
+    };
+    const Row rows[] = {
+        {"CreateMutexW", 1, 6,
+         "1|Quorvel Clip|Cannot check for an existing Quorvel Clip instance. No settings were "
+         "changed.|64"},
+        {"CoInitializeEx", 1, 0x80010106, "1|Quorvel Desk Clip|UI COM startup (0x80010106)|16"},
+        {"SHGetKnownFolderPath", 1, 0x80070002, "1|Quorvel Desk Clip|LocalAppData (0x80070002)|16"},
+        {"GetFileAttributesW", 1, 5,
+         "1|Quorvel Desk Clip|App data folder must not be a junction/symlink|16"},
+        {"CreateFileW", 1, 5, "1|Quorvel Desk Clip|Cannot open completed clip/data folder|16"},
+        {"GetFileInformationByHandle", 1, 5,
+         "1|Quorvel Desk Clip|Completed clip is empty or not a file|16"},
+        {"GetFinalPathNameByHandleW", 1, 3,
+         "1|Quorvel Desk Clip|Cannot resolve physical clip path|16"},
+        {"GetFinalPathNameByHandleW", 2, 3,
+         "1|Quorvel Desk Clip|Cannot resolve physical clip path|16"},
+        {"RegisterClassW", 1, 1410, "1|Quorvel Desk Clip|Tray class failed|16"},
+        {"CreateWindowExW", 1, 8, "1|Quorvel Desk Clip|Tray window failed|16"},
+        {"RegisterClassW", 2, 1410, "1|Quorvel Desk Clip|Overlay class registration failed|16"},
+        {"CreateWindowExW", 2, 8, "1|Quorvel Desk Clip|Overlay creation failed|16"},
+        {"Shell_NotifyIconW", 1, 5, "1|Quorvel Desk Clip|Cannot add tray icon|16"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.shown);
+        atDesktop([&] {
+            desktop::planFault({desktop::Fault::Fail, row.operation, row.nth, row.code, false});
+            EXPECT_EQ(runAndRead(), row.shown);
+            EXPECT_TRUE(desktop::faultStruck());
+            desktop::clearFaults();
+            EXPECT_TRUE(desktop::openObjects().empty());
+            EXPECT_TRUE(desktop::trayTip().empty());
+        });
+    }
+}
+
+TEST(Start, refusesAFolderItCannotTrust) {
+    struct Row {
+        const char* name;
+        std::function<void()> prepare;
+        const char* shown;
+    };
+    const Row rows[] = {
+        {"data folder is a link",
+         [] {
+             std::filesystem::create_directories(home() / "elsewhere");
+             std::filesystem::create_symlink(home() / "elsewhere", dataFolder());
+         },
+         "1|Quorvel Desk Clip|App data folder must not be a junction/symlink|16"},
+        {"Recordings is a link",
+         [] {
+             std::filesystem::create_directories(dataFolder());
+             std::filesystem::create_symlink(home(), recordings());
+         },
+         "1|Quorvel Desk Clip|App data folder must not be a junction/symlink|16"},
+        {"config.ini cannot be written",
+         [] {
+             std::filesystem::create_directories(dataFolder());
+             std::filesystem::create_symlink(home() / "nowhere" / "x", dataFolder() / "config.ini");
+         },
+         "1|Quorvel Desk Clip|Cannot create config|16"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        atDesktop([&] {
+            row.prepare();
+            EXPECT_EQ(runAndRead(), row.shown);
+        });
+    }
+    atDesktop([] {
+        writeFile(dataFolder(), "a file in the way");
+        EXPECT_EQ(runAndRead().rfind(
+                      "1|Quorvel Desk Clip|filesystem error: cannot create directories", 0),
+                  0u);
+        EXPECT_EQ(contentOf(dataFolder()), "a file in the way");
+    });
+}
+
+TEST(Start, aShortcutThatIsInvalidOrTakenLeavesTheTray) {
+    const char* const invalid = "Invalid config shortcut. Use tray Settings to choose one.";
+    const char* const taken =
+        "Shortcut unavailable. Use tray Settings to choose another; tray Record also works.";
+    struct Row {
+        const char* config;
+        const char* notice;
+        const char* tip;
+    };
+    const Row rows[] = {
+        {"", "", "Ctrl+Shift+7"},
+        {"[other]\nmodifiers=1\n", "", "Ctrl+Shift+7"},
+        {"[hotkey]\nmodifiers=15\nkey=123", "", "Ctrl+Alt+Shift+Win+F12"},
+        {"[hotkey]\nmodifiers=0\nkey=55\n", invalid, "Ctrl+Shift+7"},
+        {"[hotkey]\nmodifiers=16\nkey=55\n", invalid, "Ctrl+Shift+7"},
+        {"[hotkey]\nmodifiers=two\nkey=55\n", invalid, "Ctrl+Shift+7"},
+        {"[hotkey]\nmodifiers=6\nkey=95\n", invalid, "Ctrl+Shift+7"},
+        {"[hotkey]\nmodifiers=6\nkey=124\n", invalid, "Ctrl+Shift+7"},
+        {"[hotkey]\nmodifiers=2\nkey=65\n", taken, "Ctrl+A"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.config);
+        atDesktop([&] {
+            writeFile(dataFolder() / "config.ini", row.config);
+            desktop::takeHotKey(MOD_CONTROL, 'A');
+            Program program;
+            ASSERT_TRUE(desktop::waitUntil([&] {
+                return desktop::trayTip() == std::string("Quorvel Desk Clip — ") + row.tip;
+            })) << desktop::trayTip();
+            if (*row.notice) desktop::waitForBalloon(row.notice);
+            EXPECT_EQ(desktop::balloons().size(), *row.notice ? 1u : 0u);
+            EXPECT_EQ(contentOf(dataFolder() / "config.ini"), row.config);
+            desktop::clickTray(WM_LBUTTONDBLCLK);
+            EXPECT_TRUE(desktop::waitUntil(sheetIsUp));
+            EXPECT_EQ(program.close(), 0);
+        });
+    }
+}
+
+// The second start is a process of its own, forked before the first has threads.
+TEST(Start, aSecondStartMeetsTheFirst) {
+    atDesktop([] {
+        const pid_t second = fork();
+        if (second == 0) {
+            desktop::waitUntil([] { return std::filesystem::exists(home() / "go"); });
+            const std::string shown = runAndRead(u"--anything");
+            if (shown != "0") std::fprintf(stderr, "second start: %s\n", shown.c_str());
+            _exit(shown == "0" ? 0 : 1);
+        }
+        Program program;
+        startRecording({100, 100, 420, 340});
+        writeFile(home() / "go", "");
+        desktop::waitForBalloon("Finish the current capture before opening Settings.");
+        int status = -1;
+        waitpid(second, &status, 0);
+        EXPECT_EQ(status, 0);
+        stopAndFinish();
+    });
+}
+
+TEST(Start, aSecondStartGivesUpOnASilentFirst) {
+    atDesktop([] {
+        const pid_t second = fork();
+        if (second == 0) {
+            desktop::waitUntil([] { return std::filesystem::exists(home() / "go"); });
+            const std::string shown = runAndRead();
+            _exit(shown == "0|Quorvel Clip|" + std::string(cannotTell) + "|64" ? 0 : 1);
+        }
+        // A mutex and no window.
+        const HANDLE mutex = CreateMutexW(nullptr, FALSE, u"Local\\QuorvelDeskClip-v1");
+        writeFile(home() / "go", "");
+        int status = -1;
+        waitpid(second, &status, 0);
+        EXPECT_EQ(status, 0);
+        EXPECT_TRUE(filesIn(dataFolder()).empty()) << "a second start leaves no files";
+        CloseHandle(mutex);
+    });
+}
+
+TEST(Start, aHundredStartsLeaveOneFirstInstance) {
+    atDesktop([] {
+        int line[2];
+        ASSERT_EQ(pipe(line), 0);
+        constexpr int starts = 100;
+        std::vector<pid_t> children;
+        for (int start = 0; start < starts; ++start) {
+            const pid_t child = fork();
+            if (child == 0) {
+                char byte;
+                close(line[1]);
+                while (read(line[0], &byte, 1) > 0) {
+                }  // Until everybody is there.
+                const HANDLE mutex = CreateMutexW(nullptr, FALSE, u"Local\\QuorvelDeskClip-v1");
+                const bool first = mutex && GetLastError() != ERROR_ALREADY_EXISTS;
+                writeFile(home() / ("mine-" + std::to_string(start)), "");
+                desktop::waitUntil([] { return std::filesystem::exists(home() / "over"); }, 120);
+                _exit(mutex ? first : 2);
+            }
+            children.push_back(child);
+        }
+        close(line[0]);
+        close(line[1]);
+        EXPECT_TRUE(desktop::waitUntil(
+            [] {
+                int there = 0;
+                for (const Path& file : filesIn(home()))
+                    there += file.filename().string().rfind("mine-", 0) == 0;
+                return there == starts;
+            },
+            120));
+        writeFile(home() / "over", "");
+        int firsts = 0;
+        for (const pid_t child : children) {
+            int status = 0;
+            waitpid(child, &status, 0);
+            EXPECT_LT(WEXITSTATUS(status), 2);
+            firsts += WEXITSTATUS(status) == 1;
+        }
+        EXPECT_EQ(firsts, 1);
+    });
+}
