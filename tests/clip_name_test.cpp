@@ -1,0 +1,59 @@
+// Names of clips.
+
+#include "store/clip_name.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/scratch.h"
+
+namespace {
+
+const WideText example = TEXT("clip-3f2a9c1e-7b4d-4e21-9a6f-0c5d8e7b1a23.mp4");
+
+WideText changed(std::size_t index, char character) {
+    WideText name = example;
+    name[index] = static_cast<WCHAR>(character);
+    return name;
+}
+
+TEST(ClipName, hasExactlyOneForm) {
+    EXPECT_TRUE(isValidClipName(example));
+    const WideText wrong[] = {
+        TEXT(""),
+        example.substr(1),
+        example + TEXT(" "),
+        partialPath(example).string<WCHAR>(),
+        changed(0, 'C'),   // beginning
+        changed(5, 'F'),   // upper-case digit
+        changed(5, 'g'),   // no digit
+        changed(40, '-'),  // hyphen for a digit
+        changed(13, '0'),  // digit for a hyphen
+        changed(28, '0'),
+        changed(6, '/'),
+        changed(6, '\\'),
+        changed(41, '_'),
+        changed(42, 'M'),
+        // The low eight bits of this character are the digit's.
+        changed(5, '3').replace(5, 1, 1, static_cast<WCHAR>(0x0133)),
+    };
+    for (const WideText& name : wrong) EXPECT_FALSE(isValidClipName(name)) << Path(name).string();
+}
+
+TEST(ClipName, isNewEachTime) {
+    const ScratchFolder folder;
+    const Path first = allocateClipPath(folder.path);
+    const Path second = allocateClipPath(folder.path);
+    EXPECT_NE(first, second);
+    for (const Path& clip : {first, second}) {
+        EXPECT_EQ(clip.parent_path(), folder.path);
+        EXPECT_TRUE(isValidClipName(clip.filename().string<WCHAR>())) << clip.string();
+    }
+    EXPECT_TRUE(namesIn(folder.path).empty());
+}
+
+TEST(ClipName, staysWholeInThePartialName) {
+    const Path clip = Path("folder") / example;
+    EXPECT_EQ(partialPath(clip), Path("folder") / (example + TEXT(".partial.mp4")));
+}
+
+}  // namespace

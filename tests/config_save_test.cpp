@@ -1,0 +1,60 @@
+// A save changes two values and nothing else, or nothing at all.
+
+#include "settings/config_save.h"
+
+#include <gtest/gtest.h>
+
+#include "common/handle.h"
+#include "tests/scratch.h"
+
+namespace {
+
+const std::string notSaved =
+    "Cannot save config.ini. Previous shortcut kept. Check file/folder permissions and free disk "
+    "space, close programs locking the file, then retry Save.";
+
+UINT valueIn(const Path& file, const WCHAR* key) {
+    return GetPrivateProfileIntW(TEXT("hotkey"), key, 0, file.string<WCHAR>().c_str());
+}
+
+TEST(ConfigSave, changesTheTwoValues) {
+    const ScratchFolder folder;
+    const Path file = folder.path / "config.ini";
+    for (const char* const before :
+         {"; mine\r\n[hotkey]\r\nmodifiers=6\r\nkey=55\r\n[other]\r\nkey=1\r\n", "",
+          "[other]\r\n"}) {
+        writeFile(file, before);
+        saveConfig(file, 9, 119);
+        EXPECT_EQ(valueIn(file, TEXT("modifiers")), 9u);
+        EXPECT_EQ(valueIn(file, TEXT("key")), 119u);
+        EXPECT_EQ(namesIn(folder.path), std::vector<std::string>{"config.ini"});
+    }
+    writeFile(file, "; mine\r\n[hotkey]\r\nmodifiers=6\r\nkey=55\r\n[other]\r\nkey=1\r\n");
+    saveConfig(file, 1, 65);
+    EXPECT_EQ(readFile(file),
+              "; mine\r\n[hotkey]\r\nmodifiers=1\r\nkey=65\r\n[other]\r\nkey=1\r\n");
+}
+
+TEST(ConfigSave, doesNotMakeADeletedFileAgain) {
+    const ScratchFolder folder;
+    EXPECT_EQ(failureOf([&] { saveConfig(folder.path / "config.ini", 1, 65); }),
+              "Cannot prepare config.ini. Previous shortcut kept. Check file permissions.");
+    EXPECT_TRUE(namesIn(folder.path).empty());
+}
+
+TEST(ConfigSave, succeedsAfterTheFileWasLocked) {
+    const ScratchFolder folder;
+    const Path file = folder.path / "config.ini";
+    writeFile(file, "[hotkey]\r\n");
+    Handle reader =
+        ownHandle(CreateFileW(file.string<WCHAR>().c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
+                              OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    EXPECT_EQ(failureOf([&] { saveConfig(file, 1, 65); }), notSaved);
+    EXPECT_EQ(readFile(file), "[hotkey]\r\n");
+    EXPECT_EQ(namesIn(folder.path), std::vector<std::string>{"config.ini"});
+    reader.reset();
+    saveConfig(file, 1, 65);
+    EXPECT_EQ(valueIn(file, TEXT("key")), 65u);
+}
+
+}  // namespace

@@ -1,0 +1,18 @@
+# Each *_fuzz.cpp as a fuzzer of its own. ctest lets it run for a while; started by hand it runs until it is stopped.
+# The rooms that it looks into are compiled with it, so that the fuzzer sees their branches.
+
+file(GLOB targets CONFIGURE_DEPENDS ${CMAKE_CURRENT_LIST_DIR}/*_fuzz.cpp)
+collect_files(rooms store common)
+foreach(source IN LISTS targets)
+    cmake_path(GET source STEM name)
+    add_custom_command(
+        OUTPUT ${name}
+        COMMAND ${CLANG} -std=c++20 -O1 -g -fsanitize=fuzzer,address,undefined -fno-sanitize-recover=all
+                -DUNICODE -D_UNICODE -I${PROJECT_SOURCE_DIR} -I${PROJECT_SOURCE_DIR}/platform/include
+                ${source} ${rooms} $<TARGET_FILE:platform> $<TARGET_FILE:resource_block>
+                ${layer_libraries_LDFLAGS} -pthread -o ${name}
+        DEPENDS ${source} ${rooms} platform resource_block
+        VERBATIM)
+    add_custom_target(build_${name} ALL DEPENDS ${name})
+    add_test(NAME Fuzz.${name} COMMAND ${name} -max_total_time=20 -max_len=4096)
+endforeach()

@@ -1,0 +1,98 @@
+// The ledger's format: what is read of it, and its bytes as written.
+
+#include "store/ledger.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/scratch.h"
+
+namespace {
+
+std::vector<std::string> asText(const auto& names) {
+    std::vector<std::string> texts;
+    for (const WideText& name : names) texts.push_back(Path(name).string());
+    return texts;
+}
+
+std::vector<std::string> clips(const std::vector<int>& numbers) {
+    std::vector<std::string> names;
+    for (const int number : numbers) names.push_back(clipName(number));
+    return names;
+}
+
+TEST(Ledger, readsWhatIsWholeAndSkipsTheRest) {
+    const ScratchFolder folder;
+    makeClips(folder.path, {1, 2, 3});
+    std::filesystem::create_directory(folder.path / clipName(4));
+    const std::string one = clipName(1), two = clipName(2), three = clipName(3);
+    std::string upper = three;
+    upper.replace(upper.size() - 3, 3, "MP4");
+    const struct {
+        std::string bytes;
+        std::vector<int> owned, seen;
+    } rows[] = {
+        {"", {}, {}},
+        {one + "\r\n" + two + "\r\n", {1, 2}, {1, 2}},
+        {one + "\n" + two + "\n", {1, 2}, {1, 2}},
+        {two + "\r\n" + one, {2, 1}, {1, 2}},   // no last line end
+        {one + "\r\n" + two + "\r", {1}, {1}},  // a lone CR is no line end
+        {one + "\r\r\n" + two + "\r\n", {2}, {2}},
+        {one + "\r" + two + "\r\n" + three + "\r\n", {3}, {3}},
+        {one + "\r\n" + two + "\x1A\r\n" + three + "\r\n", {1, 2}, {1, 2}},
+        {one + "\r\n" + two + "\r\x1A\n", {1}, {1}},
+        {"\xEF\xBB\xBF" + one + "\r\n" + two + "\r\n", {2}, {2}},
+        {one + " \r\n\r\n " + two + "\r\n" + upper + "\r\n" + std::string(45, '\xE9') + "\n",
+         {},
+         {}},
+        {std::string(100'000, 'x') + "\n" + one + "\n", {1}, {1}},
+        {three + "\n" + one + "\n" + three + "\n", {3, 1}, {1, 3}},
+        // The first is gone, the second a folder: seen, not owned.
+        {clipName(9) + "\n" + clipName(4) + "\n" + one + "\n", {1}, {1, 4, 9}},
+        {std::string("\0", 1) + one + "\n" + two + "\n", {2}, {2}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(testing::PrintToString(row.bytes.substr(0, 200)));
+        writeFile(folder.path / "completed.txt", row.bytes);
+        const Ledger ledger = readLedger(folder.path);
+        EXPECT_EQ(asText(ledger.ownedNames), clips(row.owned));
+        EXPECT_EQ(asText(ledger.seenNames), clips(row.seen));
+    }
+}
+
+TEST(Ledger, isEmptyWhenThereIsNoneToRead) {
+    const ScratchFolder folder;
+    EXPECT_TRUE(readLedger(folder.path).seenNames.empty());
+    EXPECT_TRUE(readLedger(folder.path / "missing").seenNames.empty());
+    std::filesystem::create_directory(folder.path / "completed.txt");
+    EXPECT_TRUE(readLedger(folder.path).seenNames.empty());
+}
+
+TEST(Ledger, isReplacedAsAWhole) {
+    const ScratchFolder folder;
+    writeFile(folder.path / "completed.txt", ledgerOf({1, 2, 3}));
+    writeFile(folder.path / "completed.txt.new", std::string(1000, 'x'));
+    const Path first = clipName(7), second = clipName(5);
+    writeLedger(folder.path, {first.string<WCHAR>(), second.string<WCHAR>()});
+    EXPECT_EQ(readFile(folder.path / "completed.txt"), ledgerOf({7, 5}));
+    EXPECT_EQ(namesIn(folder.path), std::vector<std::string>{"completed.txt"});
+}
+
+TEST(Ledger, survivesAFailedWrite) {
+    const ScratchFolder folder;
+    const Path name = clipName(8);
+    const auto write = [&] { writeLedger(folder.path, {name.string<WCHAR>()}); };
+    // In the way of the replacement.
+    std::filesystem::create_directory(folder.path / "completed.txt");
+    EXPECT_EQ(failureOf(write), "Cannot replace recording ownership ledger (Windows error 5)");
+    EXPECT_EQ(readFile(folder.path / "completed.txt.new"), ledgerOf({8}));
+    // In the way of the new list.
+    std::filesystem::remove(folder.path / "completed.txt");
+    std::filesystem::remove(folder.path / "completed.txt.new");
+    writeFile(folder.path / "completed.txt", ledgerOf({1}));
+    std::filesystem::create_directory(folder.path / "completed.txt.new");
+    EXPECT_EQ(failureOf(write),
+              "Cannot write recording ownership ledger; check free space and folder permissions");
+    EXPECT_EQ(readFile(folder.path / "completed.txt"), ledgerOf({1}));
+}
+
+}  // namespace

@@ -1,0 +1,190 @@
+// What processes of one session share: the mutex's name, windows found by class, messages, and the
+// entry that starts the program with the session. Other processes are children of the test.
+
+#include <windows.h>
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <functional>
+
+#include "common/handle.h"
+#include "platform/control.h"
+#include "platform/desktop/mailbox.h"
+#include "platform/desktop/user_folders.h"
+#include "platform/hosts/host.h"
+#include "tests/scratch.h"
+
+namespace {
+
+// A host that gives nothing but a session's name, the same in every process.
+const host::Host& sharedSession() {
+    static host::Host shared = [] {
+        host::Host made{};
+        made.name = "shared";
+        made.session = [] { return std::string("a/session:0"); };
+        return made;
+    }();
+    return shared;
+}
+
+// The process lives until it is ended; what it writes into the pipe tells that it has got so far.
+struct Child {
+    explicit Child(const std::function<void()>& prepare) {
+        int ends[2];
+        if (pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
+        process = fork();
+        if (process == 0) {
+            prepare();
+            if (write(ends[1], "x", 1) != 1) _exit(1);
+            for (;;)
+                desktop::answerMail([](auto, UINT message, WPARAM, LPARAM) { return message + 1; });
+        }
+        close(ends[1]);
+        char ready;
+        if (read(ends[0], &ready, 1) != 1) throw std::runtime_error("the child has ended");
+        close(ends[0]);
+    }
+    ~Child() { end(); }
+    void end() {
+        if (process > 0) {
+            kill(process, SIGKILL);
+            waitpid(process, nullptr, 0);
+        }
+        process = 0;
+    }
+
+    pid_t process = 0;
+};
+
+struct Session : testing::Test {
+    Session() { host::use(sharedSession()); }
+
+    // Whether this process is the first to have the name.
+    static bool claims(Handle& mutex) {
+        mutex.reset(CreateMutexW(nullptr, FALSE, TEXT("Local\\name")));
+        EXPECT_TRUE(mutex);
+        return GetLastError() != ERROR_ALREADY_EXISTS;
+    }
+};
+
+TEST_F(Session, hasOneFirstHolderOfAName) {
+    Handle mine;
+    Handle again;
+    EXPECT_TRUE(claims(mine));
+    EXPECT_FALSE(claims(again));
+    mine.reset();
+    EXPECT_FALSE(claims(mine));  // The second handle has kept the name.
+    mine.reset();
+    again.reset();
+    EXPECT_TRUE(claims(mine));
+}
+
+TEST_F(Session, freesTheNameOfAProcessThatWasKilled) {
+    Handle mutex;
+    Child child([] { CreateMutexW(nullptr, FALSE, TEXT("name")); });
+    EXPECT_FALSE(claims(mutex));
+    mutex.reset();
+    child.end();
+    EXPECT_TRUE(claims(mutex));
+}
+
+// Many at once, again and again: never two firsts, never none.
+TEST_F(Session, letsExactlyOneOfManyBeFirst) {
+    for (int round = 0; round < 20; ++round) {
+        int ends[2];
+        ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+        std::vector<pid_t> children;
+        for (int index = 0; index < 4; ++index) {
+            children.push_back(fork());
+            if (children.back()) continue;
+            CreateMutexW(nullptr, FALSE, TEXT("contended"));
+            const char answer = GetLastError() == ERROR_ALREADY_EXISTS ? 'n' : 'y';
+            if (write(ends[1], &answer, 1) != 1) _exit(1);
+            pause();
+        }
+        std::string answers(children.size(), ' ');
+        for (char& answer : answers) ASSERT_EQ(read(ends[0], &answer, 1), 1);
+        EXPECT_EQ(std::count(answers.begin(), answers.end(), 'y'), 1) << answers;
+        for (const pid_t child : children) {
+            kill(child, SIGKILL);
+            waitpid(child, nullptr, 0);
+        }
+        close(ends[0]);
+        close(ends[1]);
+    }
+}
+
+TEST_F(Session, refusesAFolderThatOthersCanEnter) {
+    const ScratchFolder scratch;
+    const std::string before = std::getenv("XDG_RUNTIME_DIR");
+    setenv("XDG_RUNTIME_DIR", scratch.path.c_str(), 1);
+    std::filesystem::create_directory(scratch.path / "quorvel-desk-clip");
+    std::filesystem::permissions(scratch.path / "quorvel-desk-clip", std::filesystem::perms::all);
+    EXPECT_EQ(CreateMutexW(nullptr, FALSE, TEXT("name")), nullptr);
+    setenv("XDG_RUNTIME_DIR", before.c_str(), 1);
+}
+
+TEST_F(Session, carriesMessagesToAnotherProcess) {
+    Child child([] { desktop::openMailbox(u"SomeClass", 5); });
+    const auto found = desktop::findMailbox(u"someCLASS");
+    ASSERT_TRUE(found);
+    EXPECT_EQ(found->process, child.process);
+    EXPECT_EQ(desktop::sendMail(*found, 41, 0, 0, 10000), 42);
+    EXPECT_FALSE(desktop::findMailbox(u"Some"));
+
+    kill(child.process, SIGSTOP);
+    EXPECT_FALSE(desktop::sendMail(*found, 41, 0, 0, 50));  // found, but hung
+    EXPECT_TRUE(desktop::findMailbox(u"SomeClass"));
+    child.end();
+    EXPECT_FALSE(desktop::sendMail(*found, 41, 0, 0, 50));
+    EXPECT_FALSE(desktop::findMailbox(u"SomeClass"));
+    EXPECT_FALSE(std::filesystem::exists(found->path));
+}
+
+struct Autostart : testing::Test {
+    const Path entry = desktop::configFolder() / "autostart" / "Some program.desktop";
+    HKEY key = nullptr;
+
+    Autostart() {
+        RegCreateKeyExW(HKEY_CURRENT_USER,
+                        TEXT("Software\\Microsoft\\Windows\\CurrentVersion\\Run"), 0, nullptr, 0,
+                        KEY_SET_VALUE, nullptr, &key, nullptr);
+    }
+    ~Autostart() override {
+        RegDeleteValueW(key, TEXT("Some program"));
+        RegCloseKey(key);
+        std::filesystem::remove(entry);
+    }
+    void set(const std::u16string& command) {
+        RegSetValueExW(key, TEXT("Some program"), 0, REG_SZ,
+                       reinterpret_cast<const BYTE*>(command.c_str()),
+                       static_cast<DWORD>(2 * command.size() + 2));
+    }
+};
+
+TEST_F(Autostart, followsTheValue) {
+    set(u"\"/opt/a \\b/$x 100%\"");
+    EXPECT_NE(readFile(entry).find("\nExec=\"/opt/a \\\\\\\\b/\\\\$x 100%%\"\n"),
+              std::string::npos);
+    set(u"\"/opt/a\" --argument");
+    EXPECT_FALSE(std::filesystem::exists(entry));
+    set(u"\"/opt/a\"");
+    RegDeleteValueW(key, TEXT("Some program"));
+    EXPECT_FALSE(std::filesystem::exists(entry));
+}
+
+TEST_F(Autostart, leavesAnEntryOfOthersAlone) {
+    std::filesystem::create_directories(entry.parent_path());
+    writeFile(entry, "[Desktop Entry]\nExec=other\n");
+    set(u"\"/opt/a\"");
+    RegDeleteValueW(key, TEXT("Some program"));
+    EXPECT_EQ(readFile(entry), "[Desktop Entry]\nExec=other\n");
+}
+
+}  // namespace
