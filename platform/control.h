@@ -19,6 +19,7 @@ namespace desktop {
 struct LoggedCall {
     std::string operation;
     std::string arguments;  // separated by ", ": texts in quotes, numbers in decimal, pointers as "set" or "null"
+    std::int64_t time = 0;  // when the call began: nanoseconds of the steady clock
 };
 void startCallLog();  // empties and starts it
 std::vector<LoggedCall> callLog();
@@ -112,6 +113,18 @@ struct ShownBox {
 };
 std::vector<ShownBox> openBoxes();
 bool answerBox(int button = IDOK);  // the topmost one; false: none open
+
+struct ShownControl {
+    int id;
+    std::string className, text;  // UTF-8; "&" stands before the underlined letter
+    bool checked, enabled, focused;
+    RECT bounds;  // on the virtual desktop
+};
+struct ShownDialog {
+    std::string title;
+    std::vector<ShownControl> controls;  // in their order
+};
+std::optional<ShownDialog> openDialog();  // none: not open, or minimised
 
 struct MenuEntry {
     UINT id;

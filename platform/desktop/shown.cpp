@@ -58,6 +58,10 @@ bool answerBox(int button) {
     return box != nullptr;
 }
 
+std::optional<ShownDialog> openDialog() {
+    return withShown([](Shown& shown) { return shown.dialog; });
+}
+
 std::vector<MenuEntry> openMenu() {
     return withShown([](Shown& shown) { return shown.menu; });
 }

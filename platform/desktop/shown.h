@@ -31,6 +31,7 @@ struct ShownBoxEntry {
 struct Shown {
     std::vector<ShownHandle> windows;  // topmost first
     std::vector<ShownBoxEntry> boxes;  // the last one is on top
+    std::optional<ShownDialog> dialog;
     std::vector<MenuEntry> menu;
     std::vector<ShownBalloon> balloons;
     std::string trayTip;

@@ -7,9 +7,10 @@
 #include "platform/gdi32/objects.h"
 #include "platform/gdi32/text.h"
 
+// A brush that could not be made paints nothing.
 int FillRect(HDC context, const RECT* rectangle, HBRUSH brush) {
     desktop::Call call("FillRect", context, rectangle, brush);
-    if (call.struck()) return call.fail(ERROR_INVALID_HANDLE);
+    if (call.struck() || !brush) return call.fail(ERROR_INVALID_HANDLE);
     const gdi::PaintContext& target = gdi::contextOf(context, "FillRect");
     gdi::fill(target.canvas, *rectangle, gdi::brushPixel(brush, "FillRect"));
     return 1;
@@ -17,7 +18,7 @@ int FillRect(HDC context, const RECT* rectangle, HBRUSH brush) {
 
 int FrameRect(HDC context, const RECT* rectangle, HBRUSH brush) {
     desktop::Call call("FrameRect", context, rectangle, brush);
-    if (call.struck()) return call.fail(ERROR_INVALID_HANDLE);
+    if (call.struck() || !brush) return call.fail(ERROR_INVALID_HANDLE);
     const gdi::PaintContext& target = gdi::contextOf(context, "FrameRect");
     gdi::frame(target.canvas, *rectangle, gdi::brushPixel(brush, "FrameRect"));
     return 1;

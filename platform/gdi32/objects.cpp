@@ -101,9 +101,11 @@ int CombineRgn(HRGN target, HRGN first, HRGN second, int mode) {
     return kindOf(*result);
 }
 
-// Deleting what is gone already, or what belongs to a window, is a fault of the program's own.
+// Deleting what is gone already, or what belongs to a window, is a fault of the program's own. Null
+// is what it has after a failure.
 BOOL DeleteObject(HGDIOBJ object) {
     desktop::Call call("DeleteObject", object);
+    if (!object) return call.fail(ERROR_INVALID_HANDLE);
     if (object == whiteBrush) return TRUE;
     if (brushes.remove(object)) return desktop::closed(desktop::Object::Brush), TRUE;
     if (gdi::takeRegion(static_cast<HRGN>(object))) return TRUE;

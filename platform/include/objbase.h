@@ -13,7 +13,6 @@ struct GUID {
     std::uint8_t Data4[8];
 };
 using IID = GUID;
-using CLSID = GUID;
 using KNOWNFOLDERID = GUID;
 
 #define REFGUID const GUID&
@@ -36,8 +35,7 @@ inline bool IsEqualIID(const GUID& one, const GUID& other) { return one == other
 #define DEFINE_GUID(name, l, w1, w2, b1, b2, b3, b4, b5, b6, b7, b8) extern "C" const GUID name
 #endif
 
-DEFINE_GUID(IID_IUnknown, 0x00000000, 0x0000, 0x0000, 0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00,
-            0x46);
+extern "C" const IID IID_IUnknown;  // {00000000-0000-0000-C000-000000000046}
 
 // Offers the published methods that the program calls and no others, as all interfaces here do; the
 // order of methods is therefore not that of the published table.

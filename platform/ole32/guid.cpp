@@ -16,6 +16,9 @@
 
 #include "platform/desktop/call.h"
 
+// The one identifier that its header declares without a value.
+const IID IID_IUnknown = {0, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+
 HRESULT CoCreateGuid(GUID* id) {
     desktop::Call call("CoCreateGuid");
     if (call.struck() || getrandom(id, sizeof *id, 0) != sizeof *id) return call.result(E_FAIL);

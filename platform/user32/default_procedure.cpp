@@ -4,6 +4,8 @@
 #include "platform/user32/message_queue.h"
 #include "platform/user32/window.h"
 
+namespace user32 {
+
 namespace {
 
 // Messages that the layer itself sends and whose default is to do nothing.
@@ -34,23 +36,29 @@ bool isKnown(UINT message) {
 
 }  // namespace
 
-LRESULT DefWindowProcW(HWND window, UINT message, WPARAM wparam, LPARAM) {
-    desktop::Call call("DefWindowProcW", message);
+LRESULT answerMessage(HWND window, UINT message, WPARAM wparam, LPARAM) {
     switch (message) {
     case WM_NCCREATE:
     case WM_QUERYENDSESSION: return TRUE;
-    case WM_CLOSE: user32::destroyWindow(window); return 0;
+    case WM_CLOSE: destroyWindow(window); return 0;
     case WM_SYSCOMMAND:
-        if ((wparam & 0xFFF0) == SC_CLOSE) return user32::send(window, WM_CLOSE, 0, 0);
+        if ((wparam & 0xFFF0) == SC_CLOSE) return send(window, WM_CLOSE, 0, 0);
         return 0;
     case WM_SYSKEYDOWN:
-        if (wparam == VK_F4) user32::post({window, WM_SYSCOMMAND, SC_CLOSE, 0, 0, {}});
+        if (wparam == VK_F4) post({window, WM_SYSCOMMAND, SC_CLOSE, 0, 0, {}});
         return 0;
     case WM_PAINT:
-        if (user32::Window* const record = user32::find(window)) record->dirty = {};
+        if (Window* const record = find(window)) record->dirty = {};
         return 0;
     default:
         if (!isKnown(message)) desktop::refuse("DefWindowProcW", "message", message);
         return 0;
     }
+}
+
+}  // namespace user32
+
+LRESULT DefWindowProcW(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
+    desktop::Call call("DefWindowProcW", message);
+    return user32::answerMessage(window, message, wparam, lparam);
 }

@@ -23,6 +23,7 @@ namespace {
 using host::Event;
 
 std::optional<Event> waiting;  // pointer or key event for a window
+UINT takenModifiers = 0;
 std::bitset<256> passedDown;   // keys whose press went past the hooks
 std::bitset<256> eatenDown;    // keys whose press a hook ate: nobody else sees them as down
 
@@ -53,8 +54,10 @@ void offerKey(const Event& event) {
     eatenDown[key] = false;
     if (event.offered && press && isHotKey(event, repeat))
         return host::current().finishInput(event, true);
-    host::current().finishInput(event, keyTarget() != nullptr);
-    if (keyTarget()) waiting = event;
+    // A hidden window may have the foreground, but on a display that others use too the keys are theirs.
+    const bool ours = keyTarget() && find(keyTarget())->visible;
+    host::current().finishInput(event, ours);
+    if (ours) waiting = event;
 }
 
 void presentAgain(host::Surface surface) {
@@ -115,6 +118,7 @@ bool takeInput(MSG& message, const Filter& filter) {
         const bool forWindow = resolve(event, candidate);
         if (forWindow && !passes(filter, candidate)) return false;
         waiting.reset();
+        takenModifiers = event.modifiers;
         if (pointer) host::current().finishInput(event, forWindow);
         if (!forWindow) continue;
         if (event.kind == Event::ButtonPressed) activateByPress(candidate.hwnd);
@@ -123,6 +127,8 @@ bool takeInput(MSG& message, const Filter& filter) {
     }
     return false;
 }
+
+UINT modifiersOfInput() { return takenModifiers; }
 
 bool isDown(UINT key) {
     const Event* const hooked = hookedEvent();

@@ -15,6 +15,10 @@ void takeEvents();
 // The waiting event as a message.
 bool takeInput(MSG& message, const Filter& filter);
 
+// MOD_ALT | MOD_CONTROL | MOD_SHIFT | MOD_WIN, as they were held at the input that takeInput took
+// last.
+UINT modifiersOfInput();
+
 bool isDown(UINT key);
 
 }  // namespace user32

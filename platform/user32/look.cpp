@@ -115,6 +115,18 @@ void caption(const gdi::Canvas& canvas, const RECT& area, std::u16string_view ti
     });
 }
 
+void checkMark(const gdi::Canvas& canvas, const RECT& square, bool enabled) {
+    const double side = square.right - square.left;
+    withCairo(canvas, [&](cairo_t* context) {
+        setColor(context, enabled ? accent : faint);
+        cairo_set_line_width(context, side * 0.15);
+        cairo_move_to(context, square.left + side * 0.22, square.top + side * 0.52);
+        cairo_line_to(context, square.left + side * 0.42, square.top + side * 0.72);
+        cairo_line_to(context, square.left + side * 0.78, square.top + side * 0.28);
+        cairo_stroke(context);
+    });
+}
+
 void sign(const gdi::Canvas& canvas, const RECT& area, UINT icon) {
     const double x = (area.left + area.right) / 2.0, y = (area.top + area.bottom) / 2.0;
     const double radius = (area.right - area.left) / 2.0;

@@ -23,6 +23,8 @@ void button(const gdi::Canvas& canvas, const RECT& area, std::u16string_view tex
 void caption(const gdi::Canvas& canvas, const RECT& area, std::u16string_view title, UINT dpi,
              bool active);
 RECT closeButton(const RECT& captionArea);
+// The tick of a check box, within its square.
+void checkMark(const gdi::Canvas& canvas, const RECT& square, bool enabled);
 // One of MB_ICONINFORMATION, MB_ICONWARNING, MB_ICONERROR.
 void sign(const gdi::Canvas& canvas, const RECT& area, UINT icon);
 void focusRectangle(const gdi::Canvas& canvas, const RECT& area);  // dotted

@@ -43,7 +43,7 @@ struct Layout {
 Layout layoutOf(const Box& box, std::u16string_view title) {
     const auto unit = [&](int length) { return scaled(length, box.dpi); };
     const gdi::Face face = look::textFace(box.dpi);
-    const SIZE text = gdi::measureText(box.text, face, unit(400));
+    const SIZE text = gdi::measureText(box.text, face, unit(440));
     const int heading = gdi::measureText(title, face).cx + unit(70);
     const int across = std::max({unit(84) + text.cx + unit(24), heading, unit(200)});
     const int top = unit(30), body = std::max<int>(text.cy, unit(32));
@@ -134,13 +134,11 @@ HWND openBox(const std::u16string& title, Box box, const host::Monitor& monitor)
     creation.ofTheLayer = true;
     Window& window = addWindow(creation);
     const HWND handle = window.handle;
-    desktop::withShown([&](desktop::Shown& shown) {
-        shown.boxes.push_back(
-            {handle, {desktop::toUtf8(title), desktop::toUtf8(box.text), box.icon}});
-    });
+    const desktop::ShownBox seen{desktop::toUtf8(title), desktop::toUtf8(box.text), box.icon};
     boxes.emplace(handle, std::move(box));
     setVisible(window, true);
     activate(handle);
+    desktop::withShown([&](desktop::Shown& shown) { shown.boxes.push_back({handle, seen}); });
     return handle;
 }
 
@@ -175,6 +173,7 @@ void endBox(HWND box, int button) {
 
 void forgetModals() {
     forgetMenu();
+    forgetDialog();
     boxes.clear();
     desktop::withShown([](desktop::Shown& shown) { shown.boxes.clear(); });
 }

@@ -127,8 +127,8 @@ Found peek(MSG& message, const Filter& filter) {
     runTasks();
     if (endAsked.exchange(false)) endSession();
     takeEvents();
-    const bool found = !sessionHasEnded() && takePosted(message, filter);
-    if (!found && (quitPosted || sessionHasEnded())) return Found::Quit;
+    const bool found = takePosted(message, filter);
+    if (!found && quitPosted) return Found::Quit;
     if (!found && !takeInput(message, filter) && !findPaint(message, filter) &&
         !takeTimer(message, filter))
         return Found::Nothing;
@@ -219,7 +219,6 @@ void dismissWindow(HWND window) {
 
 void forgetMessages() {
     quitPosted = false;
-    forgetSession();
     const std::lock_guard lock(shared().mutex);
     shared().tasks.clear();
 }

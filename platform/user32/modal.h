@@ -11,5 +11,6 @@ void endMenu(UINT id);
 // Ends the box with that button. Does nothing if it is gone.
 void endBox(HWND box, int button);
 void forgetModals();
+void forgetDialog();
 
 }  // namespace user32

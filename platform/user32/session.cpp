@@ -2,14 +2,14 @@
 
 #include "platform/user32/session.h"
 
+#include <cstdlib>
+
 #include "platform/user32/message_queue.h"
 #include "platform/user32/window.h"
 
 namespace user32 {
 
 namespace {
-
-bool ended = false;
 
 void sendToAll(UINT message, WPARAM wparam) {
     const std::vector<HWND> all = windowOrder();  // a copy: windows may go meanwhile
@@ -25,16 +25,16 @@ void askForSessionEnd() { sendToAll(WM_QUERYENDSESSION, 0); }
 
 void tellSessionEnd(bool reallyEnds) {
     sendToAll(WM_ENDSESSION, reallyEnds);
-    if (reallyEnds) ended = true;
+    if (!reallyEnds) return;
+    // The process is ended after the last answer; nothing behind the message loop ever runs.
+    destroyAllWindows();
+    std::_Exit(0);
 }
 
 void endSession() {
     askForSessionEnd();
     tellSessionEnd(true);
 }
-
-bool sessionHasEnded() { return ended; }
-void forgetSession() { ended = false; }
 
 void broadcast(UINT message, WPARAM wparam, LPARAM lparam) {
     for (const HWND window : windowOrder())

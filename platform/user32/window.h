@@ -26,6 +26,7 @@ struct Window {
                     // the window itself
     bool visible = false;
     bool enabled = true;
+    bool minimized = false;
     bool ofTheLayer = false;                  // a menu or a box: not one that the program made
     std::optional<BYTE> opacity;              // layered windows show nothing before it is set
     std::optional<std::vector<RECT>> region;  // in window coordinates; none: the whole window
@@ -71,6 +72,10 @@ void publishWindows();
 // Something of it can be on the screen.
 bool isSeen(const Window& window);
 bool takesMouseAt(const Window& window, POINT at);
+
+// --- default_procedure.cpp
+// What DefWindowProcW does; stops the process at a message that it does not know.
+LRESULT answerMessage(HWND window, UINT message, WPARAM wparam, LPARAM lparam);
 
 // --- paint.cpp
 void invalidate(Window& window, bool erase);

@@ -110,12 +110,28 @@ BOOL ShowWindow(HWND window, int command) {
     desktop::Call call("ShowWindow", window, command);
     user32::Window* const record = find(window);
     if (!record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
-    if (command != SW_HIDE && command != SW_SHOW) desktop::refuse("ShowWindow", "command", command);
+    if (command != SW_HIDE && command != SW_SHOW && command != SW_RESTORE)
+        desktop::refuse("ShowWindow", "command", command);
     const bool before = record->visible;
-    user32::setVisible(*record, command == SW_SHOW);
+    if (command == SW_RESTORE) record->minimized = false;
+    user32::setVisible(*record, command != SW_HIDE);
     if (command == SW_HIDE) user32::leaveActivation(window);
-    if (command == SW_SHOW && !before) user32::activate(window);
+    if (command != SW_HIDE && !before) user32::activate(window);
     return before;
+}
+
+BOOL IsIconic(HWND window) {
+    desktop::Call call("IsIconic", window);
+    const user32::Window* const record = find(window);
+    return record && record->minimized;
+}
+
+// There is no taskbar whose button could flash. The result tells whether the window is active.
+BOOL FlashWindowEx(FLASHWINFO* flash) {
+    desktop::Call call("FlashWindowEx", flash->hwnd, flash->dwFlags, flash->uCount,
+                       flash->dwTimeout);
+    if (flash->dwFlags != FLASHW_TRAY) desktop::refuse("FlashWindowEx", "flags", flash->dwFlags);
+    return flash->hwnd == user32::foreground();
 }
 
 BOOL SetWindowPos(HWND window, HWND after, int x, int y, int width, int height, UINT flags) {

@@ -13,8 +13,6 @@
 #define TRANSPARENT 1
 #define OPAQUE 2
 #define WHITE_BRUSH 0
-#define NULL_BRUSH 5
-#define CLR_INVALID 0xFFFFFFFF
 
 HRGN CreateRectRgn(int left, int top, int right, int bottom);
 int CombineRgn(HRGN target, HRGN first, HRGN second, int mode);

@@ -10,10 +10,7 @@
 #define STDMETHODCALLTYPE
 
 using BYTE = unsigned char;
-using UCHAR = unsigned char;
-using CHAR = char;
 using WORD = std::uint16_t;
-using USHORT = std::uint16_t;
 using SHORT = std::int16_t;
 using INT = std::int32_t;
 using UINT = std::uint32_t;
@@ -21,15 +18,10 @@ using LONG = std::int32_t;  // not long, which has 64 bits here
 using ULONG = std::uint32_t;
 using DWORD = std::uint32_t;
 using BOOL = std::int32_t;
-using FLOAT = float;
-using UINT8 = std::uint8_t;
 using UINT32 = std::uint32_t;
-using INT32 = std::int32_t;
-using INT64 = long long;
 using UINT64 = unsigned long long;
 using LONGLONG = long long;
 using ULONGLONG = unsigned long long;
-using DWORD64 = unsigned long long;
 using INT_PTR = long long;
 using UINT_PTR = unsigned long long;
 using LONG_PTR = long long;
@@ -45,18 +37,12 @@ using ATOM = WORD;
 using COLORREF = DWORD;
 using WCHAR = char16_t;
 
-using PBYTE = BYTE*;
 using LPBYTE = BYTE*;
-using PUINT = UINT*;
-using PDWORD = DWORD*;
 using LPDWORD = DWORD*;
 using PDWORD_PTR = DWORD_PTR*;
 using LPVOID = void*;
-using PVOID = void*;
-using LPCVOID = const void*;
 using PWSTR = WCHAR*;
 using LPWSTR = WCHAR*;
-using PCWSTR = const WCHAR*;
 using LPCWSTR = const WCHAR*;
 
 #define FALSE 0
@@ -95,10 +81,6 @@ using PHKEY = HKEY*;
 #define INVALID_HANDLE_VALUE ((HANDLE)(LONG_PTR)-1)
 
 union LARGE_INTEGER {
-    struct {
-        DWORD LowPart;
-        LONG HighPart;
-    } u;
     LONGLONG QuadPart;
 };
 

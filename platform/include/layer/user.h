@@ -97,7 +97,6 @@ BOOL FlashWindowEx(FLASHWINFO* flash);
 BOOL EnableWindow(HWND window, BOOL enable);
 BOOL IsWindowEnabled(HWND window);
 HWND GetFocus();
-HWND SetFocus(HWND window);
 
 // Messages and timers
 BOOL GetMessageW(MSG* message, HWND window, UINT first, UINT last);
@@ -150,7 +149,6 @@ INT_PTR DialogBoxParamW(HINSTANCE instance, LPCWSTR name, HWND owner, DLGPROC pr
 BOOL EndDialog(HWND dialog, INT_PTR result);
 HWND GetDlgItem(HWND dialog, int id);
 BOOL SetDlgItemTextW(HWND dialog, int id, LPCWSTR text);
-UINT GetDlgItemTextW(HWND dialog, int id, LPWSTR text, int capacity);
 UINT IsDlgButtonChecked(HWND dialog, int id);
 BOOL CheckDlgButton(HWND dialog, int id, UINT check);
 int MessageBoxW(HWND owner, LPCWSTR text, LPCWSTR title, UINT kind);
