@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
@@ -41,6 +42,11 @@ bool isDue(Plan& plan, const char* operation) {
     if (!plan.fault.operation.empty() && plan.fault.operation != operation) return false;
     ++plan.seen;
     return plan.seen == plan.fault.nth || (plan.fault.andAllLater && plan.seen > plan.fault.nth);
+}
+
+std::int64_t now() {
+    const auto time = std::chrono::steady_clock::now().time_since_epoch();
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(time).count();
 }
 
 void strike(const char* operation) {
@@ -96,7 +102,7 @@ void Call::enter() {
     ++calls;
     if (!logRuns && !anythingPlanned) return;
     std::unique_lock lock(guard);
-    if (logRuns) log.push_back({operation, std::move(arguments)});
+    if (logRuns) log.push_back({operation, std::move(arguments), now()});
     bool stalls = false;
     for (Plan& plan : plans) {
         if (plan.fault.kind == Fault::Fail || !isDue(plan, operation)) continue;

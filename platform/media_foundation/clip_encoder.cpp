@@ -2,15 +2,26 @@
 
 #include "platform/media_foundation/clip_encoder.h"
 
+#include <sys/resource.h>
+#include <unistd.h>
+
 #include <exception>
+#include <optional>
 #include <utility>
 
 namespace media {
 
-ClipEncoder::ClipEncoder(Mp4File& target, const VideoFormat& format)
-    : file(target), encoder(format) {
-    file.begin(format, encoder.headers());
-    thread = std::thread([this] { run(); });
+ClipEncoder::ClipEncoder(Mp4File& target, const VideoFormat& format) : file(target) {
+    std::promise<void> opened;
+    std::future<void> isOpen = opened.get_future();
+    thread = std::thread(
+        [this, format, opened = std::move(opened)]() mutable { run(format, std::move(opened)); });
+    try {
+        isOpen.get();
+    } catch (...) {
+        thread.join();
+        throw;
+    }
 }
 
 ClipEncoder::~ClipEncoder() { endThread(Order::GiveUp); }
@@ -48,7 +59,7 @@ bool ClipEncoder::takePicture(Picture& picture) {
     return true;
 }
 
-void ClipEncoder::encodeAll() {
+void ClipEncoder::encodeAll(H264Encoder& encoder) {
     const auto write = [this](const EncodedPicture& encoded) { file.write(encoded); };
     for (Picture picture; takePicture(picture);) encoder.encode(picture, write);
     if (order == Order::GiveUp) return;
@@ -56,10 +67,22 @@ void ClipEncoder::encodeAll() {
     file.finish();
 }
 
-void ClipEncoder::run() {
+// The encoder is opened here, because its own threads inherit the priority of the one that opens
+// it.
+void ClipEncoder::run(const VideoFormat& format, std::promise<void> opened) {
+    setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), 10);
+    std::optional<H264Encoder> encoder;
+    try {
+        encoder.emplace(format);
+        file.begin(format, encoder->headers());
+        opened.set_value();
+    } catch (...) {
+        opened.set_exception(std::current_exception());
+        return;
+    }
     HRESULT result = S_OK;
     try {
-        encodeAll();
+        encodeAll(*encoder);
     } catch (const Failure& met) {
         result = met.code;
     } catch (const std::exception&) {

@@ -1,9 +1,13 @@
 // The thread behind a sink writer: samples go in without waiting, an MP4 file comes out.
+//
+// The thread gives way to others. Where the processors cannot do both, pictures wait in memory to
+// be encoded, but none is missed.
 
 #pragma once
 
 #include <condition_variable>
 #include <deque>
+#include <future>
 #include <mutex>
 #include <thread>
 
@@ -28,13 +32,12 @@ struct ClipEncoder {
 
 private:
     enum class Order { Encode, Finish, GiveUp };
-    void run();
+    void run(const VideoFormat& format, std::promise<void> opened);
     bool takePicture(Picture& picture);
-    void encodeAll();
+    void encodeAll(H264Encoder& encoder);
     void endThread(Order order);
 
     Mp4File& file;
-    H264Encoder encoder;
     std::mutex mutex;
     std::condition_variable changed;
     std::deque<Picture> queue;

@@ -49,6 +49,7 @@ bool focusSurface(Surface surface) {
         return false;
     }
     if (previous.empty()) watchClicksElsewhere(true);
+    synchronise();
     return true;
 }
 

@@ -121,6 +121,7 @@ NoticeAnswer readAnswer() {
 
 bool sendNotice(const NoteText& text) {
     if (!connect()) return false;
+    takeNoticeAnswer();  // with the number of the one to replace, if it is there by now
     forgetNotice();
     const Message notice = makeNotice(text);
     return dbus_connection_send_with_reply(bus, notice.get(), &pending, DBUS_TIMEOUT_INFINITE) &&

@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cstring>
 #include <map>
-#include <stdexcept>
 
 #include "platform/hosts/x11/display.h"
 #include "platform/hosts/x11/shared_image.h"
@@ -83,13 +82,14 @@ void shape(Surface surface, const Placement& placement) {
         unsetShape(surface, XCB_SHAPE_SK_INPUT);
 }
 
-// The picture is taken before the redirection and before the window covers anything.
+// The picture is taken before the redirection and before the window covers anything. A place that
+// is not wholly on the screen, as after a monitor has gone, has no picture; the window is opaque
+// then.
 std::unique_ptr<Sheet> coverWithSheet(const RECT& bounds) {
     auto below = std::make_unique<SharedImage>(connection(), widthOf(bounds), heightOf(bounds));
     const bool seen = below->fetch(root(), bounds.left, bounds.top);
     keepQueuedEvents();
-    if (!seen) throw std::runtime_error("Cannot read the screen below a sheet");
-    return std::make_unique<Sheet>(std::move(below));
+    return seen ? std::make_unique<Sheet>(std::move(below)) : nullptr;
 }
 
 void put(Surface surface, const Window& window) {
