@@ -1,0 +1,28 @@
+// What can be measured, and what the measurements share.
+
+#pragma once
+
+#include <algorithm>
+#include <chrono>
+#include <functional>
+
+void measureConversion();
+void measureLedger();
+// Every recording takes `seconds` and runs in a process of its own, so that its peak of memory is
+// its own.
+void measureRecordings(int seconds);
+
+// The least time of several rounds, in milliseconds: what the work takes while nothing else
+// disturbs it.
+template <typename Work>
+double bestOf(int rounds, Work work) {
+    using Clock = std::chrono::steady_clock;
+    double best = 1e9;
+    for (int round = 0; round < rounds; ++round) {
+        const Clock::time_point start = Clock::now();
+        work();
+        best =
+            std::min(best, std::chrono::duration<double, std::milli>(Clock::now() - start).count());
+    }
+    return best;
+}
