@@ -10,10 +10,6 @@ export XDG_RUNTIME_DIR=$folder LC_ALL=C.UTF-8
 server=/usr/lib/wine/wineserver64
 wine=/usr/lib/wine/wine64
 
-display_lives() {
-    [ -s "$folder/display" ] && [ -s "$folder/pid" ] && kill -0 "$(cat "$folder/pid")" 2>/dev/null
-}
-
 # Ends the display with the last Wine process.
 watch_display() {
     "$server" -w
@@ -21,40 +17,40 @@ watch_display() {
     wait "$1"
 }
 
+# What stays must hold neither our lock nor our output: a caller that reads the output waits for its end.
 start_display() {
-    rm -f "$folder/display" "$folder/pid"
-    mkfifo "$folder/ready.$$"
-    # In a session of its own, so that Ctrl+C reaches it only through --end.
-    setsid Xvfb -displayfd 3 -screen 0 1280x1024x24 -nolisten tcp 3>"$folder/ready.$$" </dev/null >/dev/null 2>&1 9>&- &
-    local pid=$!
-    read -r number <"$folder/ready.$$"
-    rm "$folder/ready.$$"
-    echo "$pid" >"$folder/pid"
-    echo ":$number" >"$folder/display"
+    exec 9>&- </dev/null >/dev/null 2>&1
+    rm -f "$folder/ready"
+    mkfifo "$folder/ready"
+    Xvfb -displayfd 3 -screen 0 1280x1024x24 -nolisten tcp 3>"$folder/ready" &
+    local pid=$! number
+    read -r number <"$folder/ready"
     export DISPLAY=":$number"
-    "$server" -p30 </dev/null >/dev/null 2>&1 9>&-
-    # The virtual desktop has a notification area, which a bare display lacks.
-    if [ ! -e "$folder/complete" ]; then
-        "$wine" wineboot -i 9>&-
-        "$wine" reg add 'HKCU\Software\Wine\Explorer' /v Desktop /d Test /f 9>&-
-        "$wine" reg add 'HKCU\Software\Wine\Explorer\Desktops' /v Test /d 1280x1024 /f 9>&-
-        touch "$folder/complete"
-    fi >/dev/null 2>&1
-    watch_display "$pid" </dev/null >/dev/null 2>&1 9>&- &
+    "$server" -p30
+    # The services are started here, because they keep the output of the program that starts them. The virtual
+    # desktop has a notification area, which a bare display lacks.
+    "$wine" reg add 'HKCU\Software\Wine\Explorer' /v Desktop /d Test /f
+    "$wine" reg add 'HKCU\Software\Wine\Explorer\Desktops' /v Test /d 1280x1024 /f
+    watch_display "$pid" &
+    echo "$DISPLAY" >"$folder/display"
 }
 
-if [ "$1" = --end ]; then
-    [ -e "$folder/pid" ] || exit 0
-    "$server" -k
-    display_lives && kill "$(cat "$folder/pid")"
-    rm -f "$folder/pid" "$folder/display"
-    exit 0
-fi
+case "$1" in
+    --start)
+        start_display
+        exit 0
+        ;;
+    --end)
+        [ ! -d "$WINEPREFIX" ] || "$server" -k
+        exit 0
+        ;;
+esac
 
-mkdir -p "$folder/prefix"
+mkdir -p "$WINEPREFIX"
 chmod 700 "$folder"
 {
     flock 9
-    display_lives || start_display
+    # In a session of its own, so that Ctrl+C ends the tests but reaches the display only through --end.
+    "$server" -k0 || setsid --wait "$0" "$folder" --start
 } 9>"$folder/lock"
 DISPLAY=$(cat "$folder/display") exec "$wine" "$@"

@@ -1,0 +1,150 @@
+// The finished executable on a Windows desktop, used with pointer and keys.
+
+#include <gtest/gtest.h>
+
+#include "tests/windows/desk.h"
+
+namespace {
+
+const Path programFile = TEXT("Z:") PROGRAM_FILE;
+constexpr WCHAR dialogTitle[] = TEXT("Quorvel Clip - Settings");
+constexpr COLORREF white = RGB(255, 255, 255);
+
+std::string configWithKey(int key) {
+    return "; Use tray Settings to change the shortcut.\r\n"
+           "; Modifiers: Alt=1 Ctrl=2 Shift=4 Win=8; add them.\r\n"
+           "; Key: Windows virtual-key decimal (7=55, F8=119).\r\n"
+           "[hotkey]\r\nmodifiers=6\r\nkey=" +
+           std::to_string(key) + "\r\n";
+}
+
+// The value as it is stored, terminator included.
+WideText startWithWindows() {
+    WCHAR text[1000];
+    DWORD bytes = sizeof text;
+    if (RegGetValueW(HKEY_CURRENT_USER,
+                     TEXT("Software\\Microsoft\\Windows\\CurrentVersion\\Run"),
+                     TEXT("QuorvelDeskClip"), RRF_RT_REG_SZ, nullptr, text, &bytes))
+        return {};
+    return {text, bytes / sizeof(WCHAR)};
+}
+
+bool isShortcutTaken(UINT key) {
+    if (!RegisterHotKey(nullptr, 1, MOD_CONTROL | MOD_SHIFT, key)) return true;
+    UnregisterHotKey(nullptr, 1);
+    return false;
+}
+
+void clickControl(HWND dialog, int id) { clickAt(GetDlgItem(dialog, id)); }
+
+WideText textOfControl(HWND dialog, int id) {
+    WCHAR text[300]{};
+    SendMessageW(GetDlgItem(dialog, id), WM_GETTEXT, 300, reinterpret_cast<LPARAM>(text));
+    return text;
+}
+
+// Started for the first time, and ready.
+struct Acceptance : testing::Test {
+    Acceptance() {
+        forgetEverything();
+        program.emplace(programFile);
+    }
+    void SetUp() override { ASSERT_TRUE(program->isReady()); }
+
+    void expectIdle() {
+        EXPECT_TRUE(waitUntil([] { return !shownWindow(sheetClass); }));
+        EXPECT_TRUE(waitUntil([] { return isKeyFree(VK_ESCAPE); }));
+    }
+
+    std::optional<Program> program;
+};
+
+TEST_F(Acceptance, firstStartMakesFoldersConfigurationAndIcon) {
+    EXPECT_EQ(namesIn(dataFolderOnDisk()), (std::vector<std::string>{"Recordings", "config.ini"}));
+    EXPECT_EQ(namesIn(dataFolderOnDisk() / "Recordings"), std::vector<std::string>{});
+    EXPECT_EQ(readFile(dataFolderOnDisk() / "config.ini"), configWithKey(55));
+    EXPECT_TRUE(hasTrayIcon(runningProgram()));
+    EXPECT_TRUE(isTip(TEXT("Quorvel Desk Clip — Ctrl+Shift+7")));
+    EXPECT_TRUE(isShortcutTaken('7'));
+    photograph(TEXT("tray.png"));
+}
+
+TEST_F(Acceptance, tellsWhyNoRecordingIsMadeAndIsIdleAgain) {
+    std::size_t handles = 0;
+    for (int round = 0; round < 4; ++round) {
+        ASSERT_TRUE(openSheet());
+        EXPECT_EQ(GetForegroundWindow(), shownWindow(sheetClass));
+        input(TEXT("mousemove 200 200 mousedown 1 mousemove 300 250 mousemove 501 401"));
+        // The outline is where the sides have been made even.
+        EXPECT_TRUE(waitUntil([] { return colourAt(499, 399) == white; }));
+        EXPECT_EQ(colourAt(200, 200), white);
+        EXPECT_EQ(colourAt(350, 300), sheetColour);
+        if (round == 0) photograph(TEXT("dim_sheet.png"));
+        input(TEXT("mouseup 1"));
+        // Without desktop duplication this is where a recording ends.
+        EXPECT_TRUE(
+            takeNotice(TEXT("Duplicate desktop (local unlocked desktop required) (0x80004001)")));
+        expectIdle();
+        if (round == 1) handles = program->openHandles();
+    }
+    photograph(TEXT("failure_notice.png"));
+    // The platform's own threads open and close one now and then.
+    EXPECT_LE(program->openHandles(), handles + 1);
+    EXPECT_EQ(namesIn(dataFolderOnDisk() / "Recordings"), std::vector<std::string>{});
+}
+
+TEST_F(Acceptance, givesUpASelectionOnEscAndRightButtonAndRefusesAClick) {
+    ASSERT_TRUE(openSheet());
+    input(TEXT("mousemove 400 400 click 3"));
+    expectIdle();
+    ASSERT_TRUE(openSheet());
+    input(TEXT("mousemove 400 400 mousedown 1 mousemove 600 600 key Escape mouseup 1"));
+    expectIdle();
+    ASSERT_TRUE(openSheet());
+    input(TEXT("mousemove 400 400 click 1"));
+    EXPECT_TRUE(takeNotice(TEXT("Choose a region from 16×16 to 3840×2160 on one monitor.")));
+    expectIdle();
+}
+
+TEST_F(Acceptance, settingsAreSavedAndOutliveTheProgram) {
+    const Program second(programFile, TEXT("ignored arguments"));
+    EXPECT_EQ(second.exitCode(), 0u);
+    HWND dialog = nullptr;
+    ASSERT_TRUE(waitUntil([&] { return (dialog = shownWindow(nullptr, dialogTitle)); }));
+    clickControl(dialog, 1001);
+    ASSERT_TRUE(waitUntil([&] { return GetForegroundWindow() == dialog; }));
+    input(TEXT("key ctrl+shift+8"));
+    EXPECT_TRUE(waitUntil([&] { return textOfControl(dialog, 1001) == TEXT("Ctrl+Shift+8"); }));
+    clickControl(dialog, 1002);
+    EXPECT_TRUE(waitUntil([&] { return IsDlgButtonChecked(dialog, 1002) == BST_CHECKED; }));
+    photograph(TEXT("settings.png"));
+    clickControl(dialog, IDOK);
+    EXPECT_TRUE(waitUntil([&] { return !IsWindow(dialog); }));
+
+    EXPECT_TRUE(waitUntil([] { return isTip(TEXT("Quorvel Desk Clip — Ctrl+Shift+8")); }));
+    EXPECT_FALSE(isShortcutTaken('7'));
+    EXPECT_TRUE(isShortcutTaken('8'));
+    const WideText command =
+        TEXT("\"") + Path(programFile).make_preferred().string<WCHAR>() + TEXT("\"");
+    const auto expectKept = [&] {
+        EXPECT_EQ(readFile(dataFolderOnDisk() / "config.ini"), configWithKey(56));
+        EXPECT_EQ(startWithWindows(), command + WideText(1, 0));
+        EXPECT_EQ(namesIn(dataFolderOnDisk() / "Recordings"),
+                  (std::vector<std::string>{clipName(1), "completed.txt"}));
+    };
+    makeClips(dataFolderOnDisk() / "Recordings", {1});
+    writeFile(dataFolderOnDisk() / "Recordings/completed.txt", ledgerOf({1}));
+    expectKept();
+
+    HWND const trayWindow = runningProgram();
+    PostMessageW(trayWindow, WM_CLOSE, 0, 0);
+    EXPECT_EQ(program->exitCode(), 0u);
+    expectKept();
+    EXPECT_FALSE(hasTrayIcon(trayWindow));
+    EXPECT_FALSE(isShortcutTaken('8'));
+    EXPECT_FALSE(FindWindowW(sheetClass, nullptr));
+    EXPECT_FALSE(OpenMutexW(SYNCHRONIZE, FALSE, TEXT("Local\\QuorvelDeskClip-v1")));
+    EXPECT_EQ(program->openHandles(), 0u);
+}
+
+}  // namespace
