@@ -5,66 +5,17 @@
 #include <poll.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <functional>
 #include <map>
 
 #include "platform/control.h"
 #include "platform/hosts/host.h"
-#include "tests/live/xvfb.h"
+#include "tests/live/live_host.h"
 
 namespace {
 
 using host::Event;
-
-struct LiveHost : testing::Test {
-    LiveHost() {
-        live::startDisplay();
-        desk = &host::x11Host();
-    }
-
-    // Answers input as `takes` wants it, until the condition holds.
-    bool goOnUntil(const std::function<bool()>& condition) {
-        return desktop::waitUntil([&] {
-            for (Event event; desk->nextEvent(event);) {
-                events.push_back(event);
-                desk->finishInput(event, takes(event));
-            }
-            return condition();
-        });
-    }
-    bool cameAbout(Event::Kind kind, UINT key = 0) {
-        return goOnUntil([&] { return count(kind, key) > 0; });
-    }
-    long count(Event::Kind kind, UINT key = 0) const {
-        return std::count_if(events.begin(), events.end(), [&](const Event& event) {
-            return event.kind == kind && (key == 0 || event.key == key);
-        });
-    }
-    // Types a letter and waits until the client has it: everything before has arrived by then, or
-    // never will.
-    std::string heardUpTo(const live::Client& client, char letter) {
-        live::tap(static_cast<xcb_keysym_t>(letter));
-        const std::string end = std::string("-") + letter;
-        EXPECT_TRUE(goOnUntil([&] { return client.heard().ends_with(end); })) << client.heard();
-        return client.heard();
-    }
-    host::Surface show(const RECT& bounds, BYTE opacity, std::uint32_t colour) {
-        const host::Surface surface = desk->createSurface();
-        host::Placement placement;
-        placement.bounds = bounds;
-        placement.opacity = opacity;
-        desk->showSurface(surface, placement, true);
-        const int width = bounds.right - bounds.left, height = bounds.bottom - bounds.top;
-        const std::vector<std::uint32_t> pixels(static_cast<std::size_t>(width * height), colour);
-        desk->presentSurface(surface, {pixels.data(), width, height, width});
-        desk->flush();
-        return surface;
-    }
-
-    const host::Host* desk;
-    std::function<bool(const Event&)> takes = [](const Event&) { return false; };
-    std::vector<Event> events;
-};
 
 bool isEscape(const Event& event) { return event.key == VK_ESCAPE; }
 
@@ -339,15 +290,71 @@ TEST_F(LiveHost, clipIsPasted) {
     }
 }
 
-// Nobody shows notices here, so the balloon is a window of its own, until it is clicked.
-TEST_F(LiveHost, balloonWithoutANotificationService) {
-    const std::uint32_t ground = live::pixelAt(1890, 1050);
-    desk->showBalloon({u"Quorvel Desk Clip", u"Copied \u2014 paste the video file.", false});
-    ASSERT_TRUE(goOnUntil([&] { return live::pixelAt(1890, 1050) != ground; }));
-    live::movePointer(1890, 1050);
-    live::pressButton(1);
-    live::releaseButton(1);
-    EXPECT_TRUE(goOnUntil([&] { return live::pixelAt(1890, 1050) == ground; }));
+// A tray as small as the protocol allows: a window in which the icon may sit.
+struct Tray {
+    explicit Tray(const LiveHost& test) : window(xcb_generate_id(person)) {
+        xcb_create_window(person, XCB_COPY_FROM_PARENT, window, live::root(), 1000, 0, 60, 40, 0,
+                          XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, 0, nullptr);
+        xcb_map_window(person, window);
+        const xcb_atom_t selection = test.atom("_NET_SYSTEM_TRAY_S0");
+        xcb_set_selection_owner(person, window, selection, XCB_CURRENT_TIME);
+        xcb_client_message_event_t message{};
+        message.response_type = XCB_CLIENT_MESSAGE;
+        message.format = 32;
+        message.window = live::root();
+        message.type = test.atom("MANAGER");
+        message.data.data32[1] = selection;
+        message.data.data32[2] = window;
+        xcb_send_event(person, 0, live::root(), XCB_EVENT_MASK_STRUCTURE_NOTIFY,
+                       reinterpret_cast<const char*>(&message));
+        xcb_flush(person);
+    }
+    ~Tray() {
+        xcb_destroy_window(person, window);
+        xcb_flush(person);
+    }
+    // The window that asked to be docked; 0 as long as none has.
+    xcb_window_t askedToDock() const {
+        xcb_window_t icon = 0;
+        while (auto* const event = xcb_poll_for_event(person)) {
+            const auto* const message = reinterpret_cast<xcb_client_message_event_t*>(event);
+            if ((event->response_type & 0x7f) == XCB_CLIENT_MESSAGE && message->window == window)
+                icon = message->data.data32[2];
+            std::free(event);
+        }
+        return icon;
+    }
+
+    xcb_connection_t* const person = live::person();
+    const xcb_window_t window;
+};
+
+TEST_F(LiveHost, trayIconIsDockedDrawnAndClicked) {
+    const host::TrayIcon icon{std::vector<std::uint32_t>(256, 0xff00ff00), 16, u"tip"};
+    ASSERT_TRUE(desk->setTrayIcon(&icon));  // before there is a tray
+    for (int round = 0; round < 2; ++round) {
+        events.clear();
+        const Tray tray(*this);
+        xcb_window_t docked = 0;
+        ASSERT_TRUE(goOnUntil([&] { return (docked = tray.askedToDock()) != 0; }));
+        EXPECT_TRUE(cameAbout(Event::TaskbarCreated));
+        xcb_reparent_window(live::person(), docked, tray.window, 10, 10);
+        xcb_map_window(live::person(), docked);
+        xcb_flush(live::person());
+        EXPECT_TRUE(goOnUntil([] { return live::pixelAt(1018, 18) == 0x00ff00; }));
+        live::movePointer(1018, 18);
+        for (const int button : {1, 1, 3}) {
+            live::pressButton(button);
+            live::releaseButton(button);
+        }
+        ASSERT_TRUE(goOnUntil([&] { return count(Event::TrayMouse) == 6; }));
+        std::vector<UINT> messages;
+        for (const Event& event : events)
+            if (event.kind == Event::TrayMouse) messages.push_back(event.message);
+        EXPECT_EQ(messages, (std::vector<UINT>{WM_LBUTTONDOWN, WM_LBUTTONUP, WM_LBUTTONDBLCLK,
+                                               WM_LBUTTONUP, WM_RBUTTONDOWN, WM_RBUTTONUP}));
+    }
+    desk->setTrayIcon(nullptr);
 }
 
 }  // namespace

@@ -33,12 +33,12 @@ void fill(std::uint32_t colour, int x, int y, int w, int h) {
 }
 
 // All of it appears at once, so that nobody sees half a number.
-void draw() {
+void draw(bool withBar) {
     using namespace std::chrono;
     const auto now = duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
     const auto code = static_cast<std::uint32_t>(now);
     fill(0x204060, 0, 0, width, height);
-    fill(0xe0a020, static_cast<int>(now / 2 % width), 16, 24, height - 16);
+    if (withBar) fill(0xe0a020, static_cast<int>(now / 2 % width), 16, 24, height - 16);
     for (int bit = 0; bit < 32; ++bit)
         fill(code >> (31 - bit) & 1 ? 0xffffff : 0x000000, bit * 16, 0, 16, 16);
     xcb_copy_area(connection, picture, window, context, 0, 0, 0, 0, width, height);
@@ -92,7 +92,7 @@ int main(int count, char** arguments) {
             if (type == XCB_KEY_RELEASE) log << '-' << nameOf(code) << ' ' << std::flush;
             if (type == XCB_EXPOSE && !log.is_open()) {
                 xcb_set_input_focus(connection, XCB_INPUT_FOCUS_PARENT, window, XCB_CURRENT_TIME);
-                draw();
+                draw(moving);
                 std::free(xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection),
                                                     nullptr));
                 log.open(arguments[6]);  // its being there tells that all is ready
@@ -100,7 +100,7 @@ int main(int count, char** arguments) {
             std::free(event);
         }
         if (xcb_connection_has_error(connection)) return 0;
-        if (moving && log.is_open()) draw();
+        if (moving && log.is_open()) draw(true);
         pollfd descriptor{xcb_get_file_descriptor(connection), POLLIN, 0};
         poll(&descriptor, 1, moving ? 8 : -1);
     }

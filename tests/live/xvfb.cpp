@@ -6,7 +6,6 @@
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
-#include <xcb/randr.h>
 #include <xcb/xtest.h>
 
 #include <cstdlib>
@@ -19,6 +18,17 @@
 
 namespace live {
 
+pid_t start(const std::vector<std::string>& command) {
+    std::vector<char*> arguments;
+    for (const std::string& word : command) arguments.push_back(const_cast<char*>(word.c_str()));
+    arguments.push_back(nullptr);
+    const pid_t child = fork();
+    if (child != 0) return child;
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    execvp(arguments[0], arguments.data());
+    _exit(127);
+}
+
 namespace {
 
 xcb_connection_t* connection = nullptr;
@@ -30,17 +40,6 @@ struct Freeing {
 template <typename Record>
 std::unique_ptr<Record, Freeing> own(Record* record) {
     return std::unique_ptr<Record, Freeing>(record);
-}
-
-pid_t start(const std::vector<std::string>& command) {
-    std::vector<char*> arguments;
-    for (const std::string& word : command) arguments.push_back(const_cast<char*>(word.c_str()));
-    arguments.push_back(nullptr);
-    const pid_t child = fork();
-    if (child != 0) return child;
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
-    execvp(arguments[0], arguments.data());
-    _exit(127);
 }
 
 std::string startServer() {
@@ -117,29 +116,14 @@ xcb_window_t focus() {
         ->focus;
 }
 
-void setMonitor(const char* name, const RECT& bounds, bool primary) {
-    const auto atom = own(xcb_intern_atom_reply(
-        connection,
-        xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(std::string(name).size()), name),
-        nullptr));
-    struct {
-        xcb_randr_monitor_info_t monitor{};
-        xcb_randr_output_t output = 0;
-    } request;
-    const auto outputs = own(xcb_randr_get_screen_resources_reply(
-        connection, xcb_randr_get_screen_resources(connection, root()), nullptr));
-    // The real output belongs to the primary monitor; without it the server would add one of its
-    // own.
-    if (primary) request.output = *xcb_randr_get_screen_resources_outputs(outputs.get());
-    request.monitor.name = atom->atom;
-    request.monitor.primary = primary;
-    request.monitor.nOutput = primary;
-    request.monitor.x = static_cast<std::int16_t>(bounds.left);
-    request.monitor.y = static_cast<std::int16_t>(bounds.top);
-    request.monitor.width = static_cast<std::uint16_t>(bounds.right - bounds.left);
-    request.monitor.height = static_cast<std::uint16_t>(bounds.bottom - bounds.top);
-    xcb_randr_set_monitor(connection, root(), &request.monitor);
-    xcb_flush(connection);
+// The real output belongs to the primary monitor; without it the server would add one of its own.
+void setMonitor(const std::string& name, const RECT& bounds, bool primary) {
+    std::ostringstream command;
+    command << "xrandr --setmonitor " << (primary ? "\\*" : "") << name << ' '
+            << bounds.right - bounds.left << "/300x" << bounds.bottom - bounds.top << "/200+"
+            << bounds.left << '+' << bounds.top << ' ' << (primary ? "screen" : "none")
+            << " >/dev/null";
+    if (std::system(command.str().c_str()) != 0) throw std::runtime_error("xrandr failed");
 }
 
 Client::Client(const RECT& bounds, const char* kind)
@@ -162,6 +146,51 @@ std::string Client::heard() const {
     words << std::ifstream(log).rdbuf();
     const std::string text = words.str();
     return text.empty() ? text : text.substr(0, text.size() - 1);  // without the last blank
+}
+
+namespace {
+
+// As long as the program has the combination nobody else gets it. The server hears nobody else
+// meanwhile, or the question itself would keep the combination from the program.
+bool shortcutIsTaken() {
+    xcb_grab_server(connection);
+    const auto error = own(xcb_request_check(
+        connection,
+        xcb_grab_key_checked(connection, 0, root(), XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_SHIFT,
+                             codeOf('7'), XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC)));
+    xcb_ungrab_key(connection, XCB_GRAB_ANY, root(), XCB_MOD_MASK_ANY);
+    xcb_ungrab_server(connection);
+    xcb_flush(connection);
+    return error != nullptr;
+}
+
+}  // namespace
+
+Program::Program() : process(start({PROGRAM_FILE})) {
+    if (!desktop::waitUntil(shortcutIsTaken)) throw std::runtime_error("the program did not start");
+}
+
+Program::~Program() {
+    kill(process, SIGTERM);
+    waitpid(process, nullptr, 0);
+}
+
+std::filesystem::path Program::waitForClip() const {
+    const std::filesystem::path folder =
+        std::filesystem::path(std::getenv("XDG_DATA_HOME")) / "Quorvel Desk Clip" / "Recordings";
+    std::filesystem::path clip;
+    desktop::waitUntil([&] {
+        for (const auto& entry : std::filesystem::directory_iterator(folder))
+            if (entry.path().extension() == ".mp4" && entry.path().stem().extension().empty())
+                clip = entry.path();  // not "….mp4.partial.mp4"
+        return !clip.empty();
+    });
+    return clip;
+}
+
+void pressShortcut() {
+    for (const xcb_keysym_t key : {controlKey, shiftKey, xcb_keysym_t('7')}) press(key);
+    for (const xcb_keysym_t key : {xcb_keysym_t('7'), shiftKey, controlKey}) release(key);
 }
 
 }  // namespace live

@@ -18,7 +18,8 @@ namespace live {
 // Starts an Xvfb of 1920 × 1080 and lets DISPLAY name it; it ends with this process. Once for a
 // process.
 void startDisplay();
-xcb_connection_t* person();  // the person's connection
+pid_t start(const std::vector<std::string>& command);  // a program that ends with this process
+xcb_connection_t* person();                            // the person's connection
 xcb_window_t root();
 
 // Keys by their symbol: 'a', 0xff1b.
@@ -32,7 +33,7 @@ void releaseButton(int button);
 
 std::uint32_t pixelAt(int x, int y);  // 0x00RRGGBB
 xcb_window_t focus();
-void setMonitor(const char* name, const RECT& bounds, bool primary);
+void setMonitor(const std::string& name, const RECT& bounds, bool primary);
 
 // A program that draws and listens (pattern_client.cpp).
 struct Client {
@@ -45,5 +46,15 @@ struct Client {
     std::filesystem::path log;
     pid_t process = 0;
 };
+
+// The program under test, in a process of its own and with the user folders of this one.
+struct Program {
+    Program();  // returns when its shortcut, Ctrl+Shift+7, is taken
+    ~Program();
+    std::filesystem::path waitForClip() const;  // the first one; empty if none comes
+
+    pid_t process = 0;
+};
+void pressShortcut();
 
 }  // namespace live

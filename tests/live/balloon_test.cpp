@@ -1,0 +1,102 @@
+// Balloons on a live display: shown by the desktop's notification service, or by ourselves where
+// there is none.
+
+#include <dbus/dbus.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "tests/live/live_host.h"
+
+namespace {
+
+// A session bus with a notification service on it.
+struct Service {
+    Service() {
+        int ends[2];
+        if (pipe(ends) != 0) throw std::runtime_error("no pipe");
+        daemon = live::start({"dbus-daemon", "--session", "--nofork", "--nosyslog",
+                              "--print-address=" + std::to_string(ends[1])});
+        close(ends[1]);
+        std::string address;
+        for (char character; read(ends[0], &character, 1) == 1 && character != '\n';)
+            address += character;
+        close(ends[0]);
+        setenv("DBUS_SESSION_BUS_ADDRESS", address.c_str(), 1);
+        bus = dbus_bus_get_private(DBUS_BUS_SESSION, nullptr);
+        if (!bus) throw std::runtime_error("no session bus");
+        dbus_connection_set_exit_on_disconnect(bus, FALSE);
+        dbus_bus_request_name(bus, "org.freedesktop.Notifications", 0, nullptr);
+    }
+    ~Service() {
+        dbus_connection_close(bus);
+        dbus_connection_unref(bus);
+        kill(daemon, SIGKILL);
+        waitpid(daemon, nullptr, 0);
+        unsetenv("DBUS_SESSION_BUS_ADDRESS");
+    }
+    // Takes what has come: "title|body, in place of N". Each notice gets the next number.
+    void attend(std::vector<std::string>& notices) {
+        dbus_connection_read_write(bus, 1);
+        while (DBusMessage* const message = dbus_connection_pop_message(bus)) {
+            const char *program, *picture, *title, *body;
+            dbus_uint32_t replaced;
+            if (dbus_message_is_method_call(message, "org.freedesktop.Notifications", "Notify") &&
+                dbus_message_get_args(message, nullptr, DBUS_TYPE_STRING, &program,
+                                      DBUS_TYPE_UINT32, &replaced, DBUS_TYPE_STRING, &picture,
+                                      DBUS_TYPE_STRING, &title, DBUS_TYPE_STRING, &body,
+                                      DBUS_TYPE_INVALID)) {
+                notices.push_back(std::string(title) + "|" + body + ", in place of " +
+                                  std::to_string(replaced));
+                answer(message, 40 + static_cast<dbus_uint32_t>(notices.size()));
+            }
+            dbus_message_unref(message);
+        }
+    }
+    void answer(DBusMessage* call, dbus_uint32_t number) {
+        DBusMessage* const reply = dbus_message_new_method_return(call);
+        dbus_message_append_args(reply, DBUS_TYPE_UINT32, &number, DBUS_TYPE_INVALID);
+        dbus_connection_send(bus, reply, nullptr);
+        dbus_connection_flush(bus);
+        dbus_message_unref(reply);
+    }
+
+    pid_t daemon = 0;
+    DBusConnection* bus = nullptr;
+};
+
+TEST_F(LiveHost, balloonGoesToTheNotificationService) {
+    Service service;
+    std::vector<std::string> notices;
+    const auto hasCome = [&](std::size_t number) {
+        return goOnUntil([&] {
+            service.attend(notices);
+            return notices.size() == number;
+        });
+    };
+    desk->showBalloon({u"Quorvel Desk Clip", u"a < b & \u2014", false});
+    ASSERT_TRUE(hasCome(1));
+    // The number under which it is shown comes back a moment later; what follows takes its place.
+    do {
+        desk->showBalloon({u"Quorvel Desk Clip", u"next", true});
+        ASSERT_TRUE(hasCome(notices.size() + 1));
+    } while (notices.back().ends_with("in place of 0") && notices.size() < 100);
+    const std::string previous = std::to_string(39 + notices.size());
+    EXPECT_EQ(notices.back(), "Quorvel Desk Clip|next, in place of " + previous);
+    EXPECT_EQ(notices[0], "Quorvel Desk Clip|a &lt; b &amp; \xe2\x80\x94, in place of 0");
+    EXPECT_EQ(live::pixelAt(1890, 1050), 0u);
+}
+
+// Nobody shows notices here, so the balloon is a window of its own, until it is clicked.
+TEST_F(LiveHost, balloonWithoutANotificationService) {
+    const std::uint32_t ground = live::pixelAt(1890, 1050);
+    desk->showBalloon({u"Quorvel Desk Clip", u"Copied \u2014 paste the video file.", false});
+    ASSERT_TRUE(goOnUntil([&] { return live::pixelAt(1890, 1050) != ground; }));
+    live::movePointer(1890, 1050);
+    live::pressButton(1);
+    live::releaseButton(1);
+    EXPECT_TRUE(goOnUntil([&] { return live::pixelAt(1890, 1050) == ground; }));
+}
+
+}  // namespace

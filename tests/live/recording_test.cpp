@@ -1,0 +1,140 @@
+// The whole road on a live display: the program in its own process, another program that draws, and
+// a person whose keys and pointer come from outside of both.
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cmath>
+
+#include "platform/control.h"
+#include "tests/clip_reader.h"
+#include "tests/live/xvfb.h"
+
+namespace {
+
+// The drawing program's place, and a region in its upper left corner, on the right one of two
+// monitors.
+constexpr RECT place{1060, 100, 1860, 700}, region{1060, 100, 1700, 580};
+constexpr POINT beside{1900, 1000};  // bare ground
+constexpr std::uint32_t red = 0xff4040;
+
+bool sheetIsUp() { return live::pixelAt(beside.x, beside.y) == 0x111111; }
+bool sheetIsGone() { return live::pixelAt(beside.x, beside.y) == 0; }
+bool frameIsUp() { return live::pixelAt(region.left - 1, region.top + 50) == red; }
+
+struct Recording : testing::Test {
+    static void SetUpTestSuite() {
+        live::startDisplay();
+        live::setMonitor("left", {0, 0, 960, 1080}, false);
+        live::setMonitor("right", {960, 0, 1920, 1080}, true);
+        live::movePointer(beside.x, beside.y);
+    }
+};
+
+void openSheet() {
+    live::pressShortcut();
+    ASSERT_TRUE(desktop::waitUntil(sheetIsUp));
+}
+
+void dragRegion() {
+    live::movePointer(region.left, region.top);
+    live::pressButton(1);
+    live::movePointer(region.left + 99, region.top + 99);
+    live::movePointer(region.right, region.bottom);
+    live::releaseButton(1);
+}
+
+// Everything typed so far has been heard, or never will be.
+std::string heardUpTo(const live::Client& client, char letter) {
+    live::tap(static_cast<xcb_keysym_t>(letter));
+    EXPECT_TRUE(desktop::waitUntil([&] {
+        return client.heard().ends_with(std::string("-") + letter);
+    })) << client.heard();
+    return client.heard();
+}
+
+bool heardEscape(const live::Client& client) {
+    return client.heard().find("Esc") != std::string::npos;
+}
+
+std::uint32_t timeIn(const ClipPicture& picture) {
+    std::uint32_t code = 0;
+    for (int bit = 0; bit < 32; ++bit) code = code << 1 | (picture.luma(bit * 16 + 8, 8) > 126);
+    return code;
+}
+
+// Only what the client draws there has these; sheet and frame have others.
+bool isGroundOrBar(int luma) { return std::abs(luma - 69) <= 4 || std::abs(luma - 157) <= 4; }
+
+TEST_F(Recording, showsWhatAProgramDrewAtTheRightTime) {
+    const live::Client client(place, "moving");
+    const live::Program program;
+    openSheet();
+    dragRegion();
+    ASSERT_TRUE(desktop::waitUntil(frameIsUp));
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_NE(heardUpTo(client, 'a').find("+a -a"), std::string::npos);
+    desktop::waitUntil(
+        [&] { return std::chrono::steady_clock::now() - start > std::chrono::seconds(2); });
+    live::tap(live::escapeKey);
+    const std::filesystem::path file = program.waitForClip();
+    ASSERT_FALSE(file.empty());
+    EXPECT_TRUE(desktop::waitUntil([] { return !frameIsUp(); }));
+    EXPECT_FALSE(heardEscape(client));
+    live::tap(live::escapeKey);
+    heardUpTo(client, 'b');
+    EXPECT_TRUE(heardEscape(client));
+
+    const Clip clip = readClip(file);
+    EXPECT_EQ(clip.width, 640);
+    EXPECT_EQ(clip.height, 480);
+    EXPECT_GT(clip.times.size(), 45u);
+    std::size_t number = 0;
+    std::uint32_t first = 0;
+    forEachPicture(file, clip, [&](const ClipPicture& picture) {
+        if (number == 0) first = timeIn(picture);
+        const double shown = timeIn(picture) - first;
+        const double expected = static_cast<double>(clip.times.at(number) - clip.times[0]) / 10'000;
+        // A slot, and the time between two pictures of the drawing program.
+        EXPECT_NEAR(shown, expected, 34 + 10) << "picture " << number;
+        for (const POINT at : {POINT{0, 40}, POINT{639, 479}, POINT{300, 200}})
+            EXPECT_PRED1(isGroundOrBar, picture.luma(at.x, at.y)) << "picture " << number;
+        ++number;
+    });
+    EXPECT_EQ(number, clip.times.size());
+}
+
+// Whichever way a selection ends, Esc is the others' again at once.
+TEST_F(Recording, leavesEscapeFreeWithoutARecording) {
+    const std::pair<const char*, void (*)()> ways[] = {
+        {"Esc", [] { live::tap(live::escapeKey); }},
+        {"right button",
+         [] {
+             live::pressButton(3);
+             live::releaseButton(3);
+         }},
+        {"no region",
+         [] {
+             live::pressButton(1);
+             live::releaseButton(1);
+         }},
+    };
+    for (const auto& [name, giveUp] : ways) {
+        SCOPED_TRACE(name);
+        const live::Client client(place, "still");
+        const live::Program program;
+        openSheet();
+        giveUp();
+        EXPECT_TRUE(desktop::waitUntil(sheetIsGone));
+        // The client does not repair what was covered.
+        EXPECT_TRUE(desktop::waitUntil(
+            [] { return live::pixelAt(place.left + 50, place.top + 50) == 0x204060; }));
+        heardUpTo(client, 'a');
+        EXPECT_FALSE(heardEscape(client));
+        live::tap(live::escapeKey);
+        heardUpTo(client, 'b');
+        EXPECT_TRUE(heardEscape(client));
+    }
+}
+
+}  // namespace
