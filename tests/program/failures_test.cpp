@@ -35,7 +35,7 @@ void expectTold(const std::vector<desktop::Fault>& faults, const std::string& te
     SCOPED_TRACE(text);
     const auto idle = idleObjects();
     for (const desktop::Fault& fault : faults) desktop::planFault(fault);
-    const Outcome outcome = recordOneClip();
+    const Outcome outcome = recordOneClip(5);  // later than any planned fault
     EXPECT_TRUE(desktop::faultStruck());
     desktop::clearFaults();
     EXPECT_FALSE(outcome.clip);
@@ -48,6 +48,21 @@ std::string withCode(const std::string& label, DWORD code) {
     char text[160];
     std::snprintf(text, sizeof text, "%s (0x%08x)", label.c_str(), static_cast<unsigned>(code));
     return text;
+}
+
+// After a call out of sight anything may stand there: Esc ends it, and the program is idle again
+// once a new sheet opens.
+void returnToIdle(const std::map<std::string, int>& idle) {
+    desktop::releaseButton(1);
+    EXPECT_TRUE(desktop::waitUntil([] {
+        pressEsc();
+        pressShortcut();
+        return desktop::waitUntil(sheetIsUp, 1);
+    }));
+    EXPECT_TRUE(desktop::waitUntil([&] {
+        pressEsc();
+        return !isShown("QuorvelClipOverlay") && desktop::openObjects() == idle;
+    }));
 }
 
 desktop::Fault failing(const std::string& operation, int nth, DWORD code,
@@ -84,10 +99,10 @@ TEST(Failures, ofTheDesktopSource) {
             {"MFStartup", 1, 0, "Media Foundation startup"},
             {"CreateDXGIFactory1", 1, 0, "DXGI factory"},
             {"IDXGIFactory1::EnumAdapters1", 1, 0, "Enumerate adapters"},
-            {"IDXGIAdapter1::EnumOutputs", 1, 0, "Enumerate outputs"},
+            {"IDXGIAdapter::EnumOutputs", 1, 0, "Enumerate outputs"},
             {"IDXGIOutput::GetDesc", 1, 0, "Output description"},
             {"D3D11CreateDevice", 1, 0, "D3D11 device"},
-            {"IDXGIOutput::QueryInterface", 1, 0, "Desktop duplication support"},
+            {"QueryInterface", 1, 0, "Desktop duplication support"},
             {"IDXGIOutput1::DuplicateOutput", 1, 0,
              "Duplicate desktop (local unlocked desktop required)"},
             {"ID3D11Device::CreateTexture2D", 1, 0, "Crop texture"},
@@ -95,7 +110,7 @@ TEST(Failures, ofTheDesktopSource) {
              "Acquire desktop (display mode/lock changed)"},
             {"IDXGIOutputDuplication::AcquireNextFrame", 3, 0,
              "Acquire desktop (display mode/lock changed)"},
-            {"IDXGIResource::QueryInterface", 1, 0, "Desktop texture"},
+            {"QueryInterface", 2, 0, "Desktop texture"},
             {"ID3D11DeviceContext::Map", 1, 0, "Map crop"},
         };
         for (const Row& row : rows)
@@ -118,25 +133,25 @@ TEST(Failures, ofOpeningTheWriter) {
             {"IMFAttributes::SetGUID", 1, 0, "MP4 container"},
             {"MFCreateSinkWriterFromURL", 1, 0, "Create MP4"},
             {"MFCreateMediaType", 1, 0, "Output type"},
-            {"IMFMediaType::SetGUID", 1, 0, "Video type"},
-            {"IMFMediaType::SetGUID", 2, 0, "H264"},
-            {"IMFMediaType::SetUINT32", 1, 0, "Bitrate"},
-            {"IMFMediaType::SetUINT32", 2, 0, "Output color matrix"},
-            {"IMFMediaType::SetUINT32", 3, 0, "Output color range"},
-            {"IMFMediaType::SetUINT32", 4, 0, "Progressive"},
-            {"IMFMediaType::SetUINT64", 1, 0, "Output size"},
-            {"IMFMediaType::SetUINT64", 2, 0, "Output fps"},
-            {"IMFMediaType::SetUINT64", 3, 0, "Output aspect"},
+            {"IMFAttributes::SetGUID", 2, 0, "Video type"},
+            {"IMFAttributes::SetGUID", 3, 0, "H264"},
+            {"IMFAttributes::SetUINT32", 3, 0, "Bitrate"},
+            {"IMFAttributes::SetUINT32", 4, 0, "Output color matrix"},
+            {"IMFAttributes::SetUINT32", 5, 0, "Output color range"},
+            {"IMFAttributes::SetUINT32", 6, 0, "Progressive"},
+            {"IMFAttributes::SetUINT64", 1, 0, "Output size"},
+            {"IMFAttributes::SetUINT64", 2, 0, "Output fps"},
+            {"IMFAttributes::SetUINT64", 3, 0, "Output aspect"},
             {"IMFSinkWriter::AddStream", 1, 0, "H264 stream"},
             {"MFCreateMediaType", 2, 0, "Input type"},
-            {"IMFMediaType::SetGUID", 3, 0, "Input video"},
-            {"IMFMediaType::SetGUID", 4, 0, "NV12"},
-            {"IMFMediaType::SetUINT32", 5, 0, "Input color matrix"},
-            {"IMFMediaType::SetUINT32", 6, 0, "Input color range"},
-            {"IMFMediaType::SetUINT32", 7, 0, "Input progressive"},
-            {"IMFMediaType::SetUINT64", 4, 0, "Input size"},
-            {"IMFMediaType::SetUINT64", 5, 0, "Input fps"},
-            {"IMFMediaType::SetUINT64", 6, 0, "Input aspect"},
+            {"IMFAttributes::SetGUID", 4, 0, "Input video"},
+            {"IMFAttributes::SetGUID", 5, 0, "NV12"},
+            {"IMFAttributes::SetUINT32", 7, 0, "Input color matrix"},
+            {"IMFAttributes::SetUINT32", 8, 0, "Input color range"},
+            {"IMFAttributes::SetUINT32", 9, 0, "Input progressive"},
+            {"IMFAttributes::SetUINT64", 4, 0, "Input size"},
+            {"IMFAttributes::SetUINT64", 5, 0, "Input fps"},
+            {"IMFAttributes::SetUINT64", 6, 0, "Input aspect"},
             {"IMFSinkWriter::SetInputMediaType", 1, 0, "Encoder input"},
             {"IMFSinkWriter::BeginWriting", 1, 0, "Start encoder"},
         };
@@ -252,17 +267,17 @@ TEST(Failures, survivesAFailureOfAnyCall) {
         EXPECT_TRUE(recordOneClip().clip);
         const auto idle = idleObjects();
         int call = 0;
-        for (bool struck = true; struck;) {
-            SCOPED_TRACE(++call);
-            desktop::planFault(failing("", call, 0));
+        for (bool struck = true; struck && !::testing::Test::HasFailure();) {
+            desktop::planFault(failing("", ++call, 0));
             const Outcome outcome = recordOneClip();
             struck = desktop::faultStruck();
-            SCOPED_TRACE(desktop::struckCall());
+            const std::string operation = desktop::struckCall();
+            SCOPED_TRACE(std::to_string(call) + " " + operation);
             desktop::clearFaults();
-            EXPECT_TRUE(outcome.clip || !outcome.notices.empty());
+            EXPECT_TRUE(outcome.clip || !outcome.notices.empty() || isOutOfSight(operation));
+            if (isOutOfSight(operation)) returnToIdle(idle);
             expectNothingLeft(idle);
             EXPECT_TRUE(recordOneClip().clip);
-            if (::testing::Test::HasFailure()) break;
         }
         EXPECT_GT(call, 100);  // Fewer means that the recording never got going.
     });

@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <set>
 
 #include "platform/hosts/host.h"
 
@@ -26,7 +27,6 @@ Path makeHome() {
 }
 
 void takeSeat(const Path& home) {
-    homeFolder = home;
     std::filesystem::create_directories(home / "data");
     std::filesystem::create_directories(home / "run");
     std::filesystem::permissions(home / "run", std::filesystem::perms::owner_all);
@@ -54,6 +54,8 @@ void settle(const char* what, const std::function<bool()>& condition) {
 
 bool isEnd(const std::string& notice) { return notice != "Finishing clip…"; }
 
+bool mustGiveUp() { return desktop::faultStruck() && isOutOfSight(desktop::struckCall()); }
+
 std::vector<std::string> noticesFrom(std::size_t first) {
     std::vector<std::string> texts;
     const auto all = desktop::balloons();
@@ -63,11 +65,12 @@ std::vector<std::string> noticesFrom(std::size_t first) {
 
 }  // namespace
 
-int exitCodeAtDesktop(const std::function<void()>& body, const Path& home) {
+int exitCodeAtDesktop(const std::function<void()>& body) {
+    homeFolder = makeHome();
     std::fflush(nullptr);
     const pid_t child = fork();
     if (child == 0) {
-        takeSeat(home);
+        takeSeat(homeFolder);
         body();
         std::fflush(nullptr);
         std::exit(::testing::Test::HasFailure() ? 1 : 0);
@@ -78,9 +81,8 @@ int exitCodeAtDesktop(const std::function<void()>& body, const Path& home) {
 }
 
 void atDesktop(const std::function<void()>& body) {
-    const Path home = makeHome();
-    EXPECT_EQ(exitCodeAtDesktop(body, home), 0);
-    std::filesystem::remove_all(home);
+    EXPECT_EQ(exitCodeAtDesktop(body), 0);
+    std::filesystem::remove_all(homeFolder);
 }
 
 Path home() { return homeFolder; }
@@ -151,11 +153,18 @@ bool frameIsUp() {
     return window && !window->foreground;
 }
 
-bool samplesFlow() {
+int samplesWritten() {
     const auto log = desktop::callLog();
-    return std::any_of(log.begin(), log.end(), [](const desktop::LoggedCall& call) {
+    return static_cast<int>(std::count_if(log.begin(), log.end(), [](const auto& call) {
         return call.operation == "IMFSinkWriter::WriteSample";
-    });
+    }));
+}
+
+bool isOutOfSight(const std::string& operation) {
+    static const std::set<std::string> operations = {
+        "PostMessageW",      "SetCapture",   "SetForegroundWindow", "SetLayeredWindowAttributes",
+        "SetWindowLongPtrW", "SetWindowPos", "SetWindowRgn",        "Shell_NotifyIconW"};
+    return operations.contains(operation);
 }
 
 void openSheet() {
@@ -176,7 +185,7 @@ void startRecording(const RECT& region) {
     desktop::startCallLog();
     const std::size_t before = desktop::balloons().size();
     drag(region.left, region.top, region.right, region.bottom);
-    settle("a sample", [&] { return samplesFlow() || desktop::balloons().size() > before; });
+    settle("a sample", [&] { return samplesWritten() > 0 || desktop::balloons().size() > before; });
 }
 
 void stopAndFinish() {
@@ -184,11 +193,11 @@ void stopAndFinish() {
     desktop::waitForBalloon("Copied — paste the video file.");
 }
 
-Outcome recordOneClip() {
+Outcome recordOneClip(int samples) {
     const std::size_t before = desktop::balloons().size();
     const auto ended = [&] {
         const auto notices = noticesFrom(before);
-        return std::any_of(notices.begin(), notices.end(), isEnd);
+        return mustGiveUp() || std::any_of(notices.begin(), notices.end(), isEnd);
     };
     const std::vector<Path> old = filesIn(recordings());
     desktop::startCallLog();
@@ -196,14 +205,14 @@ Outcome recordOneClip() {
     settle("the sheet or a notice", [&] { return sheetIsUp() || ended(); });
     if (!ended()) {
         drag(100, 100, 420, 340);
-        settle("a sample or a notice", [&] { return samplesFlow() || ended(); });
+        settle("a sample or a notice", [&] { return samplesWritten() >= samples || ended(); });
         if (!ended()) pressEsc();
         settle("the last notice", [&] {
             const auto notices = noticesFrom(before);
             const auto isLast = [](const std::string& notice) {
                 return isEnd(notice) && notice.rfind("Clip saved; retention", 0) != 0;
             };
-            return std::any_of(notices.begin(), notices.end(), isLast);
+            return mustGiveUp() || std::any_of(notices.begin(), notices.end(), isLast);
         });
     }
     Outcome outcome;

@@ -24,8 +24,9 @@ using Path = std::filesystem::path;
 // end of the process is no failure.
 void atDesktop(const std::function<void()>& body);
 
-// The same without a verdict: the child's exit code.
-int exitCodeAtDesktop(const std::function<void()>& body, const Path& home);
+// The same without a verdict: the child's exit code. The folders stay, and this process looks into
+// them too from now on.
+int exitCodeAtDesktop(const std::function<void()>& body);
 
 Path home();  // the user's folders lie below
 Path dataFolder();
@@ -59,14 +60,18 @@ void stopAndFinish();                     // Esc, then the clip is copied
 bool isShown(const std::string& className);
 bool sheetIsUp();
 bool frameIsUp();
-bool samplesFlow();  // since the call log was started
+int samplesWritten();  // since the call log was started
+
+// Calls whose failure may leave a person without a sheet, a notice or an answer to Esc, as the real
+// desktop might: a try that met one is given up.
+bool isOutOfSight(const std::string& operation);
 
 // One short recording of (100, 100, 420, 340) to its end, whatever that is.
 struct Outcome {
     std::optional<Path> clip;          // new in the folder
     std::vector<std::string> notices;  // balloons since the shortcut
 };
-Outcome recordOneClip();
+Outcome recordOneClip(int samples = 1);  // at least so many before Esc
 
 // Every notice since the program started, and the last one.
 std::string lastNotice();

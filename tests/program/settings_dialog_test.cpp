@@ -1,0 +1,387 @@
+// The settings dialog as a person uses it: with the keyboard, with the mouse, and when things fail.
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <fstream>
+
+#include "settings/startup.h"
+#include "tests/program/person.h"
+
+using namespace person;
+
+namespace {
+
+enum Id { box = 1001, startup = 1002, hint = 1003, save = 1, cancel = 2 };
+enum Entry { settings = 4, minimize = 0xF020, closeWindow = 0xF060 };
+
+const char* const keepExe = "If enabled, keep this portable EXE in its current location.";
+const char* const noCapture = "Shortcut capture unavailable. Existing shortcut kept.";
+const char* const foreignEntry = "Startup points elsewhere (possibly an older copy). Disable it "
+                                 "from that copy before moving. No entry was changed.";
+
+void await(const char* what, const std::function<bool()>& condition) {
+    EXPECT_TRUE(desktop::waitUntil(condition)) << "waited in vain for " << what;
+}
+
+desktop::ShownControl control(int id) {
+    if (const auto dialog = desktop::openDialog())
+        for (const desktop::ShownControl& one : dialog->controls)
+            if (one.id == id) return one;
+    return {};
+}
+
+// 0: the dialog is not open or not in the foreground.
+int focus() {
+    if (const auto dialog = desktop::openDialog())
+        for (const desktop::ShownControl& one : dialog->controls)
+            if (one.focused) return one.id;
+    return 0;
+}
+
+// The arguments of every call of an operation since the log was started.
+std::vector<std::string> callsOf(const std::string& operation) {
+    std::vector<std::string> calls;
+    for (const desktop::LoggedCall& call : desktop::callLog())
+        if (call.operation == operation) calls.push_back(call.arguments);
+    return calls;
+}
+
+void chooseFrom(UINT id) {
+    await("a menu", [] { return !desktop::openMenu().empty(); });
+    desktop::startCallLog();
+    desktop::chooseFromMenu(id);
+}
+
+void openSettings() {
+    await("the tray icon", [] { return !desktop::trayTip().empty(); });
+    desktop::clickTray(WM_RBUTTONUP);
+    chooseFrom(settings);
+    await("the dialog", [] { return focus() != 0; });
+}
+
+// The tip is brought up to date when everything else is over.
+void awaitClosed() {
+    await("the end of the dialog", [] { return !callsOf("Shell_NotifyIconW").empty(); });
+    EXPECT_FALSE(desktop::openDialog());
+}
+
+void click(int id) {
+    const RECT area = control(id).bounds;
+    drag((area.left + area.right) / 2, (area.top + area.bottom) / 2, area.left + 4, area.top + 4);
+}
+
+void tabTo(int id) {
+    for (int tries = 0; focus() != id && tries < 4; ++tries) {
+        const int before = focus();
+        pressKeys({VK_TAB});
+        await("another focus", [&] { return focus() != before; });
+    }
+}
+
+void capture(const std::vector<UINT>& keys, const std::string& text) {
+    tabTo(box);
+    pressKeys(keys);
+    await("the shortcut", [&] { return control(box).text == text; });
+}
+
+// Answers the one box that comes, and tells what it said.
+std::string readBox() {
+    await("a message box", [] { return !desktop::openBoxes().empty(); });
+    const std::vector<desktop::ShownBox> boxes = desktop::openBoxes();
+    if (boxes.size() != 1) return std::to_string(boxes.size()) + " boxes";
+    desktop::answerBox();
+    return boxes[0].title + "|" + boxes[0].text + "|" + std::to_string(boxes[0].icon);
+}
+
+}  // namespace
+
+TEST(SettingsDialog, opensInThreeWaysAndIsRaised) {
+    atDesktop([] {
+        const pid_t second = fork();
+        if (second == 0) {
+            desktop::waitUntil([] { return std::filesystem::exists(home() / "go"); });
+            _exit(wWinMain(GetModuleHandleW(nullptr), nullptr, std::u16string().data(), 0));
+        }
+        Program program(u"--settings");
+        await("the dialog", [] { return focus() == box; });
+        desktop::startCallLog();
+        EXPECT_EQ(desktop::openDialog()->title, "Quorvel Clip - Settings");
+        EXPECT_EQ(control(box).text, "Ctrl+Shift+7");
+        EXPECT_EQ(control(hint).text, keepExe);
+        desktop::takeForeground();
+        await("another program in front", [] { return focus() == 0; });
+        desktop::clickTray(WM_RBUTTONUP);
+        await("the dialog in front", [] { return focus() == box; });
+        tabTo(startup);
+        pressKeys({VK_LMENU, VK_SPACE});
+        chooseFrom(minimize);
+        await("the dialog minimised", [] { return !desktop::openDialog(); });
+        std::ofstream(home() / "go").put('1');
+        await("the dialog restored", [] { return focus() == startup; });
+        int status = -1;
+        waitpid(second, &status, 0);
+        EXPECT_EQ(status, 0);
+        desktop::planFault({desktop::Fault::Fail, "SetForegroundWindow"});
+        desktop::clickTray(WM_RBUTTONUP);
+        await("a flash", [] { return callsOf("FlashWindowEx").size() == 1; });
+        EXPECT_EQ(callsOf("FlashWindowEx").front(), "set, 2, 3, 0");
+        EXPECT_TRUE(callsOf("DialogBoxParamW").empty());
+        pressEsc();
+        awaitClosed();
+        openSettings();
+        EXPECT_EQ(program.close(), 0) << "exit with the dialog open";
+        EXPECT_TRUE(desktop::balloons().empty() && desktop::openObjects().empty());
+    });
+}
+
+// Each row is followed by a Z, so that what the row did not cause is seen too.
+TEST(SettingsDialog, theBoxTakesEveryKeyButAFew) {
+    const struct {
+        std::vector<UINT> keys;
+        const char* text;    // what the box shows; empty: nothing new
+        std::size_t passed;  // presses and releases that go on to others
+    } rows[] = {
+        {{VK_LCONTROL, VK_LSHIFT, 'R'}, "Ctrl+Shift+R", 4},
+        {{VK_RCONTROL, VK_RMENU, VK_RSHIFT, VK_RWIN, VK_F12}, "Ctrl+Alt+Shift+Win+F12", 6},
+        {{VK_RMENU, VK_F4}, "Alt+F4", 2},
+        {{VK_LMENU, VK_SPACE}, "Alt+Space", 2},
+        {{VK_LMENU, 'S'}, "Alt+S", 2},
+        {{VK_LMENU, VK_TAB}, "", 4},
+        {{VK_LMENU}, "", 2},
+        {{VK_LSHIFT}, "", 2},
+        {{VK_LSHIFT, '7'}, "Shift+7", 2},
+        {{VK_LWIN}, "", 0},
+        {{VK_LWIN, 'V'}, "Win+V", 0},
+        {{VK_F10}, "F10", 0},
+        {{VK_RETURN}, "Enter", 0},
+        {{VK_LEFT}, "Num 4", 0},
+        {{VK_F24}, "Key 135", 0},
+    };
+    atDesktop([&] {
+        Program program;
+        openSettings();
+        for (const auto& row : rows) {
+            SCOPED_TRACE(row.text + std::to_string(row.keys.back()));
+            desktop::startCallLog();
+            pressKeys(row.keys);
+            pressKeys({'Z'});
+            std::vector<std::string> wanted{"set, 1001, \"Z\""};
+            if (*row.text)
+                wanted.insert(wanted.begin(), "set, 1001, \"" + std::string(row.text) + '"');
+            await("Z", [&] { return callsOf("SetDlgItemTextW").size() >= wanted.size(); });
+            EXPECT_EQ(callsOf("SetDlgItemTextW"), wanted);
+            EXPECT_EQ(callsOf("CallNextHookEx").size(), row.passed);
+            EXPECT_TRUE(focus() == box && desktop::openMenu().empty());
+        }
+        desktop::startCallLog();
+        desktop::pressKey('A');
+        await("A", [] { return control(box).text == "A"; });
+        tabTo(startup);
+        desktop::releaseKey('A');
+        desktop::pressKey(VK_TAB);
+        await("Save", [] { return focus() == save; });
+        EXPECT_EQ(callsOf("CallNextHookEx").size(), 1u) << "A let go elsewhere is still eaten";
+    });
+}
+
+TEST(SettingsDialog, keysThatMoveAndDecide) {
+    const std::string saved = "set, 1", cancelled = "set, 2", menu = "menu", checked = "checked";
+    const struct {
+        std::vector<int> from;
+        std::vector<UINT> keys;
+        std::string outcome;  // a result, or what the dialog shows, or the new focus
+    } rows[] = {
+        {{startup, save}, {VK_RETURN}, saved},
+        {{cancel}, {VK_RETURN}, cancelled},
+        {{box, startup, save, cancel}, {VK_ESCAPE}, cancelled},
+        {{box}, {VK_LCONTROL, VK_ESCAPE}, cancelled},
+        {{startup}, {VK_LMENU, VK_F4}, cancelled},
+        {{startup}, {VK_SPACE}, checked},
+        {{save}, {VK_SPACE}, saved},
+        {{cancel}, {VK_SPACE}, cancelled},
+        {{startup}, {VK_LMENU, 'S'}, saved},
+        {{startup}, {'S'}, saved},
+        {{cancel}, {VK_LMENU, 'S'}, "1001"},
+        {{save, cancel}, {VK_LMENU, 'W'}, checked},
+        {{save, cancel}, {'W'}, checked},
+        {{box}, {VK_LCONTROL, VK_TAB}, "1002"},
+        {{box}, {VK_LSHIFT, VK_TAB}, "2"},
+        {{save}, {VK_LSHIFT, VK_TAB}, "1002"},
+        {{startup, save}, {VK_LMENU}, menu},
+        {{save}, {VK_F10}, menu},
+    };
+    atDesktop([&] {
+        Program program;
+        const auto tryKeys = [](int from, const std::vector<UINT>& keys,
+                                const std::string& outcome) {
+            SCOPED_TRACE(std::to_string(from) + " " + std::to_string(keys.back()));
+            openSettings();
+            tabTo(from);
+            pressKeys(keys);
+            await(outcome.c_str(), [&] {
+                const auto ends = callsOf("EndDialog");
+                if (outcome == "menu") return !desktop::openMenu().empty();
+                if (outcome == "checked") return control(startup).checked;
+                return (ends.empty() ? std::to_string(focus()) : ends.front()) == outcome;
+            });
+            if (outcome == "menu")
+                chooseFrom(closeWindow);
+            else if (callsOf("EndDialog").empty())
+                click(cancel);
+            awaitClosed();
+        };
+        for (const auto& row : rows)
+            for (const int from : row.from) tryKeys(from, row.keys, row.outcome);
+    });
+}
+
+TEST(SettingsDialog, saveEndsInThreeWays) {
+    const auto config = [] { return contentOf(dataFolder() / "config.ini"); };
+    atDesktop([&] {
+        desktop::takeHotKey(MOD_CONTROL, 'A');
+        Program program;
+        openSettings();
+        const auto idle = desktop::openObjects();
+        const std::string before = config();
+        capture({VK_F1 + 4}, "F5");
+        click(save);
+        await("the box", [] { return !desktop::openBoxes().empty(); });
+        desktop::startCallLog();
+        click(save);  // Under the box: does nothing.
+        pressKeys({'X'});
+        await("X", [] { return callsOf("CallNextHookEx").size() == 2; });
+        EXPECT_EQ(readBox(), "Settings not saved|Use Ctrl, Alt, Shift or Win with a letter, digit, "
+                             "numpad key or F1-F12.|48");
+        await("the dialog", [] { return focus() == save; });
+        EXPECT_EQ(control(box).text, "F5");
+        capture({VK_LCONTROL, 'A'}, "Ctrl+A");
+        click(save);
+        EXPECT_EQ(readBox(), "Settings not saved|Shortcut unavailable or reserved by Windows. "
+                             "Previous shortcut kept.|48");
+        await("the dialog", [] { return focus() == save; });
+        EXPECT_EQ(config(), before);
+        EXPECT_EQ(desktop::openObjects(), idle);
+
+        capture({VK_LMENU, VK_F1 + 7}, "Alt+F8");
+        click(startup);
+        desktop::planFault({desktop::Fault::Fail, "RegSetValueExW", 1, ERROR_ACCESS_DENIED});
+        click(save);
+        EXPECT_EQ(readBox(),
+                  "Settings partially saved|Shortcut saved. Startup could not be saved:\nWindows "
+                  "refused the startup change.\n\nStartup state will be re-read. Retry Save, or "
+                  "Cancel to close; the saved shortcut remains.|48");
+        await("the true state", [] { return focus() == save && !control(startup).checked; });
+        click(startup);
+        click(save);
+        awaitClosed();
+        EXPECT_NE(config().find("modifiers=1\r\nkey=119"), std::string::npos) << config();
+
+        openSettings();
+        EXPECT_TRUE(control(startup).checked);
+        capture({VK_LCONTROL, 'B'}, "Ctrl+B");
+        pressEsc();  // Drops it.
+        awaitClosed();
+        EXPECT_EQ(desktop::trayTip(), "Quorvel Desk Clip — Alt+F8");
+        pressKeys({VK_LMENU, VK_F1 + 7});
+        await("the sheet", sheetIsUp);
+    });
+}
+
+TEST(SettingsDialog, aForeignStartupEntryIsLeftAlone) {
+    const std::u16string elsewhere = u"C:\\Elsewhere\\QuorvelDeskClip.exe";
+    atDesktop([&] {
+        saveStartup(elsewhere, true);
+        Program program;
+        openSettings();
+        EXPECT_FALSE(control(startup).enabled || control(startup).checked);
+        EXPECT_EQ(control(hint).text, foreignEntry);
+        click(startup);  // Greyed: does nothing.
+        capture({VK_LMENU, VK_F1 + 7}, "Alt+F8");
+        click(save);
+        awaitClosed();
+        EXPECT_EQ(desktop::trayTip(), "Quorvel Desk Clip — Alt+F8");
+        EXPECT_TRUE(readStartup(elsewhere).checked);
+    });
+}
+
+TEST(SettingsDialog, theShortcutWaitsUntilItIsClosed) {
+    atDesktop([] {
+        Program program;
+        openSettings();
+        tabTo(startup);
+        pressShortcut();
+        desktop::planFault({desktop::Fault::Stall, "EndDialog"});
+        pressEsc();
+        await("the stall", desktop::faultStruck);
+        pressShortcut();  // Still queued when the dialog has closed.
+        desktop::clearFaults();
+        awaitClosed();
+        openSettings();  // Comes after both, and would be refused during a selection.
+        pressEsc();
+        awaitClosed();
+        openSheet();
+    });
+}
+
+TEST(SettingsDialog, failuresOnItsWay) {
+    const char* const noIcons = "Cannot open Settings|Cannot load branded window icons.|16";
+    const struct {
+        const char* operation;
+        int nth;
+        const char* shown;  // a message box
+        const char* notice;
+    } rows[] = {
+        {"GetModuleFileNameW", 1, "", "Cannot determine the current executable path."},
+        {"DialogBoxParamW", 1, "", "Cannot open Settings."},
+        {"LoadImageW", 1, noIcons, "Cannot open Settings."},
+        {"LoadImageW", 2, noIcons, "Cannot open Settings."},
+        {"SetWindowsHookExW", 1, "", ""},
+    };
+    atDesktop([&] {
+        Program program;
+        await("the shortcut", [] { return desktop::openObjects().count("HotKey") == 1; });
+        const auto idle = desktop::openObjects();
+        for (const auto& row : rows) {
+            SCOPED_TRACE(row.operation);
+            const std::size_t notices = desktop::balloons().size();
+            desktop::clickTray(WM_RBUTTONUP);
+            await("the menu", [] { return !desktop::openMenu().empty(); });
+            desktop::planFault({desktop::Fault::Fail, row.operation, row.nth});
+            chooseFrom(settings);
+            EXPECT_EQ(*row.shown ? readBox() : "", row.shown);
+            if (!*row.notice) {
+                await("the dialog", [] { return focus() == startup; });
+                EXPECT_EQ(control(hint).text, noCapture);
+                EXPECT_FALSE(control(box).enabled);
+                click(save);
+            }
+            awaitClosed();
+            desktop::clearFaults();
+            EXPECT_EQ(desktop::balloons().size(), notices + (*row.notice ? 1 : 0));
+            EXPECT_EQ(*row.notice ? lastNotice() : "", row.notice);
+            EXPECT_EQ(desktop::openObjects(), idle);
+        }
+    });
+}
+
+TEST(SettingsDialog, followsTheScaleOfItsMonitor) {
+    const auto width = [] { return control(save).bounds.right - control(save).bounds.left; };
+    atDesktop([&] {
+        desktop::setMonitors({{{0, 0, 1000, 800}, 1, 96}, {{1000, 0, 2500, 1200}, 1, 144}});
+        Program program(u"--settings");
+        await("the dialog", [] { return focus() == box; });
+        const LONG small = width();
+        drag(500, control(box).bounds.top - 60, 1700, 300);
+        await("the other scale", [&] { return width() > small; });
+        EXPECT_NEAR(width() * 2, small * 3, 20);
+        desktop::planFault({desktop::Fault::Fail, "LoadImageW"});
+        drag(1700, control(box).bounds.top - 90, 500, 300);
+        await("the failure",
+              [] { return control(hint).text == "Cannot load branded window icons."; });
+        EXPECT_EQ(width(), small);
+        desktop::startCallLog();
+        click(cancel);
+        awaitClosed();
+    });
+}
