@@ -570,19 +570,18 @@ TEST_F(TrayTest, balloonsNeedAnIconAndSomeText) {
     EXPECT_TRUE(desktop::balloons().back().isError);
 }
 
-// The last one: afterwards this thread gets no message any more.
-struct SessionEndTest : DesktopTest {};
-
-TEST_F(SessionEndTest, windowsAreAskedAndToldAndThenNothingComes) {
-    onMessage = [](HWND target, UINT what, WPARAM, LPARAM) {
-        if (what == WM_ENDSESSION) PostMessageW(target, noted, 0, 0);
+TEST_F(DesktopTest, sessionEndIsAskedForAndToldAndEndsTheProcess) {
+    onMessage = [](HWND, UINT what, WPARAM ends, LPARAM) {
+        if (what == WM_ENDSESSION && ends) fputs("told", stderr);
     };
     desktop::endSession(false);
-    EXPECT_EQ(drain(), (std::vector<UINT>{noted}));
+    EXPECT_TRUE(drain().empty());
     EXPECT_EQ(toldOf(WM_QUERYENDSESSION).size(), 1u);
+    ASSERT_EQ(toldOf(WM_ENDSESSION).size(), 1u);
     EXPECT_EQ(toldOf(WM_ENDSESSION)[0].wParam, 0u);
-    desktop::endSession(true);
-    MSG message;
-    EXPECT_FALSE(GetMessageW(&message, nullptr, 0, 0));
-    EXPECT_EQ(toldOf(WM_ENDSESSION)[1].wParam, 1u);
+    const auto endForGood = [] {
+        desktop::endSession(true);
+        drain();
+    };
+    EXPECT_EXIT(endForGood(), testing::ExitedWithCode(0), "told");
 }

@@ -64,6 +64,7 @@ struct Child {
 
 struct Session : testing::Test {
     Session() { host::use(sharedSession()); }
+    ~Session() override { host::use(host::memoryHost()); }
 
     // Whether this process is the first to have the name.
     static bool claims(Handle& mutex) {

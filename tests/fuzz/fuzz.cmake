@@ -1,8 +1,11 @@
-# Each *_fuzz.cpp as a fuzzer of its own. ctest lets it run for a while; started by hand it runs until it is stopped.
-# The rooms that it looks into are compiled with it, so that the fuzzer sees their branches.
+# Each *_fuzz.cpp as a fuzzer of its own. ctest lets it run for a while; started by hand, as
+#     build/native/tests/ledger_fuzz build/native/tests/corpus tests/fuzz/seeds
+# it runs until Ctrl+C or a failure. What it learns stays in the corpus. The rooms that it looks into are compiled with
+# it, so that the fuzzer sees their branches.
 
 file(GLOB targets CONFIGURE_DEPENDS ${CMAKE_CURRENT_LIST_DIR}/*_fuzz.cpp)
 collect_files(rooms store common)
+file(MAKE_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/corpus)
 foreach(source IN LISTS targets)
     cmake_path(GET source STEM name)
     add_custom_command(
@@ -14,5 +17,8 @@ foreach(source IN LISTS targets)
         DEPENDS ${source} ${rooms} platform resource_block
         VERBATIM)
     add_custom_target(build_${name} ALL DEPENDS ${name})
-    add_test(NAME Fuzz.${name} COMMAND ${name} -max_total_time=20 -max_len=4096)
+    add_test(NAME Fuzz.${name} COMMAND ${name} -max_total_time=20 -max_len=1000 -verbosity=0 -print_final_stats=1
+             corpus ${CMAKE_CURRENT_LIST_DIR}/seeds)
+    # Files in memory: it writes some thousands a second.
+    set_tests_properties(Fuzz.${name} PROPERTIES ENVIRONMENT TMPDIR=/dev/shm TIMEOUT 120)
 endforeach()
