@@ -48,6 +48,8 @@ install() {
     "${as_root[@]+"${as_root[@]}"}" apt-get update -qq &&
         "${as_root[@]+"${as_root[@]}"}" env DEBIAN_FRONTEND=noninteractive \
             apt-get install -y -qq --no-install-recommends "${absent[@]}" >/dev/null
+    # What is configured already has not seen the new packages.
+    rm -f build/*/build.ninja
     [ -z "$(absent_packages "$@")" ]
 }
 
