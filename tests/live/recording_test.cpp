@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <cmath>
+#include <cstdio>
 
 #include "platform/control.h"
 #include "tests/clip_reader.h"
@@ -57,6 +58,23 @@ bool heardEscape(const live::Client& client) {
     return client.heard().find("Esc") != std::string::npos;
 }
 
+std::string pasted(const std::string& target) {
+    const std::string command = "xclip -o -selection clipboard -t " + target;
+    FILE* const pipe = popen(command.c_str(), "r");
+    char text[4096];
+    const std::size_t length = std::fread(text, 1, sizeof text, pipe);
+    pclose(pipe);
+    return {text, length};
+}
+
+// As a file manager wants it; of what needs an escape the folder's name has only blanks.
+std::string addressOf(const std::filesystem::path& file) {
+    std::string address = "file://";
+    for (const char letter : file.string())
+        address += letter == ' ' ? "%20" : std::string(1, letter);
+    return address;
+}
+
 std::uint32_t timeIn(const ClipPicture& picture) {
     std::uint32_t code = 0;
     for (int bit = 0; bit < 32; ++bit) code = code << 1 | (picture.luma(bit * 16 + 8, 8) > 126);
@@ -84,6 +102,9 @@ TEST_F(Recording, showsWhatAProgramDrewAtTheRightTime) {
     live::tap(live::escapeKey);
     heardUpTo(client, 'b');
     EXPECT_TRUE(heardEscape(client));
+    EXPECT_TRUE(
+        desktop::waitUntil([&] { return pasted("text/uri-list") == addressOf(file) + "\r\n"; }));
+    EXPECT_EQ(pasted("x-special/gnome-copied-files"), "copy\n" + addressOf(file));
 
     const Clip clip = readClip(file);
     EXPECT_EQ(clip.width, 640);

@@ -214,6 +214,11 @@ TEST(Failures, ofTheStepsAfterTheClipIsSafe) {
             {{failing("MoveFileExW", 2, 5)},
              "Clip saved; retention warning: Cannot replace recording ownership ledger (Windows "
              "error 5)"},
+            {{failing("GetFileAttributesW", 1, 5)},
+             "Clip saved; retention warning: Refusing retention in a linked folder"},
+            {{failing("DeleteFileW", 1, 32)},  // By now there are more than five.
+             "Clip saved; retention warning: Could not remove an old owned clip (file may be in "
+             "use)"},
             {{failing("OpenClipboard", 1, 5), failing("EmptyClipboard", 1, 5)},
              "Copied — paste the video file."},
         };
@@ -227,6 +232,11 @@ TEST(Failures, ofTheStepsAfterTheClipIsSafe) {
             EXPECT_EQ(std::count(outcome.notices.begin(), outcome.notices.end(), row.text), 1);
             expectNothingLeft(idle);
         }
+        std::filesystem::create_directory(recordings() / "completed.txt.new");
+        EXPECT_EQ(recordOneClip().notices.at(1),
+                  "Clip saved; retention warning: Cannot write recording ownership ledger; check "
+                  "free space and folder permissions");
+        std::filesystem::remove(recordings() / "completed.txt.new");
         EXPECT_EQ(recordOneClip().notices.back(), "Copied — paste the video file.");
     });
 }
