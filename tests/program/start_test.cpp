@@ -3,6 +3,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <fstream>
 
 #include "tests/program/person.h"
@@ -18,7 +19,7 @@ const char* const cannotTell =
 // Runs the program to its end, answering every box. "exit code|title|text|..." of what was shown.
 std::string runAndRead(const std::u16string& tail = u"") {
     std::string shown;
-    bool over = false;
+    std::atomic<bool> over = false;
     int exitCode = -1;
     std::thread program([&] {
         std::u16string copy = tail;
@@ -220,45 +221,53 @@ TEST(Start, aSecondStartGivesUpOnASilentFirst) {
     });
 }
 
+// Ends with 10 in the first instance, with 0 in one that handed over or gave up as it should.
+[[noreturn]] void startWithTheOthers(int line) {
+    for (char byte; read(line, &byte, 1) > 0;) {
+    }  // Until the parent lets everybody go.
+    desktop::startCallLog();
+    std::atomic<bool> over = false;
+    bool asExpected = true;
+    std::thread answers([&] {
+        while (!over) {
+            desktop::waitUntil([&] { return over || !desktop::openBoxes().empty(); });
+            for (const desktop::ShownBox& box : desktop::openBoxes())
+                asExpected &= box.text == cannotTell && desktop::answerBox();
+        }
+    });
+    char16_t tail[] = u"";
+    const int exitCode = wWinMain(GetModuleHandleW(nullptr), nullptr, tail, SW_SHOWNORMAL);
+    over = true;
+    answers.join();
+    const auto log = desktop::callLog();
+    const bool first = std::any_of(log.begin(), log.end(), [](const desktop::LoggedCall& call) {
+        return call.operation == "Shell_NotifyIconW";
+    });
+    _exit(exitCode != 0 || !asExpected ? 1 : first ? 10 : 0);
+}
+
 TEST(Start, aHundredStartsLeaveOneFirstInstance) {
     atDesktop([] {
         int line[2];
         ASSERT_EQ(pipe(line), 0);
-        constexpr int starts = 100;
-        std::vector<pid_t> children;
-        for (int start = 0; start < starts; ++start) {
-            const pid_t child = fork();
-            if (child == 0) {
-                char byte;
-                close(line[1]);
-                while (read(line[0], &byte, 1) > 0) {
-                }  // Until everybody is there.
-                const HANDLE mutex = CreateMutexW(nullptr, FALSE, u"Local\\QuorvelDeskClip-v1");
-                const bool first = mutex && GetLastError() != ERROR_ALREADY_EXISTS;
-                writeFile(home() / ("mine-" + std::to_string(start)), "");
-                desktop::waitUntil([] { return std::filesystem::exists(home() / "over"); }, 120);
-                _exit(mutex ? first : 2);
-            }
-            children.push_back(child);
+        std::map<int, int> ends;  // how many by exit code
+        for (int start = 0; start < 100; ++start) {
+            if (fork() != 0) continue;
+            close(line[1]);
+            startWithTheOthers(line[0]);
         }
-        close(line[0]);
         close(line[1]);
-        EXPECT_TRUE(desktop::waitUntil(
-            [] {
-                int there = 0;
-                for (const Path& file : filesIn(home()))
-                    there += file.filename().string().rfind("mine-", 0) == 0;
-                return there == starts;
-            },
-            120));
-        writeFile(home() / "over", "");
-        int firsts = 0;
-        for (const pid_t child : children) {
+        const auto takeEnd = [&] {
             int status = 0;
-            waitpid(child, &status, 0);
-            EXPECT_LT(WEXITSTATUS(status), 2);
-            firsts += WEXITSTATUS(status) == 1;
-        }
-        EXPECT_EQ(firsts, 1);
+            wait(&status);
+            ++ends[WIFEXITED(status) ? WEXITSTATUS(status) : -1];
+        };
+        for (int start = 0; start < 99; ++start) takeEnd();
+        const HWND first = FindWindowW(u"QuorvelDeskClip", nullptr);
+        EXPECT_TRUE(first);
+        DWORD_PTR reply = 0;
+        SendMessageTimeoutW(first, WM_CLOSE, 0, 0, SMTO_BLOCK | SMTO_ABORTIFHUNG, 1000, &reply);
+        takeEnd();
+        EXPECT_EQ(ends, (std::map<int, int>{{0, 99}, {10, 1}}));
     });
 }
