@@ -69,7 +69,8 @@ HRESULT Duplication::AcquireNextFrame(UINT milliseconds, DXGI_OUTDUPL_FRAME_INFO
     frames->isHeld = true;
     ++frames->last;
     desktop::opened(desktop::Object::DesktopFrame);
-    information->LastPresentTime.QuadPart = frames->last;  // 0 would mean that only the pointer moved
+    // 0 would mean that only the pointer moved.
+    information->LastPresentTime.QuadPart = frames->last;
     information->AccumulatedFrames = 1;
     *resource = new FrameResource(frames);
     return S_OK;

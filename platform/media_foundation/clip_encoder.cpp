@@ -70,7 +70,7 @@ void ClipEncoder::encodeAll(H264Encoder& encoder) {
 // The encoder is opened here, because its own threads inherit the priority of the one that opens
 // it.
 void ClipEncoder::run(const VideoFormat& format, std::promise<void> opened) {
-    setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), 10);
+    if (isLarge(format)) setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), 5);
     std::optional<H264Encoder> encoder;
     try {
         encoder.emplace(format);

@@ -1,7 +1,7 @@
 // The thread behind a sink writer: samples go in without waiting, an MP4 file comes out.
 //
-// The thread gives way to others. Where the processors cannot do both, pictures wait in memory to
-// be encoded, but none is missed.
+// With large pictures the thread gives way to others: where the processors cannot do both, pictures
+// wait in memory to be encoded, but none is missed.
 
 #pragma once
 

@@ -47,7 +47,7 @@ AVCodecContext* openCodec(const VideoFormat& format) {
     codec->colorspace = AVCOL_SPC_SMPTE170M;
     codec->color_range = AVCOL_RANGE_MPEG;
     codec->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
-    codec->thread_count = format.width * format.height > 1920 * 1080 ? 2 : 1;
+    codec->thread_count = isLarge(format) ? 2 : 1;
     codec->qmin =
         10;  // What is sharper than that is not seen, and a still picture would never come to rest.
     AVDictionary* options = nullptr;

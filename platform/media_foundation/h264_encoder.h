@@ -24,6 +24,11 @@ struct CodecCloser {
     void operator()(AVPacket* packet) const;
 };
 
+// Larger than what one of two processors encodes 30 times a second with ease.
+inline bool isLarge(const VideoFormat& format) {
+    return format.width * format.height > 1920 * 1080;
+}
+
 // One thread at a time. Every operation throws Failure, the constructor too. Encoded pictures come
 // out in the order of the pictures, some calls later.
 struct H264Encoder {
