@@ -24,8 +24,8 @@ using host::Event;
 
 std::optional<Event> waiting;  // pointer or key event for a window
 UINT takenModifiers = 0;
-std::bitset<256> passedDown;   // keys whose press went past the hooks
-std::bitset<256> eatenDown;    // keys whose press a hook ate: nobody else sees them as down
+std::bitset<256> passedDown;  // keys whose press went past the hooks
+std::bitset<256> eatenDown;   // keys whose press a hook ate: nobody else sees them as down
 
 bool isPress(const Event& event) { return event.kind == Event::KeyPressed; }
 
@@ -54,7 +54,8 @@ void offerKey(const Event& event) {
     eatenDown[key] = false;
     if (event.offered && press && isHotKey(event, repeat))
         return host::current().finishInput(event, true);
-    // A hidden window may have the foreground, but on a display that others use too the keys are theirs.
+    // A hidden window may have the foreground, but on a display that others use too the keys are
+    // theirs.
     const bool ours = keyTarget() && find(keyTarget())->visible;
     host::current().finishInput(event, ours);
     if (ours) waiting = event;
