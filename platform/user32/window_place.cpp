@@ -114,9 +114,10 @@ BOOL ShowWindow(HWND window, int command) {
         desktop::refuse("ShowWindow", "command", command);
     const bool before = record->visible;
     if (command == SW_RESTORE) record->minimized = false;
-    user32::setVisible(*record, command != SW_HIDE);
+    const bool visible = command != SW_HIDE && !record->minimized;
+    user32::setVisible(*record, visible);
     if (command == SW_HIDE) user32::leaveActivation(window);
-    if (command != SW_HIDE && !before) user32::activate(window);
+    if (visible && !before) user32::activate(window);
     return before;
 }
 

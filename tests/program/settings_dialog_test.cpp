@@ -301,6 +301,7 @@ TEST(SettingsDialog, aForeignStartupEntryIsLeftAlone) {
         click(save);
         awaitClosed();
         EXPECT_EQ(desktop::trayTip(), "Quorvel Desk Clip — Alt+F8");
+        EXPECT_EQ(callsOf("RegOpenKeyExW").size(), 1u) << "only looked at, when it opened";
         EXPECT_TRUE(readStartup(elsewhere).checked);
     });
 }
