@@ -11,9 +11,9 @@ build_packages=(
     binutils-mingw-w64-x86-64 g++-mingw-w64-x86-64-posix
 )
 native_test_packages=(
-    ffmpeg xvfb x11-xserver-utils xclip xdotool clang libclang-rt-14-dev dbus
+    ffmpeg xvfb x11-xserver-utils xclip clang libclang-rt-14-dev dbus-daemon
 )
-windows_test_packages=(googletest wine64 xvfb xdotool imagemagick)
+windows_test_packages=(googletest wine64 fonts-wine xvfb xdotool imagemagick)
 bench_packages=(libyuv-dev xvfb)
 
 # What could not be done because something is missing; told at the very end.

@@ -157,8 +157,7 @@ void clickAt(HWND window) {
 
 bool openSheet() {
     press({VK_CONTROL, VK_SHIFT, '7'});
-    return waitUntil(
-        [] { return shownWindow(sheetClass) && colourAt(640, 500) == sheetColour; });
+    return waitUntil([] { return shownWindow(sheetClass) && colourAt(640, 500) == sheetColour; });
 }
 
 bool takeNotice(const WideText& text) {
@@ -182,8 +181,7 @@ Path dataFolderOnDisk() {
 void forgetEverything() {
     while (HWND const left = runningProgram()) endProcessOf(left);
     std::filesystem::remove_all(dataFolderOnDisk());
-    RegDeleteKeyValueW(HKEY_CURRENT_USER,
-                       TEXT("Software\\Microsoft\\Windows\\CurrentVersion\\Run"),
+    RegDeleteKeyValueW(HKEY_CURRENT_USER, TEXT("Software\\Microsoft\\Windows\\CurrentVersion\\Run"),
                        TEXT("QuorvelDeskClip"));
 }
 
@@ -250,8 +248,9 @@ Paper::Paper(const RECT& bounds, COLORREF colour) {
     description.hbrBackground = CreateSolidBrush(colour);
     description.lpszClassName = TEXT("TestPaper");
     RegisterClassW(&description);
-    window = CreateWindowExW(WS_EX_TOPMOST | WS_EX_NOACTIVATE, description.lpszClassName, TEXT(""),
-                             WS_POPUP | WS_VISIBLE, bounds.left, bounds.top,
+    // Disabled, it is never the active window; an activation under Wine may lift it over the frame.
+    window = CreateWindowExW(WS_EX_TOOLWINDOW, description.lpszClassName, TEXT(""),
+                             WS_POPUP | WS_VISIBLE | WS_DISABLED, bounds.left, bounds.top,
                              bounds.right - bounds.left, bounds.bottom - bounds.top, nullptr,
                              nullptr, description.hInstance, nullptr);
 }

@@ -1,4 +1,5 @@
-// The Windows desktop as a person has it before them, and the program on it as a process of its own.
+// The Windows desktop as a person has it before them, and the program on it as a process of its
+// own.
 
 #pragma once
 
@@ -68,7 +69,7 @@ struct Program {
     HANDLE process = nullptr;
 };
 
-// A window of one colour on top of the others, which does not take the keyboard.
+// A window of one colour, which does not take the keyboard.
 struct Paper {
     Paper(const RECT& bounds, COLORREF colour);
     ~Paper();

@@ -191,8 +191,12 @@ struct StandIn : testing::Test {
         CopyFileW(TEXT("Z:") PROGRAM_FILE, programFile, FALSE);
         SetEnvironmentVariableW(TEXT("STAND_IN_RECORD"), recordFile.string<WCHAR>().c_str());
         SetEnvironmentVariableW(TEXT("STAND_IN_REFUSES"), nullptr);
-        // Wine prefers its own libraries to those beside the program.
-        SetEnvironmentVariableW(TEXT("WINEDLLOVERRIDES"), TEXT("dxgi,d3d11,mfplat,mfreadwrite=n"));
+        // Wine prefers its own libraries to those beside the program unless it is told.
+        for (const WCHAR* const library :
+             {TEXT("dxgi"), TEXT("d3d11"), TEXT("mfplat"), TEXT("mfreadwrite")})
+            RegSetKeyValueW(HKEY_CURRENT_USER,
+                            TEXT("Software\\Wine\\AppDefaults\\QuorvelDeskClip.exe\\DllOverrides"),
+                            library, REG_SZ, TEXT("native,builtin"), sizeof TEXT("native,builtin"));
     }
 
     // From the shortcut to the notice; the clip's name.
@@ -209,9 +213,8 @@ struct StandIn : testing::Test {
         }));
         photograph(TEXT("red_frame.png"));
         SetEvent(screenIsReady);
-        ASSERT_TRUE(waitUntil([&] {
-            return readFile(recordFile).find("sample31 closed") != std::string::npos;
-        }));
+        ASSERT_TRUE(waitUntil(
+            [&] { return readFile(recordFile).find("sample31 closed") != std::string::npos; }));
         press({VK_ESCAPE});
         EXPECT_TRUE(takeNotice(TEXT("Copied — paste the video file.")));
         PostMessageW(runningProgram(), WM_CLOSE, 0, 0);
@@ -244,7 +247,8 @@ struct StandIn : testing::Test {
 TEST_F(StandIn, aRecordingAsksForEverythingInItsOrder) {
     ASSERT_NO_FATAL_FAILURE(recordOneClip());
     const std::string path = expectOneClip();
-    const Words words{{"<path>", path}, {"<n>", "1"}, {"<hardware>", "1"}, {"<out>", "1"}, {"<in>", "2"}};
+    const Words words{
+        {"<path>", path}, {"<n>", "1"}, {"<hardware>", "1"}, {"<out>", "1"}, {"<in>", "2"}};
     Record record(recordFile);
     record.expect(openingOfTheDesktop, {});
     record.expect(openingOfTheWriter + start + endOfTypes, words);
@@ -258,8 +262,10 @@ TEST_F(StandIn, aRefusedEncoderIsAskedAgainWithoutHardware) {
     SetEnvironmentVariableW(TEXT("STAND_IN_REFUSES"), TEXT("SetInputMediaType"));
     ASSERT_NO_FATAL_FAILURE(recordOneClip());
     const std::string path = expectOneClip();
-    const Words first{{"<path>", path}, {"<n>", "1"}, {"<hardware>", "1"}, {"<out>", "1"}, {"<in>", "2"}};
-    const Words second{{"<path>", path}, {"<n>", "2"}, {"<hardware>", "0"}, {"<out>", "3"}, {"<in>", "4"}};
+    const Words first{
+        {"<path>", path}, {"<n>", "1"}, {"<hardware>", "1"}, {"<out>", "1"}, {"<in>", "2"}};
+    const Words second{
+        {"<path>", path}, {"<n>", "2"}, {"<hardware>", "0"}, {"<out>", "3"}, {"<in>", "4"}};
     Record record(recordFile);
     record.expect(openingOfTheDesktop, {});
     record.expect(openingOfTheWriter + endOfTypes + "writer<n> closed", first);

@@ -153,7 +153,8 @@ HRESULT STDMETHODCALLTYPE map(ID3D11DeviceContext* self, ID3D11Resource* target,
     record(self, "Map", target, part, kind, flags);
     Object& texture = *objectOf(target);
     *mapped = {.pData = texture.bytes.data(),
-               .RowPitch = static_cast<UINT>(texture.width) * 4 + padding, .DepthPitch = 0};
+               .RowPitch = static_cast<UINT>(texture.width) * 4 + padding,
+               .DepthPitch = 0};
     return S_OK;
 }
 
@@ -190,8 +191,8 @@ HRESULT WINAPI D3D11CreateDevice(IDXGIAdapter* adapter, D3D_DRIVER_TYPE type, HM
                                  UINT flags, const D3D_FEATURE_LEVEL* levels, UINT levelCount,
                                  UINT version, ID3D11Device** device, D3D_FEATURE_LEVEL* level,
                                  ID3D11DeviceContext** context) {
-    static const auto* const deviceTable = makeTable<ID3D11DeviceVtbl>(
-        [](auto& entries) { entries.CreateTexture2D = createTexture; });
+    static const auto* const deviceTable =
+        makeTable<ID3D11DeviceVtbl>([](auto& entries) { entries.CreateTexture2D = createTexture; });
     static const auto* const contextTable = makeTable<ID3D11DeviceContextVtbl>([](auto& entries) {
         entries.CopySubresourceRegion = copyPicture;
         entries.Map = map;

@@ -95,8 +95,8 @@ HRESULT WINAPI MFStartup(ULONG version, DWORD flags) {
 HRESULT WINAPI MFShutdown() { return record("MFShutdown"), S_OK; }
 
 HRESULT WINAPI MFCreateAttributes(IMFAttributes** result, UINT32 room) {
-    static const auto* const table = makeTable<IMFAttributesVtbl>(
-        [](auto& entries) { fillSetters<IMFAttributes>(entries); });
+    static const auto* const table =
+        makeTable<IMFAttributesVtbl>([](auto& entries) { fillSetters<IMFAttributes>(entries); });
     handOut("attributes", table, result);
     return record("MFCreateAttributes", room, "->", *result), S_OK;
 }

@@ -7,9 +7,9 @@
 #include <map>
 
 void writeLine(const std::string& line) {
-    static const HANDLE file = CreateFileA(
-        std::getenv("STAND_IN_RECORD"), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE,
-        nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    static const HANDLE file = CreateFileA(std::getenv("STAND_IN_RECORD"), FILE_APPEND_DATA,
+                                           FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_ALWAYS,
+                                           FILE_ATTRIBUTE_NORMAL, nullptr);
     DWORD written = 0;
     const std::string whole = line + "\n";
     WriteFile(file, whole.data(), static_cast<DWORD>(whole.size()), &written, nullptr);
@@ -23,9 +23,7 @@ std::string textOf(const GUID& id) {
     return text;
 }
 
-std::string textOf(const void* object) {
-    return object ? objectOf(object)->name : "null";
-}
+std::string textOf(const void* object) { return object ? objectOf(object)->name : "null"; }
 
 bool refuses(const char* operation) {
     static bool refused = false;

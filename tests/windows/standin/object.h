@@ -42,8 +42,7 @@ std::string textOf(Number number) {
     return std::to_string(number);
 }
 template <typename Enumerator>
-    requires std::is_enum_v<Enumerator>
-std::string textOf(Enumerator value) {
+requires std::is_enum_v<Enumerator> std::string textOf(Enumerator value) {
     return std::to_string(static_cast<int>(value));
 }
 
