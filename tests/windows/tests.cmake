@@ -2,6 +2,10 @@
 # published operations. A file that includes from platform/ or a POSIX header, or starts a program by popen, asks for
 # more and stays native; so does what plans faults.
 
+add_test(NAME Executable.isTheSameWhenBuiltElsewhere
+         COMMAND ${CMAKE_CURRENT_LIST_DIR}/reproducible.sh ${PROJECT_SOURCE_DIR}
+                 $<TARGET_FILE:QuorvelDeskClip> ${PROJECT_BINARY_DIR}/elsewhere)
+
 set(googletest /usr/src/googletest/googletest)
 find_program(WINE wine64 PATHS /usr/lib/wine NO_CMAKE_FIND_ROOT_PATH)
 if(NOT EXISTS ${googletest}/src/gtest-all.cc OR NOT WINE)
