@@ -113,6 +113,27 @@ TEST_F(Acceptance, givesUpASelectionOnEscAndRightButtonAndRefusesAClick) {
     expectIdle();
 }
 
+TEST_F(Acceptance, theTrayIconStartsASelectionAndItsMenuEndsTheProgram) {
+    // The one icon stands at the end of the bar.
+    RECT bar;
+    GetWindowRect(shownWindow(TEXT("Shell_TrayWnd")), &bar);
+    const WideText atIcon =
+        TEXT("mousemove ") + decimalText(bar.right - 10) + TEXT(" ") + decimalText(bar.top + 10);
+    input(atIcon + TEXT(" click 1 click 1"));
+    EXPECT_TRUE(waitUntil([] { return shownWindow(sheetClass); }));
+    press({VK_ESCAPE});
+    expectIdle();
+    input(atIcon + TEXT(" click 3"));
+    HWND menu = nullptr;
+    ASSERT_TRUE(waitUntil([&] { return (menu = shownWindow(TEXT("#32768"))); }));
+    photograph(TEXT("menu.png"));
+    RECT entries;
+    GetWindowRect(menu, &entries);
+    input(TEXT("mousemove ") + decimalText(entries.left + 20) + TEXT(" ") +
+          decimalText(entries.bottom - 12) + TEXT(" click 1"));
+    EXPECT_EQ(program->exitCode(), 0u);
+}
+
 TEST_F(Acceptance, settingsAreSavedAndOutliveTheProgram) {
     const Program second(programFile, TEXT("ignored arguments"));
     EXPECT_EQ(second.exitCode(), 0u);
@@ -149,9 +170,9 @@ TEST_F(Acceptance, settingsAreSavedAndOutliveTheProgram) {
     expectKept();
     EXPECT_FALSE(hasTrayIcon(trayWindow));
     EXPECT_FALSE(isShortcutTaken('8'));
+    EXPECT_FALSE(runningProgram());
     EXPECT_FALSE(FindWindowW(sheetClass, nullptr));
     EXPECT_FALSE(OpenMutexW(SYNCHRONIZE, FALSE, TEXT("Local\\QuorvelDeskClip-v1")));
-    EXPECT_EQ(program->openHandles(), 0u);
 }
 
 }  // namespace

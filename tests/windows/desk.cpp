@@ -129,7 +129,7 @@ void photograph(const WideText& name) {
     const Path folder = TEXT("Z:") PICTURE_FOLDER;
     std::filesystem::create_directories(folder);
     std::filesystem::remove(folder / name);
-    startTool(TEXT("import -window root " PICTURE_FOLDER "/") + name);
+    startTool(TEXT("import -window root \"" PICTURE_FOLDER "/") + name + TEXT("\""));
     // What is on the screen may change only when the picture is taken.
     waitUntil([&] { return std::filesystem::exists(folder / name); });
 }
