@@ -1,11 +1,11 @@
 // The graphics device: a staging texture, and the copy of a part of the desktop into it.
 //
-// Only the part that is copied is ever asked of the host, and it goes straight into the texture's
-// memory.
+// Only the part that is copied is ever asked of the host, and the texture takes over the memory
+// that the host put it in.
 
 #include "platform/dxgi/device.h"
 
-#include <new>
+#include <vector>
 
 #include "platform/dxgi/adapter.h"
 #include "platform/dxgi/texture.h"
@@ -29,11 +29,20 @@ void demand(bool condition, const char* operation, const char* what, std::int64_
     if (!condition) desktop::refuse(operation, what, value);
 }
 
-bool fits(const D3D11_BOX& box, const Texture& source, const Texture& target) {
+bool fits(const D3D11_BOX& box, const Texture& source) {
     return box.left < box.right && box.top < box.bottom && box.front == 0 && box.back == 1 &&
-           box.right <= source.description.Width && box.bottom <= source.description.Height &&
-           box.right - box.left <= target.description.Width &&
-           box.bottom - box.top <= target.description.Height;
+           box.right <= source.description.Width && box.bottom <= source.description.Height;
+}
+
+bool fills(const D3D11_BOX& box, const Texture& target) {
+    return box.right - box.left == target.description.Width &&
+           box.bottom - box.top == target.description.Height;
+}
+
+// For the processor to read when nothing could be copied.
+host::CapturedPicture blackPicture(UINT width, UINT height) {
+    const auto bytes = std::make_shared<std::vector<std::uint8_t>>(std::size_t(width) * height * 4);
+    return {{bytes, bytes->data()}, static_cast<int>(width * 4)};
 }
 
 // There is no result: what cannot be copied is not.
@@ -51,12 +60,14 @@ void Context::CopySubresourceRegion(ID3D11Resource* target, UINT targetIndex, UI
     Frames& frames = *from.frames;
     demand(frames.isHeld && frames.last == from.frame, operation, "frame that is not held any more",
            from.frame);
-    if (!fits(*box, from, to)) return;
+    if (!fits(*box, from)) return;
+    demand(fills(*box, to), operation, "part of the target", box->right);
     const LONG left = frames.bounds.left, top = frames.bounds.top;
     const RECT area{left + static_cast<LONG>(box->left), top + static_cast<LONG>(box->top),
                     left + static_cast<LONG>(box->right), top + static_cast<LONG>(box->bottom)};
-    if (!host::current().readPicture(area, to.bytes.data(), static_cast<int>(to.pitch)))
-        frames.isLost = true;
+    to.picture = {};  // first, so that the host can use its memory again
+    to.picture = host::current().readPicture(area);
+    if (!to.picture.bytes) frames.isLost = true;
 }
 
 HRESULT Context::Map(ID3D11Resource* resource, UINT index, D3D11_MAP kind, UINT flags,
@@ -69,9 +80,12 @@ HRESULT Context::Map(ID3D11Resource* resource, UINT index, D3D11_MAP kind, UINT 
     demand(index == 0, operation, "subresource", index);
     demand(kind == D3D11_MAP_READ && flags == 0, operation, "kind of access", kind);
     demand(!texture.frames && !texture.isMapped, operation, "texture", texture.isMapped);
+    const UINT height = texture.description.Height;
+    if (!texture.picture.bytes) texture.picture = blackPicture(texture.description.Width, height);
     texture.isMapped = true;
     desktop::opened(desktop::Object::MappedTexture);
-    *mapped = {texture.bytes.data(), texture.pitch, static_cast<UINT>(texture.bytes.size())};
+    const auto pitch = static_cast<UINT>(texture.picture.pitch);
+    *mapped = {const_cast<std::uint8_t*>(texture.picture.bytes.get()), pitch, pitch * height};
     return S_OK;
 }
 
@@ -107,12 +121,8 @@ HRESULT Device::CreateTexture2D(const D3D11_TEXTURE2D_DESC* description,
     demandStaging(*description);
     demand(!initial, "ID3D11Device::CreateTexture2D", "initial data", 1);
     if (description->Width == 0 || description->Height == 0) return E_INVALIDARG;
-    try {
-        *texture = new Texture(*description);
-        return S_OK;
-    } catch (const std::bad_alloc&) {
-        return E_OUTOFMEMORY;
-    }
+    *texture = new Texture(*description);
+    return S_OK;
 }
 
 }  // namespace dxgi

@@ -4,19 +4,7 @@
 
 namespace dxgi {
 
-namespace {
-
-// Rows of real devices start at such a distance, and a program that takes it for the width is wrong
-// there.
-constexpr UINT rowAlignment = 256;
-
-}  // namespace
-
-Texture::Texture(const D3D11_TEXTURE2D_DESC& asked)
-    : description(asked),
-      pitch((asked.Width * 4 + rowAlignment - 1) / rowAlignment * rowAlignment) {
-    bytes.resize(static_cast<std::size_t>(pitch) * asked.Height);
-}
+Texture::Texture(const D3D11_TEXTURE2D_DESC& asked) : description(asked) {}
 
 Texture::Texture(const std::shared_ptr<Frames>& source) : frames(source), frame(source->last) {
     description.Width = static_cast<UINT>(source->bounds.right - source->bounds.left);

@@ -6,8 +6,8 @@
 
 #include <cstdint>
 #include <memory>
-#include <vector>
 
+#include "platform/hosts/host.h"
 #include "platform/ole32/com_object.h"
 
 namespace dxgi {
@@ -22,7 +22,7 @@ struct Frames {
 
 struct Texture : ole32::ComObject<ID3D11Texture2D, IID_ID3D11DeviceChild, IID_ID3D11Resource,
                                   IID_ID3D11Texture2D> {
-    explicit Texture(const D3D11_TEXTURE2D_DESC& asked);      // staging; throws std::bad_alloc
+    explicit Texture(const D3D11_TEXTURE2D_DESC& asked);      // staging
     explicit Texture(const std::shared_ptr<Frames>& source);  // the frame that is held now
     ~Texture() override;
 
@@ -31,8 +31,7 @@ struct Texture : ole32::ComObject<ID3D11Texture2D, IID_ID3D11DeviceChild, IID_ID
     D3D11_TEXTURE2D_DESC description{};
     std::shared_ptr<Frames> frames;  // null: a staging texture
     unsigned frame = 0;
-    std::vector<std::uint8_t> bytes;
-    UINT pitch = 0;
+    host::CapturedPicture picture;  // a staging texture's; none before the first copy into it
     bool isMapped = false;
 };
 

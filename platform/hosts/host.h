@@ -10,6 +10,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -69,6 +70,12 @@ struct Placement {
 // How the desktop answers the duplication.
 enum class PictureState { Changed, Unchanged, Lost };
 
+// Whoever has it can read the bytes for as long as he likes; the next readPicture may change them.
+struct CapturedPicture {
+    std::shared_ptr<const std::uint8_t[]> bytes;  // the first row
+    int pitch = 0;                              // from row to row, in bytes
+};
+
 struct TrayIcon {
     std::vector<std::uint32_t> pixels;  // premultiplied, side × side
     int side = 0;
@@ -119,8 +126,8 @@ struct Host {
     // (locked desktop). waitForPicture: Changed once the picture differs from the last Changed. Lost is final.
     bool (*openPictures)(std::uintptr_t monitor);
     PictureState (*waitForPicture)(DWORD milliseconds);
-    // Copies `area` as it is now. False if the display does not answer any more.
-    bool (*readPicture)(const RECT& area, std::uint8_t* target, int pitch);
+    // `area` as it is now; empty if the display does not answer any more.
+    CapturedPicture (*readPicture)(const RECT& area);
     void (*closePictures)();
 
     // Files on the clipboard as UTF-8 paths; `block` is the whole CF_HDROP block.

@@ -6,6 +6,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <functional>
 #include <map>
 
@@ -116,7 +117,9 @@ TEST_F(LiveHost, sheetDimsAndGoesWithoutATrace) {
     const RECT whole{0, 0, 1920, 1080}, area{110, 120, 150, 160};
     std::vector<std::uint32_t> before(1600), during(1600), after(1600);
     const auto readInto = [&](std::vector<std::uint32_t>& pixels) {
-        return desk->readPicture(area, reinterpret_cast<std::uint8_t*>(pixels.data()), 160);
+        const host::CapturedPicture read = desk->readPicture(area);
+        if (read.bytes) std::memcpy(pixels.data(), read.bytes.get(), 160 * 40);
+        return read.bytes != nullptr;
     };
     ASSERT_TRUE(desk->openPictures(desk->monitors()[0].id));
     ASSERT_TRUE(readInto(before));
@@ -229,16 +232,16 @@ TEST_F(LiveHost, clickElsewhereIsToldAndForegroundCanBeLost) {
 TEST_F(LiveHost, pictureChangesWhereItIsRead) {
     ASSERT_TRUE(desk->openPictures(desk->monitors()[0].id));
     ASSERT_EQ(desk->waitForPicture(0), host::PictureState::Changed);
-    std::vector<std::uint8_t> pixels(100 * 100 * 4);
-    ASSERT_TRUE(desk->readPicture({100, 100, 200, 200}, pixels.data(), 400));
+    ASSERT_TRUE(desk->readPicture({100, 100, 200, 200}).bytes);
     while (desk->waitForPicture(0) == host::PictureState::Changed) {
     }
     const host::Surface beside = show({200, 100, 300, 200}, 255, 0x123456);
     EXPECT_EQ(desk->waitForPicture(100), host::PictureState::Unchanged);
     const host::Surface inside = show({199, 199, 300, 300}, 255, 0x123456);
     EXPECT_EQ(desk->waitForPicture(5000), host::PictureState::Changed);
-    ASSERT_TRUE(desk->readPicture({100, 100, 200, 200}, pixels.data(), 400));
-    EXPECT_EQ(pixels[99 * 400 + 99 * 4], 0x56);
+    const host::CapturedPicture read = desk->readPicture({100, 100, 200, 200});
+    ASSERT_TRUE(read.bytes);
+    EXPECT_EQ(read.bytes[99 * read.pitch + 99 * 4], 0x56);
     desk->destroySurface(beside);
     desk->destroySurface(inside);
     desk->closePictures();

@@ -31,7 +31,7 @@ bool focusSurface(host::Surface surface);
 // picture.cpp
 bool openPictures(std::uintptr_t monitor);
 host::PictureState waitForPicture(DWORD milliseconds);
-bool readPicture(const RECT& area, std::uint8_t* target, int pitch);
+host::CapturedPicture readPicture(const RECT& area);
 
 // tray.cpp
 bool setTrayIcon(const host::TrayIcon* icon);

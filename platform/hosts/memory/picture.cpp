@@ -10,6 +10,10 @@ namespace memory {
 
 namespace {
 
+// Rows of real devices start at such a distance, and a program that takes it for the width is wrong
+// there.
+constexpr int rowAlignment = 256;
+
 // Rows of pixels whose first one lies at `area`'s corner.
 struct Rows {
     RECT area;
@@ -97,6 +101,16 @@ void composeSurfaces(const Desktop& desktop, const RECT& area, std::uint8_t* tar
     }
 }
 
+namespace {
+
+void capture(const RECT& area, std::uint8_t* target, int pitch) {
+    const std::lock_guard lock(theDesktop().mutex);
+    composeMonitors(theDesktop(), area, target, pitch);
+    composeSurfaces(theDesktop(), area, target, pitch, true);
+}
+
+}  // namespace
+
 void notePicture(Desktop& desktop) {
     ++desktop.version;
     desktop.pictureChanged.notify_all();
@@ -124,11 +138,15 @@ host::PictureState waitForPicture(DWORD milliseconds) {
     return changed ? host::PictureState::Changed : host::PictureState::Unchanged;
 }
 
-bool readPicture(const RECT& area, std::uint8_t* target, int pitch) {
-    const std::lock_guard lock(theDesktop().mutex);
-    composeMonitors(theDesktop(), area, target, pitch);
-    composeSurfaces(theDesktop(), area, target, pitch, true);
-    return true;
+host::CapturedPicture readPicture(const RECT& area) {
+    const LONG width = area.right - area.left, height = area.bottom - area.top;
+    const int pitch = (width * 4 + rowAlignment - 1) / rowAlignment * rowAlignment;
+    // The memory of the last picture serves again, unless somebody still has it.
+    static std::shared_ptr<std::vector<std::uint8_t>> bytes;
+    if (!bytes || bytes.use_count() > 1) bytes = std::make_shared<std::vector<std::uint8_t>>();
+    bytes->resize(static_cast<std::size_t>(pitch) * height);
+    capture(area, bytes->data(), pitch);
+    return {{bytes, bytes->data()}, pitch};
 }
 
 }  // namespace memory
@@ -137,7 +155,7 @@ namespace desktop {
 
 std::uint32_t capturedPixel(int x, int y) {
     std::uint32_t pixel = 0;
-    memory::readPicture({x, y, x + 1, y + 1}, reinterpret_cast<std::uint8_t*>(&pixel), 4);
+    memory::capture({x, y, x + 1, y + 1}, reinterpret_cast<std::uint8_t*>(&pixel), 4);
     return pixel & 0xFFFFFF;
 }
 

@@ -13,9 +13,11 @@
 
 #include <algorithm>
 #include <chrono>
+#include <climits>
 #include <cstring>
 #include <memory>
 #include <optional>
+#include <span>
 #include <utility>
 
 #include "platform/hosts/x11/display.h"
@@ -41,6 +43,9 @@ struct View {
     xcb_xfixes_region_t region = 0;
     std::unique_ptr<SharedImage> image;
     std::optional<RECT> area;  // the one that was read last
+    // What changed since: a range of rows of the screen. Rows lie in one piece in the image, and it
+    // takes as long to fetch a picture as it is large.
+    LONG staleTop = INT_MAX, staleBottom = INT_MIN;
     bool changed = true, lost = false;
 };
 
@@ -83,10 +88,12 @@ void takeDamage() {
     }
     const xcb_rectangle_t* const rectangles = xcb_xfixes_fetch_region_rectangles(reply.get());
     const int count = xcb_xfixes_fetch_region_rectangles_length(reply.get());
-    view->changed |=
-        !view->area || std::any_of(rectangles, rectangles + count, [](const xcb_rectangle_t& each) {
-            return touches(each, *view->area);
-        });
+    for (const xcb_rectangle_t& each : std::span(rectangles, static_cast<std::size_t>(count))) {
+        if (view->area && !touches(each, *view->area)) continue;
+        view->changed = true;
+        view->staleTop = std::min<LONG>(view->staleTop, each.y);
+        view->staleBottom = std::max<LONG>(view->staleBottom, each.y + each.height);
+    }
 }
 
 void takeEvents() {
@@ -136,18 +143,26 @@ PictureState waitForPicture(DWORD milliseconds) {
     }
 }
 
-bool readPicture(const RECT& area, std::uint8_t* target, int pitch) {
+CapturedPicture readPicture(const RECT& area) {
     const int width = area.right - area.left, height = area.bottom - area.top;
-    if (!view || view->lost || width <= 0 || height <= 0) return false;
-    if (!view->image || view->image->width != width || view->image->height != height)
+    if (!view || width <= 0 || height <= 0) return {};
+    takeDamage();  // whether its event has come yet or not
+    if (view->lost) return {};
+    view->changed = false;
+    if (!view->area || std::memcmp(&*view->area, &area, sizeof area) != 0) {
         view->image = std::make_unique<SharedImage>(view->server, width, height);
-    view->area = area;
-    if (!view->image->fetch(view->root, area.left, area.top)) return false;
-    for (int y = 0; y < height; ++y)
-        std::memcpy(target + std::ptrdiff_t(y) * pitch,
-                    view->image->pixels + std::ptrdiff_t(y) * width,
-                    static_cast<std::size_t>(width) * 4);
-    return true;
+        view->area = area;
+        view->staleTop = area.top;
+        view->staleBottom = area.bottom;
+    }
+    const LONG first = std::max(view->staleTop, area.top) - area.top;
+    const LONG end = std::min(view->staleBottom, area.bottom) - area.top;
+    view->staleTop = INT_MAX;
+    view->staleBottom = INT_MIN;
+    SharedImage& image = *view->image;
+    if (first < end && !image.fetch(view->root, area.left, area.top, first, end)) return {};
+    const auto* const bytes = reinterpret_cast<const std::uint8_t*>(image.pixels);
+    return {{image.memory, bytes}, width * 4};
 }
 
 void closePictures() { view.reset(); }

@@ -8,7 +8,7 @@ namespace host::x11 {
 
 bool openPictures(std::uintptr_t monitor);
 PictureState waitForPicture(DWORD milliseconds);
-bool readPicture(const RECT& area, std::uint8_t* target, int pitch);
+CapturedPicture readPicture(const RECT& area);
 void closePictures();
 
 }  // namespace host::x11

@@ -6,6 +6,7 @@
 #include <xcb/xcb.h>
 
 #include <cstdint>
+#include <memory>
 
 #include <windows.h>
 
@@ -18,14 +19,16 @@ struct SharedImage {
     SharedImage(const SharedImage&) = delete;
     SharedImage& operator=(const SharedImage&) = delete;
 
-    // Fills the image with what the screen shows from `left`, `top` on. False if the display does
-    // not answer or the place is not on the screen.
-    bool fetch(xcb_window_t root, int left, int top);
+    // Fills the rows from `first` up to `end` with what the screen shows there when the image lies
+    // at `left`, `top`. False if the display does not answer or the place is not on the screen.
+    bool fetch(xcb_window_t root, int left, int top, int first, int end);
+    bool fetch(xcb_window_t root, int left, int top) { return fetch(root, left, top, 0, height); }
     // Puts the whole image into a window of the screen's depth. The pixels must stay as they are
     // until the server has carried it out.
     void put(xcb_window_t window, xcb_gcontext_t context, std::uint8_t depth) const;
 
     const int width, height;
+    std::shared_ptr<std::uint32_t[]> memory;  // may outlive the image, and the connection
     std::uint32_t* pixels = nullptr;
 
 private:
