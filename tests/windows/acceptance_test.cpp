@@ -8,6 +8,8 @@ namespace {
 
 const Path programFile = TEXT("Z:") PROGRAM_FILE;
 constexpr WCHAR dialogTitle[] = TEXT("Quorvel Clip - Settings");
+constexpr WCHAR runKey[] = TEXT("Software\\Microsoft\\Windows\\CurrentVersion\\Run");
+constexpr WCHAR runValue[] = TEXT("QuorvelDeskClip");
 constexpr COLORREF white = RGB(255, 255, 255);
 
 std::string configWithKey(int key) {
@@ -22,8 +24,7 @@ std::string configWithKey(int key) {
 WideText startWithWindows() {
     WCHAR text[1000];
     DWORD bytes = sizeof text;
-    if (RegGetValueW(HKEY_CURRENT_USER, TEXT("Software\\Microsoft\\Windows\\CurrentVersion\\Run"),
-                     TEXT("QuorvelDeskClip"), RRF_RT_REG_SZ, nullptr, text, &bytes))
+    if (RegGetValueW(HKEY_CURRENT_USER, runKey, runValue, RRF_RT_REG_SZ, nullptr, text, &bytes))
         return {};
     return {text, bytes / sizeof(WCHAR)};
 }
@@ -47,6 +48,35 @@ WideText textOfControl(HWND dialog, int id) {
     WCHAR text[300]{};
     SendMessageW(GetDlgItem(dialog, id), WM_GETTEXT, 300, reinterpret_cast<LPARAM>(text));
     return text;
+}
+
+// By a second start.
+HWND openSettings() {
+    const Program second(programFile, TEXT("ignored arguments"));
+    EXPECT_EQ(second.exitCode(), 0u);
+    HWND dialog = nullptr;
+    waitUntil([&] { return (dialog = shownWindow(nullptr, dialogTitle)); });
+    return dialog;
+}
+
+// To Ctrl, Shift and the digit, and to start with the system.
+void changeSettings(HWND dialog, WCHAR digit) {
+    clickControl(dialog, 1002);
+    EXPECT_TRUE(waitUntil([&] { return IsDlgButtonChecked(dialog, 1002) == BST_CHECKED; }));
+    clickControl(dialog, 1001);
+    EXPECT_TRUE(waitUntil([&] { return hasKeyboard(GetDlgItem(dialog, 1001)); }));
+    input(TEXT("key ctrl+shift+") + WideText(1, digit));
+    const WideText name = TEXT("Ctrl+Shift+") + WideText(1, digit);
+    EXPECT_TRUE(waitUntil([&] { return textOfControl(dialog, 1001) == name; }));
+}
+
+void answerBox(const WideText& title, const WideText& text) {
+    HWND box = nullptr;
+    ASSERT_TRUE(waitUntil([&] { return (box = shownWindow(nullptr, title.c_str())); }));
+    EXPECT_EQ(textOfControl(box, 0xFFFF), text);
+    photograph(title + TEXT(".png"));
+    input(TEXT("key Return"));
+    EXPECT_TRUE(waitUntil([&] { return !IsWindow(box); }));
 }
 
 // Started for the first time, and ready.
@@ -89,7 +119,8 @@ TEST_F(Acceptance, tellsWhyNoRecordingIsMadeAndIsIdleAgain) {
         input(TEXT("mouseup 1"));
         // Without desktop duplication this is where a recording ends.
         EXPECT_TRUE(
-            takeNotice(TEXT("Duplicate desktop (local unlocked desktop required) (0x80004001)")));
+            takeNotice(TEXT("Duplicate desktop (local unlocked desktop required) (0x80004001)"),
+                       TEXT("failure.png")));
         expectIdle();
         if (round == 1) handles = program->openHandles();
     }
@@ -109,7 +140,8 @@ TEST_F(Acceptance, givesUpASelectionOnEscAndRightButtonAndRefusesAClick) {
     expectIdle();
     ASSERT_TRUE(openSheet());
     input(TEXT("mouseup 1 mousemove 400 400 click 1"));
-    EXPECT_TRUE(takeNotice(TEXT("Choose a region from 16×16 to 3840×2160 on one monitor.")));
+    EXPECT_TRUE(takeNotice(TEXT("Choose a region from 16×16 to 3840×2160 on one monitor."),
+                           TEXT("size.png")));
     expectIdle();
 }
 
@@ -134,17 +166,39 @@ TEST_F(Acceptance, theTrayIconStartsASelectionAndItsMenuEndsTheProgram) {
     EXPECT_EQ(program->exitCode(), 0u);
 }
 
+TEST_F(Acceptance, saveTellsWhatCouldNotBeSaved) {
+    HWND const dialog = openSettings();
+    ASSERT_TRUE(dialog);
+    changeSettings(dialog, '9');
+    ASSERT_TRUE(RegisterHotKey(nullptr, 1, MOD_CONTROL | MOD_SHIFT, '9'));
+    clickControl(dialog, IDOK);
+    answerBox(TEXT("Settings not saved"),
+              TEXT("Shortcut unavailable or reserved by Windows. Previous shortcut kept."));
+    UnregisterHotKey(nullptr, 1);
+    EXPECT_TRUE(isShortcutTaken('7'));
+    EXPECT_EQ(readFile(dataFolderOnDisk() / "config.ini"), configWithKey(55));
+    EXPECT_TRUE(startWithWindows().empty());
+
+    constexpr WCHAR foreign[] = TEXT("other.exe");
+    RegSetKeyValueW(HKEY_CURRENT_USER, runKey, runValue, REG_SZ, foreign, sizeof foreign);
+    clickControl(dialog, IDOK);
+    answerBox(TEXT("Settings partially saved"),
+              TEXT("Shortcut saved. Startup could not be saved:\nAnother startup entry uses this "
+                   "name. It was not overwritten.\n\nStartup state will be re-read. Retry Save, or "
+                   "Cancel to close; the saved shortcut remains."));
+    EXPECT_TRUE(isShortcutTaken('9'));
+    EXPECT_EQ(readFile(dataFolderOnDisk() / "config.ini"), configWithKey(57));
+    EXPECT_EQ(startWithWindows(), WideText(foreign, std::size(foreign)));
+    EXPECT_FALSE(IsWindowEnabled(GetDlgItem(dialog, 1002)));
+    photograph(TEXT("foreign_entry.png"));
+    clickControl(dialog, IDOK);
+    EXPECT_TRUE(waitUntil([&] { return !IsWindow(dialog); }));
+}
+
 TEST_F(Acceptance, settingsAreSavedAndOutliveTheProgram) {
-    const Program second(programFile, TEXT("ignored arguments"));
-    EXPECT_EQ(second.exitCode(), 0u);
-    HWND dialog = nullptr;
-    ASSERT_TRUE(waitUntil([&] { return (dialog = shownWindow(nullptr, dialogTitle)); }));
-    clickControl(dialog, 1002);
-    EXPECT_TRUE(waitUntil([&] { return IsDlgButtonChecked(dialog, 1002) == BST_CHECKED; }));
-    clickControl(dialog, 1001);
-    EXPECT_TRUE(waitUntil([&] { return hasKeyboard(GetDlgItem(dialog, 1001)); }));
-    input(TEXT("key ctrl+shift+8"));
-    EXPECT_TRUE(waitUntil([&] { return textOfControl(dialog, 1001) == TEXT("Ctrl+Shift+8"); }));
+    HWND const dialog = openSettings();
+    ASSERT_TRUE(dialog);
+    changeSettings(dialog, '8');
     photograph(TEXT("settings.png"));
     clickControl(dialog, IDOK);
     EXPECT_TRUE(waitUntil([&] { return !IsWindow(dialog); }));

@@ -160,9 +160,10 @@ bool openSheet() {
     return waitUntil([] { return shownWindow(sheetClass) && colourAt(640, 500) == sheetColour; });
 }
 
-bool takeNotice(const WideText& text) {
+bool takeNotice(const WideText& text, const WideText& picture) {
     HWND balloon = nullptr;
     if (!waitUntil([&] { return (balloon = findTip(text, true)); })) return false;
+    photograph(picture);
     // Without text it goes at once instead of after its ten seconds.
     NOTIFYICONDATAW icon = iconOf(runningProgram());
     icon.uFlags = NIF_INFO;

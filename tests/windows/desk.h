@@ -38,8 +38,8 @@ bool openSheet();
 constexpr WCHAR sheetClass[] = TEXT("QuorvelClipOverlay");
 constexpr COLORREF sheetColour = RGB(24, 24, 24);
 
-// Waits for a balloon with these words and takes it away. False if there is none.
-bool takeNotice(const WideText& text);
+// Waits for a balloon with these words, photographs it and takes it away. False if there is none.
+bool takeNotice(const WideText& text, const WideText& picture);
 
 // Whether the tray icon has this tip.
 bool isTip(const WideText& text);

@@ -217,7 +217,7 @@ struct StandIn : testing::Test {
         ASSERT_TRUE(waitUntil(
             [&] { return readFile(recordFile).find("sample31 closed") != std::string::npos; }));
         press({VK_ESCAPE});
-        EXPECT_TRUE(takeNotice(TEXT("Copied — paste the video file.")));
+        EXPECT_TRUE(takeNotice(TEXT("Copied — paste the video file."), TEXT("copied.png")));
         PostMessageW(runningProgram(), WM_CLOSE, 0, 0);
         EXPECT_EQ(program.exitCode(), 0u);
         CloseHandle(screenIsReady);
