@@ -29,12 +29,3 @@ int main(int argumentCount, char** arguments) {
     std::filesystem::remove_all(home);
     return result;
 }
-
-// What the sanitizers may find in libraries that were built without them. They ask for these by
-// name.
-extern "C" const char* __lsan_default_suppressions();
-extern "C" const char* __lsan_default_suppressions() { return "leak:libfontconfig\n"; }
-extern "C" const char* __tsan_default_suppressions();
-extern "C" const char* __tsan_default_suppressions() {
-    return "race:libfontconfig\nrace:libglib\nrace:libpango\nrace:libcairo\n";
-}

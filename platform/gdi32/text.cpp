@@ -93,3 +93,12 @@ void drawText(const Canvas& canvas, const RECT& area, std::u16string_view text,
 }
 
 }  // namespace gdi
+
+// What the sanitizers may find in the libraries behind this file, which were built without them.
+// They ask for these by name.
+extern "C" const char* __lsan_default_suppressions();
+extern "C" const char* __lsan_default_suppressions() { return "leak:libfontconfig\n"; }
+extern "C" const char* __tsan_default_suppressions();
+extern "C" const char* __tsan_default_suppressions() {
+    return "race:libfontconfig\nrace:libglib\nrace:libpango\nrace:libcairo\n";
+}
