@@ -98,6 +98,8 @@ void drawText(const Canvas& canvas, const RECT& area, std::u16string_view text,
 // They ask for these by name.
 extern "C" const char* __lsan_default_suppressions();
 extern "C" const char* __lsan_default_suppressions() { return "leak:libfontconfig\n"; }
+extern "C" const char* __lsan_default_options();
+extern "C" const char* __lsan_default_options() { return "print_suppressions=0"; }
 extern "C" const char* __tsan_default_suppressions();
 extern "C" const char* __tsan_default_suppressions() {
     return "race:libfontconfig\nrace:libglib\nrace:libpango\nrace:libcairo\n";
