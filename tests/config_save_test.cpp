@@ -13,26 +13,25 @@ const std::string notSaved =
     "Cannot save config.ini. Previous shortcut kept. Check file/folder permissions and free disk "
     "space, close programs locking the file, then retry Save.";
 
-UINT valueIn(const Path& file, const WCHAR* key) {
-    return GetPrivateProfileIntW(TEXT("hotkey"), key, 0, file.string<WCHAR>().c_str());
-}
-
 TEST(ConfigSave, changesTheTwoValues) {
+    const std::string saved = "[hotkey]\r\nmodifiers=9\r\nkey=119\r\n";
+    const struct {
+        std::string before, after;
+    } rows[] = {
+        {"; mine\r\n[hotkey]\r\nmodifiers=16\r\nkey=5\r\n[other]\r\nkey=1\r\n",
+         "; mine\r\n" + saved + "[other]\r\nkey=1\r\n"},
+        {saved, saved},
+        {"[other]\r\n", "[other]\r\n" + saved},
+        {"", saved},
+    };
     const ScratchFolder folder;
     const Path file = folder.path / "config.ini";
-    for (const char* const before :
-         {"; mine\r\n[hotkey]\r\nmodifiers=6\r\nkey=55\r\n[other]\r\nkey=1\r\n", "",
-          "[other]\r\n"}) {
-        writeFile(file, before);
+    for (const auto& row : rows) {
+        writeFile(file, row.before);
         saveConfig(file, 9, 119);
-        EXPECT_EQ(valueIn(file, TEXT("modifiers")), 9u);
-        EXPECT_EQ(valueIn(file, TEXT("key")), 119u);
+        EXPECT_EQ(readFile(file), row.after);
         EXPECT_EQ(namesIn(folder.path), std::vector<std::string>{"config.ini"});
     }
-    writeFile(file, "; mine\r\n[hotkey]\r\nmodifiers=6\r\nkey=55\r\n[other]\r\nkey=1\r\n");
-    saveConfig(file, 1, 65);
-    EXPECT_EQ(readFile(file),
-              "; mine\r\n[hotkey]\r\nmodifiers=1\r\nkey=65\r\n[other]\r\nkey=1\r\n");
 }
 
 TEST(ConfigSave, doesNotMakeADeletedFileAgain) {
@@ -54,7 +53,7 @@ TEST(ConfigSave, succeedsAfterTheFileWasLocked) {
     EXPECT_EQ(namesIn(folder.path), std::vector<std::string>{"config.ini"});
     reader.reset();
     saveConfig(file, 1, 65);
-    EXPECT_EQ(valueIn(file, TEXT("key")), 65u);
+    EXPECT_EQ(readFile(file), "[hotkey]\r\nmodifiers=1\r\nkey=65\r\n");
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
-// Files as only the layer has them: links, other programs that know nothing of share modes, rights
-// that bind the superuser too, and profiles of which every other byte stays.
+// Files as only the layer has them: links, other programs that know nothing of share modes, and
+// rights that bind the superuser too.
 
 #include <windows.h>
 
@@ -82,25 +82,6 @@ TEST_F(LayerFiles, keepTheSuperuserFromWritingToReadOnlyOnes) {
     EXPECT_FALSE(WritePrivateProfileStringW(TEXT("a"), TEXT("b"), TEXT("c"), at("file").c_str()));
     EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
     EXPECT_EQ(readFile(scratch.path / "file"), "content");
-}
-
-TEST_F(LayerFiles, loseNothingOfAProfileButTheValue) {
-    const struct {
-        const char *before, *after;
-    } rows[] = {
-        {"\xEF\xBB\xBF; \xE4\n\n [ S ] x\n\n  K = 1 ; old\n\n\n[T]\n",
-         "\xEF\xBB\xBF; \xE4\n\n [ S ] x\n\n  K =7\n\n\n[T]\n"},
-        {"[S]\n a = 1 \r\r\n; end\n\n\n[T]\rK=1\r",
-         "[S]\n a = 1 \r\r\n; end\nK=7\r\n\n\n[T]\rK=1\r"},
-        {"[S]\r\nK = \t7 \r\n", "[S]\r\nK = \t7 \r\n"},
-        {"[S]", "[S]\r\nK=7\r\n"},
-    };
-    for (const auto& row : rows) {
-        writeFile(scratch.path / "file", row.before);
-        EXPECT_TRUE(
-            WritePrivateProfileStringW(TEXT("s"), TEXT("K"), TEXT("7"), at("file").c_str()));
-        EXPECT_EQ(readFile(scratch.path / "file"), row.after);
-    }
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
-// Private profiles: what is found in a file that people have written, and what a change leaves
-// alone.
+// Private profiles: what is found in files that people have written, and what a change leaves
+// alone. Every build has to give the same.
 
 #include <windows.h>
 
@@ -11,101 +11,147 @@
 
 namespace {
 
+// Wine writes the whole file anew, and it takes the mark of UTF-8 for one.
+constexpr bool isWine = Path::preferred_separator == '\\';
+
 UINT read(const Path& file) {
-    return GetPrivateProfileIntW(TEXT("Section"), TEXT("Key"), 99, file.string<WCHAR>().c_str());
+    return GetPrivateProfileIntW(TEXT("S"), TEXT("K"), 99, file.string<WCHAR>().c_str());
 }
 
-DWORD write(const Path& file, const WCHAR* value) {
+DWORD write(const Path& file) {
     const WideText name = file.string<WCHAR>();
-    return WritePrivateProfileStringW(TEXT("Section"), TEXT("Key"), value, name.c_str())
+    return WritePrivateProfileStringW(TEXT("S"), TEXT("K"), TEXT("42"), name.c_str())
                ? ERROR_SUCCESS
                : GetLastError();
 }
 
-TEST(Profile, findsTheNumber) {
-    const struct {
-        const char* text;
-        UINT number;
-    } rows[] = {
-        {"[Section]\r\nKey=7\r\n", 7},
-        {"[section]\nKEY=7", 7},
-        {"[Section]\rKey=7\r", 7},
-        {"  [ Section ] behind\r\n\t Key \t=  7  \r\n", 7},
-        {"[Other]\r\nKey=1\r\n[Section]\r\nKey=7\r\n", 7},
-        {"[Section]\r\nKey=7\r\nKey=8\r\n[Section]\r\nKey=9\r\n", 7},
-        {"[Section]\r\n;Key=1\r\nKey=7\r\n", 7},
-        {"[Section]\r\nKey=\"7\"\r\n", 7},
-        {"[Section]\r\nKey='7'\r\n", 7},
-        {"[Section]\r\nKey=7 ; comment\r\n", 7},
-        {"[Section]\r\nKey=+7\r\n", 7},
-        {"[Section]\r\nKey=-1\r\n", 0xFFFFFFFF},
-        {"[Section]\r\nKey=42A9\r\n", 42},
-        {"[Section]\r\nKey=B42\r\n", 0},
-        {"[Section]\r\nKey=010\r\n", 10},
-        {"[Section]\r\nKey=4294967297\r\n", 1},
-        {"[Section]\r\nKey=\r\n", 99},
-        {"[Section\r\nKey=7\r\n", 99},
-        {"[Other]\r\nKey=7\r\n", 99},
-        {"Key=7\r\n", 99},
-        {"", 99},
-    };
-    const ScratchFolder folder;
-    int number = 0;
-    for (const auto& row : rows) {
-        // A file of its own for each row: a platform may remember what it has read a moment ago.
-        const Path file = folder.path / (std::to_string(++number) + ".ini");
-        writeFile(file, row.text);
-        EXPECT_EQ(read(file), row.number) << row.text;
+// Sections, keys, values and comments without the blanks and line ends between them, which is what
+// outlives being written anew.
+std::string essence(const std::string& text) {
+    std::string kept, line;
+    for (const char letter : text + '\n') {
+        if (letter != '\r' && letter != '\n') {
+            line += letter;
+            continue;
+        }
+        line = line.substr(0, line.find('\0'));
+        std::erase_if(line, [](char one) { return one == ' ' || one == '\t'; });
+        const std::size_t end = line.rfind(']');
+        if (line.starts_with('[') && end != line.npos) line.resize(end + 1);
+        if (!line.empty()) kept += line + '\n';
+        line.clear();
     }
+    return kept;
+}
+
+std::string inUtf16(const std::string& text) {
+    std::string bytes = "\xFF\xFE";
+    for (const char letter : text) bytes += {letter, '\0'};
+    return bytes;
+}
+
+struct Profile : testing::Test {
+    // A file of its own each time: a platform may remember what it has read a moment ago.
+    Path newFile(const std::string& bytes) {
+        const Path file = folder.path / (std::to_string(++files) + ".ini");
+        writeFile(file, bytes);
+        return file;
+    }
+    void expect(const std::string& before, UINT number, const std::string& after) {
+        SCOPED_TRACE(testing::PrintToString(before.substr(0, 200)));
+        const Path file = newFile(before);
+        EXPECT_EQ(read(file), number);
+        EXPECT_EQ(write(file), ERROR_SUCCESS);
+        EXPECT_EQ(read(file), 42u);
+        const std::string left = readFile(file);
+        EXPECT_TRUE(isWine ? essence(left) == essence(after) : left == after)
+            << left.substr(0, 200);
+    }
+
+    const ScratchFolder folder;
+    int files = 0;
+};
+
+TEST_F(Profile, readsTheNumberThatAValueBeginsWith) {
+    const struct {
+        UINT number;
+        std::vector<std::string> values;
+    } rows[] = {
+        {7, {"7", "+7", "007", " \t7\t ", "\v7", "\"7\"", "'7'", "\" 7 \"", "7 ; old"}},
+        {7, {"7 8", "7;8", "7,8", "7.9", "7e2", "7=8", "7\"", "0o7", "0b111", "0x7", "+0x7"}},
+        {0, {"seven", "B42", "- 7", "+-7", "--7", "$7", "=7", ";7", "-", "-0", "\"7", "\"7'"}},
+        {0, {"0x", "0xg", "0X10", "0b2", "0o8", "'\"7\"'", "\"\"7\"\"", "4294967296", "\"", "'"}},
+        {42, {"42", "42A9", "0x2a", "0x2A", "0b101010", "0o52", "4294967338", "0x10000002A"}},
+        {10, {"010", "0xA"}},
+        {0xFFFFFFFF, {"-1", "\"-1\"", "-0x1", "-4294967297", "4294967295", "0xFFFFFFFF"}},
+        {99, {"", "  ", "\"\"", "''"}},
+    };
+    for (const auto& row : rows)
+        for (const std::string& value : row.values)
+            expect("[S]\r\nK=" + value + "\r\n", row.number, "[S]\r\nK=42\r\n");
+}
+
+TEST_F(Profile, findsOneKeyAndLeavesTheRestAlone) {
+    std::string megabyte;
+    while (megabyte.size() < 1'000'000) megabyte += "[O]\r\n; \xC3\xA9\n K = 1\n\n";
+    const std::string zeros("\0 before \0\r\n", 12);
+    const struct {
+        std::string before;
+        UINT number;
+        std::string after;
+    } rows[] = {
+        // Line ends, and names in other spellings.
+        {"[s]\nk=7", 7, "[s]\nk=42"},
+        {"[S]\rK=7\r", 7, "[S]\rK=42\r"},
+        {"[S]\n\r\r\nK=7\n\r\r\n", 7, "[S]\n\r\r\nK=42\n\r\r\n"},
+        {" [ S ] x\r\n\t K \t=  7 ; old\r\n", 7, " [ S ] x\r\n\t K \t=42\r\n"},
+        {"[S]\r\nK = \t42 \r\n", 42, "[S]\r\nK = \t42 \r\n"},
+        // The first section of the name, and the first key in it.
+        {"[O]\nK=1\n[S]\nK=7\n[P]\nK=2", 7, "[O]\nK=1\n[S]\nK=42\n[P]\nK=2"},
+        {"[S]\nK=7\nK=8\n[S]\nK=9\n", 7, "[S]\nK=42\nK=8\n[S]\nK=9\n"},
+        {"[S]\r\na=1\r\n[S]\r\nK=7\r\n", 99, "[S]\r\na=1\r\nK=42\r\n[S]\r\nK=7\r\n"},
+        {"[S]\nK =\nK=7\n", 99, "[S]\nK =42\nK=7\n"},
+        {"[S]\nK \nK=7\n", 99, "[S]\nK =42\nK=7\n"},
+        // What only looks like them.
+        {"[S]\n;K=1\n ; K = 2\n#K=3\nK=7\n", 7, "[S]\n;K=1\n ; K = 2\n#K=3\nK=42\n"},
+        {"[S]\nKK=1\nK K=2\n\"K\"=3\nK:4\n=5\nK=7", 7, "[S]\nKK=1\nK K=2\n\"K\"=3\nK:4\n=5\nK=42"},
+        {"[S]\n[K=7\n]K=7\n(K)\nK=7\n", 7, "[S]\n[K=7\n]K=7\n(K)\nK=42\n"},
+        {"x[S]\nK=1\n;[S]\nK=2\n[S]\nK=7", 7, "x[S]\nK=1\n;[S]\nK=2\n[S]\nK=42"},
+        {"[S\r\nK=7\r\n", 99, "[S\r\nK=7\r\n[S]\r\nK=42\r\n"},
+        {"[S]]\r\nK=7\r\n", 99, "[S]]\r\nK=7\r\n[S]\r\nK=42\r\n"},
+        {"[S] [O]\r\nK=7\r\n", 99, "[S] [O]\r\nK=7\r\n[S]\r\nK=42\r\n"},
+        {"[[S]\r\nK=7\r\n", 99, "[[S]\r\nK=7\r\n[S]\r\nK=42\r\n"},
+        {"[S] K=7\r\n", 99, "[S] K=7\r\nK=42\r\n"},
+        {"K=7\r\n", 99, "K=7\r\n[S]\r\nK=42\r\n"},
+        // What is missing comes behind the last entry.
+        {"", 99, "[S]\r\nK=42\r\n"},
+        {"[S]", 99, "[S]\r\nK=42\r\n"},
+        {"; mine\n\n", 99, "; mine\n\n[S]\r\nK=42\r\n"},
+        {"[O]\na=1", 99, "[O]\na=1\r\n[S]\r\nK=42\r\n"},
+        {"[O]\n a = 1\n\n\n", 99, "[O]\n a = 1\n\n\n[S]\r\nK=42\r\n"},
+        {"[S]\n a = 1 \n; end\n\n\n[O]\rK=1\r", 99, "[S]\n a = 1 \n; end\nK=42\r\n\n\n[O]\rK=1\r"},
+        // Bytes of every kind, and many.
+        {"; \xC3\xA9 \xE4\n\n[S]\n\xE4=1\nK=7\n", 7, "; \xC3\xA9 \xE4\n\n[S]\n\xE4=1\nK=42\n"},
+        {zeros + "[S]\nK=7\n", 7, zeros + "[S]\nK=42\n"},
+        {inUtf16("[S]\r\nK=7\r\n"), 7, inUtf16("[S]\r\nK=42\r\n")},
+        {"\xEF\xBB\xBF; mine\n[S]\nK=7\n", 7, "\xEF\xBB\xBF; mine\n[S]\nK=42\n"},
+        {"\xEF\xBB\xBF[S]\nK=7\n", isWine ? 7u : 99u,
+         isWine ? "\xEF\xBB\xBF[S]\nK=42\n" : "\xEF\xBB\xBF[S]\nK=7\n[S]\r\nK=42\r\n"},
+        {megabyte + "[S]\nK=7", 7, megabyte + "[S]\nK=42"},
+        {"[S]\n" + megabyte, 99, "[S]\nK=42\r\n" + megabyte},
+    };
+    for (const auto& row : rows) expect(row.before, row.number, row.after);
     EXPECT_EQ(read(folder.path / "missing.ini"), 99u);
 }
 
-// Files as they come from the writer itself; Wine writes others anew from top to bottom.
-TEST(Profile, addsWhatIsMissing) {
-    const struct {
-        const char *before, *after;
-    } rows[] = {
-        {"", "[Section]\r\nKey=7\r\n"},
-        {"[Other]\r\na=1\r\n", "[Other]\r\na=1\r\n[Section]\r\nKey=7\r\n"},
-        {"[Other]\r\na=1", "[Other]\r\na=1\r\n[Section]\r\nKey=7\r\n"},
-        {"[Section]\r\na=1\r\n[Other]\r\n", "[Section]\r\na=1\r\nKey=7\r\n[Other]\r\n"},
-        {"[Section]\r\nkey=1\r\na=1\r\n", "[Section]\r\nkey=7\r\na=1\r\n"},
-        {"[Section]\r\nKey=1 ; old\r\n", "[Section]\r\nKey=7\r\n"},
-    };
-    const ScratchFolder folder;
-    int number = 0;
-    for (const auto& row : rows) {
-        const Path file = folder.path / (std::to_string(++number) + ".ini");
-        writeFile(file, row.before);
-        EXPECT_EQ(write(file, TEXT("7")), ERROR_SUCCESS);
-        EXPECT_EQ(readFile(file), row.after);
-    }
-}
-
-TEST(Profile, keepsTheMarkOfUtf16) {
-    const auto wide = [](const std::string& text) {
-        std::string bytes = "\xFF\xFE";
-        for (const char letter : text) bytes += {letter, '\0'};
-        return bytes;
-    };
-    const ScratchFolder folder;
-    const Path file = folder.path / "wide.ini";
-    writeFile(file, wide("[Section]\r\nKey=1\r\n"));
-    EXPECT_EQ(read(file), 1u);
-    EXPECT_EQ(write(file, TEXT("7")), ERROR_SUCCESS);
-    EXPECT_EQ(readFile(file), wide("[Section]\r\nKey=7\r\n"));
-}
-
-TEST(Profile, tellsWhyItCannotBeWritten) {
-    const ScratchFolder folder;
-    const Path file = folder.path / "held.ini";
-    writeFile(file, "[Section]\r\n");
-    EXPECT_EQ(write(folder.path / "nowhere" / "new.ini", TEXT("7")), ERROR_PATH_NOT_FOUND);
+TEST_F(Profile, tellsWhyItCannotBeWritten) {
+    const Path file = newFile("[S]\r\n");
+    EXPECT_EQ(write(folder.path / "nowhere" / "new.ini"), ERROR_PATH_NOT_FOUND);
     const Handle reader =
         ownHandle(CreateFileW(file.string<WCHAR>().c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
                               OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-    EXPECT_EQ(write(file, TEXT("7")), ERROR_SHARING_VIOLATION);
-    EXPECT_EQ(readFile(file), "[Section]\r\n");
+    EXPECT_EQ(write(file), ERROR_SHARING_VIOLATION);
+    EXPECT_EQ(readFile(file), "[S]\r\n");
 }
 
 }  // namespace

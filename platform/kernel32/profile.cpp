@@ -9,6 +9,7 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <optional>
 
 #include "platform/desktop/call.h"
 #include "platform/desktop/descriptor.h"
@@ -52,12 +53,14 @@ std::string encode(const Profile& profile) {
     return bytes;
 }
 
-std::string readAll(int file) {
+// Nothing unless all of it can be read: what is missing here would be lost in the next write.
+std::optional<std::string> readAll(int file) {
     std::string bytes;
     char part[4096];
     for (;;) {
         const ssize_t length = pread(file, part, sizeof part, static_cast<off_t>(bytes.size()));
-        if (length <= 0) return bytes;
+        if (length < 0) return std::nullopt;
+        if (length == 0) return bytes;
         bytes.append(part, static_cast<std::size_t>(length));
     }
 }
@@ -95,7 +98,9 @@ DWORD change(const std::string& path, LPCWSTR section, LPCWSTR key, LPCWSTR valu
     if (!kernel32::shareFile(file.get(), GENERIC_READ | GENERIC_WRITE,
                              FILE_SHARE_READ | FILE_SHARE_WRITE))
         return ERROR_SHARING_VIOLATION;
-    Profile profile = decode(readAll(file.get()));
+    const auto bytes = readAll(file.get());
+    if (!bytes) return kernel32::errorCode(errno);
+    Profile profile = decode(*bytes);
     profile.text = kernel32::withProfileValue(profile.text, section, key, value);
     return writeAll(file.get(), encode(profile)) ? ERROR_SUCCESS : kernel32::errorCode(errno);
 }
@@ -110,8 +115,9 @@ UINT GetPrivateProfileIntW(LPCWSTR section, LPCWSTR key, INT usual, LPCWSTR file
     const std::string path = profilePath("GetPrivateProfileIntW", file);
     const desktop::Descriptor opened(open(path.c_str(), O_RDONLY | O_CLOEXEC));
     if (!opened || kernel32::isMarked(opened.get(), kernel32::Mark::DeniesRead)) return fallback;
-    const Profile profile = decode(readAll(opened.get()));
-    const auto value = kernel32::profileValue(profile.text, section, key);
+    const auto bytes = readAll(opened.get());
+    if (!bytes) return fallback;
+    const auto value = kernel32::profileValue(decode(*bytes).text, section, key);
     return value && !value->empty() ? kernel32::profileNumber(*value) : fallback;
 }
 

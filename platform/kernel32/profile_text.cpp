@@ -13,11 +13,12 @@ namespace {
 using Text = std::u16string_view;
 
 constexpr Text lineEnd = u"\r\n";
+constexpr Text blanks = u" \t\v\f\x1A";  // The last one ended files of old.
 
 Text trimmed(Text text) {
-    const std::size_t first = text.find_first_not_of(u" \t");
+    const std::size_t first = text.find_first_not_of(blanks);
     if (first == Text::npos) return {};
-    return text.substr(first, text.find_last_not_of(u" \t") - first + 1);
+    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
 bool isSame(Text one, Text other) { return desktop::lowered(one) == desktop::lowered(other); }
@@ -33,11 +34,12 @@ Line lineAt(Text text, std::size_t begin) {
     return {begin, end, std::min(end + (isPair ? 2 : 1), text.size())};
 }
 
-// The name of the section that the line opens.
+// The name of the section that the line opens. It ends at the last bracket.
 std::optional<Text> header(Text line) {
     const Text content = trimmed(line);
-    if (!content.starts_with(u'[') || content.find(u']') == Text::npos) return std::nullopt;
-    return trimmed(content.substr(1, content.find(u']') - 1));
+    const std::size_t end = content.rfind(u']');
+    if (!content.starts_with(u'[') || end == Text::npos) return std::nullopt;
+    return trimmed(content.substr(1, end - 1));
 }
 
 // What a search for a key has found; positions in the text.
@@ -45,18 +47,19 @@ struct Place {
     bool hasSection = false;
     std::size_t sectionEnd = 0;  // behind the section's last line that is not blank
     bool hasKey = false;
-    std::size_t valueBegin = 0, valueEnd = 0;  // everything behind the equals sign
+    bool hasEquals = false;
+    std::size_t valueBegin = 0, valueEnd = 0;  // everything behind the equals sign or the bare key
 };
 
 void lookAtLine(Place& place, Text text, const Line& line, Text key) {
     const Text content = text.substr(line.begin, line.end - line.begin);
     if (trimmed(content).empty()) return;
     place.sectionEnd = line.next;
-    const std::size_t equals = content.find(u'=');
-    if (place.hasKey || equals == Text::npos || trimmed(content).starts_with(u';')) return;
-    if (!isSame(trimmed(content.substr(0, equals)), key)) return;
+    const std::size_t keyEnd = std::min(content.find(u'='), content.size());
+    if (place.hasKey || !isSame(trimmed(content.substr(0, keyEnd)), key)) return;
     place.hasKey = true;
-    place.valueBegin = line.begin + equals + 1;
+    place.hasEquals = keyEnd < content.size();
+    place.valueBegin = line.begin + keyEnd + (place.hasEquals ? 1 : 0);
     place.valueEnd = line.end;
 }
 
@@ -108,12 +111,13 @@ std::u16string withProfileValue(Text text, Text section, Text key, Text value) {
     if (!place.hasKey) return withLines(text, place.sectionEnd, entry);
     std::u16string changed(text);
     const std::size_t length = place.valueEnd - place.valueBegin;
-    if (trimmed(text.substr(place.valueBegin, length)) != value)
-        changed.replace(place.valueBegin, length, value);
+    if (!place.hasEquals || trimmed(text.substr(place.valueBegin, length)) != value)
+        changed.replace(place.valueBegin, length, joined(place.hasEquals ? u"" : u"=", value));
     return changed;
 }
 
 unsigned profileNumber(Text value) {
+    value = trimmed(value);  // The quotes may have stood around blanks.
     const bool isNegative = value.starts_with(u'-');
     if (isNegative || value.starts_with(u'+')) value.remove_prefix(1);
     unsigned base = 10;
