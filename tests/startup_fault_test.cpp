@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <thread>
 
 #include "platform/control.h"
@@ -13,6 +14,7 @@ namespace {
 constexpr WCHAR runKey[] = TEXT("Software\\Microsoft\\Windows\\CurrentVersion\\Run");
 constexpr WCHAR valueName[] = TEXT("QuorvelDeskClip");
 const WideText exe = TEXT("/opt/clip");
+const WideText own = TEXT("\"/opt/clip\"");
 const std::string cannotUpdate = "Cannot update Windows startup registration.";
 const std::string refused = "Windows refused the startup change.";
 const std::string changed = "Startup value changed or cannot be read; try again.";
@@ -27,17 +29,21 @@ struct Startup : testing::Test {
         RegDeleteValueW(key, valueName);
         RegCloseKey(key);
     }
-    void store(const WideText& text) {
-        RegSetValueExW(key, valueName, 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()),
-                       static_cast<DWORD>(text.size() * 2 + 2));
+    void store(const WideText& text, DWORD type = REG_SZ, DWORD end = 2) {
+        RegSetValueExW(key, valueName, 0, type, reinterpret_cast<const BYTE*>(text.c_str()),
+                       static_cast<DWORD>(text.size() * 2 + end));
+    }
+    void storeOwnOrNone(bool isOwned) {
+        RegDeleteValueW(key, valueName);
+        if (isOwned) store(own);
     }
     std::string save(bool enable) {
         return failureOf([&] { saveStartup(exe, enable); });
     }
-    // Saves, and lets another program change the value right before the n-th look at it.
-    template <typename Change>
-    std::string saveMeeting(int look, bool enable, Change change) {
-        desktop::planFault({desktop::Fault::Stall, "RegQueryValueExW", look, 0, false});
+    // Saves, and lets another program change the value right before the n-th call.
+    std::string saveMeeting(const char* operation, int nth, bool enable,
+                            const std::function<void()>& change) {
+        desktop::planFault({desktop::Fault::Stall, operation, nth, 0, false});
         std::string words;
         std::thread saving([&] { words = save(enable); });
         EXPECT_TRUE(desktop::waitUntil(desktop::faultStruck));
@@ -59,19 +65,13 @@ TEST_F(Startup, saysWhatFailed) {
         std::string words;
     } rows[] = {
         {"RegOpenKeyExW", 1, 5, true, false, cannotUpdate},
-        {"RegQueryValueExW", 1, 5, true, false, "Cannot read Windows startup value."},
         {"RegQueryValueExW", 2, 234, true, false, changed},
         {"RegQueryValueExW", 2, 2, true, false, changed},
-        {"RegSetValueExW", 1, 5, false, true, refused},
-        {"RegDeleteValueW", 1, 5, true, false, refused},
         {"RegQueryValueExW", 2, 5, false, true, "Cannot read Windows startup value."},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.words);
-        if (row.isOwned)
-            store(TEXT("\"") + exe + TEXT("\""));
-        else
-            RegDeleteValueW(key, valueName);
+        storeOwnOrNone(row.isOwned);
         const auto held = desktop::openObjects();
         desktop::planFault({desktop::Fault::Fail, row.operation, row.nth, row.code, false});
         EXPECT_EQ(save(row.enable), row.words);
@@ -107,26 +107,41 @@ TEST_F(Startup, showsWhyItCannotBeRead) {
     EXPECT_TRUE(readStartup(exe).enabled);
 }
 
-TEST_F(Startup, neverTakesAChangingValueForItsOwn) {
-    const WideText own = TEXT("\"") + exe + TEXT("\"");
+TEST_F(Startup, meetsAnotherProgramAtTheWorstMoment) {
     const auto vanish = [&] { RegDeleteValueW(key, valueName); };
-    const auto shrink = [&] { store(TEXT("x")); };
+    const auto appear = [&] { store(TEXT("x")); };
     const auto grow = [&] { store(own + TEXT(" --settings")); };
-    // Between the two reads: nothing may be deleted that is somebody else's by now.
-    store(own);
-    EXPECT_EQ(saveMeeting(2, false, vanish), changed);
-    store(own);
-    EXPECT_EQ(saveMeeting(2, false, grow), changed);
-    store(own);
-    EXPECT_EQ(saveMeeting(2, false, shrink), "");
-    EXPECT_EQ(queryStartup(key, exe), StartupForeign);
-    // Between the change and the look after it.
+    const auto changeType = [&] { store(own, REG_EXPAND_SZ); };
+    const auto loseItsEnd = [&] { store(own, REG_SZ, 0); };
     const std::string unconfirmed =
         "Startup changed during Save; its state could not be confirmed.";
-    RegDeleteValueW(key, valueName);
-    EXPECT_EQ(saveMeeting(2, true, vanish), unconfirmed);
-    EXPECT_EQ(saveMeeting(2, true, shrink), unconfirmed);
-    EXPECT_EQ(save(true), "Another startup entry uses this name. It was not overwritten.");
+    const struct {
+        const char* operation;
+        int nth;
+        bool isOwned, enable;
+        std::function<void()> change;
+        std::string words;
+        StartupState left;
+    } rows[] = {
+        // Between the two reads: nothing may be deleted that is somebody else's by now.
+        {"RegQueryValueExW", 2, true, false, vanish, changed, StartupAbsent},
+        {"RegQueryValueExW", 2, true, false, grow, changed, StartupForeign},
+        {"RegQueryValueExW", 2, true, false, changeType, "", StartupForeign},
+        {"RegQueryValueExW", 2, true, false, loseItsEnd, "", StartupForeign},
+        // Right before the change, where the last one to write wins.
+        {"RegDeleteValueW", 1, true, false, vanish, refused, StartupAbsent},
+        {"RegSetValueExW", 1, false, true, appear, "", StartupOwned},
+        // Between the change and the look after it.
+        {"RegQueryValueExW", 2, false, true, vanish, unconfirmed, StartupAbsent},
+        {"RegQueryValueExW", 2, false, true, appear, unconfirmed, StartupForeign},
+        {"RegQueryValueExW", 3, true, false, appear, unconfirmed, StartupForeign},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(&row - rows);
+        storeOwnOrNone(row.isOwned);
+        EXPECT_EQ(saveMeeting(row.operation, row.nth, row.enable, row.change), row.words);
+        EXPECT_EQ(queryStartup(key, exe), row.left);
+    }
 }
 
 }  // namespace

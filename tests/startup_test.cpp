@@ -40,9 +40,6 @@ struct Startup : testing::Test {
 
 TEST_F(Startup, ownsOnlyTheExactCommand) {
     EXPECT_EQ(queryStartup(key, exe), StartupAbsent);
-    store(command);
-    EXPECT_EQ(queryStartup(key, exe), StartupOwned);
-
     WideText otherCase = command, halfway = command;
     otherCase[1] = 'c';
     halfway[5] = 0;
@@ -51,20 +48,64 @@ TEST_F(Startup, ownsOnlyTheExactCommand) {
         store(text);
         EXPECT_EQ(queryStartup(key, exe), StartupForeign) << Path(text.c_str()).string();
     }
+    // A missing terminator is made up where a zero follows in memory; here none does.
+    const WideText unending = command + TEXT("xy");
     const DWORD whole = bytesOf(command) + 2;
     const struct {
-        DWORD type, bytes;
-    } rows[] = {{REG_EXPAND_SZ, whole},
-                {REG_BINARY, whole},
-                {REG_SZ, 0},
-                {REG_SZ, whole - 1},
-                {REG_BINARY, whole - 2}};
+        DWORD type;
+        WideText text;
+        DWORD bytes;
+        StartupState state;
+    } rows[] = {
+        {REG_SZ, command, whole, StartupOwned},
+        {REG_EXPAND_SZ, command, whole, StartupForeign},
+        {REG_BINARY, command, whole, StartupForeign},
+        {REG_SZ, command, 0, StartupForeign},
+        {REG_SZ, command + WideText(1, 0), whole + 1, StartupForeign},
+        {REG_SZ, unending, whole - 2, StartupForeign},
+        {REG_SZ, unending, whole, StartupForeign},
+    };
     for (const auto& row : rows) {
-        store(row.type, command, row.bytes);
-        EXPECT_EQ(queryStartup(key, exe), StartupForeign) << row.type << ", " << row.bytes;
+        store(row.type, row.text, row.bytes);
+        EXPECT_EQ(queryStartup(key, exe), row.state) << row.type << ", " << row.bytes;
     }
-    store(REG_SZ, WideText(32'769, 'x'), 65'538);
-    EXPECT_EQ(queryStartup(key, exe), StartupForeign);
+    // 65536 bytes are looked at, and no more.
+    for (const std::size_t length : {32'765, 32'766}) {
+        const WideText longExe(length, 'x');
+        store(TEXT("\"") + longExe + TEXT("\""));
+        EXPECT_EQ(queryStartup(key, longExe), length == 32'765 ? StartupOwned : StartupForeign);
+    }
+}
+
+// With a key that may not do what the row must not need.
+TEST_F(Startup, readsAndWritesOnlyWhatItMust) {
+    const auto apply = [&](REGSAM rights, bool enable) {
+        HKEY limited = nullptr;
+        RegOpenKeyExW(HKEY_CURRENT_USER, runKey, 0, rights, &limited);
+        const std::string words = failureOf([&] { applyStartup(limited, exe, enable); });
+        RegCloseKey(limited);
+        return words;
+    };
+    const std::string refused = "Windows refused the startup change.";
+    const struct {
+        StartupState found;
+        bool enable;
+        std::string words;
+    } rows[] = {
+        {StartupAbsent, false, ""},
+        {StartupAbsent, true, refused},
+        {StartupOwned, true, ""},
+        {StartupOwned, false, refused},
+        {StartupForeign, true, "Another startup entry uses this name. It was not overwritten."},
+        {StartupForeign, false, ""},
+    };
+    for (const auto& row : rows) {
+        RegDeleteValueW(key, valueName);
+        if (row.found != StartupAbsent) store(row.found == StartupOwned ? command : exe);
+        EXPECT_EQ(apply(KEY_QUERY_VALUE, row.enable), row.words) << row.found;
+        EXPECT_EQ(queryStartup(key, exe), row.found);
+        EXPECT_EQ(apply(KEY_SET_VALUE, row.enable), "Cannot read Windows startup value.");
+    }
 }
 
 TEST_F(Startup, movesBetweenAbsentAndOwned) {
@@ -78,11 +119,8 @@ TEST_F(Startup, movesBetweenAbsentAndOwned) {
     }
 }
 
-TEST_F(Startup, leavesAForeignEntryAlone) {
+TEST_F(Startup, offersNoChangeOfAForeignEntry) {
     store(TEXT("another.exe"));
-    EXPECT_EQ(save(exe, false), "");
-    EXPECT_EQ(save(exe, true), "Another startup entry uses this name. It was not overwritten.");
-    EXPECT_EQ(queryStartup(key, TEXT("another.exe")), StartupForeign);
     const StartupView view = readStartup(exe);
     EXPECT_TRUE(!view.enabled && !view.checked);
     EXPECT_TRUE(view.hint.starts_with(TEXT("Startup points elsewhere (possibly an older copy).")));
