@@ -181,7 +181,17 @@ TEST_F(Autostart, followsTheValue) {
 }
 
 TEST_F(Autostart, leavesAnEntryOfOthersAlone) {
-    std::filesystem::create_directories(entry.parent_path());
+    const ScratchFolder scratch;
+    const Path mine = scratch.path / "mine";
+    set(u"\"/opt/a\"");
+    std::filesystem::rename(entry, mine);
+    const std::string before = readFile(mine);
+    for (const Path& target : {mine, scratch.path / "nothing"}) {
+        std::filesystem::create_symlink(target, entry);
+        set(u"\"/opt/b\"");
+        RegDeleteValueW(key, TEXT("Some program"));
+        EXPECT_TRUE(std::filesystem::remove(entry) && readFile(mine) == before);
+    }
     writeFile(entry, "[Desktop Entry]\nExec=other\n");
     set(u"\"/opt/a\"");
     RegDeleteValueW(key, TEXT("Some program"));

@@ -43,10 +43,15 @@ std::string execArgument(const std::string& path) {
     return argument + '"';
 }
 
+// A link, whatever it leads to, was put there by the user, and so was all else that is no file.
 bool isForeign(const std::filesystem::path& entry) {
+    std::error_code ignored;
+    const auto type = std::filesystem::symlink_status(entry, ignored).type();
+    if (type != std::filesystem::file_type::regular)
+        return type != std::filesystem::file_type::not_found;
     std::ifstream input(entry);
     const std::string text{std::istreambuf_iterator<char>(input), {}};
-    return std::filesystem::exists(entry) && text.find('\n' + mark) == std::string::npos;
+    return text.find('\n' + mark) == std::string::npos;
 }
 
 }  // namespace
