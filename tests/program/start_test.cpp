@@ -181,41 +181,87 @@ TEST(Start, aShortcutThatIsInvalidOrTakenLeavesTheTray) {
     }
 }
 
-// The second start is a process of its own, forked before the first has threads.
-TEST(Start, aSecondStartMeetsTheFirst) {
+// A start of the program in a process of its own, which has to be forked before this one has
+// threads and waits until it is told to go.
+struct SecondStart {
+    explicit SecondStart(const std::string& shown) : process(fork()) {
+        if (process != 0) return;
+        desktop::waitUntil([&] { return std::filesystem::exists(go); });
+        const std::string seen = runAndRead(u"--anything");
+        if (seen != shown) std::fprintf(stderr, "second start: %s\n", seen.c_str());
+        _exit(seen == shown ? 0 : 1);
+    }
+    void run() {
+        writeFile(go, "");
+        int status = -1;
+        waitpid(process, &status, 0);
+        EXPECT_EQ(status, 0);
+    }
+
+    static inline int number = 0;
+    const Path go = home() / ("go" + std::to_string(++number));
+    const pid_t process;
+};
+
+const std::string givesUp = "0|Quorvel Clip|" + std::string(cannotTell) + "|64";
+
+TEST(Start, aSecondStartMeetsARecording) {
     atDesktop([] {
-        const pid_t second = fork();
-        if (second == 0) {
-            desktop::waitUntil([] { return std::filesystem::exists(home() / "go"); });
-            const std::string shown = runAndRead(u"--anything");
-            if (shown != "0") std::fprintf(stderr, "second start: %s\n", shown.c_str());
-            _exit(shown == "0" ? 0 : 1);
-        }
+        SecondStart second("0");
         Program program;
         startRecording({100, 100, 420, 340});
-        writeFile(home() / "go", "");
+        const std::size_t before = desktop::balloons().size();
+        second.run();
         desktop::waitForBalloon("Finish the current capture before opening Settings.");
-        int status = -1;
-        waitpid(second, &status, 0);
-        EXPECT_EQ(status, 0);
         stopAndFinish();
+        EXPECT_EQ(desktop::balloons().size(), before + 3);
+    });
+}
+
+// The box is answered by the one loop that runs; a save has none, and the second start gives up.
+TEST(Start, aSecondStartMeetsABoxAndASave) {
+    atDesktop([] {
+        SecondStart atBox("0"), atSave(givesUp);
+        Program program(u"--settings");
+        const auto isInFront = [](const char* text) {
+            const auto dialog = desktop::openDialog();
+            return dialog &&
+                   std::any_of(dialog->controls.begin(), dialog->controls.end(),
+                               [&](const auto& one) { return one.focused && one.text == text; });
+        };
+        const auto saveShortcut = [&](const std::vector<UINT>& keys, const char* text) {
+            pressKeys(keys);
+            EXPECT_TRUE(desktop::waitUntil([&] { return isInFront(text); }));
+            desktop::postToWindow("#32770", WM_COMMAND, IDOK);
+        };
+        ASSERT_TRUE(desktop::waitUntil([&] { return isInFront("Ctrl+Shift+7"); }));
+        saveShortcut({VK_F1 + 4}, "F5");
+        ASSERT_TRUE(desktop::waitUntil([] { return desktop::openBoxes().size() == 1; }));
+        atBox.run();
+        EXPECT_EQ(desktop::openBoxes().size(), 1u);
+        EXPECT_TRUE(desktop::answerBox());
+        ASSERT_TRUE(desktop::waitUntil([&] { return isInFront("F5"); }));
+        desktop::planFault({desktop::Fault::Stall, "FlushFileBuffers"});
+        saveShortcut({VK_LCONTROL, 'B'}, "Ctrl+B");
+        ASSERT_TRUE(desktop::waitUntil(desktop::faultStruck));
+        atSave.run();
+        desktop::clearFaults();
+        EXPECT_TRUE(
+            desktop::waitUntil([] { return desktop::trayTip() == "Quorvel Desk Clip — Ctrl+B"; }));
+        EXPECT_NE(contentOf(dataFolder() / "config.ini").find("modifiers=2\r\nkey=66\r\n"),
+                  std::string::npos);
+        EXPECT_EQ(program.close(), 0);
+        EXPECT_TRUE(desktop::openObjects().empty());
+        EXPECT_EQ(filesIn(dataFolder()).size(), 2u) << "the settings and the clips";
     });
 }
 
 TEST(Start, aSecondStartGivesUpOnASilentFirst) {
     atDesktop([] {
-        const pid_t second = fork();
-        if (second == 0) {
-            desktop::waitUntil([] { return std::filesystem::exists(home() / "go"); });
-            const std::string shown = runAndRead();
-            _exit(shown == "0|Quorvel Clip|" + std::string(cannotTell) + "|64" ? 0 : 1);
-        }
+        SecondStart second(givesUp);
         // A mutex and no window.
         const HANDLE mutex = CreateMutexW(nullptr, FALSE, u"Local\\QuorvelDeskClip-v1");
-        writeFile(home() / "go", "");
-        int status = -1;
-        waitpid(second, &status, 0);
-        EXPECT_EQ(status, 0);
+        second.run();
         EXPECT_TRUE(filesIn(dataFolder()).empty()) << "a second start leaves no files";
         CloseHandle(mutex);
     });
