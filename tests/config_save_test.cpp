@@ -34,13 +34,6 @@ TEST(ConfigSave, changesTheTwoValues) {
     }
 }
 
-TEST(ConfigSave, doesNotMakeADeletedFileAgain) {
-    const ScratchFolder folder;
-    EXPECT_EQ(failureOf([&] { saveConfig(folder.path / "config.ini", 1, 65); }),
-              "Cannot prepare config.ini. Previous shortcut kept. Check file permissions.");
-    EXPECT_TRUE(namesIn(folder.path).empty());
-}
-
 TEST(ConfigSave, succeedsAfterTheFileWasLocked) {
     const ScratchFolder folder;
     const Path file = folder.path / "config.ini";
