@@ -102,5 +102,6 @@ extern "C" const char* __lsan_default_options();
 extern "C" const char* __lsan_default_options() { return "print_suppressions=0"; }
 extern "C" const char* __tsan_default_suppressions();
 extern "C" const char* __tsan_default_suppressions() {
-    return "race:libfontconfig\nrace:libglib\nrace:libpango\nrace:libcairo\n";
+    return "race:libfontconfig\nrace:libglib\nrace:libpango\nrace:libcairo\n"
+           "deadlock:libdbus\n";
 }
