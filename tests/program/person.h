@@ -20,19 +20,17 @@ namespace person {
 using Path = std::filesystem::path;
 
 // Runs `body` in a child process with fresh user folders and the embedded desktop of one 1920 ×
-// 1080 monitor. The child's failed expectations are printed by it and fail the test here. A planned
-// end of the process is no failure.
-void atDesktop(const std::function<void()>& body);
-
-// The same without a verdict: the child's exit code. The folders stay, and this process looks into
-// them too from now on.
-int exitCodeAtDesktop(const std::function<void()>& body);
+// 1080 monitor, and `afterwards` here, when the child has ended. The child's failed expectations
+// are printed by it and fail the test here.
+void atDesktop(
+    const std::function<void()>& body, const std::function<void()>& afterwards = [] {});
 
 Path home();  // the user's folders lie below
 Path dataFolder();
 Path recordings();
 std::vector<Path> filesIn(const Path& folder);  // sorted; empty if there is no folder
 std::string contentOf(const Path& file);
+bool isPartialFileLeft();
 
 // Runs wWinMain on a thread of its own from construction on.
 struct Program {
@@ -44,8 +42,10 @@ struct Program {
 
 private:
     std::thread thread;
-    bool ended = false;
 };
+
+// Waits until the condition holds; in vain, the test has failed.
+void await(const char* what, const std::function<bool()>& condition);
 
 // What a person does. The ones that end in a visible change wait for it.
 void pressKeys(const std::vector<UINT>& keys);  // down in order, up in reverse order
@@ -53,6 +53,8 @@ void pressShortcut();
 void pressEsc();
 void openSheet();  // the shortcut, then the dim sheet is there
 void drag(int fromX, int fromY, int toX, int toY);
+void openTrayMenu();
+void chooseFromMenu(UINT id);             // when a menu is open; starts the call log
 void startRecording(const RECT& region);  // sheet, drag, red frame, and a sample or a failure
 void stopAndFinish();                     // Esc, then the clip is copied
 
@@ -60,7 +62,8 @@ void stopAndFinish();                     // Esc, then the clip is copied
 bool isShown(const std::string& className);
 bool sheetIsUp();
 bool frameIsUp();
-int samplesWritten();  // since the call log was started
+// The arguments of every call of an operation since the log was started.
+std::vector<std::string> callsOf(const std::string& operation);
 
 // Calls whose failure may leave a person without a sheet, a notice or an answer to Esc, as the real
 // desktop might: a try that met one is given up.
@@ -73,7 +76,6 @@ struct Outcome {
 };
 Outcome recordOneClip(int samples = 1);  // at least so many before Esc
 
-// Every notice since the program started, and the last one.
-std::string lastNotice();
+std::string lastNotice();  // empty if there was none
 
 }  // namespace person
