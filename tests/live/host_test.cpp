@@ -1,9 +1,8 @@
 // What the live display owes the layer, where the whole program would not show a mistake: who gets
-// which key, pointer and keyboard of surfaces, when a picture is new, the tray.
+// which key, pointer and keyboard of surfaces, when a picture is new.
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <map>
 
 #include "tests/live/live_host.h"
@@ -128,7 +127,8 @@ TEST_F(LiveHost, keyboardGoesBackTheWayItCame) {
     const host::Surface menu = show({1000, 600, 1100, 700}, 255, 1);
     ASSERT_TRUE(desk->focusSurface(menu));
     live::movePointer(500, 300);
-    live::click(1);
+    live::pressButton(1);
+    live::releaseButton(1);
     ASSERT_TRUE(cameAbout(Event::ButtonReleased));
     EXPECT_EQ(events.back().surface, 0u) << "A click elsewhere is told.";
     xcb_set_input_focus(live::person(), XCB_INPUT_FOCUS_PARENT, before, XCB_CURRENT_TIME);
@@ -175,63 +175,6 @@ TEST_F(LiveHost, changeOfMonitorsIsToldAndEndsThePicture) {
     EXPECT_FALSE(desk->openPictures(old));
     EXPECT_TRUE(desk->openPictures(byLeft[960].id));
     desk->closePictures();
-}
-
-// A tray as small as the protocol allows: a window in which the icon may sit.
-xcb_window_t openTray() {
-    const xcb_window_t window = xcb_generate_id(live::person());
-    xcb_create_window(live::person(), XCB_COPY_FROM_PARENT, window, live::root(), 1000, 0, 60, 40,
-                      0, XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, 0, nullptr);
-    xcb_map_window(live::person(), window);
-    const xcb_atom_t selection = live::atom("_NET_SYSTEM_TRAY_S0");
-    xcb_set_selection_owner(live::person(), window, selection, XCB_CURRENT_TIME);
-    xcb_client_message_event_t message{};
-    message.response_type = XCB_CLIENT_MESSAGE;
-    message.format = 32;
-    message.window = live::root();
-    message.type = live::atom("MANAGER");
-    message.data.data32[1] = selection;
-    message.data.data32[2] = window;
-    xcb_send_event(live::person(), 0, live::root(), XCB_EVENT_MASK_STRUCTURE_NOTIFY,
-                   reinterpret_cast<const char*>(&message));
-    xcb_flush(live::person());
-    return window;
-}
-
-// The window that asked to be docked; 0 as long as none has.
-xcb_window_t askedToDock() {
-    xcb_window_t icon = 0;
-    while (auto* const event = xcb_poll_for_event(live::person())) {
-        if ((event->response_type & 0x7f) == XCB_CLIENT_MESSAGE)
-            icon = reinterpret_cast<xcb_client_message_event_t*>(event)->data.data32[2];
-        std::free(event);
-    }
-    return icon;
-}
-
-TEST_F(LiveHost, trayIconIsDockedDrawnAndClicked) {
-    const host::TrayIcon icon{std::vector<std::uint32_t>(256, 0xff00ff00), 16, u"tip"};
-    ASSERT_TRUE(desk->setTrayIcon(&icon));  // before there is a tray
-    for (int round = 0; round < 2; ++round) {
-        events.clear();
-        const xcb_window_t tray = openTray();
-        xcb_window_t docked = 0;
-        ASSERT_TRUE(goOnUntil([&] { return (docked = askedToDock()) != 0; }));
-        EXPECT_TRUE(cameAbout(Event::TaskbarCreated));
-        xcb_reparent_window(live::person(), docked, tray, 10, 10);
-        xcb_map_window(live::person(), docked);
-        EXPECT_TRUE(goOnUntil([] { return live::pixelAt(1018, 18) == 0x00ff00; }));
-        live::movePointer(1018, 18);
-        for (const int button : {1, 1, 3}) live::click(button);
-        ASSERT_TRUE(goOnUntil([&] { return count(Event::TrayMouse) == 6; }));
-        std::vector<UINT> messages;
-        for (const Event& event : events)
-            if (event.kind == Event::TrayMouse) messages.push_back(event.message);
-        EXPECT_EQ(messages, (std::vector<UINT>{WM_LBUTTONDOWN, WM_LBUTTONUP, WM_LBUTTONDBLCLK,
-                                               WM_LBUTTONUP, WM_RBUTTONDOWN, WM_RBUTTONUP}));
-        xcb_destroy_window(live::person(), tray);
-    }
-    desk->setTrayIcon(nullptr);
 }
 
 }  // namespace

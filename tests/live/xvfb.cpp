@@ -100,10 +100,6 @@ void tap(xcb_keysym_t key) {
 void movePointer(int x, int y) { fake(XCB_MOTION_NOTIFY, 0, x, y); }
 void pressButton(int button) { fake(XCB_BUTTON_PRESS, static_cast<std::uint8_t>(button)); }
 void releaseButton(int button) { fake(XCB_BUTTON_RELEASE, static_cast<std::uint8_t>(button)); }
-void click(int button) {
-    pressButton(button);
-    releaseButton(button);
-}
 
 std::uint32_t pixelAt(int x, int y) {
     const auto reply = own(xcb_get_image_reply(
@@ -118,12 +114,6 @@ std::uint32_t pixelAt(int x, int y) {
 xcb_window_t focus() {
     return own(xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection), nullptr))
         ->focus;
-}
-
-xcb_atom_t atom(const std::string& name) {
-    const auto length = static_cast<std::uint16_t>(name.size());
-    const auto cookie = xcb_intern_atom(connection, 0, length, name.c_str());
-    return own(xcb_intern_atom_reply(connection, cookie, nullptr))->atom;
 }
 
 // The real output belongs to the primary monitor; without it the server would add one of its own.

@@ -30,11 +30,9 @@ void tap(xcb_keysym_t key);
 void movePointer(int x, int y);
 void pressButton(int button);
 void releaseButton(int button);
-void click(int button);
 
 std::uint32_t pixelAt(int x, int y);  // 0x00RRGGBB
 xcb_window_t focus();
-xcb_atom_t atom(const std::string& name);
 void setMonitor(const std::string& name, const RECT& bounds, bool primary);
 
 // A program that draws and listens (pattern_client.cpp).
