@@ -1,5 +1,5 @@
 // The layer's desktop where a mistake of its own would hide one of the program: ranks of messages,
-// the way of a key, the mouse capture, and what a person does to menus and boxes.
+// the way of a key, the mouse capture, balloons.
 
 #include <windows.h>
 
@@ -9,12 +9,12 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <thread>
+#include <map>
 #include <vector>
 
-#include "platform/control.h"
+#include "demo/person.h"
 
-using desktop::waitUntil;
+using person::pressKeys;
 
 namespace {
 
@@ -67,11 +67,6 @@ struct DesktopTest : testing::Test {
 
 using Messages = std::vector<UINT>;
 
-void press(const std::vector<UINT>& keys) {
-    for (const UINT key : keys) desktop::pressKey(key);
-    for (auto key = keys.rbegin(); key != keys.rend(); ++key) desktop::releaseKey(*key);
-}
-
 int eaten = 0;
 SHORT stateInHook = 0;
 LRESULT CALLBACK eatSevens(int code, WPARAM wparam, LPARAM lparam) {
@@ -88,31 +83,13 @@ Messages keysPassed() {
     return keys;
 }
 
-// What the nested loop answers while a person does something to it.
-template <typename Loop>
-int withPerson(const std::function<bool()>& isOpen, const std::function<void()>& act, Loop loop) {
-    std::thread person([&] {
-        waitUntil(isOpen);
-        act();
-    });
-    const int result = loop();
-    person.join();
-    return result;
-}
-
-void clickAt(LONG x, LONG y) {
-    desktop::movePointer(x, y);
-    desktop::pressButton(1);
-    desktop::releaseButton(1);
-}
-
 TEST_F(DesktopTest, messagesComeOutByRank) {
     SetTimer(window, 7, 10, nullptr);
     Sleep(40);  // Several periods: still one message.
     InvalidateRect(window, nullptr, FALSE);
     PostMessageW(window, noted, 1, 0);
     RegisterHotKey(window, 3, MOD_CONTROL | MOD_NOREPEAT, 'K');
-    press({VK_LCONTROL, 'K'});
+    pressKeys({VK_LCONTROL, 'K'});
     MSG message;
     ASSERT_TRUE(PeekMessageW(&message, nullptr, noted, noted, PM_REMOVE));
     PostMessageW(window, noted, 2, 0);
@@ -141,14 +118,14 @@ TEST_F(DesktopTest, keysMeetTheHookThenTheHotKeyThenTheWindow) {
     ASSERT_TRUE(RegisterHotKey(window, 1, modifiers, '7'));
     EXPECT_FALSE(RegisterHotKey(other, 1, modifiers, '7'));
     EXPECT_EQ(GetLastError(), DWORD{ERROR_HOTKEY_ALREADY_REGISTERED});
-    press({VK_LCONTROL, VK_LSHIFT, VK_LMENU, '7'});
+    pressKeys({VK_LCONTROL, VK_LSHIFT, VK_LMENU, '7'});
     EXPECT_EQ(takeAll(), Messages{});
-    press({VK_RCONTROL, VK_LSHIFT, '7', '7'});  // with a repeat
+    pressKeys({VK_RCONTROL, VK_LSHIFT, '7', '7'});  // with a repeat
     EXPECT_EQ(takeAll(), Messages{WM_HOTKEY});
 
     const HHOOK hook = SetWindowsHookExW(WH_KEYBOARD_LL, eatSevens, GetModuleHandleW(nullptr), 0);
     keysPassed();
-    press({VK_LCONTROL, VK_LSHIFT, '7'});
+    pressKeys({VK_LCONTROL, VK_LSHIFT, '7'});
     EXPECT_EQ(takeAll(), Messages{});
     EXPECT_EQ(keysPassed(), (Messages{VK_LCONTROL, VK_LSHIFT}));
     EXPECT_EQ(eaten, 2);
@@ -162,10 +139,10 @@ TEST_F(DesktopTest, keysMeetTheHookThenTheHotKeyThenTheWindow) {
     EXPECT_TRUE(desktop::inputOfOthers().empty()) << "nor its release";
 
     SetForegroundWindow(window);
-    press({'7'});
+    pressKeys({'7'});
     EXPECT_EQ(takeAll(), (Messages{WM_KEYDOWN, WM_KEYUP}));
     desktop::takeForeground();
-    press({'7'});
+    pressKeys({'7'});
     EXPECT_EQ(takeAll(), Messages{});
     EXPECT_EQ(keysPassed(), Messages{'7'});
 }
@@ -191,56 +168,6 @@ TEST_F(DesktopTest, captureTellsItsLoser) {
     desktop::takeForeground();
     takeAll();
     EXPECT_EQ(losses(), (decltype(losses()){{window, nullptr}}));
-}
-
-TEST_F(DesktopTest, menuEntriesAreChosenByMouseAndKeyboardButNotWhenGreyed) {
-    HMENU const menu = CreatePopupMenu();
-    AppendMenuW(menu, MF_STRING, 1, TEXT("First"));
-    AppendMenuW(menu, MF_GRAYED, 2, TEXT("Greyed"));
-    AppendMenuW(menu, MF_SEPARATOR, 0, nullptr);
-    AppendMenuW(menu, MF_STRING, 6, TEXT("Last"));
-    // The height of the menu, counted in entries.
-    const auto click = [](double entry) {
-        for (const desktop::ShownWindow& shown : desktop::windows())
-            if (shown.className == "#32768")
-                clickAt(shown.bounds.left + 40,
-                        shown.bounds.top + 4 + static_cast<LONG>(entry * 28));
-    };
-    const std::pair<int, std::function<void()>> rows[] = {
-        {1, [&] { click(0.5); }},
-        {1, [&] { click(1.5), click(0.5); }},  // Greyed stays open.
-        {6, [&] { click(2.8); }},
-        {6, [] { press({VK_UP}), press({VK_RETURN}); }},
-        {0, [] { press({VK_DOWN}), press({VK_DOWN}), press({VK_RETURN}); }},
-        {0, [] { press({VK_ESCAPE}); }},
-        {0, [&] { click(-3); }},  // outside
-        {0, [] { desktop::takeForeground(); }},
-        {6, [] { desktop::chooseFromMenu(2), desktop::chooseFromMenu(6); }}};
-    for (const auto& [chosen, act] : rows) {
-        const auto track = [&] {
-            return TrackPopupMenu(menu, TPM_RIGHTBUTTON | TPM_NONOTIFY | TPM_RETURNCMD, 300, 300, 0,
-                                  window, nullptr);
-        };
-        EXPECT_EQ(withPerson([] { return !desktop::openMenu().empty(); }, act, track), chosen);
-    }
-    DestroyMenu(menu);
-}
-
-TEST_F(DesktopTest, boxesAreAnsweredByMouseAndKeyboard) {
-    const std::function<void()> ways[] = {
-        [] { press({VK_RETURN}); },
-        [] { press({VK_ESCAPE}); },
-        [] {
-            const RECT bounds = desktop::windows()[0].bounds;
-            clickAt(bounds.right - 50, bounds.bottom - 20);
-        },
-    };
-    for (const auto& act : ways) {
-        const auto show = [] {
-            return MessageBoxW(nullptr, TEXT("Text"), TEXT("Title"), MB_ICONERROR);
-        };
-        EXPECT_EQ(withPerson([] { return !desktop::openBoxes().empty(); }, act, show), IDOK);
-    }
 }
 
 TEST_F(DesktopTest, balloonsNeedAnIcon) {

@@ -38,12 +38,6 @@ void takeSeat() {
     });
 }
 
-std::optional<desktop::ShownWindow> overlay() {
-    for (const desktop::ShownWindow& window : desktop::windows())
-        if (window.className == "QuorvelClipOverlay" && window.visible) return window;
-    return {};
-}
-
 bool isLast(const std::string& notice) {
     return notice != "Finishing clip…" && !notice.starts_with("Clip saved; retention");
 }
@@ -108,62 +102,8 @@ bool isPartialFileLeft() {
     });
 }
 
-Program::Program(const std::u16string& commandTail) {
-    thread = std::thread([this, commandTail] {
-        std::u16string tail = commandTail;
-        exitCode = wWinMain(GetModuleHandleW(nullptr), nullptr, tail.data(), SW_SHOWNORMAL);
-    });
-}
-
-Program::~Program() {
-    if (thread.joinable()) close();
-}
-
-bool Program::waitForEnd() {
-    if (!desktop::waitUntil([] { return desktop::windows().empty(); })) return false;
-    thread.join();
-    return true;
-}
-
-int Program::close() {
-    desktop::postToWindow("QuorvelDeskClip", WM_CLOSE);
-    thread.join();
-    return exitCode;
-}
-
 void await(const char* what, const std::function<bool()>& condition) {
     EXPECT_TRUE(desktop::waitUntil(condition)) << "waited in vain for " << what;
-}
-
-void pressKeys(const std::vector<UINT>& keys) {
-    for (const UINT key : keys) desktop::pressKey(key);
-    for (auto key = keys.rbegin(); key != keys.rend(); ++key) desktop::releaseKey(*key);
-}
-
-void pressShortcut() { pressKeys({VK_LCONTROL, VK_LSHIFT, '7'}); }
-void pressEsc() { pressKeys({VK_ESCAPE}); }
-
-bool isShown(const std::string& className) {
-    return std::ranges::any_of(desktop::windows(), [&](const desktop::ShownWindow& one) {
-        return one.visible && one.className == className;
-    });
-}
-
-bool sheetIsUp() {
-    const auto window = overlay();
-    return window && window->foreground;
-}
-
-bool frameIsUp() {
-    const auto window = overlay();
-    return window && !window->foreground;
-}
-
-std::vector<std::string> callsOf(const std::string& operation) {
-    std::vector<std::string> calls;
-    for (const desktop::LoggedCall& call : desktop::callLog())
-        if (call.operation == operation) calls.push_back(call.arguments);
-    return calls;
 }
 
 bool isOutOfSight(const std::string& operation) {
@@ -179,15 +119,9 @@ void openSheet() {
     await("the sheet", sheetIsUp);
 }
 
-void drag(int fromX, int fromY, int toX, int toY) {
-    desktop::movePointer(fromX, fromY);
-    desktop::pressButton(1);
-    desktop::movePointer(toX, toY);
-    desktop::releaseButton(1);
-}
-
 void openTrayMenu() {
     await("the tray icon", [] { return !desktop::trayTip().empty(); });
+    desktop::movePointer(1900, 1060);
     desktop::clickTray(WM_RBUTTONUP);
     await("the menu", [] { return !desktop::openMenu().empty(); });
 }
@@ -195,7 +129,11 @@ void openTrayMenu() {
 void chooseFromMenu(UINT id) {
     await("a menu", [] { return !desktop::openMenu().empty(); });
     desktop::startCallLog();
-    desktop::chooseFromMenu(id);
+    for (const desktop::MenuEntry& entry : desktop::openMenu()) {
+        if (!entry.separator) pressKeys({VK_DOWN});
+        if (entry.id == id) break;
+    }
+    pressKeys({VK_RETURN});
 }
 
 void startRecording(const RECT& region) {

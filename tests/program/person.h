@@ -1,5 +1,5 @@
-// The program on the embedded desktop, and a person who uses it. The program keeps its state for
-// the life of a process, so each body runs in a process of its own.
+// Tests of the whole program on the embedded desktop. It keeps its state for the life of a process,
+// so each body runs in a process of its own.
 
 #pragma once
 
@@ -10,10 +10,9 @@
 #include <map>
 #include <optional>
 #include <string>
-#include <thread>
 #include <vector>
 
-#include "platform/control.h"
+#include "demo/person.h"
 
 namespace person {
 
@@ -32,38 +31,15 @@ std::vector<Path> filesIn(const Path& folder);  // sorted; empty if there is no 
 std::string contentOf(const Path& file);
 bool isPartialFileLeft();
 
-// Runs wWinMain on a thread of its own from construction on.
-struct Program {
-    explicit Program(const std::u16string& commandTail = u"");
-    ~Program();         // closes it, if nobody did
-    bool waitForEnd();  // false: it still runs after half a minute
-    int close();        // WM_CLOSE and the exit code
-    int exitCode = -1;
-
-private:
-    std::thread thread;
-};
-
 // Waits until the condition holds; in vain, the test has failed.
 void await(const char* what, const std::function<bool()>& condition);
 
 // What a person does. The ones that end in a visible change wait for it.
-void pressKeys(const std::vector<UINT>& keys);  // down in order, up in reverse order
-void pressShortcut();
-void pressEsc();
 void openSheet();  // the shortcut, then the dim sheet is there
-void drag(int fromX, int fromY, int toX, int toY);
 void openTrayMenu();
 void chooseFromMenu(UINT id);             // when a menu is open; starts the call log
 void startRecording(const RECT& region);  // sheet, drag, red frame, and a sample or a failure
 void stopAndFinish();                     // Esc, then the clip is copied
-
-// The program's window of that class is on the screen.
-bool isShown(const std::string& className);
-bool sheetIsUp();
-bool frameIsUp();
-// The arguments of every call of an operation since the log was started.
-std::vector<std::string> callsOf(const std::string& operation);
 
 // Calls whose failure may leave a person without a sheet, a notice or an answer to Esc, as the real
 // desktop might: a try that met one is given up.

@@ -71,7 +71,7 @@ std::string readBox() {
     await("a message box", [] { return !desktop::openBoxes().empty(); });
     const std::vector<desktop::ShownBox> boxes = desktop::openBoxes();
     if (boxes.size() != 1) return std::to_string(boxes.size()) + " boxes";
-    desktop::answerBox();
+    pressKeys({VK_RETURN});
     return boxes[0].title + "|" + boxes[0].text + "|" + std::to_string(boxes[0].icon);
 }
 
