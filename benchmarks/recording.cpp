@@ -26,6 +26,7 @@
 #include "benchmarks/benchmark.h"
 #include "benchmarks/scrolling_page.h"
 #include "capture/capture_loop.h"
+#include "demo/person.h"
 #include "platform/control.h"
 #include "platform/hosts/host.h"
 
@@ -123,19 +124,7 @@ void await(const std::function<bool()>& condition, const char* what) {
     }
 }
 
-bool samplesFlow() {
-    for (const desktop::LoggedCall& call : desktop::callLog())
-        if (call.operation == "IMFSinkWriter::WriteSample") return true;
-    return false;
-}
-
-bool overlayShown(bool asSheet) {
-    for (const desktop::ShownWindow& window : desktop::windows())
-        if (window.className == "QuorvelClipOverlay" && window.visible &&
-            window.foreground == asSheet)
-            return true;
-    return false;
-}
+bool samplesFlow() { return !person::callsOf("IMFSinkWriter::WriteSample").empty(); }
 
 bool hasClip(const Path& folder) {
     std::error_code missing;
@@ -146,14 +135,10 @@ bool hasClip(const Path& folder) {
 
 void startAsAPerson(const RECT& region) {
     await([] { return !desktop::trayTip().empty(); }, "the tray icon");
-    for (const UINT key : {VK_LCONTROL, VK_LSHIFT, 0x37}) desktop::pressKey(key);
-    for (const UINT key : {0x37, VK_LSHIFT, VK_LCONTROL}) desktop::releaseKey(key);
-    await([] { return overlayShown(true); }, "the sheet");
+    person::pressShortcut();
+    await(person::sheetIsUp, "the sheet");
     desktop::startCallLog();
-    desktop::movePointer(region.left, region.top);
-    desktop::pressButton(1);
-    desktop::movePointer(region.right, region.bottom);
-    desktop::releaseButton(1);
+    person::drag(region.left, region.top, region.right, region.bottom);
     await(samplesFlow, "a sample");
 }
 
@@ -163,22 +148,15 @@ Cost recordWithProgram(const Take& take, int seconds, const Path& folder) {
     desktop::setMonitors({{{0, 0, region.right + margin, region.bottom + margin}}});
     std::optional<ScrollingPage> page;
     if (take.moves) page.emplace(windowOf(take));
-    std::thread program([] {
-        WCHAR noArguments[] = TEXT("");
-        wWinMain(GetModuleHandleW(nullptr), nullptr, noArguments, SW_SHOWNORMAL);
-    });
+    person::Program program;
     startAsAPerson(region);
     const auto spent = [&] { return cpuSeconds() - (page ? page->cpuSeconds() : 0); };
     const double before = spent();
     std::this_thread::sleep_for(std::chrono::seconds(seconds));
     const Clock::time_point stop = Clock::now();
-    desktop::pressKey(VK_ESCAPE);
-    desktop::releaseKey(VK_ESCAPE);
+    person::pressEsc();
     await([&] { return hasClip(folder / "Quorvel Desk Clip" / "Recordings"); }, "the clip");
-    const Cost cost{spent() - before, millisecondsSince(stop)};
-    desktop::postToWindow("QuorvelDeskClip", WM_CLOSE);
-    program.join();
-    return cost;
+    return {spent() - before, millisecondsSince(stop)};
 }
 
 // Starts a process that ends with this one.

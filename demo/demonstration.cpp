@@ -22,6 +22,7 @@
 #include <string>
 #include <thread>
 
+#include "demo/person.h"
 #include "demo/test_card.h"
 #include "platform/control.h"
 #include "platform/hosts/host.h"
@@ -35,18 +36,17 @@ constexpr int interruptedCode = 130;
 
 std::atomic<bool> interrupted = false;
 std::atomic<bool> scriptEnded = false;
-std::atomic<bool> programEnded = false;
-int scriptCode = EXIT_FAILURE;
-int programCode = EXIT_FAILURE;
+Path clip;  // when the script has ended; empty if it failed
 
 void say(const std::string& line) {
     std::puts(line.c_str());
     std::fflush(stdout);
 }
 
-void waitFor(const char* what, const std::function<bool()>& condition) {
-    const auto settled = [&] { return programEnded || condition(); };
-    if (desktop::waitUntil(settled) && !programEnded) return;
+void waitFor(const person::Program& program, const char* what,
+             const std::function<bool()>& condition) {
+    const auto settled = [&] { return program.hasEnded() || condition(); };
+    if (desktop::waitUntil(settled) && !program.hasEnded()) return;
     std::string text = std::string("waited in vain for ") + what;
     for (const desktop::ShownBalloon& balloon : desktop::balloons())
         text += "\n  notice: " + balloon.text;
@@ -64,24 +64,10 @@ void photograph(const Path& file, const char* subject) {
     say("  picture of " + std::string(subject) + ": " + file.string());
 }
 
-// The sheet takes the keyboard and covers the monitor; the frame does neither.
-bool overlayShown(bool asSheet) {
-    for (const desktop::ShownWindow& window : desktop::windows())
-        if (window.className == "QuorvelClipOverlay" && window.visible &&
-            window.foreground == asSheet)
-            return true;
-    return false;
-}
-
 bool noticed(const std::string& text) {
     for (const desktop::ShownBalloon& balloon : desktop::balloons())
         if (balloon.text == text) return true;
     return false;
-}
-
-void pressShortcut() {
-    for (const UINT key : {VK_LCONTROL, VK_LSHIFT, 0x37}) desktop::pressKey(key);
-    for (const UINT key : {0x37, VK_LSHIFT, VK_LCONTROL}) desktop::releaseKey(key);
 }
 
 void drag(const std::function<void()>& beforeRelease) {
@@ -113,19 +99,19 @@ Path clipOnClipboard() {
     return path;
 }
 
-Path useTheProgram(const Path& folder) {
+Path useTheProgram(const person::Program& program, const Path& folder) {
     say("A desktop of 1280 x 800 shows a test card. The program starts; it lives in the tray.");
-    waitFor("the tray icon", [] { return !desktop::trayTip().empty(); });
+    waitFor(program, "the tray icon", [] { return !desktop::trayTip().empty(); });
     say("  tray icon: " + desktop::trayTip());
     pause(.5);
 
     say("The person presses Ctrl+Shift+7: a dim sheet covers the monitor.");
-    pressShortcut();
-    waitFor("the dim sheet", [] { return overlayShown(true); });
+    person::pressShortcut();
+    waitFor(program, "the dim sheet", person::sheetIsUp);
 
     say("The person drags a rectangle over the test card.");
     drag([&] { photograph(folder / "1-dim-sheet.png", "the drag on the dim sheet"); });
-    waitFor("the red frame", [] { return overlayShown(false); });
+    waitFor(program, "the red frame", person::frameIsUp);
 
     say("A red frame marks the region while it is recorded, for three seconds.");
     pause(1.5);
@@ -133,32 +119,17 @@ Path useTheProgram(const Path& folder) {
     pause(1.5);
 
     say("The person presses Esc.");
-    desktop::pressKey(VK_ESCAPE);
-    desktop::releaseKey(VK_ESCAPE);
-    waitFor("the clip on the clipboard", [] { return noticed("Copied — paste the video file."); });
+    person::pressEsc();
+    waitFor(program, "the clip on the clipboard",
+            [] { return noticed("Copied — paste the video file."); });
     photograph(folder / "3-desktop.png", "the desktop with the notice");
     say("The clip is on the clipboard, ready to paste.");
     return clipOnClipboard();
 }
 
-// Asks again and again, because it may be so early that there is no window yet.
-void closeProgram() {
-    const bool closed = desktop::waitUntil([] {
-        if (!programEnded) desktop::postToWindow("QuorvelDeskClip", WM_CLOSE);
-        return programEnded.load();
-    });
-    if (closed) return;
-    std::fputs("The program does not close.\n", stderr);
-    std::_Exit(EXIT_FAILURE);
-}
-
-void followTheScript(const Path& folder) {
+void followTheScript(const person::Program& program, const Path& folder) {
     try {
-        const Path clip = useTheProgram(folder);
-        closeProgram();
-        if (programCode != 0) throw std::runtime_error("the program ended with a failure");
-        say("clip: " + clip.string());
-        scriptCode = EXIT_SUCCESS;
+        clip = useTheProgram(program, folder);
     } catch (const std::exception& failure) {
         if (!interrupted) std::fprintf(stderr, "The demonstration failed: %s\n", failure.what());
     }
@@ -202,19 +173,18 @@ int main(int argumentCount, char** arguments) {
     host::use(host::memoryHost());
     desktop::setMonitors({{{0, 0, 1280, 800}}});
 
+    int exitCode = 0;
     {
         const TestCard testCard;
-        std::thread program([] {
-            WCHAR noArguments[] = TEXT("");
-            programCode = wWinMain(GetModuleHandleW(nullptr), nullptr, noArguments, SW_SHOWNORMAL);
-            programEnded = true;
-        });
-        std::thread person(followTheScript, folder);
+        person::Program program;
+        std::thread script([&] { followTheScript(program, folder); });
         waitForPerson(signals);
-        closeProgram();
-        program.join();
-        person.join();
+        exitCode = program.close();
+        script.join();
     }
     std::filesystem::remove_all(runtime);
-    return interrupted ? interruptedCode : scriptCode;
+    if (interrupted) return interruptedCode;
+    if (exitCode != 0 || clip.empty()) return EXIT_FAILURE;
+    say("clip: " + clip.string());
+    return EXIT_SUCCESS;
 }

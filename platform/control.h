@@ -37,7 +37,6 @@ void planFault(const Fault& fault); // adds to what is planned
 void clearFaults();                 // forgets all plans, lets stalled calls go on
 bool faultStruck();                 // some planned fault has come true since clearFaults
 std::string struckCall();           // the operation that it struck first
-int callCount();                    // calls since clearFaults
 
 // What the program holds, by kind; kinds of which nothing is open are left out.
 std::map<std::string, int> openObjects();
@@ -77,7 +76,6 @@ void releaseKey(UINT key);
 void clickTray(UINT mouseMessage);
 void takeForeground();         // another program comes to the front
 void restartShell();           // the tray icons are gone, "TaskbarCreated" is broadcast
-void refuseTray(bool refused); // the shell answers NIM_ADD with failure
 void endSession(bool reallyEnds);
 void holdClipboard(bool held); // another program keeps the clipboard open
 void takeHotKey(UINT modifiers, UINT key);  // another program has registered it
@@ -132,8 +130,6 @@ struct MenuEntry {
     bool enabled, separator;
 };
 std::vector<MenuEntry> openMenu();  // empty: none open
-bool chooseFromMenu(UINT id);       // as a click on it; a greyed entry closes nothing. false: no such entry
-void dismissMenu();
 
 struct ShownWindow {
     std::string className, title;

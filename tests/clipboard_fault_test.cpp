@@ -10,30 +10,19 @@
 
 namespace {
 
-struct Clipboard : testing::Test {
-    Clipboard() {
-        makeClips(folder.path, {1, 2});
-        EXPECT_TRUE(copy(1));
-        before = desktop::clipboardBlock();
-        held = desktop::openObjects();
-    }
-    ~Clipboard() override { desktop::clearFaults(); }
-
-    bool copy(int number) {
-        return copyClipToClipboard(window.handle, folder.path / clipName(number));
-    }
-
+TEST(Clipboard, survivesEveryFailingCall) {
     const TrayWindow window;
     const ScratchFolder folder;
-    std::optional<std::vector<std::uint8_t>> before;
-    std::map<std::string, int> held;
-};
-
-TEST_F(Clipboard, survivesEveryFailingCall) {
+    makeClips(folder.path, {1, 2});
+    const auto copy = [&](int number) {
+        return copyClipToClipboard(window.handle, folder.path / clipName(number));
+    };
+    EXPECT_TRUE(copy(1));
+    const auto before = desktop::clipboardBlock();
+    const auto held = desktop::openObjects();
     int call = 0;
     for (bool struck = true; struck;) {
-        SCOPED_TRACE(++call);
-        desktop::planFault({desktop::Fault::Fail, "", call, 0, false});
+        desktop::planFault({desktop::Fault::Fail, "", ++call, 0, false});
         const bool copied = copy(2);
         struck = desktop::faultStruck();
         const std::string operation = desktop::struckCall();
@@ -48,22 +37,9 @@ TEST_F(Clipboard, survivesEveryFailingCall) {
         EXPECT_EQ(desktop::openObjects(), held) << operation;
     }
     EXPECT_GE(call, 8);
-}
-
-TEST_F(Clipboard, waitsForOtherPrograms) {
-    desktop::holdClipboard(true);
-    EXPECT_FALSE(copy(2));
-    EXPECT_EQ(desktop::clipboardBlock(), before);
-    EXPECT_EQ(desktop::openObjects(), held);
-    desktop::holdClipboard(false);
-    EXPECT_TRUE(copy(2));
-    EXPECT_NE(desktop::clipboardBlock(), before);
-}
-
-TEST_F(Clipboard, namesAClipBehindALinkByItsPhysicalPath) {
-    const Path link = folder.path / "link";
-    std::filesystem::create_directory_symlink(folder.path, link);
-    EXPECT_TRUE(copyClipToClipboard(window.handle, link / clipName(1)));
+    // Behind a link it is named by its physical path.
+    std::filesystem::create_directory_symlink(folder.path, folder.path / "link");
+    EXPECT_TRUE(copyClipToClipboard(window.handle, folder.path / "link" / clipName(1)));
     EXPECT_EQ(desktop::clipboardBlock(), before);
 }
 

@@ -32,20 +32,11 @@ TEST(Clipboard, blockHoldsHeaderPathAndTwoZeros) {
     EXPECT_EQ(buildDropFiles(TEXT("C:\\\u00E9")), expected);
 }
 
-TEST(Clipboard, holdsTheFinishedClip) {
+TEST(Clipboard, holdsTheFinishedClipAndKeepsItWhenAnotherIsRefused) {
     const TrayWindow window;
     const ScratchFolder folder;
+    makeClips(folder.path, {1});
     const Path clip = folder.path / clipName(1);
-    writeFile(clip, "x");
-    ASSERT_TRUE(copyClipToClipboard(window.handle, clip));
-    EXPECT_EQ(pasted(window.handle), resolvePhysicalPath(clip, true));
-}
-
-TEST(Clipboard, keepsItsContentWhenAClipIsRefused) {
-    const TrayWindow window;
-    const ScratchFolder folder;
-    const Path clip = folder.path / clipName(1);
-    writeFile(clip, "x");
     ASSERT_TRUE(copyClipToClipboard(window.handle, clip));
     writeFile(folder.path / clipName(2), "");
     std::filesystem::create_directory(folder.path / clipName(3));

@@ -10,8 +10,6 @@
 
 namespace {
 
-constexpr DWORD move = MOVEFILE_WRITE_THROUGH;
-constexpr DWORD replace = MOVEFILE_WRITE_THROUGH | MOVEFILE_REPLACE_EXISTING;
 constexpr DWORD shareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
 DWORD codeOf(BOOL result) { return result ? ERROR_SUCCESS : GetLastError(); }
@@ -20,7 +18,7 @@ struct Files : testing::Test {
     ScratchFolder scratch;
 
     Files() {
-        for (const char* const name : {"file", "other", "open", "readonly"})
+        for (const char* const name : {"file", "other", "held", "shared", "readonly"})
             writeFile(scratch.path / name, name);
         std::filesystem::create_directory(scratch.path / "folder");
         SetFileAttributesW(at("readonly").c_str(), FILE_ATTRIBUTE_READONLY);
@@ -38,80 +36,58 @@ struct Files : testing::Test {
     }
 };
 
-TEST_F(Files, tellWhyTheyCannotBeMoved) {
-    const Handle held = open("open", GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE);
+TEST_F(Files, tellWhyTheyCannotBeMovedCopiedOrDeleted) {
+    enum Operation { Move, Replace, Copy, Delete };
     const struct {
+        Operation operation;
         const char *from, *to;
-        DWORD flags, code;
+        DWORD code;
     } rows[] = {
-        {"missing", "new", move, ERROR_FILE_NOT_FOUND},
-        {"nowhere/file", "new", move, ERROR_PATH_NOT_FOUND},
-        {"file", "nowhere/new", move, ERROR_PATH_NOT_FOUND},
-        {"file", "other", move, ERROR_ALREADY_EXISTS},
-        {"file", "folder", move, ERROR_ALREADY_EXISTS},
-        {"file", "folder", replace, ERROR_ACCESS_DENIED},
-        {"file", "open", replace, ERROR_ACCESS_DENIED},
-        {"open", "new", move, ERROR_SHARING_VIOLATION},
-        {"file", "file", move, ERROR_SUCCESS},
-        {"file", "new", move, ERROR_SUCCESS},
-        {"new", "other", replace, ERROR_SUCCESS},
+        {Move, "missing", "new", ERROR_FILE_NOT_FOUND},
+        {Move, "nowhere/file", "new", ERROR_PATH_NOT_FOUND},
+        {Move, "file", "nowhere/new", ERROR_PATH_NOT_FOUND},
+        {Move, "file", "other", ERROR_ALREADY_EXISTS},
+        {Move, "file", "folder", ERROR_ALREADY_EXISTS},
+        {Move, "held", "new", ERROR_SHARING_VIOLATION},
+        {Move, "file", "file", ERROR_SUCCESS},
+        {Replace, "file", "folder", ERROR_ACCESS_DENIED},
+        {Replace, "file", "held", ERROR_ACCESS_DENIED},
+        {Copy, "missing", "new", ERROR_FILE_NOT_FOUND},
+        {Copy, "nowhere/file", "new", ERROR_PATH_NOT_FOUND},
+        {Copy, "file", "nowhere/new", ERROR_PATH_NOT_FOUND},
+        {Copy, "file", "other", ERROR_FILE_EXISTS},
+        {Copy, "file", "folder", ERROR_FILE_EXISTS},
+        {Copy, "file", "file", ERROR_FILE_EXISTS},
+        {Copy, "folder", "new", ERROR_ACCESS_DENIED},
+        {Copy, "held", "new", ERROR_SHARING_VIOLATION},
+        {Copy, "readonly", "copy", ERROR_SUCCESS},
+        {Delete, "missing", "", ERROR_FILE_NOT_FOUND},
+        {Delete, "nowhere/file", "", ERROR_PATH_NOT_FOUND},
+        {Delete, "folder", "", ERROR_ACCESS_DENIED},
+        {Delete, "copy", "", ERROR_ACCESS_DENIED},  // read-only as well
+        {Delete, "held", "", ERROR_SHARING_VIOLATION},
+        {Delete, "shared", "", ERROR_SUCCESS},
+        {Move, "file", "new", ERROR_SUCCESS},
+        {Replace, "new", "other", ERROR_SUCCESS},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(std::string(row.from) + " to " + row.to);
-        EXPECT_EQ(codeOf(MoveFileExW(at(row.from).c_str(), at(row.to).c_str(), row.flags)),
-                  row.code);
+    const Handle held = open("held", GENERIC_READ, 0);
+    Handle shared = open("shared", GENERIC_READ, shareAll);
+    for (const auto& [operation, from, to, code] : rows) {
+        SCOPED_TRACE(testing::Message() << operation << " " << from << " " << to);
+        const WideText source = at(from), target = at(to);
+        const DWORD flags =
+            MOVEFILE_WRITE_THROUGH | (operation == Replace ? DWORD{MOVEFILE_REPLACE_EXISTING} : 0);
+        EXPECT_EQ(codeOf(operation == Delete ? DeleteFileW(source.c_str())
+                         : operation == Copy ? CopyFileW(source.c_str(), target.c_str(), TRUE)
+                                             : MoveFileExW(source.c_str(), target.c_str(), flags)),
+                  code);
     }
+    shared.reset();
+    SetFileAttributesW(at("copy").c_str(), FILE_ATTRIBUTE_NORMAL);
+    EXPECT_EQ(codeOf(DeleteFileW(at("copy").c_str())), ERROR_SUCCESS);
     EXPECT_EQ(readFile(scratch.path / "other"), "file");
     EXPECT_EQ(namesIn(scratch.path),
-              (std::vector<std::string>{"folder", "open", "other", "readonly"}));
-}
-
-TEST_F(Files, tellWhyTheyCannotBeCopied) {
-    const Handle exclusive = open("open", GENERIC_READ, 0);
-    const struct {
-        const char *from, *to;
-        DWORD code;
-    } rows[] = {
-        {"missing", "new", ERROR_FILE_NOT_FOUND},
-        {"nowhere/file", "new", ERROR_PATH_NOT_FOUND},
-        {"file", "nowhere/new", ERROR_PATH_NOT_FOUND},
-        {"file", "other", ERROR_FILE_EXISTS},
-        {"file", "folder", ERROR_FILE_EXISTS},
-        {"file", "file", ERROR_FILE_EXISTS},
-        {"folder", "new", ERROR_ACCESS_DENIED},
-        {"open", "new", ERROR_SHARING_VIOLATION},
-        {"file", "new", ERROR_SUCCESS},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(std::string(row.from) + " to " + row.to);
-        EXPECT_EQ(codeOf(CopyFileW(at(row.from).c_str(), at(row.to).c_str(), TRUE)), row.code);
-    }
-    EXPECT_EQ(readFile(scratch.path / "new"), "file");
-    EXPECT_EQ(readFile(scratch.path / "other"), "other");
-}
-
-TEST_F(Files, tellWhyTheyCannotBeDeleted) {
-    const Handle kept = open("open", GENERIC_READ, FILE_SHARE_READ);
-    const Handle let = open("other", GENERIC_READ, shareAll);
-    const struct {
-        const char* name;
-        DWORD code;
-    } rows[] = {
-        {"missing", ERROR_FILE_NOT_FOUND}, {"nowhere/file", ERROR_PATH_NOT_FOUND},
-        {"folder", ERROR_ACCESS_DENIED},   {"readonly", ERROR_ACCESS_DENIED},
-        {"open", ERROR_SHARING_VIOLATION}, {"other", ERROR_SUCCESS},
-        {"file", ERROR_SUCCESS},
-    };
-    for (const auto& row : rows)
-        EXPECT_EQ(codeOf(DeleteFileW(at(row.name).c_str())), row.code) << row.name;
-}
-
-TEST_F(Files, copyTheReadOnlyBit) {
-    ASSERT_TRUE(CopyFileW(at("readonly").c_str(), at("copy").c_str(), TRUE));
-    EXPECT_TRUE(GetFileAttributesW(at("copy").c_str()) & FILE_ATTRIBUTE_READONLY);
-    SetFileAttributesW(at("copy").c_str(), FILE_ATTRIBUTE_NORMAL);
-    EXPECT_EQ(openCode("copy", GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ), ERROR_SUCCESS);
-    EXPECT_EQ(codeOf(DeleteFileW(at("copy").c_str())), ERROR_SUCCESS);
+              (std::vector<std::string>{"folder", "held", "other", "readonly"}));
 }
 
 // What the one opener does must be allowed by the other, both ways round.
@@ -144,26 +120,6 @@ TEST_F(Files, openOnlyAsWhatTheyAre) {
               ERROR_SUCCESS);
     const Handle reader = open("file", GENERIC_READ, shareAll);
     EXPECT_EQ(codeOf(FlushFileBuffers(reader.get())), ERROR_ACCESS_DENIED);
-}
-
-TEST_F(Files, tellTheirSizeAndTheirName) {
-    Handle file = open("file", GENERIC_READ, shareAll);
-    BY_HANDLE_FILE_INFORMATION information{};
-    ASSERT_TRUE(GetFileInformationByHandle(file.get(), &information));
-    EXPECT_EQ(information.nFileSizeLow, 4u);
-    EXPECT_EQ(information.nFileSizeHigh, 0u);
-    EXPECT_FALSE(information.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY);
-
-    const DWORD needed = GetFinalPathNameByHandleW(file.get(), nullptr, 0, 0);
-    WideText name(needed, 0);
-    EXPECT_EQ(GetFinalPathNameByHandleW(file.get(), name.data(), needed - 1, 0), needed);
-    EXPECT_EQ(GetFinalPathNameByHandleW(file.get(), name.data(), needed, 0), needed - 1);
-    EXPECT_EQ(name.back(), 0);
-    name.pop_back();
-    EXPECT_EQ(Path(name).filename(), Path("file"));
-    file.reset();
-    EXPECT_EQ(codeOf(DeleteFileW(name.c_str())), ERROR_SUCCESS);
-    EXPECT_FALSE(std::filesystem::exists(scratch.path / "file"));
 }
 
 }  // namespace

@@ -59,40 +59,29 @@ TEST(Ledger, readsWhatIsWholeAndSkipsTheRest) {
     }
 }
 
-TEST(Ledger, isEmptyWhenThereIsNoneToRead) {
+TEST(Ledger, isReplacedAsAWholeOrNotAtAll) {
     const ScratchFolder folder;
-    EXPECT_TRUE(readLedger(folder.path).seenNames.empty());
+    const Path file = folder.path / "completed.txt", unfinished = folder.path / "completed.txt.new";
+    const auto write = [&] {
+        const Path first = clipName(7), second = clipName(5);
+        writeLedger(folder.path, {first.string<WCHAR>(), second.string<WCHAR>()});
+    };
     EXPECT_TRUE(readLedger(folder.path / "missing").seenNames.empty());
-    std::filesystem::create_directory(folder.path / "completed.txt");
+    std::filesystem::create_directory(file);  // in the way of the replacement
     EXPECT_TRUE(readLedger(folder.path).seenNames.empty());
-}
-
-TEST(Ledger, isReplacedAsAWhole) {
-    const ScratchFolder folder;
-    writeFile(folder.path / "completed.txt", ledgerOf({1, 2, 3}));
-    writeFile(folder.path / "completed.txt.new", std::string(1000, 'x'));
-    const Path first = clipName(7), second = clipName(5);
-    writeLedger(folder.path, {first.string<WCHAR>(), second.string<WCHAR>()});
-    EXPECT_EQ(readFile(folder.path / "completed.txt"), ledgerOf({7, 5}));
-    EXPECT_EQ(namesIn(folder.path), std::vector<std::string>{"completed.txt"});
-}
-
-TEST(Ledger, survivesAFailedWrite) {
-    const ScratchFolder folder;
-    const Path name = clipName(8);
-    const auto write = [&] { writeLedger(folder.path, {name.string<WCHAR>()}); };
-    // In the way of the replacement.
-    std::filesystem::create_directory(folder.path / "completed.txt");
     EXPECT_EQ(failureOf(write), "Cannot replace recording ownership ledger (Windows error 5)");
-    EXPECT_EQ(readFile(folder.path / "completed.txt.new"), ledgerOf({8}));
-    // In the way of the new list.
-    std::filesystem::remove(folder.path / "completed.txt");
-    std::filesystem::remove(folder.path / "completed.txt.new");
-    writeFile(folder.path / "completed.txt", ledgerOf({1}));
-    std::filesystem::create_directory(folder.path / "completed.txt.new");
+    std::filesystem::remove(file);
+    std::filesystem::remove(unfinished);
+    writeFile(file, ledgerOf({1}));
+    std::filesystem::create_directory(unfinished);  // in the way of the new list
     EXPECT_EQ(failureOf(write),
               "Cannot write recording ownership ledger; check free space and folder permissions");
-    EXPECT_EQ(readFile(folder.path / "completed.txt"), ledgerOf({1}));
+    EXPECT_EQ(readFile(file), ledgerOf({1}));
+    std::filesystem::remove(unfinished);
+    writeFile(unfinished, std::string(1000, 'x'));
+    EXPECT_EQ(failureOf(write), "");
+    EXPECT_EQ(readFile(file), ledgerOf({7, 5}));
+    EXPECT_EQ(namesIn(folder.path), std::vector<std::string>{"completed.txt"});
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
 // Runs tests on the embedded desktop and in user folders of their own, so that none of them meets
-// the user's clips and settings or another test's.
+// the user's clips and settings or another test's. Their names have what a careless path loses.
 
 #include <gtest/gtest.h>
 
@@ -13,7 +13,7 @@ int main(int argumentCount, char** arguments) {
     testing::InitGoogleTest(&argumentCount, arguments);
 
     std::string pattern =
-        (std::filesystem::temp_directory_path() / "desk-clip-test-XXXXXX").string();
+        (std::filesystem::temp_directory_path() / "desk clip t\u00E4st-XXXXXX").string();
     if (!mkdtemp(pattern.data())) return EXIT_FAILURE;
     const std::filesystem::path home = pattern;
     for (const char* const variable : {"HOME", "XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME",

@@ -1,5 +1,5 @@
-// What processes of one session share: the mutex's name, windows found by class, messages, and the
-// entry that starts the program with the session. Other processes are children of the test.
+// What processes of one session share: the mutex's name, windows found by class, messages, files,
+// and the entry that starts the program with the session. Other processes are children of the test.
 
 #include <windows.h>
 
@@ -75,50 +75,18 @@ struct Session : testing::Test {
 };
 
 TEST_F(Session, hasOneFirstHolderOfAName) {
-    Handle mine;
-    Handle again;
+    Handle mine, again;
     EXPECT_TRUE(claims(mine));
     EXPECT_FALSE(claims(again));
     mine.reset();
     EXPECT_FALSE(claims(mine));  // The second handle has kept the name.
     mine.reset();
     again.reset();
-    EXPECT_TRUE(claims(mine));
-}
-
-TEST_F(Session, freesTheNameOfAProcessThatWasKilled) {
-    Handle mutex;
     Child child([] { CreateMutexW(nullptr, FALSE, TEXT("name")); });
-    EXPECT_FALSE(claims(mutex));
-    mutex.reset();
-    child.end();
-    EXPECT_TRUE(claims(mutex));
-}
-
-// Many at once, again and again: never two firsts, never none.
-TEST_F(Session, letsExactlyOneOfManyBeFirst) {
-    for (int round = 0; round < 20; ++round) {
-        int ends[2];
-        ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
-        std::vector<pid_t> children;
-        for (int index = 0; index < 4; ++index) {
-            children.push_back(fork());
-            if (children.back()) continue;
-            CreateMutexW(nullptr, FALSE, TEXT("contended"));
-            const char answer = GetLastError() == ERROR_ALREADY_EXISTS ? 'n' : 'y';
-            if (write(ends[1], &answer, 1) != 1) _exit(1);
-            pause();
-        }
-        std::string answers(children.size(), ' ');
-        for (char& answer : answers) ASSERT_EQ(read(ends[0], &answer, 1), 1);
-        EXPECT_EQ(std::count(answers.begin(), answers.end(), 'y'), 1) << answers;
-        for (const pid_t child : children) {
-            kill(child, SIGKILL);
-            waitpid(child, nullptr, 0);
-        }
-        close(ends[0]);
-        close(ends[1]);
-    }
+    EXPECT_FALSE(claims(mine));
+    mine.reset();
+    child.end();  // by force
+    EXPECT_TRUE(claims(mine));
 }
 
 TEST_F(Session, refusesAFolderThatOthersCanEnter) {
@@ -146,6 +114,24 @@ TEST_F(Session, carriesMessagesToAnotherProcess) {
     EXPECT_FALSE(desktop::sendMail(*found, 41, 0, 0, 50));
     EXPECT_FALSE(desktop::findMailbox(u"SomeClass"));
     EXPECT_FALSE(std::filesystem::exists(found->path));
+}
+
+TEST_F(Session, opensFilesAsOtherProcessesAllow) {
+    const ScratchFolder scratch;
+    const Path file = scratch.path / "file";
+    const auto open = [&](DWORD access, DWORD share) {
+        return ownHandle(CreateFileW(file.u16string().c_str(), access, share, nullptr,
+                                     OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    };
+    std::ofstream writer(file);  // knows nothing of share modes
+    EXPECT_FALSE(open(GENERIC_READ, FILE_SHARE_READ));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_SHARING_VIOLATION});
+    EXPECT_TRUE(open(GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE));
+    writer.close();
+    const Child reader([&] { open(GENERIC_READ, FILE_SHARE_READ).release(); });
+    EXPECT_TRUE(open(GENERIC_READ, FILE_SHARE_READ));
+    EXPECT_FALSE(open(GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE));
+    EXPECT_FALSE(DeleteFileW(file.u16string().c_str()));
 }
 
 struct Autostart : testing::Test {

@@ -2,7 +2,7 @@
 //
 // Planned failures are counted where an operation asks for them; stalls and ends where it begins.
 // Nothing planned and no log running, which is how a person uses the program, costs two atomic
-// reads and a counter.
+// reads.
 
 #include "platform/desktop/call.h"
 
@@ -29,7 +29,6 @@ struct Plan {
 
 std::atomic<bool> logRuns = false;
 std::atomic<bool> anythingPlanned = false;
-std::atomic<int> calls = 0;
 
 std::mutex guard;  // of everything below
 std::condition_variable cleared;
@@ -99,7 +98,6 @@ void Call::note(std::string argument) {
 }
 
 void Call::enter() {
-    ++calls;
     if (!logRuns && !anythingPlanned) return;
     std::unique_lock lock(guard);
     if (logRuns) log.push_back({operation, std::move(arguments), now()});
@@ -145,7 +143,6 @@ void clearFaults() {
         plans.clear();
         firstStruck.clear();
         anythingPlanned = false;
-        calls = 0;
         ++clearings;
     }
     cleared.notify_all();
@@ -160,7 +157,5 @@ std::string struckCall() {
     const std::lock_guard lock(guard);
     return firstStruck;
 }
-
-int callCount() { return calls; }
 
 }  // namespace desktop

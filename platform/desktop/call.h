@@ -52,7 +52,7 @@ struct Call {
 private:
     static bool logging();
     void note(std::string argument);
-    void enter();  // Counts the call, logs it, stalls or ends the process where that is planned.
+    void enter();  // Logs the call, stalls or ends the process where that is planned.
 
     const char* operation;
     std::string arguments;

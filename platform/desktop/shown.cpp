@@ -66,24 +66,6 @@ std::vector<MenuEntry> openMenu() {
     return withShown([](Shown& shown) { return shown.menu; });
 }
 
-bool chooseFromMenu(UINT id) {
-    bool enabled = false;
-    const bool found = withShown([&](Shown& shown) {
-        for (const MenuEntry& entry : shown.menu)
-            if (!entry.separator && entry.id == id) return enabled = entry.enabled, true;
-        return false;
-    });
-    if (enabled) {
-        withShown([](Shown& shown) { shown.menu.clear(); });
-        user32::runOnUserInterface([=] { user32::endMenu(id); });
-    }
-    return found;
-}
-
-void dismissMenu() {
-    user32::runOnUserInterface([] { user32::endMenu(0); });
-}
-
 std::vector<ShownWindow> windows() {
     return withShown([](Shown& shown) {
         std::vector<ShownWindow> windows;

@@ -42,12 +42,3 @@ HRESULT MFCreateAttributes(IMFAttributes** attributes, UINT32 initialSize);
 HRESULT MFCreateMediaType(IMFMediaType** type);
 HRESULT MFCreateMemoryBuffer(DWORD capacity, IMFMediaBuffer** buffer);
 HRESULT MFCreateSample(IMFSample** sample);
-
-// Packs two numbers into one attribute, the first in the upper half.
-inline HRESULT MFSetAttributeSize(IMFAttributes* attributes, REFGUID key, UINT32 high, UINT32 low) {
-    return attributes->SetUINT64(key, (static_cast<UINT64>(high) << 32) | low);
-}
-inline HRESULT MFSetAttributeRatio(IMFAttributes* attributes, REFGUID key, UINT32 high,
-                                   UINT32 low) {
-    return MFSetAttributeSize(attributes, key, high, low);
-}

@@ -17,14 +17,11 @@ using KNOWNFOLDERID = GUID;
 
 #define REFGUID const GUID&
 #define REFIID const IID&
-#define REFCLSID const IID&
 #define REFKNOWNFOLDERID const KNOWNFOLDERID&
 
 inline bool operator==(const GUID& one, const GUID& other) {
     return std::memcmp(&one, &other, sizeof(GUID)) == 0;
 }
-inline bool IsEqualGUID(const GUID& one, const GUID& other) { return one == other; }
-inline bool IsEqualIID(const GUID& one, const GUID& other) { return one == other; }
 
 // Declares an identifier; in the one source that defines INITGUID it is defined too.
 #ifdef INITGUID

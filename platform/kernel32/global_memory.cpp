@@ -62,12 +62,6 @@ BOOL GlobalUnlock(HGLOBAL block) {
     return FALSE;
 }
 
-SIZE_T GlobalSize(HGLOBAL block) {
-    desktop::Call call("GlobalSize", block);
-    const std::lock_guard lock(guard);
-    return blockAt("GlobalSize", block).bytes.size();
-}
-
 HGLOBAL GlobalFree(HGLOBAL block) {
     desktop::Call call("GlobalFree", block);
     const std::lock_guard lock(guard);

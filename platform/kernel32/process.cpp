@@ -18,11 +18,6 @@ DWORD GetCurrentProcessId() {
     return static_cast<DWORD>(getpid());
 }
 
-DWORD GetCurrentThreadId() {
-    desktop::Call call("GetCurrentThreadId");
-    return static_cast<DWORD>(gettid());
-}
-
 ULONGLONG GetTickCount64() {
     desktop::Call call("GetTickCount64");
     timespec now{};

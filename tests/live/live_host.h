@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <functional>
 #include <string>
 #include <vector>
@@ -59,17 +58,6 @@ struct LiveHost : testing::Test {
         desk->presentSurface(surface, {pixels.data(), width, height, width});
         desk->flush();
         return surface;
-    }
-
-    xcb_atom_t atom(const std::string& name) const {
-        auto* const reply = xcb_intern_atom_reply(
-            live::person(),
-            xcb_intern_atom(live::person(), 0, static_cast<std::uint16_t>(name.size()),
-                            name.c_str()),
-            nullptr);
-        const xcb_atom_t found = reply->atom;
-        std::free(reply);
-        return found;
     }
 
     const host::Host* desk;

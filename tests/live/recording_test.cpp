@@ -68,11 +68,14 @@ std::string pasted(const std::string& target) {
     return {text, length};
 }
 
-// As a file manager wants it; of what needs an escape the folder's name has only blanks.
+// As a file manager wants it; of what needs an escape the folders' names have blanks and an umlaut.
 std::string addressOf(const std::filesystem::path& file) {
     std::string address = "file://";
-    for (const char letter : file.string())
-        address += letter == ' ' ? "%20" : std::string(1, letter);
+    for (const unsigned char letter : file.string()) {
+        char escape[4];
+        std::snprintf(escape, sizeof escape, "%%%02X", letter);
+        address += letter == ' ' || letter > '~' ? escape : std::string(1, letter);
+    }
     return address;
 }
 

@@ -22,54 +22,47 @@ void fill(const desktop::Canvas& canvas, const RECT& area, std::uint32_t colour)
             canvas.pixels[(y - canvas.origin.y) * canvas.stride + x - canvas.origin.x] = colour;
 }
 
-constexpr int cell = 16;
-constexpr int cells = 16;
+// Paints the milliseconds since its start as black and white cells at (100, 100).
+struct RunningTime {
+    static constexpr int cell = 16, cells = 20;
 
-// Paints a running number as black and white cells at (100, 100), and notes when each one stood.
-struct RunningNumber {
-    RunningNumber() : start(Clock::now()), painter([this] { run(); }) {}
-    // When each number stood there, in seconds; ends the painting.
-    const std::vector<double>& end() {
+    ~RunningTime() {
         over = true;
         painter.join();
-        return times;
     }
     void run() {
-        for (unsigned number = 0; !over; ++number) {
+        while (!over) {
+            const auto time = static_cast<unsigned>(secondsSince(start) * 1000);
             desktop::paintDesktop([&](const desktop::Canvas& canvas) {
                 for (int bit = 0; bit < cells; ++bit)
                     fill(canvas, {100 + bit * cell, 100, 100 + (bit + 1) * cell, 100 + cell},
-                         number >> bit & 1 ? 0xffffff : 0);
+                         time >> bit & 1 ? 0xffffff : 0);
             });
-            times.push_back(secondsSince(start));
             std::this_thread::sleep_for(std::chrono::milliseconds(8));
         }
     }
-    Clock::time_point start;
-    std::vector<double> times;  // by number
+    static double secondsIn(const ClipPicture& picture) {
+        unsigned time = 0;
+        for (int bit = 0; bit < cells; ++bit)
+            if (picture.luma(bit * cell + cell / 2, cell / 2) > 126) time |= 1u << bit;
+        return time / 1000.0;
+    }
+
+    const Clock::time_point start = Clock::now();
     std::atomic<bool> over = false;
-    std::thread painter;
+    std::thread painter{[this] { run(); }};
 };
 
-unsigned numberIn(const ClipPicture& picture) {
-    unsigned number = 0;
-    for (int bit = 0; bit < cells; ++bit)
-        if (picture.luma(bit * cell + cell / 2, cell / 2) > 126) number |= 1u << bit;
-    return number;
-}
-
-// A take of `seconds`, with a running number in it.
 void expectTrueTime(double seconds) {
     atDesktop([seconds] {
         Program program;
-        RunningNumber running;
+        std::optional<RunningTime> running(std::in_place);
         startRecording({100, 100, 420, 340});
         const Clock::time_point begin = Clock::now();
         desktop::waitUntil([&] { return secondsSince(begin) > seconds; }, seconds + 10);
-        pressEsc();
         const double wall = secondsSince(begin);
-        desktop::waitForBalloon("Copied — paste the video file.");
-        const std::vector<double> painted = running.end();
+        stopAndFinish();
+        running.reset();
         const Path file = filesIn(recordings()).front();
         const Clip clip = readClip(file);
         ASSERT_GT(clip.times.size(), 10u);
@@ -79,18 +72,15 @@ void expectTrueTime(double seconds) {
             ASSERT_EQ(clip.times[at], slot * 10'000'000 / 30) << "on the grid, exactly";
             ASSERT_TRUE(at == 0 || clip.times[at] > clip.times[at - 1]);
         }
-        // Each picture bears the number that stood on the screen at its time, to within one slot.
+        // Each picture bears the time at which it stood on the screen, to within one slot.
         std::vector<double> offsets;
-        std::size_t at = 0;
         forEachPicture(file, clip, [&](const ClipPicture& picture) {
-            const unsigned number = numberIn(picture);
-            ASSERT_LT(number, painted.size());
-            offsets.push_back(painted[number] - static_cast<double>(clip.times[at++]) / 1e7);
+            const double time = static_cast<double>(clip.times.at(offsets.size())) / 1e7;
+            offsets.push_back(RunningTime::secondsIn(picture) - time);
         });
         EXPECT_EQ(offsets.size(), clip.times.size()) << "every picture decodes";
-        std::vector<double> sorted = offsets;
-        std::sort(sorted.begin(), sorted.end());
-        const double middle = sorted[sorted.size() / 2];
+        std::sort(offsets.begin(), offsets.end());
+        const double middle = offsets[offsets.size() / 2];
         const auto late = std::count_if(offsets.begin(), offsets.end(), [&](double offset) {
             return std::abs(offset - middle) > 1.0 / 30 + 0.01;
         });

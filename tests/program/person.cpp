@@ -20,20 +20,16 @@ namespace {
 
 Path homeFolder;
 
-Path makeHome() {
-    std::string name = (std::filesystem::temp_directory_path() / "desk-clip-XXXXXX").string();
-    if (!mkdtemp(name.data())) throw std::runtime_error("no temporary folder");
-    return name;
-}
-
-void takeSeat(const Path& home) {
-    std::filesystem::create_directories(home / "data");
-    std::filesystem::create_directories(home / "run");
-    std::filesystem::permissions(home / "run", std::filesystem::perms::owner_all);
-    setenv("HOME", home.c_str(), 1);
-    setenv("XDG_DATA_HOME", (home / "data").c_str(), 1);
-    setenv("XDG_CONFIG_HOME", (home / "config").c_str(), 1);
-    setenv("XDG_RUNTIME_DIR", (home / "run").c_str(), 1);
+// A link above the data folder is nothing unusual.
+void takeSeat() {
+    std::filesystem::create_directories(homeFolder / "disk");
+    std::filesystem::create_directory_symlink("disk", homeFolder / "data");
+    std::filesystem::create_directories(homeFolder / "run");
+    std::filesystem::permissions(homeFolder / "run", std::filesystem::perms::owner_all);
+    setenv("HOME", homeFolder.c_str(), 1);
+    setenv("XDG_DATA_HOME", (homeFolder / "data").c_str(), 1);
+    setenv("XDG_CONFIG_HOME", (homeFolder / "config").c_str(), 1);
+    setenv("XDG_RUNTIME_DIR", (homeFolder / "run").c_str(), 1);
     setenv("EMBEDDED_DESKTOP", "person", 1);
     host::use(host::memoryHost());
     desktop::setMonitors({{{0, 0, 1920, 1080}, 1, 96}});
@@ -42,19 +38,9 @@ void takeSeat(const Path& home) {
     });
 }
 
-std::optional<desktop::ShownWindow> overlay() {
-    for (const desktop::ShownWindow& window : desktop::windows())
-        if (window.className == "QuorvelClipOverlay" && window.visible) return window;
-    return {};
+bool isLast(const std::string& notice) {
+    return notice != "Finishing clip…" && !notice.starts_with("Clip saved; retention");
 }
-
-void settle(const char* what, const std::function<bool()>& condition) {
-    if (!desktop::waitUntil(condition)) ADD_FAILURE() << "waited in vain for " << what;
-}
-
-bool isEnd(const std::string& notice) { return notice != "Finishing clip…"; }
-
-bool mustGiveUp() { return desktop::faultStruck() && isOutOfSight(desktop::struckCall()); }
 
 std::vector<std::string> noticesFrom(std::size_t first) {
     std::vector<std::string> texts;
@@ -63,25 +49,32 @@ std::vector<std::string> noticesFrom(std::size_t first) {
     return texts;
 }
 
+bool isWritten(int samples) {
+    return static_cast<int>(callsOf("IMFSinkWriter::WriteSample").size()) >= samples;
+}
+
 }  // namespace
 
-int exitCodeAtDesktop(const std::function<void()>& body) {
-    homeFolder = makeHome();
+void atDesktop(const std::function<void()>& body, const std::function<void()>& afterwards) {
+    std::string name = (std::filesystem::temp_directory_path() / "desk-clip-XXXXXX").string();
+    if (!mkdtemp(name.data())) throw std::runtime_error("no temporary folder");
+    homeFolder = name;
     std::fflush(nullptr);
     const pid_t child = fork();
     if (child == 0) {
-        takeSeat(homeFolder);
-        body();
+        takeSeat();
+        try {
+            body();
+        } catch (const std::exception& failure) {
+            ADD_FAILURE() << failure.what();
+        }
         std::fflush(nullptr);
         std::exit(::testing::Test::HasFailure() ? 1 : 0);
     }
-    int status = 0;
+    int status = -1;
     waitpid(child, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-}
-
-void atDesktop(const std::function<void()>& body) {
-    EXPECT_EQ(exitCodeAtDesktop(body), 0);
+    EXPECT_EQ(status, 0);
+    afterwards();
     std::filesystem::remove_all(homeFolder);
 }
 
@@ -103,61 +96,14 @@ std::string contentOf(const Path& file) {
     return {std::istreambuf_iterator<char>(stream), {}};
 }
 
-Program::Program(const std::u16string& commandTail) {
-    thread = std::thread([this, commandTail] {
-        std::u16string tail = commandTail;
-        exitCode = wWinMain(GetModuleHandleW(nullptr), nullptr, tail.data(), SW_SHOWNORMAL);
+bool isPartialFileLeft() {
+    return std::ranges::any_of(filesIn(recordings()), [](const Path& file) {
+        return file.string().find(".partial") != std::string::npos;
     });
 }
 
-Program::~Program() {
-    if (!ended) close();
-}
-
-bool Program::waitForEnd() {
-    const bool gone = desktop::waitUntil([] { return desktop::windows().empty(); }, 30);
-    if (!gone) return false;
-    thread.join();
-    ended = true;
-    return true;
-}
-
-int Program::close() {
-    desktop::postToWindow("QuorvelDeskClip", WM_CLOSE);
-    thread.join();
-    ended = true;
-    return exitCode;
-}
-
-void pressKeys(const std::vector<UINT>& keys) {
-    for (const UINT key : keys) desktop::pressKey(key);
-    for (auto key = keys.rbegin(); key != keys.rend(); ++key) desktop::releaseKey(*key);
-}
-
-void pressShortcut() { pressKeys({VK_LCONTROL, VK_LSHIFT, '7'}); }
-void pressEsc() { pressKeys({VK_ESCAPE}); }
-
-bool isShown(const std::string& className) {
-    const auto all = desktop::windows();
-    return std::any_of(all.begin(), all.end(),
-                       [&](const auto& one) { return one.visible && one.className == className; });
-}
-
-bool sheetIsUp() {
-    const auto window = overlay();
-    return window && window->foreground;
-}
-
-bool frameIsUp() {
-    const auto window = overlay();
-    return window && !window->foreground;
-}
-
-int samplesWritten() {
-    const auto log = desktop::callLog();
-    return static_cast<int>(std::count_if(log.begin(), log.end(), [](const auto& call) {
-        return call.operation == "IMFSinkWriter::WriteSample";
-    }));
+void await(const char* what, const std::function<bool()>& condition) {
+    EXPECT_TRUE(desktop::waitUntil(condition)) << "waited in vain for " << what;
 }
 
 bool isOutOfSight(const std::string& operation) {
@@ -168,16 +114,26 @@ bool isOutOfSight(const std::string& operation) {
 }
 
 void openSheet() {
-    settle("the tray icon", [] { return !desktop::trayTip().empty(); });
+    await("the tray icon", [] { return !desktop::trayTip().empty(); });
     pressShortcut();
-    settle("the sheet", sheetIsUp);
+    await("the sheet", sheetIsUp);
 }
 
-void drag(int fromX, int fromY, int toX, int toY) {
-    desktop::movePointer(fromX, fromY);
-    desktop::pressButton(1);
-    desktop::movePointer(toX, toY);
-    desktop::releaseButton(1);
+void openTrayMenu() {
+    await("the tray icon", [] { return !desktop::trayTip().empty(); });
+    desktop::movePointer(1900, 1060);
+    desktop::clickTray(WM_RBUTTONUP);
+    await("the menu", [] { return !desktop::openMenu().empty(); });
+}
+
+void chooseFromMenu(UINT id) {
+    await("a menu", [] { return !desktop::openMenu().empty(); });
+    desktop::startCallLog();
+    for (const desktop::MenuEntry& entry : desktop::openMenu()) {
+        if (!entry.separator) pressKeys({VK_DOWN});
+        if (entry.id == id) break;
+    }
+    pressKeys({VK_RETURN});
 }
 
 void startRecording(const RECT& region) {
@@ -185,7 +141,7 @@ void startRecording(const RECT& region) {
     desktop::startCallLog();
     const std::size_t before = desktop::balloons().size();
     drag(region.left, region.top, region.right, region.bottom);
-    settle("a sample", [&] { return samplesWritten() > 0 || desktop::balloons().size() > before; });
+    await("a sample", [&] { return isWritten(1) || desktop::balloons().size() > before; });
 }
 
 void stopAndFinish() {
@@ -195,30 +151,24 @@ void stopAndFinish() {
 
 Outcome recordOneClip(int samples) {
     const std::size_t before = desktop::balloons().size();
-    const auto ended = [&] {
-        const auto notices = noticesFrom(before);
-        return mustGiveUp() || std::any_of(notices.begin(), notices.end(), isEnd);
-    };
     const std::vector<Path> old = filesIn(recordings());
+    const auto hasEnded = [&] {
+        const bool isGivenUp = desktop::faultStruck() && isOutOfSight(desktop::struckCall());
+        return isGivenUp || std::ranges::any_of(noticesFrom(before), isLast);
+    };
     desktop::startCallLog();
     pressShortcut();
-    settle("the sheet or a notice", [&] { return sheetIsUp() || ended(); });
-    if (!ended()) {
+    await("the sheet or a notice", [&] { return sheetIsUp() || hasEnded(); });
+    if (!hasEnded()) {
         drag(100, 100, 420, 340);
-        settle("a sample or a notice", [&] { return samplesWritten() >= samples || ended(); });
-        if (!ended()) pressEsc();
-        settle("the last notice", [&] {
-            const auto notices = noticesFrom(before);
-            const auto isLast = [](const std::string& notice) {
-                return isEnd(notice) && notice.rfind("Clip saved; retention", 0) != 0;
-            };
-            return mustGiveUp() || std::any_of(notices.begin(), notices.end(), isLast);
-        });
+        await("a sample or a notice", [&] { return isWritten(samples) || hasEnded(); });
     }
+    if (!hasEnded()) pressEsc();
+    await("the last notice", hasEnded);
     Outcome outcome;
     outcome.notices = noticesFrom(before);
     for (const Path& file : filesIn(recordings()))
-        if (file.extension() == ".mp4" && !std::binary_search(old.begin(), old.end(), file))
+        if (file.extension() == ".mp4" && !std::ranges::binary_search(old, file))
             outcome.clip = file;
     return outcome;
 }

@@ -1,5 +1,5 @@
-// The program on the embedded desktop, and a person who uses it. The program keeps its state for
-// the life of a process, so each body runs in a process of its own.
+// Tests of the whole program on the embedded desktop. It keeps its state for the life of a process,
+// so each body runs in a process of its own.
 
 #pragma once
 
@@ -10,57 +10,36 @@
 #include <map>
 #include <optional>
 #include <string>
-#include <thread>
 #include <vector>
 
-#include "platform/control.h"
+#include "demo/person.h"
 
 namespace person {
 
 using Path = std::filesystem::path;
 
 // Runs `body` in a child process with fresh user folders and the embedded desktop of one 1920 ×
-// 1080 monitor. The child's failed expectations are printed by it and fail the test here. A planned
-// end of the process is no failure.
-void atDesktop(const std::function<void()>& body);
-
-// The same without a verdict: the child's exit code. The folders stay, and this process looks into
-// them too from now on.
-int exitCodeAtDesktop(const std::function<void()>& body);
+// 1080 monitor, and `afterwards` here, when the child has ended. The child's failed expectations
+// are printed by it and fail the test here.
+void atDesktop(
+    const std::function<void()>& body, const std::function<void()>& afterwards = [] {});
 
 Path home();  // the user's folders lie below
 Path dataFolder();
 Path recordings();
 std::vector<Path> filesIn(const Path& folder);  // sorted; empty if there is no folder
 std::string contentOf(const Path& file);
+bool isPartialFileLeft();
 
-// Runs wWinMain on a thread of its own from construction on.
-struct Program {
-    explicit Program(const std::u16string& commandTail = u"");
-    ~Program();         // closes it, if nobody did
-    bool waitForEnd();  // false: it still runs after half a minute
-    int close();        // WM_CLOSE and the exit code
-    int exitCode = -1;
-
-private:
-    std::thread thread;
-    bool ended = false;
-};
+// Waits until the condition holds; in vain, the test has failed.
+void await(const char* what, const std::function<bool()>& condition);
 
 // What a person does. The ones that end in a visible change wait for it.
-void pressKeys(const std::vector<UINT>& keys);  // down in order, up in reverse order
-void pressShortcut();
-void pressEsc();
 void openSheet();  // the shortcut, then the dim sheet is there
-void drag(int fromX, int fromY, int toX, int toY);
+void openTrayMenu();
+void chooseFromMenu(UINT id);             // when a menu is open; starts the call log
 void startRecording(const RECT& region);  // sheet, drag, red frame, and a sample or a failure
 void stopAndFinish();                     // Esc, then the clip is copied
-
-// The program's window of that class is on the screen.
-bool isShown(const std::string& className);
-bool sheetIsUp();
-bool frameIsUp();
-int samplesWritten();  // since the call log was started
 
 // Calls whose failure may leave a person without a sheet, a notice or an answer to Esc, as the real
 // desktop might: a try that met one is given up.
@@ -73,7 +52,6 @@ struct Outcome {
 };
 Outcome recordOneClip(int samples = 1);  // at least so many before Esc
 
-// Every notice since the program started, and the last one.
-std::string lastNotice();
+std::string lastNotice();  // empty if there was none
 
 }  // namespace person

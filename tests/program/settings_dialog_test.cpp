@@ -20,10 +20,6 @@ const char* const noCapture = "Shortcut capture unavailable. Existing shortcut k
 const char* const foreignEntry = "Startup points elsewhere (possibly an older copy). Disable it "
                                  "from that copy before moving. No entry was changed.";
 
-void await(const char* what, const std::function<bool()>& condition) {
-    EXPECT_TRUE(desktop::waitUntil(condition)) << "waited in vain for " << what;
-}
-
 desktop::ShownControl control(int id) {
     if (const auto dialog = desktop::openDialog())
         for (const desktop::ShownControl& one : dialog->controls)
@@ -39,24 +35,9 @@ int focus() {
     return 0;
 }
 
-// The arguments of every call of an operation since the log was started.
-std::vector<std::string> callsOf(const std::string& operation) {
-    std::vector<std::string> calls;
-    for (const desktop::LoggedCall& call : desktop::callLog())
-        if (call.operation == operation) calls.push_back(call.arguments);
-    return calls;
-}
-
-void chooseFrom(UINT id) {
-    await("a menu", [] { return !desktop::openMenu().empty(); });
-    desktop::startCallLog();
-    desktop::chooseFromMenu(id);
-}
-
 void openSettings() {
-    await("the tray icon", [] { return !desktop::trayTip().empty(); });
-    desktop::clickTray(WM_RBUTTONUP);
-    chooseFrom(settings);
+    openTrayMenu();
+    chooseFromMenu(settings);
     await("the dialog", [] { return focus() != 0; });
 }
 
@@ -90,7 +71,7 @@ std::string readBox() {
     await("a message box", [] { return !desktop::openBoxes().empty(); });
     const std::vector<desktop::ShownBox> boxes = desktop::openBoxes();
     if (boxes.size() != 1) return std::to_string(boxes.size()) + " boxes";
-    desktop::answerBox();
+    pressKeys({VK_RETURN});
     return boxes[0].title + "|" + boxes[0].text + "|" + std::to_string(boxes[0].icon);
 }
 
@@ -115,7 +96,7 @@ TEST(SettingsDialog, opensInThreeWaysAndIsRaised) {
         await("the dialog in front", [] { return focus() == box; });
         tabTo(startup);
         pressKeys({VK_LMENU, VK_SPACE});
-        chooseFrom(minimize);
+        chooseFromMenu(minimize);
         await("the dialog minimised", [] { return !desktop::openDialog(); });
         std::ofstream(home() / "go").put('1');
         await("the dialog restored", [] { return focus() == startup; });
@@ -226,7 +207,7 @@ TEST(SettingsDialog, keysThatMoveAndDecide) {
                 return (ends.empty() ? std::to_string(focus()) : ends.front()) == outcome;
             });
             if (outcome == "menu")
-                chooseFrom(closeWindow);
+                chooseFromMenu(closeWindow);
             else if (callsOf("EndDialog").empty())
                 click(cancel);
             awaitClosed();
@@ -346,10 +327,9 @@ TEST(SettingsDialog, failuresOnItsWay) {
         for (const auto& row : rows) {
             SCOPED_TRACE(row.operation);
             const std::size_t notices = desktop::balloons().size();
-            desktop::clickTray(WM_RBUTTONUP);
-            await("the menu", [] { return !desktop::openMenu().empty(); });
+            openTrayMenu();
             desktop::planFault({desktop::Fault::Fail, row.operation, row.nth});
-            chooseFrom(settings);
+            chooseFromMenu(settings);
             EXPECT_EQ(*row.shown ? readBox() : "", row.shown);
             if (!*row.notice) {
                 await("the dialog", [] { return focus() == startup; });

@@ -1,6 +1,8 @@
 // What each event does in each state, as a person sees it: sheet, frame, notices, files, and who
 // gets the keys.
 
+#include <set>
+
 #include "tests/program/person.h"
 
 using namespace person;
@@ -8,77 +10,97 @@ using namespace person;
 namespace {
 
 constexpr RECT region{100, 100, 420, 340};
+const char* const copied = "Copied — paste the video file.";
+const char* const wrongSize = "Choose a region from 16×16 to 3840×2160 on one monitor.";
 
-int clips() { return static_cast<int>(filesIn(recordings()).size()); }
+std::size_t files() { return filesIn(recordings()).size(); }
 
-bool onlyOwnedClipsAndLedger() {
-    for (const Path& file : filesIn(recordings()))
-        if (file.filename().string().find(".partial") != std::string::npos) return false;
-    return true;
+// The keys and buttons whose presses went to other programs since the last look.
+std::set<UINT> pressedForOthers() {
+    std::set<UINT> keys;
+    for (const desktop::PassedInput& input : desktop::inputOfOthers())
+        if (input.pressed) keys.insert(input.key);
+    return keys;
 }
 
-std::vector<UINT> keysOfOthers() {
-    std::vector<UINT> keys;
-    for (const desktop::PassedInput& input : desktop::inputOfOthers())
-        if (input.isKey && input.pressed) keys.push_back(input.key);
-    return keys;
+void awaitNoOverlay() {
+    await("the end of the overlay", [] { return !isShown("QuorvelClipOverlay"); });
+}
+
+void expectEscIsFree() {
+    await("Esc for others", [] {
+        pressEsc();
+        return pressedForOthers().contains(VK_ESCAPE);
+    });
 }
 
 std::string greyed() {
     std::string ids;
     for (const desktop::MenuEntry& entry : desktop::openMenu())
         if (!entry.enabled && !entry.separator) ids += std::to_string(entry.id);
+    drag(20, 20, 20, 20);  // A click elsewhere closes it.
+    await("the end of the menu", [] { return desktop::openMenu().empty(); });
     return ids;
 }
 
-void openTrayMenu() {
-    desktop::clickTray(WM_RBUTTONUP);
-    ASSERT_TRUE(desktop::waitUntil([] { return !desktop::openMenu().empty(); }));
+void dragRegion() {
+    desktop::startCallLog();
+    drag(region.left, region.top, region.right, region.bottom);
+    await("a sample", [] { return !callsOf("IMFSinkWriter::WriteSample").empty(); });
 }
 
-void chooseTray(UINT id) {
-    openTrayMenu();
-    desktop::chooseFromMenu(id);
-    ASSERT_TRUE(desktop::waitUntil([] { return desktop::openMenu().empty(); }));
-}
+void close() { desktop::postToWindow("QuorvelDeskClip", WM_CLOSE); }
 
 }  // namespace
+
+TEST(States, theSheetIsDimAndTheFrameHasAHole) {
+    static constexpr std::uint32_t ground = 0x3060A0, dim = 0x1F2D40, white = 0xC2D0E3,
+                                   red = 0xFF4040;
+    atDesktop([] {
+        Program program;
+        openSheet();
+        desktop::movePointer(100, 100);
+        desktop::pressButton(1);
+        desktop::movePointer(300, 300);
+        desktop::pressButton(1);  // starts anew from here
+        desktop::movePointer(201, 181);
+        const auto shows = [](int x, int y, std::uint32_t colour) {
+            await("a pixel", [&] { return desktop::screenPixel(x, y) == colour; });
+        };
+        for (const POINT at : {POINT{201, 181}, POINT{298, 298}, POINT{201, 298}, POINT{298, 181}})
+            shows(at.x, at.y, white);
+        shows(200, 180, dim);
+        shows(299, 299, dim);
+        EXPECT_EQ(desktop::capturedPixel(200, 180), ground);
+
+        desktop::releaseButton(1);
+        shows(199, 179, red);
+        shows(300, 300, red);
+        for (const POINT inside : {POINT{201, 181}, POINT{298, 298}, POINT{198, 178}})
+            shows(inside.x, inside.y, ground);
+        EXPECT_EQ(desktop::capturedPixel(200, 180), ground);
+        desktop::inputOfOthers();
+        desktop::movePointer(199, 179);
+        desktop::pressButton(1);
+        await("a click through the frame", [] { return pressedForOthers().contains(1); });
+    });
+}
 
 TEST(States, keysBelongToOthersExceptEscDuringACapture) {
     atDesktop([] {
         Program program;
         startRecording(region);
-        EXPECT_TRUE(frameIsUp());
         desktop::inputOfOthers();
         pressKeys({'A'});
         pressShortcut();  // Does nothing while a recording runs.
         desktop::pressKey(VK_ESCAPE);
         desktop::pressKey(VK_ESCAPE);  // Held: repeats are harmless.
-        desktop::waitForBalloon("Finishing clip…");
-        desktop::waitForBalloon("Copied — paste the video file.");
-        const auto during = keysOfOthers();
-        EXPECT_EQ(std::count(during.begin(), during.end(), VK_ESCAPE), 0);
-        EXPECT_EQ(std::count(during.begin(), during.end(), 'A'), 1);
+        desktop::waitForBalloon(copied);
+        const std::set<UINT> during = pressedForOthers();
+        EXPECT_TRUE(during.contains('A') && !during.contains(VK_ESCAPE));
         desktop::releaseKey(VK_ESCAPE);
-        EXPECT_EQ(clips(), 2);  // the clip and the ledger
-
-        const auto escIsFree = [] {
-            desktop::inputOfOthers();
-            pressEsc();
-            return desktop::waitUntil([] {
-                const auto keys = keysOfOthers();
-                return std::count(keys.begin(), keys.end(), VK_ESCAPE) > 0;
-            });
-        };
-        EXPECT_TRUE(escIsFree());
-        openSheet();
-        pressEsc();
-        EXPECT_TRUE(desktop::waitUntil([] { return !isShown("QuorvelClipOverlay"); }));
-        EXPECT_TRUE(escIsFree());
-        openSheet();
-        drag(100, 100, 110, 110);
-        desktop::waitForBalloon("Choose a region from 16×16 to 3840×2160 on one monitor.");
-        EXPECT_TRUE(escIsFree());
+        EXPECT_EQ(files(), 2u);  // the clip and the ledger
+        expectEscIsFree();
     });
 }
 
@@ -86,69 +108,56 @@ TEST(States, aSelectionCanBeGivenUp) {
     atDesktop([] {
         desktop::setMonitors({{{0, 0, 1920, 1080}}, {{-1920, 0, 0, 1080}}});
         Program program;
-        const std::vector<std::pair<const char*, std::function<void()>>> ways = {
+        const auto beginDrag = [] {
+            desktop::movePointer(-1700, 200);
+            desktop::pressButton(1);
+            desktop::movePointer(-1600, 300);
+        };
+        const std::pair<const char*, std::function<void()>> ways[] = {
             {"Esc", [] { pressEsc(); }},
-            {"right button", [] { desktop::pressButton(3), desktop::releaseButton(3); }},
-            {"right button in a drag",
-             [] {
-                 desktop::movePointer(-1700, 200);
-                 desktop::pressButton(1);
-                 desktop::movePointer(-1600, 300);
-                 desktop::pressButton(3);
-             }},
-            {"another program takes over",
-             [] {
-                 desktop::movePointer(-1700, 200);
-                 desktop::pressButton(1);
-                 desktop::movePointer(-1600, 300);
-                 desktop::takeForeground();
-             }},
+            {"right button", [] { desktop::pressButton(3); }},
+            {"right button in a drag", [&] { beginDrag(), desktop::pressButton(3); }},
+            {"another program takes over", [&] { beginDrag(), desktop::takeForeground(); }},
             {"Alt+F4", [] { desktop::postToWindow("QuorvelClipOverlay", WM_CLOSE); }},
+            {"too small", [] { drag(-1700, 200, -1690, 210), desktop::waitForBalloon(wrongSize); }},
         };
         for (const auto& [name, giveUp] : ways) {
             SCOPED_TRACE(name);
             desktop::movePointer(-1000, 500);
             openSheet();
-            for (const auto& window : desktop::windows()) {
+            for (const auto& window : desktop::windows())
                 EXPECT_TRUE(!window.visible || window.bounds.left == -1920) << "pointer's monitor";
-            }
             giveUp();
-            EXPECT_TRUE(desktop::waitUntil([] { return !isShown("QuorvelClipOverlay"); }));
+            awaitNoOverlay();
             desktop::releaseButton(1);
             desktop::releaseButton(3);
+            expectEscIsFree();
         }
-        EXPECT_EQ(clips(), 0);
+        EXPECT_EQ(files(), 0u);
         desktop::movePointer(960, 540);
         EXPECT_TRUE(recordOneClip().clip);
     });
 }
 
 TEST(States, regionSizesAtTheLimits) {
-    atDesktop([] {
+    const struct {
+        int width, height;
+        bool accepted;
+    } rows[] = {{0, 0, false},      {15, 16, false},    {16, 15, false},   {17, 17, true},
+                {3842, 100, false}, {100, 2162, false}, {3841, 2161, true}};
+    atDesktop([&] {
         desktop::setMonitors({{{0, 0, 4000, 2200}}});
         Program program;
-        struct Row {
-            int width, height;
-            bool accepted;
-        };
-        const Row rows[] = {{0, 0, false},     {15, 16, false},    {16, 15, false},
-                            {17, 17, true},    {3842, 100, false}, {100, 2162, false},
-                            {3841, 2161, true}};
-        for (const Row& row : rows) {
-            SCOPED_TRACE(std::to_string(row.width) + "x" + std::to_string(row.height));
-            const std::size_t notices = desktop::balloons().size();
-            const int before = clips();
-            startRecording({10, 10, 10 + row.width, 10 + row.height});
-            if (row.accepted) {
+        for (const auto& [width, height, accepted] : rows) {
+            SCOPED_TRACE(std::to_string(width) + "x" + std::to_string(height));
+            const std::size_t before = files();
+            startRecording({10, 10, 10 + width, 10 + height});
+            if (accepted) {
                 pressEsc();
-                EXPECT_TRUE(
-                    desktop::waitUntil([&] { return desktop::balloons().size() == notices + 2; }));
-                EXPECT_EQ(lastNotice(), "Copied — paste the video file.");
-                EXPECT_GT(clips(), before);
-            } else {
-                EXPECT_EQ(lastNotice(), "Choose a region from 16×16 to 3840×2160 on one monitor.");
-                EXPECT_EQ(clips(), before);
+                await("the clip", [] { return lastNotice() == copied; });
             }
+            EXPECT_EQ(lastNotice(), accepted ? copied : wrongSize);
+            EXPECT_EQ(files() > before, accepted);
         }
     });
 }
@@ -156,202 +165,154 @@ TEST(States, regionSizesAtTheLimits) {
 TEST(States, theMenuOffersWhatTheStateAllows) {
     atDesktop([] {
         Program program;
-        ASSERT_TRUE(desktop::waitUntil([] { return !desktop::trayTip().empty(); }));
-        EXPECT_EQ(desktop::trayTip(), "Quorvel Desk Clip — Ctrl+Shift+7");
         openTrayMenu();
-        EXPECT_EQ(greyed(), "2");
+        EXPECT_EQ(desktop::trayTip(), "Quorvel Desk Clip — Ctrl+Shift+7");
         std::string texts;
         for (const auto& entry : desktop::openMenu())
             texts += std::to_string(entry.id) + entry.text + "|";
         EXPECT_EQ(texts,
                   "1Record region|2Stop recording (Esc)|3Open recent clips|4Settings…|0|6Exit|");
-        desktop::chooseFromMenu(1);
-        ASSERT_TRUE(desktop::waitUntil(sheetIsUp));
+        EXPECT_EQ(greyed(), "2");
+        openTrayMenu();
+        chooseFromMenu(3);
+        await("the folder", [] { return !callsOf("ShellExecuteW").empty(); });
+        const std::string folder = std::filesystem::canonical(recordings());
+        EXPECT_EQ(callsOf("ShellExecuteW").front(),
+                  "set, \"open\", \"" + folder + "\", null, null, 1");
+        openTrayMenu();
+        chooseFromMenu(1);
+        await("the sheet", sheetIsUp);
         openTrayMenu();
         EXPECT_EQ(greyed(), "124");
-        desktop::dismissMenu();
-        desktop::startCallLog();
-        drag(100, 100, 420, 340);
-        ASSERT_TRUE(desktop::waitUntil([] { return samplesWritten() > 0; }));
+        dragRegion();
         openTrayMenu();
-        EXPECT_EQ(greyed(), "14");
         // While the Esc hook stands, Esc stops the recording and leaves the menu open.
         pressEsc();
         desktop::waitForBalloon("Finishing clip…");
-        EXPECT_FALSE(desktop::openMenu().empty());
-        desktop::dismissMenu();
-        desktop::waitForBalloon("Copied — paste the video file.");
+        EXPECT_EQ(greyed(), "14");
+        desktop::waitForBalloon(copied);
 
         desktop::holdClipboard(true);
         desktop::clickTray(WM_LBUTTONDBLCLK);
-        ASSERT_TRUE(desktop::waitUntil(sheetIsUp));
-        desktop::startCallLog();
-        drag(100, 100, 420, 340);
-        ASSERT_TRUE(desktop::waitUntil([] { return samplesWritten() > 0; }));
-        chooseTray(2);
-        ASSERT_TRUE(desktop::waitUntil([] {
-            for (const auto& call : desktop::callLog())
-                if (call.operation == "SetTimer") return true;
-            return false;
-        }));
+        await("the sheet", sheetIsUp);
+        dragRegion();
+        openTrayMenu();
+        chooseFromMenu(2);
+        await("the copying", [] { return !callsOf("SetTimer").empty(); });
         openTrayMenu();
         EXPECT_EQ(greyed(), "124");
-        desktop::dismissMenu();
         desktop::holdClipboard(false);
     });
 }
 
-TEST(States, exitWaitsForTheClip) {
-    atDesktop([] {
-        Program program;
-        startRecording(region);
-        desktop::postToWindow("QuorvelDeskClip", WM_CLOSE);
-        desktop::postToWindow("QuorvelDeskClip", WM_CLOSE);
-        EXPECT_TRUE(program.waitForEnd());
-        EXPECT_EQ(program.exitCode, 0);
-        EXPECT_EQ(lastNotice(), "Copied — paste the video file.");
-        EXPECT_EQ(clips(), 2);
-        EXPECT_TRUE(desktop::clipboardBlock());
-        EXPECT_TRUE(desktop::trayTip().empty());
-        EXPECT_TRUE(desktop::openObjects().empty());
-    });
-}
-
-TEST(States, exitFromASelectionAndWithABusyClipboard) {
-    atDesktop([] {
-        Program program;
-        openSheet();
-        chooseTray(6);
-        EXPECT_TRUE(program.waitForEnd());
-        EXPECT_TRUE(desktop::openObjects().empty());
-    });
-    atDesktop([] {
-        Program program;
-        desktop::holdClipboard(true);
-        startRecording(region);
-        desktop::postToWindow("QuorvelDeskClip", WM_CLOSE);
-        EXPECT_TRUE(program.waitForEnd());
-        EXPECT_EQ(lastNotice(),
-                  "Clip saved, but file or clipboard access failed. Open recent clips "
-                  "to copy it manually.");
-        EXPECT_EQ(clips(), 2);
-    });
-}
-
-TEST(States, theEndOfTheSessionPublishesTheClip) {
-    // The process is ended as soon as it has answered, so what is not on the disk then is lost.
-    EXPECT_EQ(exitCodeAtDesktop([] {
-                  Program program;
-                  startRecording(region);
-                  desktop::endSession(true);
-                  EXPECT_TRUE(desktop::waitUntil([] { return false; }));
-              }),
-              0);
-    EXPECT_TRUE(onlyOwnedClipsAndLedger());
-    EXPECT_EQ(clips(), 2);
-    std::filesystem::remove_all(home());
-}
-
-TEST(States, anEndOfTheSessionThatDoesNotComeEndsOnlyTheRecording) {
-    atDesktop([] {
-        Program program;
-        startRecording(region);
-        desktop::endSession(false);
-        desktop::waitForBalloon("Copied — paste the video file.");
-        EXPECT_TRUE(recordOneClip().clip) << "the raised stop flag must not stop the next one";
-    });
-}
-
-TEST(States, theShellRestartsDuringARecording) {
-    atDesktop([] {
-        Program program;
-        startRecording(region);
-        desktop::restartShell();
-        EXPECT_TRUE(desktop::waitUntil([] { return !desktop::trayTip().empty(); }));
-        stopAndFinish();
-    });
-}
-
-TEST(States, settingsAndASecondStartWaitForTheCapture) {
-    atDesktop([] {
-        Program program;
-        startRecording(region);
-        desktop::postToWindow("QuorvelDeskClip",
-                              RegisterWindowMessageW(u"QuorvelDeskClip.ActivateSettings.v1"));
-        desktop::waitForBalloon("Finish the current capture before opening Settings.");
-        stopAndFinish();
-    });
-}
-
-TEST(States, theDisplayChangesBetweenSelectionAndRecording) {
-    struct Row {
-        const char* name;
-        std::function<void()> change;
-        const char* notice;
+TEST(States, exitLeavesNothingButTheClip) {
+    const struct {
+        const char* state;
+        std::function<void()> exit;
+        std::string notice;
+    } rows[] = {
+        {"recording", [] { startRecording(region), close(), close(); }, copied},
+        {"busy clipboard", [] { desktop::holdClipboard(true), startRecording(region), close(); },
+         "Clip saved, but file or clipboard access failed. Open recent clips to copy it manually."},
+        {"selection", [] { openSheet(), openTrayMenu(), chooseFromMenu(6); }, ""},
+        {"menu", [] { openTrayMenu(), close(); }, ""},
     };
-    const Row rows[] = {
-        {"rotated",
-         [] {
-             desktop::changeMonitor(0, {{0, 0, 1080, 1920}, 2});
-         },
-         "Rotated monitors are not supported in this version"},
-        {"resized",
-         [] {
-             desktop::changeMonitor(0, {{0, 0, 300, 200}});
-         },
-         "Monitor layout changed; select again"},
-        {"unplugged",
-         [] {
-             desktop::setMonitors({{{5000, 0, 6000, 1000}}});
-         },
-         "Selected monitor disconnected"},
-        {"locked", [] { desktop::lockDesktop(true); },
-         "Duplicate desktop (local unlocked desktop required) (0x80070005)"},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.state);
         atDesktop([&] {
             Program program;
-            openSheet();
-            // The first thing that the worker asks stands still until the display has changed.
-            desktop::planFault({.kind = desktop::Fault::Stall, .operation = "CreateDXGIFactory1"});
-            drag(100, 100, 420, 340);
-            ASSERT_TRUE(desktop::waitUntil(frameIsUp));
-            row.change();
-            desktop::clearFaults();
-            desktop::waitForBalloon(row.notice);
-            EXPECT_TRUE(desktop::waitUntil([] { return !isShown("QuorvelClipOverlay"); }));
-            EXPECT_EQ(clips(), 0);
-            desktop::lockDesktop(false);
-            desktop::setMonitors({{{0, 0, 1920, 1080}}});
-            EXPECT_TRUE(recordOneClip().clip);
+            row.exit();
+            EXPECT_TRUE(program.waitForEnd());
+            EXPECT_EQ(program.close(), 0);
+            EXPECT_EQ(lastNotice(), row.notice);
+            EXPECT_EQ(files(), row.notice.empty() ? 0u : 2u);
+            EXPECT_EQ(desktop::clipboardBlock().has_value(), row.notice == copied);
+            EXPECT_TRUE(desktop::trayTip().empty() && desktop::openObjects().empty());
         });
     }
 }
 
-TEST(States, theDesktopLocksInTheMiddle) {
+// The process is ended as soon as it has answered, so what is not on the disk then is lost.
+TEST(States, theEndOfTheSessionPublishesTheClip) {
+    atDesktop(
+        [] {
+            Program program;
+            startRecording(region);
+            desktop::endSession(true);
+            desktop::waitUntil([] { return false; });
+            ADD_FAILURE() << "still there";
+        },
+        [] {
+            EXPECT_EQ(files(), 2u);
+            EXPECT_FALSE(isPartialFileLeft());
+        });
+}
+
+// The stop flag that it raises must not end the next recording too.
+TEST(States, anEndOfTheSessionThatDoesNotComeEndsOnlyTheRecording) {
     atDesktop([] {
         Program program;
         startRecording(region);
-        desktop::lockDesktop(true);
-        desktop::waitForBalloon("Acquire desktop (display mode/lock changed) (0x887a0026)");
-        EXPECT_EQ(clips(), 0);
-        desktop::lockDesktop(false);
+        desktop::restartShell();
+        await("the icon", [] { return !desktop::trayTip().empty(); });
+        desktop::endSession(false);
+        desktop::waitForBalloon(copied);
         EXPECT_TRUE(recordOneClip().clip);
     });
 }
 
-TEST(States, theDiskFillsUp) {
-    atDesktop([] {
-        Program program;
-        startRecording(region);
-        desktop::limitDisk(1000);
-        const std::size_t before = desktop::balloons().size();
-        pressEsc();
-        EXPECT_TRUE(desktop::waitUntil([&] { return desktop::balloons().size() >= before + 2; }));
-        EXPECT_EQ(lastNotice(), "Finalize MP4 (0x80070070)");
-        EXPECT_EQ(clips(), 0);
-        desktop::limitDisk(-1);
-        EXPECT_TRUE(recordOneClip().clip);
-    });
+TEST(States, aChangeOfTheDisplayOrAFullDiskIsTold) {
+    const struct {
+        const char* what;
+        bool beforeRecording;
+        std::function<void()> change;
+        const char* notice;
+    } rows[] = {
+        {"rotated", true,
+         [] {
+             desktop::changeMonitor(0, {{0, 0, 1080, 1920}, 2});
+         },
+         "Rotated monitors are not supported in this version"},
+        {"resized", true,
+         [] {
+             desktop::changeMonitor(0, {{0, 0, 300, 200}});
+         },
+         "Monitor layout changed; select again"},
+        {"unplugged", true,
+         [] {
+             desktop::setMonitors({{{5000, 0, 6000, 1000}}});
+         },
+         "Selected monitor disconnected"},
+        {"locked", true, [] { desktop::lockDesktop(true); },
+         "Duplicate desktop (local unlocked desktop required) (0x80070005)"},
+        {"locked in the middle", false, [] { desktop::lockDesktop(true); },
+         "Acquire desktop (display mode/lock changed) (0x887a0026)"},
+        {"full disk", false, [] { desktop::limitDisk(1000), pressEsc(); },
+         "Finalize MP4 (0x80070070)"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        atDesktop([&] {
+            Program program;
+            openSheet();
+            // The first thing that the worker asks stands still until the display has changed.
+            if (row.beforeRecording) desktop::planFault({desktop::Fault::Stall, "MFStartup"});
+            desktop::startCallLog();
+            drag(100, 100, 420, 340);
+            await("the frame and the worker", [&] {
+                const char* const last =
+                    row.beforeRecording ? "MFStartup" : "IMFSinkWriter::WriteSample";
+                return frameIsUp() && !callsOf(last).empty();
+            });
+            row.change();
+            desktop::clearFaults();
+            desktop::waitForBalloon(row.notice);
+            awaitNoOverlay();
+            EXPECT_EQ(files(), 0u);
+            desktop::lockDesktop(false);
+            desktop::limitDisk(-1);
+            desktop::setMonitors({{{0, 0, 1920, 1080}}});
+            EXPECT_TRUE(recordOneClip().clip);
+        });
+    }
 }

@@ -39,42 +39,36 @@ std::size_t offsetOf(DWORD address) {
 
 IMAGE_DATA_DIRECTORY directory(int number) { return headers.OptionalHeader.DataDirectory[number]; }
 
-// Type, then id, then language.
-struct Resource {
-    WORD type, id, language;
-    std::string bytes;
-};
+const std::size_t resourcesAt = offsetOf(directory(IMAGE_DIRECTORY_ENTRY_RESOURCE).VirtualAddress);
 
-std::vector<Resource> readResources() {
-    const std::size_t root = offsetOf(directory(IMAGE_DIRECTORY_ENTRY_RESOURCE).VirtualAddress);
-    std::vector<Resource> resources;
-    const auto walk = [&](const auto& self, std::size_t level, std::vector<WORD> ids) -> void {
-        const auto count = valueAt<IMAGE_RESOURCE_DIRECTORY>(file, level).NumberOfIdEntries;
-        for (std::size_t number = 0; number < count; ++number) {
-            const auto entry = valueAt<IMAGE_RESOURCE_DIRECTORY_ENTRY>(
-                file, level + sizeof(IMAGE_RESOURCE_DIRECTORY) + number * sizeof entry);
-            std::vector<WORD> path = ids;
-            path.push_back(entry.Id);
-            if (entry.DataIsDirectory) {
-                self(self, root + entry.OffsetToDirectory, path);
-                continue;
+// A directory of resources has entries by name, of which there are none, and by number.
+std::vector<IMAGE_RESOURCE_DIRECTORY_ENTRY> entriesAt(std::size_t offset) {
+    std::size_t at = resourcesAt + offset;
+    const auto list = valueAt<IMAGE_RESOURCE_DIRECTORY>(file, at);
+    at += sizeof list;
+    std::vector<IMAGE_RESOURCE_DIRECTORY_ENTRY> entries;
+    for (; entries.size() < list.NumberOfIdEntries; at += sizeof entries[0])
+        entries.push_back(valueAt<IMAGE_RESOURCE_DIRECTORY_ENTRY>(file, at));
+    return entries;
+}
+
+// By type and number. All are in the one language.
+std::map<std::pair<WORD, WORD>, std::string> readResources() {
+    std::map<std::pair<WORD, WORD>, std::string> resources;
+    for (const auto& type : entriesAt(0))
+        for (const auto& each : entriesAt(type.OffsetToDirectory))
+            for (const auto& language : entriesAt(each.OffsetToDirectory)) {
+                const auto data =
+                    valueAt<IMAGE_RESOURCE_DATA_ENTRY>(file, resourcesAt + language.OffsetToData);
+                if (language.Id != 1033) throw std::runtime_error("Another language");
+                resources[{type.Id, each.Id}] = file.substr(offsetOf(data.OffsetToData), data.Size);
             }
-            const auto data = valueAt<IMAGE_RESOURCE_DATA_ENTRY>(file, root + entry.OffsetToData);
-            resources.push_back({path.at(0), path.at(1), path.at(2),
-                                 file.substr(offsetOf(data.OffsetToData), data.Size)});
-        }
-    };
-    walk(walk, root, {});
     return resources;
 }
 
-const std::vector<Resource> resources = readResources();
+const std::map<std::pair<WORD, WORD>, std::string> resources = readResources();
 
-const Resource& resource(const WCHAR* type, WORD id) {
-    for (const Resource& each : resources)
-        if (MAKEINTRESOURCEW(each.type) == type && each.id == id) return each;
-    throw std::runtime_error("A resource is missing");
-}
+const std::string& resource(const WCHAR* type, WORD id) { return resources.at({LOWORD(type), id}); }
 
 // Reads a resource from front to back.
 struct Reader {
@@ -147,27 +141,6 @@ void readVersion(Reader& reader, const std::string& path, std::map<std::string, 
     for (reader.align(); reader.at < end; reader.align()) readVersion(reader, name, all);
 }
 
-// The pixels of an image as the system reads them: blue, green, red, alpha.
-std::vector<DWORD> pixelsOf(const Resource& image, int size) {
-    std::string bytes = image.bytes;
-    HICON const icon =
-        CreateIconFromResourceEx(reinterpret_cast<BYTE*>(bytes.data()),
-                                 static_cast<DWORD>(bytes.size()), TRUE, 0x00030000, size, size, 0);
-    ICONINFO parts{};
-    EXPECT_TRUE(GetIconInfo(icon, &parts));
-    BITMAPINFO layout{};
-    layout.bmiHeader.biSize = sizeof layout.bmiHeader;
-    layout.bmiHeader.biWidth = size;
-    layout.bmiHeader.biHeight = -size;
-    layout.bmiHeader.biPlanes = 1;
-    layout.bmiHeader.biBitCount = 32;
-    std::vector<DWORD> pixels(static_cast<std::size_t>(size) * size);
-    HDC const screen = GetDC(nullptr);
-    GetDIBits(screen, parts.hbmColor, 0, size, pixels.data(), &layout, DIB_RGB_COLORS);
-    ReleaseDC(nullptr, screen);
-    return pixels;
-}
-
 TEST(Executable, isAWindowedProgramWithTheSystemsGuards) {
     EXPECT_EQ(headers.FileHeader.Machine, IMAGE_FILE_MACHINE_AMD64);
     EXPECT_EQ(headers.OptionalHeader.Subsystem, IMAGE_SUBSYSTEM_WINDOWS_GUI);
@@ -198,40 +171,27 @@ TEST(Executable, needsLibrariesOfTheSystemOnly) {
 }
 
 TEST(Executable, carriesNineImagesOfItsIcon) {
-    constexpr DWORD opaqueGround = 0xFFD5F65A, opaqueGlyph = 0xFF172116;
-    const Resource& group = resource(RT_GROUP_ICON, 102);
-    EXPECT_EQ(group.language, 1033);
-    Reader reader{group.bytes};
+    Reader reader{resource(RT_GROUP_ICON, 102)};
     EXPECT_EQ(reader.numbers(3), " 0 1 9");
     WORD number = 0;
     for (const int size : {16, 20, 24, 32, 40, 48, 64, 128, 256}) {
         SCOPED_TRACE(size);
-        const Resource& image = resource(RT_ICON, ++number);
-        EXPECT_EQ(image.language, 1033);
+        const std::string& image = resource(RT_ICON, ++number);
         EXPECT_EQ(reader.take<BYTE>(), size % 256);  // 256 stands as 0
         EXPECT_EQ(reader.take<BYTE>(), size % 256);
         EXPECT_EQ(reader.numbers(3), " 0 1 32");  // no palette, planes, bits
-        EXPECT_EQ(reader.take<DWORD>(), image.bytes.size());
+        EXPECT_EQ(reader.take<DWORD>(), image.size());
         EXPECT_EQ(reader.take<WORD>(), number);
-
         // The first chunk: width, height, 8 bits a channel, colour with alpha.
         const std::string side{0, 0, static_cast<char>(size >> 8), static_cast<char>(size)};
-        EXPECT_EQ(image.bytes.substr(0, 16), std::string("\x89PNG\r\n\x1A\n\0\0\0\x0DIHDR", 16));
-        EXPECT_EQ(image.bytes.substr(16, 10), side + side + "\x08\x06");
-
-        const std::vector<DWORD> pixels = pixelsOf(image, size);
-        EXPECT_EQ(pixels.front() >> 24, 0u);
-        EXPECT_EQ(pixels.back() >> 24, 0u);
-        EXPECT_EQ(std::count(pixels.begin(), pixels.end(), opaqueGround) > 0, true);
-        EXPECT_EQ(std::count(pixels.begin(), pixels.end(), opaqueGlyph) > 0, true);
+        EXPECT_EQ(image.substr(0, 16), std::string("\x89PNG\r\n\x1A\n\0\0\0\x0DIHDR", 16));
+        EXPECT_EQ(image.substr(16, 10), side + side + "\x08\x06");
     }
-    EXPECT_EQ(reader.at, group.bytes.size());
+    EXPECT_EQ(reader.at, reader.bytes.size());
 }
 
 TEST(Executable, carriesTheSettingsDialog) {
-    const Resource& dialog = resource(RT_DIALOG, 101);
-    EXPECT_EQ(dialog.language, 1033);
-    EXPECT_EQ(dialogText(dialog.bytes),
+    EXPECT_EQ(dialogText(resource(RT_DIALOG, 101)),
               "version 1 -1 help 0 style 80ca0840 40000 at 0 0 270 141 menu '' class '' "
               "title 'Quorvel Clip - Settings' font 9 0 0 1 Segoe UI\n"
               "-1 STATIC 50020000 0 12 10 246 10 'Recording &shortcut' help 0\n"
@@ -245,17 +205,13 @@ TEST(Executable, carriesTheSettingsDialog) {
 }
 
 TEST(Executable, carriesItsVersion) {
-    const Resource& version = resource(RT_VERSION, 1);
-    EXPECT_EQ(version.language, 1033);
     std::map<std::string, std::string> entries;
-    Reader reader{version.bytes};
+    Reader reader{resource(RT_VERSION, 1)};
     readVersion(reader, "", entries);
     const auto fixed = valueAt<VS_FIXEDFILEINFO>(entries["/VS_VERSION_INFO"], 0);
     EXPECT_EQ(fixed.dwSignature, 0xFEEF04BDu);
-    for (const DWORD half : {fixed.dwFileVersionMS, fixed.dwProductVersionMS})
-        EXPECT_EQ(half, 0x00000004u);
-    for (const DWORD half : {fixed.dwFileVersionLS, fixed.dwProductVersionLS})
-        EXPECT_EQ(half, 0x00030000u);
+    EXPECT_TRUE(fixed.dwFileVersionMS == 4 && fixed.dwFileVersionLS == 0x30000);
+    EXPECT_TRUE(fixed.dwProductVersionMS == 4 && fixed.dwProductVersionLS == 0x30000);
     entries.erase("/VS_VERSION_INFO");
     const std::string strings = "/VS_VERSION_INFO/StringFileInfo/040904B0/";
     const std::map<std::string, std::string> expected{
@@ -268,11 +224,10 @@ TEST(Executable, carriesItsVersion) {
 }
 
 TEST(Executable, carriesItsManifest) {
-    const Resource& manifest = resource(RT_MANIFEST, 1);
-    const auto count = [](const std::string& text, const std::string& part) {
-        std::size_t found = 0;
-        for (std::size_t at = 0; (at = text.find(part, at)) != std::string::npos; ++at) ++found;
-        return found;
+    const std::string& manifest = resource(RT_MANIFEST, 1);
+    const auto isOnce = [&](const std::string& part) {
+        const std::size_t at = manifest.find(part);
+        return at != std::string::npos && manifest.find(part, at + 1) == std::string::npos;
     };
     for (const char* const part :
          {"<assemblyIdentity name=\"Quorvel.Desk.Clip\" version=\"0.1.0.0\" "
@@ -283,13 +238,10 @@ TEST(Executable, carriesItsManifest) {
           "<dpiAwareness xmlns=\"http://schemas.microsoft.com/SMI/2016/WindowsSettings\">"
           "PerMonitorV2</dpiAwareness>",
           "<longPathAware xmlns=\"http://schemas.microsoft.com/SMI/2016/WindowsSettings\">"
-          "true</longPathAware>"})
-        EXPECT_EQ(count(manifest.bytes, part), 1u) << part;
-    EXPECT_EQ(count(manifest.bytes, "supportedOS"), 1u);
-    EXPECT_EQ(std::count_if(
-                  resources.begin(), resources.end(),
-                  [](const Resource& each) { return MAKEINTRESOURCEW(each.type) == RT_MANIFEST; }),
-              1);
+          "true</longPathAware>",
+          "supportedOS"})
+        EXPECT_TRUE(isOnce(part)) << part;
+    EXPECT_EQ(resources.size(), 9u + 4u) << "nothing else, and no other manifest";
 }
 
 }  // namespace

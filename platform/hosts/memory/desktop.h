@@ -66,7 +66,6 @@ struct Desktop {
     bool clipboardHeld = false;
 
     // tray.cpp
-    bool trayRefused = false;
     std::optional<host::TrayIcon> trayIcon;
     std::optional<host::Balloon> balloon;
     std::chrono::steady_clock::time_point balloonUntil{};

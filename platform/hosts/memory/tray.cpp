@@ -26,7 +26,6 @@ bool setTrayIcon(const host::TrayIcon* icon) {
         desktop.balloon.reset();
         return true;
     }
-    if (desktop.trayRefused && !desktop.trayIcon) return false;
     desktop.trayIcon = *icon;
     return true;
 }
@@ -57,11 +56,6 @@ void restartShell() {
     record.trayIcon.reset();
     record.balloon.reset();
     memory::queueTray(record, host::Event::TaskbarCreated, 0);
-}
-
-void refuseTray(bool refused) {
-    const std::lock_guard lock(theDesktop().mutex);
-    theDesktop().trayRefused = refused;
 }
 
 void holdClipboard(bool held) {

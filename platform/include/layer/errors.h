@@ -49,7 +49,6 @@
 #define E_INVALIDARG ((HRESULT)0x80070057)
 #define RPC_E_CHANGED_MODE ((HRESULT)0x80010106)
 
-#define SUCCEEDED(result) ((HRESULT)(result) >= 0)
 #define FAILED(result) ((HRESULT)(result) < 0)
 
 // A published inline function, so that a code that is an HRESULT already passes through unchanged.

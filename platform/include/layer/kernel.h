@@ -53,14 +53,12 @@ HGLOBAL GlobalAlloc(UINT flags, SIZE_T bytes);
 LPVOID GlobalLock(HGLOBAL block);
 BOOL GlobalUnlock(HGLOBAL block);
 HGLOBAL GlobalFree(HGLOBAL block);
-SIZE_T GlobalSize(HGLOBAL block);
 
 HANDLE CreateMutexW(LPSECURITY_ATTRIBUTES security, BOOL owned, LPCWSTR name);
 
 DWORD GetLastError();
 void SetLastError(DWORD code);
 DWORD GetCurrentProcessId();
-DWORD GetCurrentThreadId();
 ULONGLONG GetTickCount64();
 void Sleep(DWORD milliseconds);
 DWORD GetModuleFileNameW(HMODULE module, LPWSTR name, DWORD capacity);

@@ -6,7 +6,6 @@
 
 #define WINAPI
 #define CALLBACK
-#define APIENTRY
 #define STDMETHODCALLTYPE
 
 using BYTE = unsigned char;

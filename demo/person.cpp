@@ -1,0 +1,93 @@
+// What a person does and sees through the desktop's control.
+
+#include "demo/person.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <stdexcept>
+
+namespace person {
+
+namespace {
+
+// The sheet takes the keyboard and covers the monitor; the frame does neither.
+bool overlayIsUp(bool asSheet) {
+    const auto all = desktop::windows();
+    return std::any_of(all.begin(), all.end(), [&](const desktop::ShownWindow& one) {
+        return one.className == "QuorvelClipOverlay" && one.visible && one.foreground == asSheet;
+    });
+}
+
+void askToExit() {
+    try {
+        desktop::postToWindow("QuorvelDeskClip", WM_CLOSE);
+    } catch (const std::runtime_error&) {
+        // It is so early or so late that there is no window.
+    }
+}
+
+}  // namespace
+
+Program::Program(const std::u16string& commandTail) {
+    thread = std::thread([this, tail = commandTail]() mutable {
+        exitCode = wWinMain(GetModuleHandleW(nullptr), nullptr, tail.data(), SW_SHOWNORMAL);
+        ended = true;
+    });
+}
+
+Program::~Program() { close(); }
+
+// The thread's own leftovers go with it.
+bool Program::waitForEnd() {
+    const bool isOver = desktop::waitUntil([this] { return hasEnded(); });
+    if (isOver && thread.joinable()) thread.join();
+    return isOver;
+}
+
+int Program::close() {
+    const bool isOver = desktop::waitUntil([this] {
+        if (!hasEnded()) askToExit();
+        return hasEnded();
+    });
+    if (!isOver) {
+        std::fputs("The program does not close.\n", stderr);
+        std::_Exit(EXIT_FAILURE);
+    }
+    waitForEnd();
+    return exitCode;
+}
+
+void pressKeys(const std::vector<UINT>& keys) {
+    for (const UINT key : keys) desktop::pressKey(key);
+    for (auto key = keys.rbegin(); key != keys.rend(); ++key) desktop::releaseKey(*key);
+}
+
+void pressShortcut() { pressKeys({VK_LCONTROL, VK_LSHIFT, '7'}); }
+void pressEsc() { pressKeys({VK_ESCAPE}); }
+
+void drag(int fromX, int fromY, int toX, int toY) {
+    desktop::movePointer(fromX, fromY);
+    desktop::pressButton(1);
+    desktop::movePointer(toX, toY);
+    desktop::releaseButton(1);
+}
+
+bool isShown(const std::string& className) {
+    const auto all = desktop::windows();
+    return std::any_of(all.begin(), all.end(), [&](const desktop::ShownWindow& one) {
+        return one.visible && one.className == className;
+    });
+}
+
+bool sheetIsUp() { return overlayIsUp(true); }
+bool frameIsUp() { return overlayIsUp(false); }
+
+std::vector<std::string> callsOf(const std::string& operation) {
+    std::vector<std::string> calls;
+    for (const desktop::LoggedCall& call : desktop::callLog())
+        if (call.operation == operation) calls.push_back(call.arguments);
+    return calls;
+}
+
+}  // namespace person
