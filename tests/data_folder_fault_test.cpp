@@ -1,0 +1,79 @@
+// Links at and above the data folder, and calls that fail on the way.
+
+#include "store/data_folder.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+#include "platform/control.h"
+#include "tests/scratch.h"
+
+namespace {
+
+const std::string refusedLink = "App data folder must not be a junction/symlink";
+
+// A local application data folder of its own.
+struct DataFolder : testing::Test {
+    DataFolder() {
+        std::filesystem::create_directories(local);
+        setenv("XDG_DATA_HOME", local.c_str(), 1);
+    }
+    ~DataFolder() override {
+        setenv("XDG_DATA_HOME", before.c_str(), 1);
+        desktop::clearFaults();
+    }
+
+    const std::string before = std::getenv("XDG_DATA_HOME");
+    const ScratchFolder scratch;
+    const Path local = scratch.path / "local", target = scratch.path / "target";
+};
+
+TEST_F(DataFolder, refusesLinksAtItsTwoLevels) {
+    const Path base = local / "Quorvel Desk Clip";
+    std::filesystem::create_directory(target);
+    std::filesystem::create_directory_symlink(target, base);
+    EXPECT_EQ(failureOf(prepareDataFolder), refusedLink);
+    std::filesystem::remove(base);
+    std::filesystem::create_directory(base);
+    std::filesystem::create_directory_symlink(target, base / "Recordings");
+    EXPECT_EQ(failureOf(prepareDataFolder), refusedLink);
+}
+
+TEST_F(DataFolder, followsLinksAboveIt) {
+    std::filesystem::remove(local);
+    std::filesystem::create_directory(target);
+    std::filesystem::create_directory_symlink(target, local);
+    EXPECT_EQ(prepareDataFolder(), std::filesystem::canonical(target) / "Quorvel Desk Clip");
+}
+
+TEST_F(DataFolder, saysWhatFailed) {
+    const struct {
+        const char* operation;
+        int nth;
+        DWORD code;
+        const char* words;
+    } rows[] = {
+        {"SHGetKnownFolderPath", 1, 0x80070002, "LocalAppData (0x80070002)"},
+        {"GetFileAttributesW", 1, 5, refusedLink.c_str()},
+        {"GetFileAttributesW", 2, 5, refusedLink.c_str()},
+        {"CreateFileW", 1, 32, "Cannot open completed clip/data folder"},
+        {"GetFileInformationByHandle", 1, 5, "Completed clip is empty or not a file"},
+        {"GetFinalPathNameByHandleW", 1, 5, "Cannot resolve physical clip path"},
+        {"GetFinalPathNameByHandleW", 2, 5, "Cannot resolve physical clip path"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.operation);
+        desktop::planFault({desktop::Fault::Fail, row.operation, row.nth, row.code, false});
+        EXPECT_EQ(failureOf(prepareDataFolder), row.words);
+        EXPECT_TRUE(desktop::faultStruck());
+        EXPECT_TRUE(desktop::openObjects().empty());
+        desktop::clearFaults();
+        EXPECT_EQ(failureOf(prepareDataFolder), "");
+    }
+    std::filesystem::remove_all(local);
+    writeFile(local, "in the way");
+    EXPECT_NE(failureOf(prepareDataFolder).find("cannot create directories"), std::string::npos);
+}
+
+}  // namespace
