@@ -11,7 +11,7 @@ build_packages=(
     binutils-mingw-w64-x86-64 g++-mingw-w64-x86-64-posix
 )
 native_test_packages=(
-    ffmpeg xvfb x11-xserver-utils xclip clang libclang-rt-14-dev dbus-daemon
+    ffmpeg xvfb x11-xserver-utils xclip clang libclang-rt-14-dev dbus-daemon trayer
 )
 windows_test_packages=(googletest wine64 fonts-wine xvfb xdotool imagemagick)
 bench_packages=(libyuv-dev xvfb)

@@ -61,17 +61,6 @@ struct LiveHost : testing::Test {
         return surface;
     }
 
-    xcb_atom_t atom(const std::string& name) const {
-        auto* const reply = xcb_intern_atom_reply(
-            live::person(),
-            xcb_intern_atom(live::person(), 0, static_cast<std::uint16_t>(name.size()),
-                            name.c_str()),
-            nullptr);
-        const xcb_atom_t found = reply->atom;
-        std::free(reply);
-        return found;
-    }
-
     const host::Host* desk;
     std::function<bool(const Event&)> takes = [](const Event&) { return false; };
     std::vector<Event> events;

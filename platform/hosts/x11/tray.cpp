@@ -134,12 +134,12 @@ bool isSecondPress(const xcb_button_press_event_t& press) {
            std::abs(press.root_y - lastPress.root_y) <= 4;
 }
 
+// A press of another button in between makes two clicks of it.
 void press(const xcb_button_press_event_t& event) {
     hideNote(tip);
-    if (event.detail == 3) tellMouse(WM_RBUTTONDOWN);
-    if (event.detail != 1) return;
     const bool second = isSecondPress(event);
-    tellMouse(second ? UINT(WM_LBUTTONDBLCLK) : UINT(WM_LBUTTONDOWN));
+    if (event.detail == 1) tellMouse(second ? UINT(WM_LBUTTONDBLCLK) : UINT(WM_LBUTTONDOWN));
+    if (event.detail == 3) tellMouse(WM_RBUTTONDOWN);
     lastPress = second ? xcb_button_press_event_t{} : event;
 }
 
