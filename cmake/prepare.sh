@@ -6,12 +6,12 @@ build_packages=(
     cmake ninja-build g++ pkg-config
     libavcodec-dev libavformat-dev libavutil-dev libcairo2-dev libpango1.0-dev libdbus-1-dev
     libxcb1-dev libxcb-shm0-dev libxcb-damage0-dev libxcb-randr0-dev libxcb-shape0-dev libxcb-xfixes0-dev
-    libxcb-composite0-dev libxcb-keysyms1-dev libxcb-xtest0-dev libgtest-dev fonts-dejavu-core
+    libxcb-composite0-dev libxcb-xtest0-dev libgtest-dev fonts-dejavu-core
     # The resources are compiled by the Windows resource compiler, also for the native build.
     binutils-mingw-w64-x86-64 g++-mingw-w64-x86-64-posix
 )
 native_test_packages=(
-    ffmpeg xvfb x11-xserver-utils xclip clang libclang-rt-14-dev dbus-daemon
+    ffmpeg xvfb x11-xserver-utils xclip clang libclang-rt-14-dev dbus-daemon trayer
 )
 windows_test_packages=(googletest wine64 fonts-wine xvfb xdotool imagemagick)
 bench_packages=(libyuv-dev xvfb)

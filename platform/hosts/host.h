@@ -54,7 +54,7 @@ struct Event {
     UINT key = 0;              // virtual key, side-specific for modifiers
     UINT modifiers = 0;        // MOD_ALT | MOD_CONTROL | MOD_SHIFT | MOD_WIN held before this event
     UINT message = 0;
-    Surface surface = 0;
+    Surface surface = 0;       // that the pointer event is for; 0: what lies there is not ours
     bool offered = true;       // false: a key event that was passed on before and now comes to a window of ours
     std::uint64_t token = 0;   // the host's own, for finishInput
 };

@@ -1,4 +1,4 @@
-// Hit testing by order, region and transparency; the mouse capture.
+// Whose a pointer event is; the mouse capture.
 
 #include "platform/user32/mouse.h"
 
@@ -17,9 +17,10 @@ namespace {
 HWND capturing = nullptr;
 WPARAM buttons = 0;  // MK_ bits of those that are held
 
-HWND windowAt(POINT at) {
+// The host knows better than a look at the places what else lies over the windows of ours.
+HWND windowOf(host::Surface surface) {
     for (const HWND window : windowOrder())
-        if (takesMouseAt(*find(window), at)) return window;
+        if (surface && find(window)->surface == surface) return window;
     return nullptr;
 }
 
@@ -39,7 +40,7 @@ UINT messageOf(const host::Event& event) {
 }  // namespace
 
 bool pointerMessage(const host::Event& event, MSG& message) {
-    const HWND window = capturing ? capturing : windowAt(event.at);
+    const HWND window = capturing ? capturing : windowOf(event.surface);
     if (event.kind == host::Event::ButtonPressed) buttons |= bitOf(event.button);
     if (event.kind == host::Event::ButtonReleased) buttons &= ~bitOf(event.button);
     if (!window) return false;

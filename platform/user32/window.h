@@ -71,7 +71,6 @@ void updatePlacement(Window& window, bool raised);
 void publishWindows();
 // Something of it can be on the screen.
 bool isSeen(const Window& window);
-bool takesMouseAt(const Window& window, POINT at);
 
 // --- default_procedure.cpp
 // What DefWindowProcW does; stops the process at a message that it does not know.

@@ -1,7 +1,5 @@
 // Where a window is, whether it is seen, and how: opacity, region, exclusion from captures.
 
-#include <algorithm>
-
 #include "platform/desktop/call.h"
 #include "platform/desktop/objects.h"
 #include "platform/desktop/shown.h"
@@ -16,16 +14,12 @@ namespace {
 
 bool isLayered(const Window& window) { return (window.extendedStyle & WS_EX_LAYERED) != 0; }
 
-bool passesMouse(const Window& window) {
-    return isLayered(window) && (window.extendedStyle & WS_EX_TRANSPARENT) != 0;
-}
-
 host::Placement placementOf(const Window& window) {
     host::Placement placement;
     placement.bounds = window.bounds;
     placement.opacity = isLayered(window) ? *window.opacity : BYTE{255};
     if (window.region) placement.shape = *window.region;
-    placement.passesMouse = passesMouse(window);
+    placement.passesMouse = isLayered(window) && window.extendedStyle & WS_EX_TRANSPARENT;
     placement.excludedFromCapture = window.excludedFromCapture;
     return placement;
 }
@@ -75,14 +69,6 @@ void place(Window& window, const RECT& bounds) {
 void raise(Window& window) {
     moveToFront(window.handle);
     if (window.visible) updatePlacement(window, true);
-}
-
-bool takesMouseAt(const Window& window, POINT at) {
-    if (!isSeen(window) || passesMouse(window) || !gdi::contains(window.bounds, at)) return false;
-    if (!window.region) return true;
-    const POINT inside{at.x - window.bounds.left, at.y - window.bounds.top};
-    return std::any_of(window.region->begin(), window.region->end(),
-                       [&](const RECT& area) { return gdi::contains(area, inside); });
 }
 
 void publishWindows() {

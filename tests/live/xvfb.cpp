@@ -29,6 +29,17 @@ pid_t start(const std::vector<std::string>& command) {
     _exit(127);
 }
 
+int waitFor(pid_t program) {
+    int status = 0;
+    waitpid(program, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+int end(pid_t program) {
+    kill(program, SIGTERM);
+    return waitFor(program);
+}
+
 namespace {
 
 xcb_connection_t* connection = nullptr;
@@ -97,9 +108,18 @@ void tap(xcb_keysym_t key) {
     press(key);
     release(key);
 }
+void pressKeys(const std::vector<xcb_keysym_t>& keys) {
+    for (const xcb_keysym_t key : keys) press(key);
+    for (auto key = keys.rbegin(); key != keys.rend(); ++key) release(*key);
+}
 void movePointer(int x, int y) { fake(XCB_MOTION_NOTIFY, 0, x, y); }
 void pressButton(int button) { fake(XCB_BUTTON_PRESS, static_cast<std::uint8_t>(button)); }
 void releaseButton(int button) { fake(XCB_BUTTON_RELEASE, static_cast<std::uint8_t>(button)); }
+void click(POINT at, int button) {
+    movePointer(at.x, at.y);
+    pressButton(button);
+    releaseButton(button);
+}
 
 std::uint32_t pixelAt(int x, int y) {
     const auto reply = own(xcb_get_image_reply(
@@ -114,6 +134,47 @@ std::uint32_t pixelAt(int x, int y) {
 xcb_window_t focus() {
     return own(xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection), nullptr))
         ->focus;
+}
+
+namespace {
+
+xcb_atom_t titleProperty() {
+    static const auto known = own(xcb_intern_atom_reply(
+        connection, xcb_intern_atom(connection, 0, 12, "_NET_WM_NAME"), nullptr));
+    return known->atom;
+}
+
+bool isShown(xcb_window_t window, const std::string& title) {
+    const auto seen = own(xcb_get_window_attributes_reply(
+        connection, xcb_get_window_attributes(connection, window), nullptr));
+    const auto name = own(xcb_get_property_reply(
+        connection, xcb_get_property(connection, 0, window, titleProperty(), XCB_ATOM_ANY, 0, 100),
+        nullptr));
+    return seen && name && seen->map_state == XCB_MAP_STATE_VIEWABLE &&
+           title == std::string(static_cast<char*>(xcb_get_property_value(name.get())),
+                                std::size_t(xcb_get_property_value_length(name.get())));
+}
+
+}  // namespace
+
+xcb_window_t findWindow(const std::string& title, xcb_window_t parent) {
+    const auto tree =
+        own(xcb_query_tree_reply(connection, xcb_query_tree(connection, parent), nullptr));
+    for (int i = 0; tree && i < xcb_query_tree_children_length(tree.get()); ++i) {
+        const xcb_window_t child = xcb_query_tree_children(tree.get())[i];
+        if (isShown(child, title)) return child;
+        if (const xcb_window_t found = findWindow(title, child)) return found;
+    }
+    return 0;
+}
+
+RECT boundsOf(xcb_window_t window) {
+    const auto size =
+        own(xcb_get_geometry_reply(connection, xcb_get_geometry(connection, window), nullptr));
+    const auto place = own(xcb_translate_coordinates_reply(
+        connection, xcb_translate_coordinates(connection, window, root(), 0, 0), nullptr));
+    if (!size || !place) return {};
+    return {place->dst_x, place->dst_y, place->dst_x + size->width, place->dst_y + size->height};
 }
 
 // The real output belongs to the primary monitor; without it the server would add one of its own.
@@ -170,11 +231,6 @@ Program::Program() : process(start({PROGRAM_FILE})) {
     if (!desktop::waitUntil(shortcutIsTaken)) throw std::runtime_error("the program did not start");
 }
 
-Program::~Program() {
-    kill(process, SIGTERM);
-    waitpid(process, nullptr, 0);
-}
-
 std::filesystem::path Program::waitForClip() const {
     const std::filesystem::path folder =
         std::filesystem::path(std::getenv("XDG_DATA_HOME")) / "Quorvel Desk Clip" / "Recordings";
@@ -188,9 +244,6 @@ std::filesystem::path Program::waitForClip() const {
     return clip;
 }
 
-void pressShortcut() {
-    for (const xcb_keysym_t key : {controlKey, shiftKey, xcb_keysym_t('7')}) press(key);
-    for (const xcb_keysym_t key : {xcb_keysym_t('7'), shiftKey, controlKey}) release(key);
-}
+void pressShortcut() { pressKeys({controlKey, shiftKey, '7'}); }
 
 }  // namespace live

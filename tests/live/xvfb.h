@@ -19,20 +19,27 @@ namespace live {
 // process.
 void startDisplay();
 pid_t start(const std::vector<std::string>& command);  // a program that ends with this process
+int waitFor(pid_t program);                            // its exit code; -1: a signal ended it
+int end(pid_t program);                                // asks it to end, and waits
 xcb_connection_t* person();                            // the person's connection
 xcb_window_t root();
 
 // Keys by their symbol: 'a', 0xff1b.
 constexpr xcb_keysym_t escapeKey = 0xff1b, controlKey = 0xffe3, shiftKey = 0xffe1, altKey = 0xffe9;
+void pressKeys(const std::vector<xcb_keysym_t>& keys);  // down in order, up in reverse order
 void press(xcb_keysym_t key);
 void release(xcb_keysym_t key);
 void tap(xcb_keysym_t key);
 void movePointer(int x, int y);
 void pressButton(int button);
 void releaseButton(int button);
+void click(POINT at, int button = 1);
 
 std::uint32_t pixelAt(int x, int y);  // 0x00RRGGBB
 xcb_window_t focus();
+// On the screen, below that window: 0 if there is none of that title.
+xcb_window_t findWindow(const std::string& title, xcb_window_t parent = root());
+RECT boundsOf(xcb_window_t window);  // on the screen; empty if there is no such window
 void setMonitor(const std::string& name, const RECT& bounds, bool primary);
 
 // A program that draws and listens (pattern_client.cpp).
@@ -50,7 +57,7 @@ struct Client {
 // The program under test, in a process of its own and with the user folders of this one.
 struct Program {
     Program();  // returns when its shortcut, Ctrl+Shift+7, is taken
-    ~Program();
+    ~Program() { end(process); }
     std::filesystem::path waitForClip() const;  // the first one; empty if none comes
 
     pid_t process = 0;

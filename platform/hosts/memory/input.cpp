@@ -3,6 +3,8 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
+#include <algorithm>
+
 #include "platform/hosts/memory/desktop.h"
 #include "platform/hosts/memory/parts.h"
 
@@ -30,6 +32,21 @@ void queueInput(Desktop& desktop, host::Event::Kind kind, int button, UINT key) 
 
 bool isKey(const host::Event& event) {
     return event.kind == host::Event::KeyPressed || event.kind == host::Event::KeyReleased;
+}
+
+bool takesPointerAt(const Surface& surface, POINT at) {
+    const host::Placement& placement = surface.placement;
+    if (!surface.visible || placement.passesMouse || !gdi::contains(placement.bounds, at))
+        return false;
+    const POINT inside{at.x - placement.bounds.left, at.y - placement.bounds.top};
+    const auto holds = [&](const RECT& area) { return gdi::contains(area, inside); };
+    return placement.shape.empty() || std::ranges::any_of(placement.shape, holds);
+}
+
+host::Surface surfaceAt(const Desktop& desktop, POINT at) {
+    for (auto surface = desktop.order.rbegin(); surface != desktop.order.rend(); ++surface)
+        if (takesPointerAt(desktop.surfaces.at(*surface), at)) return *surface;
+    return 0;
 }
 
 // Repeats and the release of a key belong to whoever got its press, even if the hook that took the
@@ -68,6 +85,7 @@ bool nextEvent(host::Event& event) {
     }
     event = desktop.events.front();
     desktop.events.pop_front();
+    if (event.kind <= host::Event::ButtonReleased) event.surface = surfaceAt(desktop, event.at);
     return true;
 }
 

@@ -40,8 +40,9 @@ std::string addressOf(const std::string& path) {
 void setOffer(const std::vector<std::string>& paths) {
     std::string list, copy = "copy";
     for (const std::string& path : paths) {
-        list += addressOf(path) + "\r\n";
-        copy += "\n" + addressOf(path);
+        const std::string address = addressOf(path);
+        list += address + "\r\n";
+        copy += '\n' + address;
     }
     offered = {{"text/uri-list", list},
                {"x-special/gnome-copied-files", copy},

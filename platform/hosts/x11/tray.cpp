@@ -11,6 +11,7 @@
 
 #include "platform/desktop/text.h"
 #include "platform/hosts/x11/display.h"
+#include "platform/hosts/x11/monitor.h"
 #include "platform/hosts/x11/note.h"
 #include "platform/hosts/x11/visual.h"
 
@@ -35,6 +36,14 @@ Visual visualOfTray() {
     return found.type ? found : rootVisual();
 }
 
+// Some trays make room for what the window says that it needs, and for a pixel if it says nothing.
+void askForSize(std::uint32_t side) {
+    std::vector<std::uint32_t> hints(18);  // WM_SIZE_HINTS
+    hints[0] = 1 << 4;                     // only the least size is given
+    hints[5] = hints[6] = side;
+    setProperty(icon, "WM_NORMAL_HINTS", XCB_ATOM_WM_SIZE_HINTS, hints);
+}
+
 void makeIconWindow() {
     visual = visualOfTray();
     const bool transparent = visual.type->visual_id != screen().root_visual;
@@ -57,6 +66,7 @@ void makeIconWindow() {
         XCB_WINDOW_CLASS_INPUT_OUTPUT, visual.type->visual_id,
         XCB_CW_BACK_PIXMAP | XCB_CW_BORDER_PIXEL | XCB_CW_EVENT_MASK | XCB_CW_COLORMAP, values);
     setProperty(icon, "_XEMBED_INFO", atom("_XEMBED_INFO"), {0, 1});  // version 0, to be mapped
+    askForSize(side);
 }
 
 void askToDock() {
@@ -124,23 +134,26 @@ bool isSecondPress(const xcb_button_press_event_t& press) {
            std::abs(press.root_y - lastPress.root_y) <= 4;
 }
 
+// A press of another button in between makes two clicks of it.
 void press(const xcb_button_press_event_t& event) {
     hideNote(tip);
-    if (event.detail == 3) tellMouse(WM_RBUTTONDOWN);
-    if (event.detail != 1) return;
     const bool second = isSecondPress(event);
-    tellMouse(second ? UINT(WM_LBUTTONDBLCLK) : UINT(WM_LBUTTONDOWN));
+    if (event.detail == 1) tellMouse(second ? UINT(WM_LBUTTONDBLCLK) : UINT(WM_LBUTTONDOWN));
+    if (event.detail == 3) tellMouse(WM_RBUTTONDOWN);
     lastPress = second ? xcb_button_press_event_t{} : event;
 }
 
 void showTip(const xcb_enter_notify_event_t& enter) {
     hideNote(tip);
     if (!wanted || wanted->tip.empty()) return;
+    const UINT dpi = primaryMonitor().dpi;
+    const auto scaled = [&](LONG length) { return length * static_cast<LONG>(dpi) / 96; };
     // Away from the pointer, on the side where the screen is.
-    const LONG above = enter.root_y - enter.event_y - 4;
-    const LONG x = std::max<LONG>(enter.root_x, 340);
+    const LONG above = enter.root_y - enter.event_y - scaled(4);
+    const LONG below = enter.root_y + height + scaled(60);
     tip = showNote({"", desktop::toUtf8(wanted->tip), false},
-                   {x, above > 60 ? above : enter.root_y + height + 60}, 96);
+                   {std::max<LONG>(enter.root_x, scaled(340)), above > scaled(60) ? above : below},
+                   dpi);
 }
 
 bool iconEvent(const xcb_generic_event_t& event) {

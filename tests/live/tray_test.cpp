@@ -1,0 +1,170 @@
+// The tray icon in a tray that others made, its menu, and the way to it again after the tray has
+// been started anew: the program in a process of its own.
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include "platform/control.h"
+#include "tests/live/xvfb.h"
+
+namespace {
+
+constexpr POINT ground{300, 900};  // nothing of ours is ever there
+constexpr LONG right = 1920;
+enum Row { recordRegion, stopRecording, openClips, settings, separator, exitProgram };
+
+void await(const char* what, const std::function<bool()>& condition) {
+    ASSERT_TRUE(desktop::waitUntil(condition)) << "waited in vain for " << what;
+}
+
+LONG widthOf(const RECT& area) { return area.right - area.left; }
+
+// Its tip has the same title, but not in the tray.
+RECT icon() {
+    const xcb_window_t panel = live::findWindow("panel");
+    return live::boundsOf(live::findWindow("Quorvel Desk Clip — Ctrl+Shift+7", panel));
+}
+
+bool shows(const RECT& area, std::uint32_t colour) {
+    for (LONG y = area.top; y < area.bottom; ++y)
+        for (LONG x = area.left; x < area.right; ++x)
+            if (live::pixelAt(x, y) == colour) return true;
+    return false;
+}
+
+bool isDrawn() {
+    const RECT area = icon();
+    return widthOf(area) >= 16 && area.right <= right && shows(area, 0xD5F65A) && shows(area, 0x172116);
+}
+
+struct Tray {
+    Tray()
+        : process(live::start({"trayer", "--edge", "bottom", "--align", "right", "--widthtype",
+                               "request", "--heighttype", "pixel", "--height", "24"})) {}
+    ~Tray() { live::end(process); }
+
+    const pid_t process;
+};
+
+struct InTray : testing::Test {
+    InTray() {
+        live::startDisplay();
+        others = live::focus();
+    }
+
+    RECT focused() const {
+        const xcb_window_t window = live::focus();
+        return window == others ? RECT{} : live::boundsOf(window);
+    }
+    bool sheetIsUp() const { return widthOf(focused()) == right; }
+    bool dialogIsUp() const { return widthOf(focused()) > 400 && !sheetIsUp(); }
+    bool menuIsUp() const { return widthOf(focused()) > 0 && widthOf(focused()) < 300; }
+    bool nothingIsUp() const { return live::focus() == others; }
+
+    POINT pressIcon(int button) const {
+        const RECT area = icon();
+        const POINT at{area.left + 5, area.top + 5};
+        live::click(at, button);
+        return at;
+    }
+    // Whatever the icon was told before has been heard by then.
+    POINT openMenu() const {
+        const POINT at = pressIcon(3);
+        await("the menu", [&] { return menuIsUp(); });
+        return at;
+    }
+    void choose(Row row) const {
+        const RECT menu = focused();
+        live::click({menu.left + 60, menu.top + 18 + 28 * row - (row > separator ? 19 : 0)});
+    }
+    void leave() const {
+        live::tap(live::escapeKey);
+        await("an empty screen", [&] { return nothingIsUp(); });
+    }
+
+    xcb_window_t others;
+};
+
+TEST_F(InTray, anIconStandsInEveryTrayThatComes) {
+    const live::Program program;
+    for (int round = 0; round < 2; ++round) {
+        const Tray tray;
+        await("the icon", isDrawn);
+        pressIcon(1);
+        openMenu();
+        leave();
+        pressIcon(1);
+        pressIcon(1);
+        await("the sheet", [&] { return sheetIsUp(); });
+        leave();
+    }
+    await("the end of the icon",
+          [] { return !live::findWindow("Quorvel Desk Clip — Ctrl+Shift+7"); });
+}
+
+TEST_F(InTray, theMenuOpensAtThePointerAndIsLeftWithoutAChoice) {
+    const live::Program program;
+    const Tray tray;
+    await("the icon", isDrawn);
+    void (*const ways[])() = {[] { live::tap(live::escapeKey); }, [] { live::click(ground); }};
+    for (const auto& way : ways) {
+        const POINT at = openMenu();
+        const RECT menu = focused();
+        EXPECT_TRUE(menu.right == right && menu.left < at.x && menu.bottom == at.y)
+            << menu.left << ' ' << menu.top << ' ' << menu.right << ' ' << menu.bottom;
+        EXPECT_TRUE(shows(menu, 0x1A1A1A)) << "no text";
+        way();
+        await("an empty screen", [&] { return nothingIsUp(); });
+    }
+}
+
+TEST_F(InTray, theMenuDoesWhatItSays) {
+    const std::filesystem::path home = std::getenv("HOME"), opened = home / "opened";
+    std::ofstream(home / "xdg-open") << "#!/bin/sh\nprintf %s \"$1\" >'" << opened.string() << "'";
+    std::filesystem::permissions(home / "xdg-open", std::filesystem::perms::owner_all);
+    setenv("PATH", (home.string() + ":" + std::getenv("PATH")).c_str(), 1);
+
+    const live::Program program;
+    const Tray tray;
+    await("the icon", isDrawn);
+    openMenu();
+    choose(recordRegion);
+    await("the sheet", [&] { return sheetIsUp(); });
+    live::click(ground);
+    await("a notice", [] {
+        return live::findWindow("Choose a region from 16×16 to 3840×2160 on one monitor.");
+    });
+
+    openMenu();
+    choose(recordRegion);
+    await("the sheet", [&] { return sheetIsUp(); });
+    live::movePointer(ground.x, ground.y);
+    live::pressButton(1);
+    live::movePointer(ground.x + 99, ground.y + 99);
+    live::releaseButton(1);
+    await("the frame", [] { return live::pixelAt(ground.x - 1, ground.y + 50) == 0xff4040; });
+    openMenu();
+    choose(stopRecording);
+    await("the notice", [] {
+        return live::findWindow("Copied — paste the video file.") ||
+               live::findWindow("Recording stopped before its first frame");
+    });
+
+    openMenu();
+    choose(openClips);
+    await("the folder", [&] { return std::filesystem::exists(opened); });
+    openMenu();
+    choose(settings);
+    await("the dialog", [&] { return dialogIsUp(); });
+    const RECT dialog = focused();
+    pressIcon(3);
+    live::click({dialog.right - 22, dialog.top + 15});  // Would only close a menu.
+    await("an empty screen", [&] { return nothingIsUp(); });
+    openMenu();
+    choose(exitProgram);
+    EXPECT_EQ(live::waitFor(program.process), 0);
+    EXPECT_EQ(widthOf(icon()), 0);
+}
+
+}  // namespace
