@@ -1,6 +1,6 @@
 # The tests as Windows programs: those of this folder, and all in the folder above that ask for nothing but the
-# published operations. A file that includes from platform/ or a POSIX header, or starts a program by popen, asks for
-# more and stays native; so does what plans faults.
+# published operations. A file that includes from platform/ or demo/ or a POSIX header, or starts a program by popen,
+# asks for more and stays native; so does what plans faults.
 
 add_test(NAME Executable.isTheSameWhenBuiltElsewhere
          COMMAND ${CMAKE_CURRENT_LIST_DIR}/reproducible.sh ${PROJECT_SOURCE_DIR}
@@ -23,7 +23,7 @@ set(shared)
 set(tests)
 foreach(source IN LISTS sources)
     file(STRINGS ${source} native_only REGEX
-         "#include (\"platform/|<(sys/.*|unistd|fcntl|poll)\\.h>)|popen\\(")
+         "#include (\"(platform|demo)/|<(sys/.*|unistd|fcntl|poll)\\.h>)|popen\\(")
     if(native_only OR source MATCHES "/tests/main\\.cpp$|_fault_test\\.cpp$")
         continue()
     elseif(source MATCHES "_test\\.cpp$")
