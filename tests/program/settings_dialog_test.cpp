@@ -6,13 +6,12 @@
 #include <fstream>
 
 #include "settings/startup.h"
-#include "tests/program/person.h"
+#include "tests/program/settings_dialog.h"
 
 using namespace person;
 
 namespace {
 
-enum Id { box = 1001, startup = 1002, hint = 1003, save = 1, cancel = 2 };
 enum Entry { settings = 4, minimize = 0xF020, closeWindow = 0xF060 };
 
 const char* const keepExe = "If enabled, keep this portable EXE in its current location.";
@@ -20,36 +19,15 @@ const char* const noCapture = "Shortcut capture unavailable. Existing shortcut k
 const char* const foreignEntry = "Startup points elsewhere (possibly an older copy). Disable it "
                                  "from that copy before moving. No entry was changed.";
 
-desktop::ShownControl control(int id) {
-    if (const auto dialog = desktop::openDialog())
-        for (const desktop::ShownControl& one : dialog->controls)
-            if (one.id == id) return one;
-    return {};
-}
-
-// 0: the dialog is not open or not in the foreground.
-int focus() {
-    if (const auto dialog = desktop::openDialog())
-        for (const desktop::ShownControl& one : dialog->controls)
-            if (one.focused) return one.id;
-    return 0;
-}
-
 void openSettings() {
     openTrayMenu();
     chooseFromMenu(settings);
     await("the dialog", [] { return focus() != 0; });
 }
 
-// The tip is brought up to date when everything else is over.
-void awaitClosed() {
-    await("the end of the dialog", [] { return !callsOf("Shell_NotifyIconW").empty(); });
-    EXPECT_FALSE(desktop::openDialog());
-}
-
 void click(int id) {
-    const RECT area = control(id).bounds;
-    drag((area.left + area.right) / 2, (area.top + area.bottom) / 2, area.left + 4, area.top + 4);
+    const POINT middle = middleOf(id);
+    drag(middle.x, middle.y, control(id).bounds.left + 4, control(id).bounds.top + 4);
 }
 
 void tabTo(int id) {
@@ -66,13 +44,10 @@ void capture(const std::vector<UINT>& keys, const std::string& text) {
     await("the shortcut", [&] { return control(box).text == text; });
 }
 
-// Answers the one box that comes, and tells what it said.
 std::string readBox() {
-    await("a message box", [] { return !desktop::openBoxes().empty(); });
-    const std::vector<desktop::ShownBox> boxes = desktop::openBoxes();
-    if (boxes.size() != 1) return std::to_string(boxes.size()) + " boxes";
+    const std::string words = awaitBox();
     pressKeys({VK_RETURN});
-    return boxes[0].title + "|" + boxes[0].text + "|" + std::to_string(boxes[0].icon);
+    return words;
 }
 
 }  // namespace

@@ -120,8 +120,10 @@ NoticeAnswer readAnswer() {
 }  // namespace
 
 bool sendNotice(const NoteText& text) {
+    // It has the number of the one to replace, if it is there by now. A bus that has gone shows
+    // here.
+    takeNoticeAnswer();
     if (!connect()) return false;
-    takeNoticeAnswer();  // with the number of the one to replace, if it is there by now
     forgetNotice();
     const Message notice = makeNotice(text);
     return dbus_connection_send_with_reply(bus, notice.get(), &pending, DBUS_TIMEOUT_INFINITE) &&

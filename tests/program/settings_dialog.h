@@ -1,0 +1,45 @@
+// The settings dialog as a person sees it, on any desktop.
+
+#pragma once
+
+#include "tests/program/person.h"
+
+namespace person {
+
+enum SettingsControl { box = 1001, startup = 1002, hint = 1003, save = 1, cancel = 2 };
+
+inline desktop::ShownControl control(int id) {
+    if (const auto dialog = desktop::openDialog())
+        for (const desktop::ShownControl& one : dialog->controls)
+            if (one.id == id) return one;
+    return {};
+}
+
+inline POINT middleOf(int id) {
+    const RECT area = control(id).bounds;
+    return {(area.left + area.right) / 2, (area.top + area.bottom) / 2};
+}
+
+// 0: the dialog is not open or not in the foreground.
+inline int focus() {
+    if (const auto dialog = desktop::openDialog())
+        for (const desktop::ShownControl& one : dialog->controls)
+            if (one.focused) return one.id;
+    return 0;
+}
+
+// The tip is brought up to date when everything else is over.
+inline void awaitClosed() {
+    await("the end of the dialog", [] { return !callsOf("Shell_NotifyIconW").empty(); });
+    EXPECT_FALSE(desktop::openDialog());
+}
+
+// What the one box says that comes: title, text and sign.
+inline std::string awaitBox() {
+    await("a message box", [] { return !desktop::openBoxes().empty(); });
+    const std::vector<desktop::ShownBox> boxes = desktop::openBoxes();
+    if (boxes.size() != 1) return std::to_string(boxes.size()) + " boxes";
+    return boxes[0].title + "|" + boxes[0].text + "|" + std::to_string(boxes[0].icon);
+}
+
+}  // namespace person
