@@ -19,9 +19,4 @@ Texture::~Texture() {
     if (isMapped) desktop::closed(desktop::Object::MappedTexture);
 }
 
-void Texture::GetDesc(D3D11_TEXTURE2D_DESC* result) {
-    desktop::Call call("ID3D11Texture2D::GetDesc");
-    *result = description;
-}
-
 }  // namespace dxgi

@@ -26,8 +26,6 @@ struct Texture : ole32::ComObject<ID3D11Texture2D, IID_ID3D11DeviceChild, IID_ID
     explicit Texture(const std::shared_ptr<Frames>& source);  // the frame that is held now
     ~Texture() override;
 
-    void STDMETHODCALLTYPE GetDesc(D3D11_TEXTURE2D_DESC* result) override;
-
     D3D11_TEXTURE2D_DESC description{};
     std::shared_ptr<Frames> frames;  // null: a staging texture
     unsigned frame = 0;

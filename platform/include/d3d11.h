@@ -6,7 +6,7 @@
 
 #define D3D11_SDK_VERSION 7
 
-enum D3D_DRIVER_TYPE { D3D_DRIVER_TYPE_UNKNOWN = 0, D3D_DRIVER_TYPE_HARDWARE = 1 };
+enum D3D_DRIVER_TYPE { D3D_DRIVER_TYPE_UNKNOWN = 0 };
 enum D3D_FEATURE_LEVEL { D3D_FEATURE_LEVEL_11_0 = 0xB000 };
 enum D3D11_CREATE_DEVICE_FLAG { D3D11_CREATE_DEVICE_BGRA_SUPPORT = 0x20 };
 enum D3D11_USAGE { D3D11_USAGE_DEFAULT = 0, D3D11_USAGE_STAGING = 3 };
@@ -50,9 +50,7 @@ struct ID3D11DeviceChild : IUnknown {};
 
 struct ID3D11Resource : ID3D11DeviceChild {};
 
-struct ID3D11Texture2D : ID3D11Resource {
-    virtual void STDMETHODCALLTYPE GetDesc(D3D11_TEXTURE2D_DESC* description) = 0;
-};
+struct ID3D11Texture2D : ID3D11Resource {};
 
 struct ID3D11DeviceContext : ID3D11DeviceChild {
     virtual void STDMETHODCALLTYPE CopySubresourceRegion(ID3D11Resource* target, UINT targetIndex,

@@ -198,12 +198,8 @@ LONG_PTR GetWindowLongPtrW(HWND window, int index) {
     desktop::Call call("GetWindowLongPtrW", window, index);
     const user32::Window* const record = user32::find(window);
     if (!record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
-    switch (index) {
-    case GWL_STYLE: return record->style | (record->visible ? WS_VISIBLE : 0u);
-    case GWL_EXSTYLE: return record->extendedStyle;
-    case GWLP_USERDATA: return record->userData;
-    default: desktop::refuse("GetWindowLongPtrW", "index", index);
-    }
+    if (index != GWLP_USERDATA) desktop::refuse("GetWindowLongPtrW", "index", index);
+    return record->userData;
 }
 
 LONG_PTR SetWindowLongPtrW(HWND window, int index, LONG_PTR value) {

@@ -86,12 +86,6 @@ void publishWindows() {
 
 using user32::find;
 
-BOOL IsWindowVisible(HWND window) {
-    desktop::Call call("IsWindowVisible", window);
-    const user32::Window* const record = find(window);
-    return record && record->visible;
-}
-
 BOOL ShowWindow(HWND window, int command) {
     desktop::Call call("ShowWindow", window, command);
     user32::Window* const record = find(window);
@@ -181,13 +175,5 @@ BOOL GetClientRect(HWND window, LPRECT rectangle) {
     const user32::Window* const record = find(window);
     if (call.struck() || !record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
     *rectangle = {0, 0, user32::width(*record), user32::height(*record)};
-    return TRUE;
-}
-
-BOOL GetWindowRect(HWND window, LPRECT rectangle) {
-    desktop::Call call("GetWindowRect", window);
-    const user32::Window* const record = find(window);
-    if (call.struck() || !record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
-    *rectangle = record->bounds;
     return TRUE;
 }
