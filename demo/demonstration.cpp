@@ -14,10 +14,12 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -59,9 +61,26 @@ void pause(double seconds) {
         throw std::runtime_error("interrupted");
 }
 
-void photograph(const Path& file, const char* subject) {
-    desktop::saveScreenshot(file.string());
+void photograph(const Path& file, const char* subject, const std::optional<RECT>& area = {}) {
+    desktop::saveScreenshot(file.string(), area);
     say("  picture of " + std::string(subject) + ": " + file.string());
+}
+
+// A window of that class and what lies round it.
+RECT surroundingsOf(const char* className) {
+    constexpr LONG margin = 40;
+    for (const desktop::ShownWindow& window : desktop::windows())
+        if (window.className == className && window.visible)
+            return {window.bounds.left - margin, window.bounds.top - margin,
+                    window.bounds.right + margin, window.bounds.bottom + margin};
+    throw std::runtime_error("a window has gone");
+}
+
+bool shortcutInBoxIs(const std::string& text) {
+    const auto dialog = desktop::openDialog();
+    return dialog && std::ranges::any_of(dialog->controls, [&](const desktop::ShownControl& one) {
+               return one.className == "edit" && one.text == text;
+           });
 }
 
 bool noticed(const std::string& text) {
@@ -99,30 +118,54 @@ Path clipOnClipboard() {
     return path;
 }
 
+void lookAtTheSettings(const person::Program& program, const Path& folder) {
+    constexpr POINT icon{1232, 780}, settings{1150, 725};
+    say("The person right-clicks the icon and chooses Settings.");
+    desktop::movePointer(icon.x, icon.y);
+    desktop::clickTray(WM_RBUTTONUP);
+    waitFor(program, "the menu", [] { return !desktop::openMenu().empty(); });
+    desktop::movePointer(settings.x, settings.y);
+    pause(.5);
+    photograph(folder / "1-menu.png", "the menu", surroundingsOf("#32768"));
+    desktop::pressButton(1);
+    desktop::releaseButton(1);
+    waitFor(program, "the settings", [] { return shortcutInBoxIs("Ctrl+Shift+7"); });
+
+    say("The person tries another shortcut in the box and leaves with Esc: nothing has changed.");
+    person::pressKeys({VK_LCONTROL, VK_LSHIFT, 'K'});
+    waitFor(program, "the other shortcut", [] { return shortcutInBoxIs("Ctrl+Shift+K"); });
+    pause(.5);
+    photograph(folder / "2-settings.png", "the settings", surroundingsOf("#32770"));
+    person::pressEsc();
+    waitFor(program, "the end of the settings", [] { return !desktop::openDialog(); });
+    pause(.5);
+}
+
 Path useTheProgram(const person::Program& program, const Path& folder) {
     say("A desktop of 1280 x 800 shows a test card. The program starts; it lives in the tray.");
     waitFor(program, "the tray icon", [] { return !desktop::trayTip().empty(); });
     say("  tray icon: " + desktop::trayTip());
     pause(.5);
+    lookAtTheSettings(program, folder);
 
     say("The person presses Ctrl+Shift+7: a dim sheet covers the monitor.");
     person::pressShortcut();
     waitFor(program, "the dim sheet", person::sheetIsUp);
 
     say("The person drags a rectangle over the test card.");
-    drag([&] { photograph(folder / "1-dim-sheet.png", "the drag on the dim sheet"); });
+    drag([&] { photograph(folder / "3-dim-sheet.png", "the drag on the dim sheet"); });
     waitFor(program, "the red frame", person::frameIsUp);
 
     say("A red frame marks the region while it is recorded, for three seconds.");
     pause(1.5);
-    photograph(folder / "2-red-frame.png", "the red frame");
+    photograph(folder / "4-red-frame.png", "the red frame");
     pause(1.5);
 
     say("The person presses Esc.");
     person::pressEsc();
     waitFor(program, "the clip on the clipboard",
             [] { return noticed("Copied — paste the video file."); });
-    photograph(folder / "3-desktop.png", "the desktop with the notice");
+    photograph(folder / "5-desktop.png", "the desktop with the notice");
     say("The clip is on the clipboard, ready to paste.");
     return clipOnClipboard();
 }

@@ -89,8 +89,8 @@ struct PassedInput {
 };
 std::vector<PassedInput> inputOfOthers();
 
-// What a person sees: the desktop with all windows, tray icon and balloon, as PNG.
-void saveScreenshot(const std::string& path);
+// What a person sees of the area, or of everything: with all windows, tray icon and balloon, as PNG.
+void saveScreenshot(const std::string& path, const std::optional<RECT>& area = {});
 std::uint32_t screenPixel(int x, int y);  // 0x00RRGGBB
 // What the duplication would see.
 std::uint32_t capturedPixel(int x, int y);

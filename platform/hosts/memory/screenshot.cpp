@@ -89,12 +89,12 @@ Shot take(const RECT& area) {
 
 namespace desktop {
 
-void saveScreenshot(const std::string& path) {
-    const RECT bounds = [] {
+void saveScreenshot(const std::string& path, const std::optional<RECT>& area) {
+    const RECT whole = [] {
         const std::lock_guard lock(memory::theDesktop().mutex);
         return memory::theDesktop().bounds;
     }();
-    memory::Shot shot = memory::take(bounds);
+    memory::Shot shot = memory::take(area ? gdi::intersection(*area, whole) : whole);
     cairo_surface_t* const surface = cairo_image_surface_create_for_data(
         reinterpret_cast<unsigned char*>(shot.pixels.data()), CAIRO_FORMAT_RGB24, shot.canvas.width,
         shot.canvas.height, shot.canvas.stride * 4);
