@@ -154,13 +154,15 @@ void openMailbox(std::u16string_view className, std::uint64_t window) {
     othersOf(className);  // Leftovers of a process that was killed go when the next one comes.
     const auto folder = sessionFolder();
     if (!folder) return;
-    const std::string path = *folder / (classPrefix(className) + std::to_string(getpid()) + '.' +
-                                        std::to_string(window));
+    const std::string name =
+        classPrefix(className) + std::to_string(getpid()) + '.' + std::to_string(window);
+    // It gets its name when it listens: before, another process would take it for a leftover.
+    const std::string path = *folder / name, unready = *folder / ("new-" + name);
     Descriptor socket = makeSocket();
-    const Address address(path);
-    unlink(path.c_str());
+    const Address address(unready);
+    unlink(unready.c_str());
     if (!address.valid || bind(socket.get(), address.get(), sizeof address.name) != 0 ||
-        listen(socket.get(), 16) != 0)
+        listen(socket.get(), 16) != 0 || rename(unready.c_str(), path.c_str()) != 0)
         return;
     mailboxes.push_back({window, path, std::move(socket)});
 }
