@@ -172,7 +172,7 @@ TEST(LiveSettings, saveEndsInThreeWays) {
         live::click(middleOf(save));
         awaitClosed();
         EXPECT_EQ(filesIn(home() / "config" / "autostart").size(), 1u);
-        EXPECT_EQ(desktop::trayTip(), "Quorvel Desk Clip — Alt+Shift+K");
+        await("the tip", [] { return desktop::trayTip() == "Quorvel Desk Clip — Alt+Shift+K"; });
         live::pressKeys({live::altKey, live::shiftKey, 'k'});
         await("the sheet", sheetIsUp);
     });

@@ -238,7 +238,7 @@ TEST(SettingsDialog, saveEndsInThreeWays) {
         capture({VK_LCONTROL, 'B'}, "Ctrl+B");
         pressEsc();  // Drops it.
         awaitClosed();
-        EXPECT_EQ(desktop::trayTip(), "Quorvel Desk Clip — Alt+F8");
+        await("the tip", [] { return desktop::trayTip() == "Quorvel Desk Clip — Alt+F8"; });
         pressKeys({VK_LMENU, VK_F1 + 7});
         await("the sheet", sheetIsUp);
     });
@@ -256,7 +256,7 @@ TEST(SettingsDialog, aForeignStartupEntryIsLeftAlone) {
         capture({VK_LMENU, VK_F1 + 7}, "Alt+F8");
         click(save);
         awaitClosed();
-        EXPECT_EQ(desktop::trayTip(), "Quorvel Desk Clip — Alt+F8");
+        await("the tip", [] { return desktop::trayTip() == "Quorvel Desk Clip — Alt+F8"; });
         EXPECT_EQ(callsOf("RegOpenKeyExW").size(), 1u) << "only looked at, when it opened";
         EXPECT_TRUE(readStartup(elsewhere).checked);
     });
