@@ -1,7 +1,8 @@
 // The settings dialog on a live display: real keys, a real pointer, and other programs that want
 // both. The program runs in this process, so that what it shows can be read.
 
-#include <sys/wait.h>
+#include <cstdlib>
+#include <memory>
 
 #include "platform/hosts/host.h"
 #include "tests/live/xvfb.h"
@@ -47,6 +48,24 @@ void capture(const Keys& keys, const std::string& text) {
     tabTo(box);
     live::pressKeys(keys);
     await(text.c_str(), [&] { return control(box).text == text; });
+}
+
+// A window of another program lies there, gets the click and goes again.
+void clickOnAnother(POINT at) {
+    const xcb_window_t window = xcb_generate_id(live::person());
+    const std::uint32_t values[] = {1, XCB_EVENT_MASK_BUTTON_PRESS | XCB_EVENT_MASK_BUTTON_RELEASE};
+    xcb_create_window(live::person(), XCB_COPY_FROM_PARENT, window, live::root(),
+                      static_cast<std::int16_t>(at.x - 9), static_cast<std::int16_t>(at.y - 9), 18,
+                      18, 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
+                      XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK, values);
+    xcb_map_window(live::person(), window);
+    live::click(at);
+    await("the click", [] {
+        const std::unique_ptr<xcb_generic_event_t, decltype(&std::free)> event(
+            xcb_poll_for_event(live::person()), std::free);
+        return event && (event->response_type & 0x7f) == XCB_BUTTON_RELEASE;
+    });
+    xcb_destroy_window(live::person(), window);
 }
 
 std::string config() { return contentOf(dataFolder() / "config.ini"); }
@@ -156,6 +175,7 @@ TEST(LiveSettings, saveEndsInThreeWays) {
         EXPECT_EQ(control(box).text + config(), "X" + before);
 
         capture({live::altKey, live::shiftKey, 'k'}, "Alt+Shift+K");
+        clickOnAnother(middleOf(cancel));
         live::click(middleOf(startup));
         await("the check mark", [] { return control(startup).checked; });
         desktop::planFault({desktop::Fault::Fail, "RegSetValueExW", 1, ERROR_ACCESS_DENIED});
