@@ -50,6 +50,13 @@ WideText textOfControl(HWND dialog, int id) {
     return text;
 }
 
+// The one icon stands at the end of the bar.
+WideText atIcon() {
+    RECT bar;
+    GetWindowRect(shownWindow(TEXT("Shell_TrayWnd")), &bar);
+    return TEXT("mousemove ") + decimalText(bar.right - 10) + TEXT(" ") + decimalText(bar.top + 10);
+}
+
 // By a second start.
 HWND openSettings() {
     const Program second(programFile, TEXT("ignored arguments"));
@@ -146,16 +153,11 @@ TEST_F(Acceptance, givesUpASelectionOnEscAndRightButtonAndRefusesAClick) {
 }
 
 TEST_F(Acceptance, theTrayIconStartsASelectionAndItsMenuEndsTheProgram) {
-    // The one icon stands at the end of the bar.
-    RECT bar;
-    GetWindowRect(shownWindow(TEXT("Shell_TrayWnd")), &bar);
-    const WideText atIcon =
-        TEXT("mousemove ") + decimalText(bar.right - 10) + TEXT(" ") + decimalText(bar.top + 10);
-    input(atIcon + TEXT(" click 1 click 1"));
+    input(atIcon() + TEXT(" click 1 click 1"));
     EXPECT_TRUE(waitUntil([] { return shownWindow(sheetClass); }));
     press({VK_ESCAPE});
     expectIdle();
-    input(atIcon + TEXT(" click 3"));
+    input(atIcon() + TEXT(" click 3"));
     HWND menu = nullptr;
     ASSERT_TRUE(waitUntil([&] { return (menu = shownWindow(TEXT("#32768"))); }));
     photograph(TEXT("menu.png"));
@@ -164,6 +166,26 @@ TEST_F(Acceptance, theTrayIconStartsASelectionAndItsMenuEndsTheProgram) {
     input(TEXT("mousemove ") + decimalText(entries.left + 20) + TEXT(" ") +
           decimalText(entries.bottom - 12) + TEXT(" click 1"));
     EXPECT_EQ(program->exitCode(), 0u);
+}
+
+TEST_F(Acceptance, settingsOpenInThreeWaysAndTheShortcutWaits) {
+    program.reset();
+    program.emplace(programFile, TEXT("--settings"));
+    HWND first = nullptr;
+    ASSERT_TRUE(waitUntil([&] { return (first = shownWindow(nullptr, dialogTitle)); }));
+    EXPECT_EQ(openSettings(), first);  // raised
+    press({VK_CONTROL, VK_SHIFT, '7'});
+    input(TEXT("key Escape"));
+    ASSERT_TRUE(waitUntil([&] { return !IsWindow(first); }));
+    EXPECT_FALSE(shownWindow(sheetClass));
+    input(atIcon() + TEXT(" click 3"));
+    HWND menu = nullptr;
+    ASSERT_TRUE(waitUntil([&] { return (menu = shownWindow(TEXT("#32768"))); }));
+    RECT entries;
+    GetWindowRect(menu, &entries);
+    input(TEXT("mousemove ") + decimalText(entries.left + 20) + TEXT(" ") +
+          decimalText(entries.top + (entries.bottom - entries.top) * 5 / 8) + TEXT(" click 1"));
+    EXPECT_TRUE(waitUntil([] { return shownWindow(nullptr, dialogTitle); }));
 }
 
 TEST_F(Acceptance, saveTellsWhatCouldNotBeSaved) {
