@@ -62,19 +62,20 @@ void expectAllTold(const std::vector<Row>& rows, bool inBothTries = false) {
     });
 }
 
-// After a call out of sight anything may stand there: Esc ends it, and the program is idle again
-// once a new sheet opens.
+// After a call out of sight anything may stand there, even a clip on its way. Esc ends it, and the
+// program is idle again once a new sheet opens.
 void returnToIdle(const std::map<std::string, int>& idle) {
     desktop::releaseButton(1);
-    await("a sheet", [] {
+    const auto isQuiet = [&] {
         pressEsc();
+        return !isShown("QuorvelClipOverlay") && desktop::openObjects() == idle;
+    };
+    await("a new sheet", [&] {
+        if (!isQuiet()) return false;
         pressShortcut();
         return desktop::waitUntil(sheetIsUp, 1);
     });
-    await("an idle program", [&] {
-        pressEsc();
-        return !isShown("QuorvelClipOverlay") && desktop::openObjects() == idle;
-    });
+    await("an idle program", isQuiet);
 }
 
 }  // namespace
