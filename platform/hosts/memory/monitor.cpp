@@ -2,6 +2,8 @@
 
 #include "platform/hosts/memory/parts.h"
 
+#include <pthread.h>
+
 #include <algorithm>
 
 #include "platform/hosts/memory/desktop.h"
@@ -55,6 +57,8 @@ std::vector<host::Monitor> monitors() {
 Desktop::Desktop() {
     setLayout(*this, {{{0, 0, 1920, 1080}, 1, 96}});
     openEvents(*this);
+    // One process would drain what wakes the other.
+    pthread_atfork(nullptr, nullptr, [] { openEvents(theDesktop()); });
 }
 
 Desktop& theDesktop() {
