@@ -110,7 +110,6 @@ struct ShownBox {
     UINT icon;  // MB_ICONERROR and its like
 };
 std::vector<ShownBox> openBoxes();
-bool answerBox(int button = IDOK);  // the topmost one; false: none open
 
 struct ShownControl {
     int id;

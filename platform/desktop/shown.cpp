@@ -5,7 +5,6 @@
 #include <stdexcept>
 
 #include "platform/user32/message_queue.h"
-#include "platform/user32/modal.h"
 
 namespace desktop {
 
@@ -40,22 +39,7 @@ void waitForBalloon(const std::string& text) {
 }
 
 std::vector<ShownBox> openBoxes() {
-    return withShown([](Shown& shown) {
-        std::vector<ShownBox> boxes;
-        for (const ShownBoxEntry& entry : shown.boxes) boxes.push_back(entry.box);
-        return boxes;
-    });
-}
-
-bool answerBox(int button) {
-    const HWND box = withShown([](Shown& shown) -> HWND {
-        if (shown.boxes.empty()) return nullptr;
-        const HWND top = shown.boxes.back().handle;
-        shown.boxes.pop_back();  // At once: a second answer is for the box below.
-        return top;
-    });
-    if (box) user32::runOnUserInterface([=] { user32::endBox(box, button); });
-    return box != nullptr;
+    return withShown([](Shown& shown) { return shown.boxes; });
 }
 
 std::optional<ShownDialog> openDialog() {

@@ -23,14 +23,9 @@ struct ShownHandle {
     ShownWindow window;
 };
 
-struct ShownBoxEntry {
-    HWND handle;
-    ShownBox box;
-};
-
 struct Shown {
     std::vector<ShownHandle> windows;  // topmost first
-    std::vector<ShownBoxEntry> boxes;  // the last one is on top
+    std::vector<ShownBox> boxes;       // the last one is on top
     std::optional<ShownDialog> dialog;
     std::vector<MenuEntry> menu;
     std::vector<ShownBalloon> balloons;

@@ -30,7 +30,6 @@ struct Box {
     UINT dpi = 96;
     bool pressed = false;
     bool done = false;
-    int button = IDOK;
 };
 std::map<HWND, Box> boxes;  // one inside another's loop, the last one on top
 
@@ -88,8 +87,7 @@ void release(Window& window, Box& box, POINT at) {
     const Layout layout = layoutOf(box, window.title);
     const bool onButton = box.pressed && gdi::contains(layout.button, at);
     setPressed(window, box, false);
-    if (onButton || gdi::contains(look::closeButton(layout.caption), at))
-        endBox(window.handle, IDOK);
+    if (onButton || gdi::contains(look::closeButton(layout.caption), at)) box.done = true;
 }
 
 LRESULT boxProcedure(HWND handle, UINT message, WPARAM wparam, LPARAM lparam) {
@@ -106,12 +104,12 @@ LRESULT boxProcedure(HWND handle, UINT message, WPARAM wparam, LPARAM lparam) {
         break;
     case WM_LBUTTONUP: release(window, box, at); break;
     case WM_KEYDOWN:
-        if (wparam == VK_RETURN || wparam == VK_SPACE || wparam == VK_ESCAPE) endBox(handle, IDOK);
+        if (wparam == VK_RETURN || wparam == VK_SPACE || wparam == VK_ESCAPE) box.done = true;
         break;
     case WM_SYSKEYDOWN:
-        if (wparam == VK_F4) endBox(handle, IDOK);
+        if (wparam == VK_F4) box.done = true;
         break;
-    case WM_CLOSE: endBox(handle, IDOK); break;
+    case WM_CLOSE: box.done = true; break;
     }
     return 0;
 }
@@ -138,18 +136,14 @@ HWND openBox(const std::u16string& title, Box box, const host::Monitor& monitor)
     boxes.emplace(handle, std::move(box));
     setVisible(window, true);
     activate(handle);
-    desktop::withShown([&](desktop::Shown& shown) { shown.boxes.push_back({handle, seen}); });
+    desktop::withShown([&](desktop::Shown& shown) { shown.boxes.push_back(seen); });
     return handle;
 }
 
-int closeBox(HWND handle) {
-    const int button = boxes.at(handle).button;
+void closeBox(HWND handle) {
     boxes.erase(handle);
-    desktop::withShown([&](desktop::Shown& shown) {
-        std::erase_if(shown.boxes, [&](const auto& entry) { return entry.handle == handle; });
-    });
+    desktop::withShown([](desktop::Shown& shown) { shown.boxes.pop_back(); });
     destroyWindow(handle);
-    return button;
 }
 
 host::Monitor monitorOf(HWND owner) {
@@ -158,18 +152,13 @@ host::Monitor monitorOf(HWND owner) {
     return nearestMonitor({(bounds.left + bounds.right) / 2, (bounds.top + bounds.bottom) / 2});
 }
 
-void enable(HWND window, bool enabled) {
-    if (window && isLive(window)) find(window)->enabled = enabled;
+void setBoxOf(HWND owner, HWND box) {
+    if (!owner || !isLive(owner)) return;
+    find(owner)->enabled = !box;
+    find(owner)->box = box;
 }
 
 }  // namespace
-
-void endBox(HWND box, int button) {
-    const auto found = boxes.find(box);
-    if (found == boxes.end()) return;
-    found->second.done = true;
-    found->second.button = button;
-}
 
 void forgetModals() {
     forgetMenu();
@@ -192,8 +181,9 @@ int MessageBoxW(HWND owner, LPCWSTR text, LPCWSTR title, UINT kind) {
     box.text = text;
     box.icon = kind;
     const HWND window = user32::openBox(title, box, user32::monitorOf(owner));
-    user32::enable(owner, false);
+    user32::setBoxOf(owner, window);
     user32::runLoop([&] { return user32::boxes.at(window).done; });
-    user32::enable(owner, true);
-    return user32::closeBox(window);
+    user32::setBoxOf(owner, nullptr);
+    user32::closeBox(window);
+    return IDOK;
 }

@@ -33,7 +33,6 @@ struct Shared {
     std::mutex mutex;
     std::deque<MSG> posted;
     std::set<HWND> live;
-    std::deque<std::function<void()>> tasks;
     // Messages that nobody read before the thread ended. They may own memory, which is kept
     // reachable.
     std::vector<MSG> abandoned;
@@ -60,19 +59,6 @@ void wake() {
 void forgetWakes() {
     std::uint64_t count = 0;
     [[maybe_unused]] const ssize_t got = read(wakeDescriptor(), &count, sizeof count);
-}
-
-void runTasks() {
-    for (;;) {
-        std::function<void()> task;
-        {
-            const std::lock_guard lock(shared().mutex);
-            if (shared().tasks.empty()) return;
-            task = std::move(shared().tasks.front());
-            shared().tasks.pop_front();
-        }
-        task();
-    }
 }
 
 bool takePosted(MSG& message, const Filter& filter) {
@@ -124,7 +110,6 @@ bool passes(const Filter& filter, const MSG& message) {
 Found peek(MSG& message, const Filter& filter) {
     enterUserInterface();
     answerMail();
-    runTasks();
     if (endAsked.exchange(false)) endSession();
     takeEvents();
     const bool found = takePosted(message, filter);
@@ -191,14 +176,6 @@ bool isLive(HWND window) {
     return shared().live.contains(window);
 }
 
-void runOnUserInterface(std::function<void()> task) {
-    {
-        const std::lock_guard lock(shared().mutex);
-        shared().tasks.push_back(std::move(task));
-    }
-    wake();
-}
-
 void endSessionSoon() {
     endAsked = true;
     wake();
@@ -220,7 +197,6 @@ void dismissWindow(HWND window) {
 void forgetMessages() {
     quitPosted = false;
     const std::lock_guard lock(shared().mutex);
-    shared().tasks.clear();
 }
 
 }  // namespace user32

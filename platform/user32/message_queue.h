@@ -39,8 +39,6 @@ void runLoop(const std::function<bool()>& done);
 enum class Posted { Yes, NoWindow, Full };
 Posted post(const MSG& message);
 bool isLive(HWND window);
-// Runs `task` on the user-interface thread when it next looks at its queue.
-void runOnUserInterface(std::function<void()> task);
 // The session ends for this program alone (a signal). Callable from a signal handler.
 void endSessionSoon();
 

@@ -8,8 +8,6 @@ namespace user32 {
 
 // Ends the open menu with that entry; 0: nothing was chosen. Does nothing if none is open.
 void endMenu(UINT id);
-// Ends the box with that button. Does nothing if it is gone.
-void endBox(HWND box, int button);
 void forgetModals();
 void forgetDialog();
 

@@ -26,6 +26,7 @@ struct Window {
                     // the window itself
     bool visible = false;
     bool enabled = true;
+    HWND box = nullptr;  // a message box of it, which stays above
     bool minimized = false;
     bool ofTheLayer = false;                  // a menu or a box: not one that the program made
     std::optional<BYTE> opacity;              // layered windows show nothing before it is set

@@ -69,6 +69,7 @@ void place(Window& window, const RECT& bounds) {
 void raise(Window& window) {
     moveToFront(window.handle);
     if (window.visible) updatePlacement(window, true);
+    if (window.box) raise(*find(window.box));
 }
 
 void publishWindows() {
