@@ -102,6 +102,20 @@ bool isPartialFileLeft() {
     });
 }
 
+SecondProcess::SecondProcess(const std::function<int()>& body)
+    : go(home() / ("go " + std::to_string(++number))), process(fork()) {
+    if (process != 0) return;
+    desktop::waitUntil([&] { return std::filesystem::exists(go); });
+    _exit(body());
+}
+
+void SecondProcess::run() {
+    std::filesystem::create_directory(go);
+    int status = -1;
+    waitpid(process, &status, 0);
+    EXPECT_EQ(status, 0);
+}
+
 void await(const char* what, const std::function<bool()>& condition) {
     EXPECT_TRUE(desktop::waitUntil(condition)) << "waited in vain for " << what;
 }
@@ -124,6 +138,23 @@ void openTrayMenu() {
     desktop::movePointer(1900, 1060);
     desktop::clickTray(WM_RBUTTONUP);
     await("the menu", [] { return !desktop::openMenu().empty(); });
+}
+
+std::string awaitBox() {
+    await("a message box", [] { return !desktop::openBoxes().empty(); });
+    const std::vector<desktop::ShownBox> boxes = desktop::openBoxes();
+    if (boxes.size() != 1) return std::to_string(boxes.size()) + " boxes";
+    return boxes[0].title + "|" + boxes[0].text + "|" + std::to_string(boxes[0].icon);
+}
+
+std::string readBox() {
+    const std::string words = awaitBox();
+    for (const desktop::ShownWindow& window : desktop::windows())
+        if (window.className == "#32770" && words.starts_with(window.title + "|"))
+            drag(window.bounds.right - 56, window.bounds.bottom - 23, window.bounds.right - 50,
+                 window.bounds.bottom - 20);
+    await("the end of the box", [] { return desktop::openBoxes().empty(); });
+    return words;
 }
 
 void chooseFromMenu(UINT id) {

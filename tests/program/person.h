@@ -31,12 +31,26 @@ std::vector<Path> filesIn(const Path& folder);  // sorted; empty if there is no 
 std::string contentOf(const Path& file);
 bool isPartialFileLeft();
 
+// A process that does nothing until it is told to, forked before this one has threads. The test
+// fails if it does not end with 0.
+struct SecondProcess {
+    explicit SecondProcess(const std::function<int()>& body);
+    void run();
+
+private:
+    static inline int number = 0;
+    const Path go;  // its being there tells the process
+    const pid_t process;
+};
+
 // Waits until the condition holds; in vain, the test has failed.
 void await(const char* what, const std::function<bool()>& condition);
 
 // What a person does. The ones that end in a visible change wait for it.
 void openSheet();  // the shortcut, then the dim sheet is there
 void openTrayMenu();
+std::string awaitBox();                   // what the one box says that comes: "title|text|icon"
+std::string readBox();                    // answers it as well
 void chooseFromMenu(UINT id);             // when a menu is open; starts the call log
 void startRecording(const RECT& region);  // sheet, drag, red frame, and a sample or a failure
 void stopAndFinish();                     // Esc, then the clip is copied

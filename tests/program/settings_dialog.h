@@ -34,12 +34,4 @@ inline void awaitClosed() {
     EXPECT_FALSE(desktop::openDialog());
 }
 
-// What the one box says that comes: title, text and sign.
-inline std::string awaitBox() {
-    await("a message box", [] { return !desktop::openBoxes().empty(); });
-    const std::vector<desktop::ShownBox> boxes = desktop::openBoxes();
-    if (boxes.size() != 1) return std::to_string(boxes.size()) + " boxes";
-    return boxes[0].title + "|" + boxes[0].text + "|" + std::to_string(boxes[0].icon);
-}
-
 }  // namespace person

@@ -1,10 +1,5 @@
 // The settings dialog as a person uses it: with the keyboard, with the mouse, and when things fail.
 
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <fstream>
-
 #include "settings/startup.h"
 #include "tests/program/settings_dialog.h"
 
@@ -44,21 +39,13 @@ void capture(const std::vector<UINT>& keys, const std::string& text) {
     await("the shortcut", [&] { return control(box).text == text; });
 }
 
-std::string readBox() {
-    const std::string words = awaitBox();
-    pressKeys({VK_RETURN});
-    return words;
-}
-
 }  // namespace
 
 TEST(SettingsDialog, opensInThreeWaysAndIsRaised) {
     atDesktop([] {
-        const pid_t second = fork();
-        if (second == 0) {
-            desktop::waitUntil([] { return std::filesystem::exists(home() / "go"); });
-            _exit(wWinMain(GetModuleHandleW(nullptr), nullptr, std::u16string().data(), 0));
-        }
+        SecondProcess second([] {
+            return wWinMain(GetModuleHandleW(nullptr), nullptr, std::u16string().data(), 0);
+        });
         Program program(u"--settings");
         await("the dialog", [] { return focus() == box; });
         desktop::startCallLog();
@@ -73,11 +60,8 @@ TEST(SettingsDialog, opensInThreeWaysAndIsRaised) {
         pressKeys({VK_LMENU, VK_SPACE});
         chooseFromMenu(minimize);
         await("the dialog minimised", [] { return !desktop::openDialog(); });
-        std::ofstream(home() / "go").put('1');
+        second.run();
         await("the dialog restored", [] { return focus() == startup; });
-        int status = -1;
-        waitpid(second, &status, 0);
-        EXPECT_EQ(status, 0);
         desktop::planFault({desktop::Fault::Fail, "SetForegroundWindow"});
         desktop::clickTray(WM_RBUTTONUP);
         await("a flash", [] { return callsOf("FlashWindowEx").size() == 1; });

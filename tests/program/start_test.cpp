@@ -3,7 +3,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <fstream>
 
 #include "tests/program/person.h"
@@ -12,28 +11,26 @@ using namespace person;
 
 namespace {
 
-const char* const cannotTell =
-    "An older or unresponsive Quorvel Clip is running. Exit that copy from its tray menu before "
-    "opening this one. Your clips and settings are kept.";
+const std::string givesUp =
+    "0|Quorvel Clip|An older or unresponsive Quorvel Clip is running. Exit that copy from its tray "
+    "menu before opening this one. Your clips and settings are kept.|64";
 
-// Runs the program to its end, answering every box. "exit code|title|text|..." of what was shown.
+// Runs the program to its end, answering a box. "exit code|title|text|icon" of what was shown.
 std::string runAndRead(const std::u16string& tail = u"") {
-    std::string shown;
-    std::atomic<bool> over = false;
-    int exitCode = -1;
-    std::thread program([&] {
-        std::u16string copy = tail;
-        exitCode = wWinMain(GetModuleHandleW(nullptr), nullptr, copy.data(), SW_SHOWNORMAL);
-        over = true;
+    Program program(tail);
+    const auto hasBox = [] { return !desktop::openBoxes().empty(); };
+    await("a box or the end", [&] { return program.hasEnded() || hasBox(); });
+    const std::string shown = hasBox() ? "|" + readBox() : "";
+    return std::to_string(program.close()) + shown;
+}
+
+// A second start, and what it has to show.
+SecondProcess secondStart(const std::string& expected) {
+    return SecondProcess([expected] {
+        const std::string shown = runAndRead(u"--anything");
+        if (shown != expected) std::fprintf(stderr, "second start: %s\n", shown.c_str());
+        return shown == expected ? 0 : 1;
     });
-    EXPECT_TRUE(desktop::waitUntil([&] { return over || !desktop::openBoxes().empty(); }));
-    if (!over) {
-        const desktop::ShownBox box = desktop::openBoxes().front();
-        shown = "|" + box.title + "|" + box.text + "|" + std::to_string(box.icon);
-        desktop::answerBox();
-    }
-    program.join();
-    return std::to_string(exitCode) + shown;
 }
 
 void writeFile(const Path& file, const std::string& content) {
@@ -135,33 +132,9 @@ TEST(Start, aShortcutThatIsInvalidOrTakenLeavesTheTray) {
     }
 }
 
-// A start of the program in a process of its own, which has to be forked before this one has
-// threads and waits until it is told to go.
-struct SecondStart {
-    explicit SecondStart(const std::string& shown) : process(fork()) {
-        if (process != 0) return;
-        desktop::waitUntil([&] { return std::filesystem::exists(go); });
-        const std::string seen = runAndRead(u"--anything");
-        if (seen != shown) std::fprintf(stderr, "second start: %s\n", seen.c_str());
-        _exit(seen == shown ? 0 : 1);
-    }
-    void run() {
-        writeFile(go, "");
-        int status = -1;
-        waitpid(process, &status, 0);
-        EXPECT_EQ(status, 0);
-    }
-
-    static inline int number = 0;
-    const Path go = home() / ("go" + std::to_string(++number));
-    const pid_t process;
-};
-
-const std::string givesUp = "0|Quorvel Clip|" + std::string(cannotTell) + "|64";
-
 TEST(Start, aSecondStartMeetsARecording) {
     atDesktop([] {
-        SecondStart second("0");
+        SecondProcess second = secondStart("0");
         Program program;
         startRecording({100, 100, 420, 340});
         const std::size_t before = desktop::balloons().size();
@@ -175,7 +148,7 @@ TEST(Start, aSecondStartMeetsARecording) {
 // The box is answered by the one loop that runs; a save has none, and the second start gives up.
 TEST(Start, aSecondStartMeetsABoxAndASave) {
     atDesktop([] {
-        SecondStart atBox("0"), atSave(givesUp);
+        SecondProcess atBox = secondStart("0"), atSave = secondStart(givesUp);
         Program program(u"--settings");
         const auto isInFront = [](const char* text) {
             const auto dialog = desktop::openDialog();
@@ -190,10 +163,9 @@ TEST(Start, aSecondStartMeetsABoxAndASave) {
         };
         ASSERT_TRUE(desktop::waitUntil([&] { return isInFront("Ctrl+Shift+7"); }));
         saveShortcut({VK_F1 + 4}, "F5");
-        ASSERT_TRUE(desktop::waitUntil([] { return desktop::openBoxes().size() == 1; }));
+        await("a box", [] { return desktop::openBoxes().size() == 1; });
         atBox.run();
-        EXPECT_EQ(desktop::openBoxes().size(), 1u);
-        EXPECT_TRUE(desktop::answerBox());
+        EXPECT_TRUE(readBox().starts_with("Settings not saved|"));
         ASSERT_TRUE(desktop::waitUntil([&] { return isInFront("F5"); }));
         desktop::planFault({desktop::Fault::Stall, "FlushFileBuffers"});
         saveShortcut({VK_LCONTROL, 'B'}, "Ctrl+B");
@@ -212,7 +184,7 @@ TEST(Start, aSecondStartMeetsABoxAndASave) {
 
 TEST(Start, aSecondStartGivesUpOnASilentFirst) {
     atDesktop([] {
-        SecondStart second(givesUp);
+        SecondProcess second = secondStart(givesUp);
         // A mutex and no window.
         const HANDLE mutex = CreateMutexW(nullptr, FALSE, u"Local\\QuorvelDeskClip-v1");
         second.run();
@@ -226,24 +198,9 @@ TEST(Start, aSecondStartGivesUpOnASilentFirst) {
     for (char byte; read(line, &byte, 1) > 0;) {
     }  // Until the parent lets everybody go.
     desktop::startCallLog();
-    std::atomic<bool> over = false;
-    bool asExpected = true;
-    std::thread answers([&] {
-        while (!over) {
-            desktop::waitUntil([&] { return over || !desktop::openBoxes().empty(); });
-            for (const desktop::ShownBox& box : desktop::openBoxes())
-                asExpected &= box.text == cannotTell && desktop::answerBox();
-        }
-    });
-    char16_t tail[] = u"";
-    const int exitCode = wWinMain(GetModuleHandleW(nullptr), nullptr, tail, SW_SHOWNORMAL);
-    over = true;
-    answers.join();
-    const auto log = desktop::callLog();
-    const bool first = std::any_of(log.begin(), log.end(), [](const desktop::LoggedCall& call) {
-        return call.operation == "Shell_NotifyIconW";
-    });
-    _exit(exitCode != 0 || !asExpected ? 1 : first ? 10 : 0);
+    const std::string shown = runAndRead();
+    const bool isFirst = !callsOf("Shell_NotifyIconW").empty();
+    _exit(shown != "0" && shown != givesUp ? 1 : isFirst ? 10 : 0);
 }
 
 TEST(Start, aHundredStartsLeaveOneFirstInstance) {

@@ -118,7 +118,10 @@ TEST(States, aSelectionCanBeGivenUp) {
             {"right button", [] { desktop::pressButton(3); }},
             {"right button in a drag", [&] { beginDrag(), desktop::pressButton(3); }},
             {"another program takes over", [&] { beginDrag(), desktop::takeForeground(); }},
-            {"Alt+F4", [] { pressKeys({VK_LMENU, VK_F4}); }},
+            {"Alt+F4",
+             [] {
+                 pressKeys({VK_LMENU, VK_F4});
+             }},
             {"too small", [] { drag(-1700, 200, -1690, 210), desktop::waitForBalloon(wrongSize); }},
         };
         for (const auto& [name, giveUp] : ways) {
