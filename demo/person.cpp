@@ -59,18 +59,18 @@ int Program::close() {
 }
 
 void pressKeys(const std::vector<UINT>& keys) {
-    for (const UINT key : keys) desktop::pressKey(key);
-    for (auto key = keys.rbegin(); key != keys.rend(); ++key) desktop::releaseKey(*key);
+    for (const UINT key : keys) hands.pressKey(key);
+    for (auto key = keys.rbegin(); key != keys.rend(); ++key) hands.releaseKey(*key);
 }
 
 void pressShortcut() { pressKeys({VK_LCONTROL, VK_LSHIFT, '7'}); }
 void pressEsc() { pressKeys({VK_ESCAPE}); }
 
 void drag(int fromX, int fromY, int toX, int toY) {
-    desktop::movePointer(fromX, fromY);
-    desktop::pressButton(1);
-    desktop::movePointer(toX, toY);
-    desktop::releaseButton(1);
+    hands.movePointer(fromX, fromY);
+    hands.pressButton(1);
+    hands.movePointer(toX, toY);
+    hands.releaseButton(1);
 }
 
 bool isShown(const std::string& className) {

@@ -29,6 +29,16 @@ private:
     std::thread thread;
 };
 
+// Through which keys and pointer go. They are the embedded desktop's until they are replaced.
+struct Hands {
+    void (*pressKey)(UINT key) = desktop::pressKey;
+    void (*releaseKey)(UINT key) = desktop::releaseKey;
+    void (*movePointer)(int x, int y) = desktop::movePointer;
+    void (*pressButton)(int button) = desktop::pressButton;
+    void (*releaseButton)(int button) = desktop::releaseButton;
+};
+inline Hands hands;
+
 void pressKeys(const std::vector<UINT>& keys);  // down in order, up in reverse order
 void pressShortcut();                           // Ctrl+Shift+7
 void pressEsc();

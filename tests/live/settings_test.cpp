@@ -1,5 +1,5 @@
-// The settings dialog on a live display: real keys, a real pointer, and other programs that want
-// both. The program runs in this process, so that what it shows can be read.
+// The settings dialog with keys and pointer, on the embedded desktop and on a live display among
+// other programs. The program runs in this process, so that what it shows can be read.
 
 #include <cstdlib>
 #include <memory>
@@ -12,46 +12,48 @@ using namespace person;
 
 namespace {
 
-using Keys = std::vector<xcb_keysym_t>;
-constexpr xcb_keysym_t tabKey = 0xff09, enterKey = 0xff0d, winKey = 0xffeb, f4Key = 0xffc1;
-
 void atLiveDesktop(const std::function<void()>& body) {
     atDesktop([&] {
         live::startDisplay();
+        live::takeHands();
         host::use(host::x11Host());
         body();
     });
 }
 
-// A second start asks the first one.
+void atBothDesktops(const std::function<void()>& body) {
+    atDesktop(body);
+    atLiveDesktop(body);
+}
+
+bool isLive() { return host::current().name == std::string("x11"); }
+
+// As a second start asks for it.
 void openSettings() {
     await("the tray icon", [] { return !desktop::trayTip().empty(); });
-    EXPECT_EQ(live::waitFor(live::start({PROGRAM_FILE})), 0);
+    desktop::postToWindow("QuorvelDeskClip",
+                          RegisterWindowMessageW(u"QuorvelDeskClip.ActivateSettings.v1"));
     await("the dialog", [] { return focus() != 0; });
     desktop::startCallLog();
 }
 
-void tabTo(int id) {
-    for (int tries = 0; focus() != id && tries < 4; ++tries) {
-        const int before = focus();
-        live::tap(tabKey);
-        await("another focus", [&] { return focus() != before; });
-    }
-}
-
-void closeWith(xcb_keysym_t key) {
-    live::tap(key);
+void closeByEsc() {
+    pressEsc();
     awaitClosed();
 }
 
-void capture(const Keys& keys, const std::string& text) {
-    tabTo(box);
-    live::pressKeys(keys);
-    await(text.c_str(), [&] { return control(box).text == text; });
+// Another program has Ctrl+A.
+void takeShortcut() {
+    if (!isLive()) return desktop::takeHotKey(MOD_CONTROL, 'A');
+    constexpr xcb_keycode_t keyA = 38;
+    xcb_grab_key(live::person(), 0, live::root(), XCB_MOD_MASK_CONTROL, keyA, XCB_GRAB_MODE_ASYNC,
+                 XCB_GRAB_MODE_ASYNC);
+    live::pixelAt(0, 0);  // carried out by now
 }
 
-// A window of another program lies there, gets the click and goes again.
-void clickOnAnother(POINT at) {
+// A window of another program lies over the control, gets the click and goes again.
+void clickOnAnother(int id) {
+    const POINT at{control(id).bounds.left + 20, control(id).bounds.top + 10};
     const xcb_window_t window = xcb_generate_id(live::person());
     const std::uint32_t values[] = {1, XCB_EVENT_MASK_BUTTON_PRESS | XCB_EVENT_MASK_BUTTON_RELEASE};
     xcb_create_window(live::person(), XCB_COPY_FROM_PARENT, window, live::root(),
@@ -68,59 +70,69 @@ void clickOnAnother(POINT at) {
     xcb_destroy_window(live::person(), window);
 }
 
-std::string config() { return contentOf(dataFolder() / "config.ini"); }
-
 }  // namespace
 
-TEST(LiveSettings, keysOnEveryControl) {
-    const std::string saved = "set, 1", cancelled = "set, 2", checked = "checked";
+TEST(Settings, keysOnEveryControl) {
+    const std::string saved = "set, 1", cancelled = "set, 2", menu = "menu", checked = "checked";
     const struct {
-        int from;
-        Keys keys;
-        std::string outcome;  // a result, or the box's text, or the new focus
+        std::vector<int> from;
+        std::vector<UINT> keys;
+        std::string outcome;  // a result, what the dialog shows, the box's text, or the new focus
     } rows[] = {
-        {box, {live::controlKey, live::shiftKey, 'r'}, "Ctrl+Shift+R"},
-        {box, {live::altKey, f4Key}, "Alt+F4"},
-        {box, {winKey, 'v'}, "Win+V"},
-        {box, {enterKey}, "Enter"},
-        {box, {live::shiftKey, '7'}, "Shift+7"},
-        {box, {live::shiftKey, tabKey}, "2"},
-        {box, {live::controlKey, tabKey}, "1002"},
-        {box, {live::controlKey, live::escapeKey}, cancelled},
-        {startup, {live::shiftKey, tabKey}, "1001"},
-        {startup, {' '}, checked},
-        {save, {live::altKey, 'w'}, checked},
-        {cancel, {'w'}, checked},
-        {startup, {live::escapeKey}, cancelled},
-        {startup, {live::altKey, f4Key}, cancelled},
-        {cancel, {enterKey}, cancelled},
-        {startup, {enterKey}, saved},
-        {save, {' '}, saved},
-        {startup, {live::altKey, 's'}, saved},
-        {cancel, {live::altKey, 's'}, "1001"},
+        {{box}, {VK_LCONTROL, VK_LSHIFT, 'R'}, "Ctrl+Shift+R"},
+        {{box}, {VK_LMENU, VK_F4}, "Alt+F4"},
+        {{box}, {VK_LWIN, 'V'}, "Win+V"},
+        {{box}, {VK_RETURN}, "Enter"},
+        {{box}, {VK_LSHIFT, '7'}, "Shift+7"},
+        {{box}, {VK_LCONTROL, VK_ESCAPE}, cancelled},
+        {{box, startup, save, cancel}, {VK_ESCAPE}, cancelled},
+        {{box}, {VK_LCONTROL, VK_TAB}, "1002"},
+        {{box}, {VK_LSHIFT, VK_TAB}, "2"},
+        {{startup}, {VK_LSHIFT, VK_TAB}, "1001"},
+        {{save}, {VK_LSHIFT, VK_TAB}, "1002"},
+        {{startup, save}, {VK_RETURN}, saved},
+        {{cancel}, {VK_RETURN}, cancelled},
+        {{startup}, {VK_LMENU, VK_F4}, cancelled},
+        {{startup}, {VK_SPACE}, checked},
+        {{save}, {VK_SPACE}, saved},
+        {{cancel}, {VK_SPACE}, cancelled},
+        {{startup}, {VK_LMENU, 'S'}, saved},
+        {{startup}, {'S'}, saved},
+        {{cancel}, {VK_LMENU, 'S'}, "1001"},
+        {{save, cancel}, {VK_LMENU, 'W'}, checked},
+        {{save, cancel}, {'W'}, checked},
+        {{startup, save}, {VK_LMENU}, menu},
+        {{save}, {VK_F10}, menu},
     };
-    atLiveDesktop([&] {
-        const live::Client others({100, 100, 900, 500}, "still");
+    atBothDesktops([&] {
+        std::optional<live::Client> others;
+        if (isLive()) others.emplace(RECT{100, 100, 900, 500}, "still");
         Program program;
-        for (const auto& row : rows) {
-            SCOPED_TRACE(std::to_string(row.from) + " " + row.outcome);
-            openSettings();
-            tabTo(row.from);
-            live::pressKeys(row.keys);
-            await(row.outcome.c_str(), [&] {
-                const auto ends = callsOf("EndDialog");
-                if (!ends.empty()) return ends.front() == row.outcome;
-                return std::to_string(focus()) == row.outcome || control(box).text == row.outcome ||
-                       (control(startup).checked && row.outcome == checked);
-            });
-            if (callsOf("EndDialog").empty()) live::click(middleOf(cancel));
-            awaitClosed();
-        }
-        EXPECT_EQ(others.heard().find("+Esc"), std::string::npos);
+        const auto shown = [] {
+            const auto ends = callsOf("EndDialog");
+            if (!ends.empty()) return std::set{ends.front()};
+            return std::set{std::to_string(focus()), control(box).text,
+                            std::string(control(startup).checked ? "checked" : ""),
+                            std::string(desktop::openMenu().empty() ? "" : "menu")};
+        };
+        for (const auto& row : rows)
+            for (const int from : row.from) {
+                SCOPED_TRACE(std::to_string(from) + " " + row.outcome);
+                openSettings();
+                tabTo(from);
+                pressKeys(row.keys);
+                await(row.outcome.c_str(), [&] { return shown().contains(row.outcome); });
+                if (row.outcome == menu)
+                    chooseFromMenu(SC_CLOSE);
+                else if (callsOf("EndDialog").empty())
+                    click(cancel);
+                awaitClosed();
+            }
+        EXPECT_TRUE(!others || others->heard().find("+Esc") == std::string::npos);
     });
 }
 
-TEST(LiveSettings, opensAndIsRaisedAndTheShortcutWaits) {
+TEST(Settings, opensAndIsRaisedAndTheShortcutWaits) {
     atLiveDesktop([] {
         const live::Client others({100, 100, 900, 500}, "still");
         const xcb_window_t another = live::focus();
@@ -136,64 +148,74 @@ TEST(LiveSettings, opensAndIsRaisedAndTheShortcutWaits) {
         live::tap('x');
         await("x", [&] { return others.heard().ends_with("-x"); });
         await("another program in front", [] { return focus() == 0; });
-        openSettings();  // The same one: the program could not show a second.
+        desktop::startCallLog();
+        EXPECT_EQ(live::waitFor(live::start({PROGRAM_FILE})), 0);
+        await("the dialog in front", [] { return focus() == box; });
         EXPECT_TRUE(callsOf("DialogBoxParamW").empty());
         tabTo(startup);
-        live::pressShortcut();
-        live::tap(tabKey);
+        pressShortcut();
+        pressKeys({VK_TAB});
         await("Save", [] { return focus() == save; });
-        closeWith(live::escapeKey);
+        closeByEsc();
         openSettings();  // Would be refused during a selection.
-        closeWith(live::escapeKey);
+        closeByEsc();
         EXPECT_EQ(live::focus(), another);
-        live::pressShortcut();
+        pressShortcut();
         await("the sheet", sheetIsUp);
     });
 }
 
-TEST(LiveSettings, saveEndsInThreeWays) {
-    atLiveDesktop([] {
-        constexpr xcb_keycode_t seven = 16;  // Another program has the shortcut.
-        xcb_grab_key(live::person(), 0, live::root(), XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_SHIFT,
-                     seven, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
-        live::pixelAt(0, 0);  // carried out by now
+TEST(Settings, saveEndsInThreeWays) {
+    const auto config = [] { return contentOf(dataFolder() / "config.ini"); };
+    atBothDesktops([&] {
+        takeShortcut();
         Program program;
         openSettings();
+        const auto idle = desktop::openObjects();
         const std::string before = config();
-        live::click(middleOf(save));
-        EXPECT_EQ(awaitBox(), "Settings not saved|Shortcut unavailable or reserved by Windows. "
-                              "Previous shortcut kept.|48");
-        live::tap(live::escapeKey);
-        await("the dialog", [] { return focus() == save && desktop::openBoxes().empty(); });
-        capture({'x'}, "X");
-        tabTo(save);
-        live::tap(enterKey);
-        EXPECT_EQ(awaitBox(), "Settings not saved|Use Ctrl, Alt, Shift or Win with a letter, "
-                              "digit, numpad key or F1-F12.|48");
-        live::tap(enterKey);
-        await("the dialog", [] { return focus() == save && desktop::openBoxes().empty(); });
-        EXPECT_EQ(control(box).text + config(), "X" + before);
+        capture({VK_F1 + 4}, "F5");
+        click(save);
+        await("the box", [] { return !desktop::openBoxes().empty(); });
+        desktop::startCallLog();
+        click(save);  // Under the box: does nothing.
+        pressKeys({'X'});
+        await("X", [] { return callsOf("CallNextHookEx").size() == 2; });
+        EXPECT_EQ(readBox(), "Settings not saved|Use Ctrl, Alt, Shift or Win with a letter, digit, "
+                             "numpad key or F1-F12.|48");
+        await("the dialog", [] { return focus() == save; });
+        EXPECT_EQ(control(box).text, "F5");
+        capture({VK_LCONTROL, 'A'}, "Ctrl+A");
+        click(save);
+        EXPECT_EQ(readBox(), "Settings not saved|Shortcut unavailable or reserved by Windows. "
+                             "Previous shortcut kept.|48");
+        await("the dialog", [] { return focus() == save; });
+        EXPECT_EQ(config(), before);
+        EXPECT_EQ(desktop::openObjects(), idle);
 
-        capture({live::altKey, live::shiftKey, 'k'}, "Alt+Shift+K");
-        clickOnAnother(middleOf(cancel));
-        live::click(middleOf(startup));
+        capture({VK_LMENU, VK_F1 + 7}, "Alt+F8");
+        if (isLive()) clickOnAnother(cancel);
+        click(startup);
         await("the check mark", [] { return control(startup).checked; });
         desktop::planFault({desktop::Fault::Fail, "RegSetValueExW", 1, ERROR_ACCESS_DENIED});
-        live::click(middleOf(save));
-        EXPECT_EQ(awaitBox(),
+        click(save);
+        EXPECT_EQ(readBox(),
                   "Settings partially saved|Shortcut saved. Startup could not be saved:\nWindows "
                   "refused the startup change.\n\nStartup state will be re-read. Retry Save, or "
                   "Cancel to close; the saved shortcut remains.|48");
-        live::tap(' ');
         await("the true state", [] { return focus() == save && !control(startup).checked; });
-        EXPECT_NE(config().find("modifiers=5\r\nkey=75"), std::string::npos) << config();
-        live::click(middleOf(startup));
+        click(startup);
         await("the check mark", [] { return control(startup).checked; });
-        live::click(middleOf(save));
+        click(save);
         awaitClosed();
+        EXPECT_NE(config().find("modifiers=1\r\nkey=119"), std::string::npos) << config();
         EXPECT_EQ(filesIn(home() / "config" / "autostart").size(), 1u);
-        await("the tip", [] { return desktop::trayTip() == "Quorvel Desk Clip — Alt+Shift+K"; });
-        live::pressKeys({live::altKey, live::shiftKey, 'k'});
+
+        openSettings();
+        EXPECT_TRUE(control(startup).checked);
+        capture({VK_LCONTROL, 'B'}, "Ctrl+B");
+        closeByEsc();  // Drops it.
+        await("the tip", [] { return desktop::trayTip() == "Quorvel Desk Clip — Alt+F8"; });
+        pressKeys({VK_LMENU, VK_F1 + 7});
         await("the sheet", sheetIsUp);
     });
 }

@@ -35,7 +35,8 @@ bool shows(const RECT& area, std::uint32_t colour) {
 
 bool isDrawn() {
     const RECT area = icon();
-    return widthOf(area) >= 16 && area.right <= right && shows(area, 0xD5F65A) && shows(area, 0x172116);
+    return widthOf(area) >= 16 && area.right <= right && shows(area, 0xD5F65A) &&
+           shows(area, 0x172116);
 }
 
 struct Tray {

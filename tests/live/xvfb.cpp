@@ -10,11 +10,12 @@
 
 #include <cstdlib>
 #include <fstream>
+#include <map>
 #include <memory>
 #include <sstream>
 #include <stdexcept>
 
-#include "platform/control.h"
+#include "demo/person.h"
 
 namespace live {
 
@@ -242,6 +243,26 @@ std::filesystem::path Program::waitForClip() const {
         return !clip.empty();
     });
     return clip;
+}
+
+namespace {
+
+xcb_keysym_t symbolOf(UINT key) {
+    static const std::map<UINT, xcb_keysym_t> others{
+        {VK_LCONTROL, controlKey}, {VK_LSHIFT, shiftKey}, {VK_LMENU, altKey},
+        {VK_LWIN, 0xffeb},         {VK_TAB, 0xff09},      {VK_RETURN, 0xff0d},
+        {VK_ESCAPE, escapeKey},    {VK_DOWN, 0xff54}};
+    if (key >= 'A' && key <= 'Z') return key - 'A' + 'a';
+    if (key >= VK_F1 && key <= VK_F12) return key - VK_F1 + 0xffbe;
+    return others.contains(key) ? others.at(key) : key;
+}
+
+}  // namespace
+
+void takeHands() {
+    person::hands = {[](UINT key) { press(symbolOf(key)); },
+                     [](UINT key) { release(symbolOf(key)); }, movePointer, pressButton,
+                     releaseButton};
 }
 
 void pressShortcut() { pressKeys({controlKey, shiftKey, '7'}); }

@@ -64,4 +64,8 @@ struct Program {
 };
 void pressShortcut();
 
+// Lets the whole program's tests in this process press the keys and move the pointer of the
+// display.
+void takeHands();
+
 }  // namespace live

@@ -15,17 +15,31 @@ inline desktop::ShownControl control(int id) {
     return {};
 }
 
-inline POINT middleOf(int id) {
-    const RECT area = control(id).bounds;
-    return {(area.left + area.right) / 2, (area.top + area.bottom) / 2};
-}
-
 // 0: the dialog is not open or not in the foreground.
 inline int focus() {
     if (const auto dialog = desktop::openDialog())
         for (const desktop::ShownControl& one : dialog->controls)
             if (one.focused) return one.id;
     return 0;
+}
+
+inline void click(int id) {
+    const RECT area = control(id).bounds;
+    drag((area.left + area.right) / 2, (area.top + area.bottom) / 2, area.left + 4, area.top + 4);
+}
+
+inline void tabTo(int id) {
+    for (int tries = 0; focus() != id && tries < 4; ++tries) {
+        const int before = focus();
+        pressKeys({VK_TAB});
+        await("another focus", [&] { return focus() != before; });
+    }
+}
+
+inline void capture(const std::vector<UINT>& keys, const std::string& text) {
+    tabTo(box);
+    pressKeys(keys);
+    await("the shortcut", [&] { return control(box).text == text; });
 }
 
 // The tip is brought up to date when everything else is over.

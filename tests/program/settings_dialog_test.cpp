@@ -7,7 +7,7 @@ using namespace person;
 
 namespace {
 
-enum Entry { settings = 4, minimize = 0xF020, closeWindow = 0xF060 };
+enum Entry { settings = 4, minimize = 0xF020 };
 
 const char* const keepExe = "If enabled, keep this portable EXE in its current location.";
 const char* const noCapture = "Shortcut capture unavailable. Existing shortcut kept.";
@@ -18,25 +18,6 @@ void openSettings() {
     openTrayMenu();
     chooseFromMenu(settings);
     await("the dialog", [] { return focus() != 0; });
-}
-
-void click(int id) {
-    const POINT middle = middleOf(id);
-    drag(middle.x, middle.y, control(id).bounds.left + 4, control(id).bounds.top + 4);
-}
-
-void tabTo(int id) {
-    for (int tries = 0; focus() != id && tries < 4; ++tries) {
-        const int before = focus();
-        pressKeys({VK_TAB});
-        await("another focus", [&] { return focus() != before; });
-    }
-}
-
-void capture(const std::vector<UINT>& keys, const std::string& text) {
-    tabTo(box);
-    pressKeys(keys);
-    await("the shortcut", [&] { return control(box).text == text; });
 }
 
 }  // namespace
@@ -122,109 +103,6 @@ TEST(SettingsDialog, theBoxTakesEveryKeyButAFew) {
         desktop::pressKey(VK_TAB);
         await("Save", [] { return focus() == save; });
         EXPECT_EQ(callsOf("CallNextHookEx").size(), 1u) << "A let go elsewhere is still eaten";
-    });
-}
-
-TEST(SettingsDialog, keysThatMoveAndDecide) {
-    const std::string saved = "set, 1", cancelled = "set, 2", menu = "menu", checked = "checked";
-    const struct {
-        std::vector<int> from;
-        std::vector<UINT> keys;
-        std::string outcome;  // a result, or what the dialog shows, or the new focus
-    } rows[] = {
-        {{startup, save}, {VK_RETURN}, saved},
-        {{cancel}, {VK_RETURN}, cancelled},
-        {{box, startup, save, cancel}, {VK_ESCAPE}, cancelled},
-        {{box}, {VK_LCONTROL, VK_ESCAPE}, cancelled},
-        {{startup}, {VK_LMENU, VK_F4}, cancelled},
-        {{startup}, {VK_SPACE}, checked},
-        {{save}, {VK_SPACE}, saved},
-        {{cancel}, {VK_SPACE}, cancelled},
-        {{startup}, {VK_LMENU, 'S'}, saved},
-        {{startup}, {'S'}, saved},
-        {{cancel}, {VK_LMENU, 'S'}, "1001"},
-        {{save, cancel}, {VK_LMENU, 'W'}, checked},
-        {{save, cancel}, {'W'}, checked},
-        {{box}, {VK_LCONTROL, VK_TAB}, "1002"},
-        {{box}, {VK_LSHIFT, VK_TAB}, "2"},
-        {{save}, {VK_LSHIFT, VK_TAB}, "1002"},
-        {{startup, save}, {VK_LMENU}, menu},
-        {{save}, {VK_F10}, menu},
-    };
-    atDesktop([&] {
-        Program program;
-        const auto tryKeys = [](int from, const std::vector<UINT>& keys,
-                                const std::string& outcome) {
-            SCOPED_TRACE(std::to_string(from) + " " + std::to_string(keys.back()));
-            openSettings();
-            tabTo(from);
-            pressKeys(keys);
-            await(outcome.c_str(), [&] {
-                const auto ends = callsOf("EndDialog");
-                if (outcome == "menu") return !desktop::openMenu().empty();
-                if (outcome == "checked") return control(startup).checked;
-                return (ends.empty() ? std::to_string(focus()) : ends.front()) == outcome;
-            });
-            if (outcome == "menu")
-                chooseFromMenu(closeWindow);
-            else if (callsOf("EndDialog").empty())
-                click(cancel);
-            awaitClosed();
-        };
-        for (const auto& row : rows)
-            for (const int from : row.from) tryKeys(from, row.keys, row.outcome);
-    });
-}
-
-TEST(SettingsDialog, saveEndsInThreeWays) {
-    const auto config = [] { return contentOf(dataFolder() / "config.ini"); };
-    atDesktop([&] {
-        desktop::takeHotKey(MOD_CONTROL, 'A');
-        Program program;
-        openSettings();
-        const auto idle = desktop::openObjects();
-        const std::string before = config();
-        capture({VK_F1 + 4}, "F5");
-        click(save);
-        await("the box", [] { return !desktop::openBoxes().empty(); });
-        desktop::startCallLog();
-        click(save);  // Under the box: does nothing.
-        pressKeys({'X'});
-        await("X", [] { return callsOf("CallNextHookEx").size() == 2; });
-        EXPECT_EQ(readBox(), "Settings not saved|Use Ctrl, Alt, Shift or Win with a letter, digit, "
-                             "numpad key or F1-F12.|48");
-        await("the dialog", [] { return focus() == save; });
-        EXPECT_EQ(control(box).text, "F5");
-        capture({VK_LCONTROL, 'A'}, "Ctrl+A");
-        click(save);
-        EXPECT_EQ(readBox(), "Settings not saved|Shortcut unavailable or reserved by Windows. "
-                             "Previous shortcut kept.|48");
-        await("the dialog", [] { return focus() == save; });
-        EXPECT_EQ(config(), before);
-        EXPECT_EQ(desktop::openObjects(), idle);
-
-        capture({VK_LMENU, VK_F1 + 7}, "Alt+F8");
-        click(startup);
-        desktop::planFault({desktop::Fault::Fail, "RegSetValueExW", 1, ERROR_ACCESS_DENIED});
-        click(save);
-        EXPECT_EQ(readBox(),
-                  "Settings partially saved|Shortcut saved. Startup could not be saved:\nWindows "
-                  "refused the startup change.\n\nStartup state will be re-read. Retry Save, or "
-                  "Cancel to close; the saved shortcut remains.|48");
-        await("the true state", [] { return focus() == save && !control(startup).checked; });
-        click(startup);
-        click(save);
-        awaitClosed();
-        EXPECT_NE(config().find("modifiers=1\r\nkey=119"), std::string::npos) << config();
-
-        openSettings();
-        EXPECT_TRUE(control(startup).checked);
-        capture({VK_LCONTROL, 'B'}, "Ctrl+B");
-        pressEsc();  // Drops it.
-        awaitClosed();
-        await("the tip", [] { return desktop::trayTip() == "Quorvel Desk Clip — Alt+F8"; });
-        pressKeys({VK_LMENU, VK_F1 + 7});
-        await("the sheet", sheetIsUp);
     });
 }
 
