@@ -37,12 +37,14 @@ bool isShortcutTaken(UINT key) {
 
 void clickControl(HWND dialog, int id) { clickAt(GetDlgItem(dialog, id)); }
 
-bool hasKeyboard(HWND control) {
+GUITHREADINFO threadOf(HWND window) {
     GUITHREADINFO thread{};
     thread.cbSize = sizeof thread;
-    GetGUIThreadInfo(GetWindowThreadProcessId(control, nullptr), &thread);
-    return thread.hwndFocus == control;
+    GetGUIThreadInfo(GetWindowThreadProcessId(window, nullptr), &thread);
+    return thread;
 }
+
+bool hasKeyboard(HWND control) { return threadOf(control).hwndFocus == control; }
 
 WideText textOfControl(HWND dialog, int id) {
     WCHAR text[300]{};
@@ -72,7 +74,7 @@ void changeSettings(HWND dialog, WCHAR digit) {
     EXPECT_TRUE(waitUntil([&] { return IsDlgButtonChecked(dialog, 1002) == BST_CHECKED; }));
     clickControl(dialog, 1001);
     EXPECT_TRUE(waitUntil([&] { return hasKeyboard(GetDlgItem(dialog, 1001)); }));
-    input(TEXT("key ctrl+shift+") + WideText(1, digit));
+    press({VK_CONTROL, VK_SHIFT, static_cast<WORD>(digit)});
     const WideText name = TEXT("Ctrl+Shift+") + WideText(1, digit);
     EXPECT_TRUE(waitUntil([&] { return textOfControl(dialog, 1001) == name; }));
 }
@@ -80,9 +82,10 @@ void changeSettings(HWND dialog, WCHAR digit) {
 void answerBox(const WideText& title, const WideText& text) {
     HWND box = nullptr;
     ASSERT_TRUE(waitUntil([&] { return (box = shownWindow(nullptr, title.c_str())); }));
+    EXPECT_TRUE(waitUntil([&] { return GetForegroundWindow() == box; }));
     EXPECT_EQ(textOfControl(box, 0xFFFF), text);
     photograph(title + TEXT(".png"));
-    input(TEXT("key Return"));
+    press({VK_RETURN});
     EXPECT_TRUE(waitUntil([&] { return !IsWindow(box); }));
 }
 
@@ -174,8 +177,9 @@ TEST_F(Acceptance, settingsOpenInThreeWaysAndTheShortcutWaits) {
     HWND first = nullptr;
     ASSERT_TRUE(waitUntil([&] { return (first = shownWindow(nullptr, dialogTitle)); }));
     EXPECT_EQ(openSettings(), first);  // raised
+    EXPECT_TRUE(waitUntil([&] { return GetForegroundWindow() == first; }));
     press({VK_CONTROL, VK_SHIFT, '7'});
-    input(TEXT("key Escape"));
+    press({VK_ESCAPE});
     ASSERT_TRUE(waitUntil([&] { return !IsWindow(first); }));
     EXPECT_FALSE(shownWindow(sheetClass));
     input(atIcon() + TEXT(" click 3"));
@@ -186,6 +190,67 @@ TEST_F(Acceptance, settingsOpenInThreeWaysAndTheShortcutWaits) {
     input(TEXT("mousemove ") + decimalText(entries.left + 20) + TEXT(" ") +
           decimalText(entries.top + (entries.bottom - entries.top) * 5 / 8) + TEXT(" click 1"));
     EXPECT_TRUE(waitUntil([] { return shownWindow(nullptr, dialogTitle); }));
+}
+
+TEST_F(Acceptance, keysOnEveryControlOfTheSettings) {
+    const WideText closed = TEXT("closed"), menu = TEXT("menu"), checked = TEXT("checked");
+    const struct {
+        std::vector<int> from;
+        std::vector<WORD> keys;
+        WideText outcome;  // one of these, the box's text, or the new focus
+    } rows[] = {
+        {{1001}, {VK_CONTROL, VK_SHIFT, 'R'}, TEXT("Ctrl+Shift+R")},
+        {{1001}, {VK_MENU, VK_F4}, TEXT("Alt+F4")},
+        {{1001}, {VK_LWIN, 'V'}, TEXT("Win+V")},
+        {{1001}, {VK_RETURN}, TEXT("Return")},
+        {{1001}, {VK_SHIFT, '7'}, TEXT("Shift+7")},
+        {{1001}, {VK_CONTROL, VK_TAB}, TEXT("1002")},
+        {{1001}, {VK_SHIFT, VK_TAB}, TEXT("2")},
+        {{1002}, {VK_SHIFT, VK_TAB}, TEXT("1001")},
+        {{1}, {VK_SHIFT, VK_TAB}, TEXT("1002")},
+        {{2}, {VK_MENU, 'S'}, TEXT("1001")},
+        {{1, 2}, {VK_MENU, 'W'}, checked},
+        {{1, 2}, {'W'}, checked},
+        {{1002}, {VK_SPACE}, checked},
+        {{1002, 1}, {VK_MENU}, menu},
+        {{1}, {VK_F10}, menu},
+        {{1001}, {VK_CONTROL, VK_ESCAPE}, closed},
+        {{1001, 1002, 1, 2}, {VK_ESCAPE}, closed},
+        {{1002, 1, 2}, {VK_RETURN}, closed},
+        {{1, 2}, {VK_SPACE}, closed},
+        {{1002}, {VK_MENU, VK_F4}, closed},
+        {{1002}, {VK_MENU, 'S'}, closed},
+        {{1002}, {'S'}, closed},
+    };
+    HWND dialog = nullptr;
+    const auto focus = [&] {
+        for (const int id : {1001, 1002, 1, 2})
+            if (hasKeyboard(GetDlgItem(dialog, id))) return id;
+        return 0;
+    };
+    const auto shows = [&](const WideText& outcome) {
+        if (outcome == closed) return !IsWindow(dialog);
+        if (outcome == menu) return IsWindow(dialog) && (threadOf(dialog).flags & GUI_INMENUMODE);
+        if (outcome == checked) return IsDlgButtonChecked(dialog, 1002) == BST_CHECKED;
+        return textOfControl(dialog, 1001) == outcome || decimalText(focus()) == outcome;
+    };
+    for (const auto& row : rows)
+        for (const int from : row.from) {
+            SCOPED_TRACE(testing::Message() << from << " " << row.keys.back());
+            if (!IsWindow(dialog)) dialog = openSettings();
+            EXPECT_TRUE(waitUntil([&] { return GetForegroundWindow() == dialog && focus() != 0; }));
+            for (int tries = 0; focus() != from && tries < 4; ++tries) {
+                const int before = focus();
+                press({VK_TAB});
+                EXPECT_TRUE(waitUntil([&] { return focus() != before; }));
+            }
+            CheckDlgButton(dialog, 1002, BST_UNCHECKED);
+            press(row.keys);
+            EXPECT_TRUE(waitUntil([&] { return shows(row.outcome); }))
+                << Path(textOfControl(dialog, 1001)).string() << " " << focus();
+            if (row.outcome == menu) press({VK_ESCAPE});
+            EXPECT_TRUE(waitUntil([&] { return !shows(menu); }));
+        }
 }
 
 TEST_F(Acceptance, saveTellsWhatCouldNotBeSaved) {

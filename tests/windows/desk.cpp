@@ -1,4 +1,4 @@
-// Everything but the pointer and the keys of the display goes through the published operations.
+// Everything but the pointer of the display goes through the published operations.
 
 #include "tests/windows/desk.h"
 
@@ -109,7 +109,7 @@ bool waitUntil(const std::function<bool()>& holds) {
 
 void input(const WideText& orders) { startTool(TEXT("xdotool ") + orders); }
 
-void press(std::initializer_list<WORD> keys) {
+void press(const std::vector<WORD>& keys) {
     for (const WORD key : keys) pressKey(key, 0);
     for (auto key = std::rbegin(keys); key != std::rend(keys); ++key)
         pressKey(*key, KEYEVENTF_KEYUP);

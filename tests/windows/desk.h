@@ -6,7 +6,7 @@
 #include <windows.h>
 
 #include <functional>
-#include <initializer_list>
+#include <vector>
 
 #include "common/wide_text.h"
 #include "tests/scratch.h"
@@ -14,11 +14,12 @@
 // Whether it held within half a minute. The windows of this process live meanwhile.
 bool waitUntil(const std::function<bool()>& holds);
 
-// Pointer and keys of the display, in the words of xdotool. Returns before they have arrived.
+// The display's pointer, in the words of xdotool. Returns before it has arrived.
 void input(const WideText& orders);
 
-// Keys pressed together from within the desktop.
-void press(std::initializer_list<WORD> keys);
+// Keys pressed together, for the foreground window. From within the desktop: the display's keys go
+// to whichever process was last to ask the display for them, at times the one before.
+void press(const std::vector<WORD>& keys);
 
 // Presses the key; whether a press of it has got past the hooks of the desktop.
 bool isKeyFree(WORD key);
