@@ -15,11 +15,13 @@ const std::string givesUp =
     "0|Quorvel Clip|An older or unresponsive Quorvel Clip is running. Exit that copy from its tray "
     "menu before opening this one. Your clips and settings are kept.|64";
 
-// Runs the program to its end, answering a box. "exit code|title|text|icon" of what was shown.
+// Waits for the end of the program, answering a box. "exit code|title|text|icon" of what was shown.
+// As long as it takes: the first of many starts outlives all others.
 std::string runAndRead(const std::u16string& tail = u"") {
     Program program(tail);
     const auto hasBox = [] { return !desktop::openBoxes().empty(); };
-    await("a box or the end", [&] { return program.hasEnded() || hasBox(); });
+    while (!desktop::waitUntil([&] { return program.hasEnded() || hasBox(); })) {
+    }
     const std::string shown = hasBox() ? "|" + readBox() : "";
     return std::to_string(program.close()) + shown;
 }
