@@ -3,14 +3,13 @@
 // the others are looked for in vain.
 
 #include <windows.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <stdexcept>
 
 #include "benchmarks/benchmark.h"
+#include "demo/person.h"
 #include "store/clip_name.h"
 #include "store/retention.h"
 
@@ -45,13 +44,12 @@ double millisecondsOf(const Path& folder, int lines) {
 }  // namespace
 
 void measureLedger() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "ledger-XXXXXX").string();
-    if (!mkdtemp(pattern.data())) throw std::runtime_error("Cannot create a temporary folder");
+    const Path folder = person::makeTemporaryFolder();
     std::printf("Registration of a clip, best of 3\n");
     for (const int lines : {1'000, 10'000, 100'000}) {
-        const double milliseconds = millisecondsOf(Path(pattern) / "Recordings", lines);
+        const double milliseconds = millisecondsOf(folder / "Recordings", lines);
         std::printf("  %6d lines%10.1f ms%10.2f us a line\n", lines, milliseconds,
                     milliseconds * 1000 / lines);
     }
-    std::filesystem::remove_all(pattern);
+    std::filesystem::remove_all(folder);
 }

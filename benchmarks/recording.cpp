@@ -224,8 +224,7 @@ void record(const Take& take, int seconds, const Path& folder) {
 }
 
 void recordInOwnProcess(const Take& take, int seconds) {
-    std::string folder = (std::filesystem::temp_directory_path() / "take-XXXXXX").string();
-    if (!mkdtemp(folder.data())) throw std::runtime_error("Cannot create a temporary folder");
+    const Path folder = person::makeTemporaryFolder();
     std::fflush(nullptr);
     const pid_t child = fork();
     if (child == 0) {

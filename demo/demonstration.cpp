@@ -12,7 +12,6 @@
 #include <shlobj.h>
 
 #include <signal.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
@@ -182,8 +181,7 @@ void followTheScript(const person::Program& program, const Path& folder) {
 // Settings, clips and the files by which processes find each other: nothing of the user's own is
 // touched.
 Path makeFolders(const Path& folder) {
-    std::string runtime = (std::filesystem::temp_directory_path() / "desk-clip-XXXXXX").string();
-    if (!mkdtemp(runtime.data())) throw std::runtime_error("Cannot create a temporary folder");
+    const Path runtime = person::makeTemporaryFolder();
     for (const char* const name : {"data", "config"})
         std::filesystem::create_directories(folder / name);
     setenv("XDG_DATA_HOME", (folder / "data").c_str(), 1);

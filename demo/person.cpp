@@ -58,6 +58,12 @@ int Program::close() {
     return exitCode;
 }
 
+std::filesystem::path makeTemporaryFolder() {
+    std::string path = (std::filesystem::temp_directory_path() / "desk-clip-XXXXXX").string();
+    if (!mkdtemp(path.data())) throw std::runtime_error("Cannot create a temporary folder");
+    return path;
+}
+
 void pressKeys(const std::vector<UINT>& keys) {
     for (const UINT key : keys) hands.pressKey(key);
     for (auto key = keys.rbegin(); key != keys.rend(); ++key) hands.releaseKey(*key);

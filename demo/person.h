@@ -4,6 +4,7 @@
 #pragma once
 
 #include <atomic>
+#include <filesystem>
 #include <string>
 #include <thread>
 #include <vector>
@@ -28,6 +29,9 @@ private:
     std::atomic<bool> ended = false;
     std::thread thread;
 };
+
+// A new and empty folder for the temporary, which the caller removes. Throws std::runtime_error.
+std::filesystem::path makeTemporaryFolder();
 
 // Through which keys and pointer go. They are the embedded desktop's until they are replaced.
 struct Hands {

@@ -162,8 +162,10 @@ void openMailbox(std::u16string_view className, std::uint64_t window) {
     const Address address(unready);
     unlink(unready.c_str());
     if (!address.valid || bind(socket.get(), address.get(), sizeof address.name) != 0 ||
-        listen(socket.get(), 16) != 0 || rename(unready.c_str(), path.c_str()) != 0)
+        listen(socket.get(), 16) != 0 || rename(unready.c_str(), path.c_str()) != 0) {
+        unlink(unready.c_str());
         return;
+    }
     mailboxes.push_back({window, path, std::move(socket)});
 }
 

@@ -194,9 +194,6 @@ void dismissWindow(HWND window) {
     std::erase_if(shared().posted, [&](const MSG& message) { return message.hwnd == window; });
 }
 
-void forgetMessages() {
-    quitPosted = false;
-    const std::lock_guard lock(shared().mutex);
-}
+void forgetMessages() { quitPosted = false; }
 
 }  // namespace user32

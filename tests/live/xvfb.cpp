@@ -109,10 +109,6 @@ void tap(xcb_keysym_t key) {
     press(key);
     release(key);
 }
-void pressKeys(const std::vector<xcb_keysym_t>& keys) {
-    for (const xcb_keysym_t key : keys) press(key);
-    for (auto key = keys.rbegin(); key != keys.rend(); ++key) release(*key);
-}
 void movePointer(int x, int y) { fake(XCB_MOTION_NOTIFY, 0, x, y); }
 void pressButton(int button) { fake(XCB_BUTTON_PRESS, static_cast<std::uint8_t>(button)); }
 void releaseButton(int button) { fake(XCB_BUTTON_RELEASE, static_cast<std::uint8_t>(button)); }
@@ -265,6 +261,9 @@ void takeHands() {
                      releaseButton};
 }
 
-void pressShortcut() { pressKeys({controlKey, shiftKey, '7'}); }
+void pressShortcut() {
+    takeHands();
+    person::pressShortcut();
+}
 
 }  // namespace live

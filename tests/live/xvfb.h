@@ -26,7 +26,6 @@ xcb_window_t root();
 
 // Keys by their symbol: 'a', 0xff1b.
 constexpr xcb_keysym_t escapeKey = 0xff1b, controlKey = 0xffe3, shiftKey = 0xffe1, altKey = 0xffe9;
-void pressKeys(const std::vector<xcb_keysym_t>& keys);  // down in order, up in reverse order
 void press(xcb_keysym_t key);
 void release(xcb_keysym_t key);
 void tap(xcb_keysym_t key);

@@ -56,9 +56,7 @@ bool isWritten(int samples) {
 }  // namespace
 
 void atDesktop(const std::function<void()>& body, const std::function<void()>& afterwards) {
-    std::string name = (std::filesystem::temp_directory_path() / "desk-clip-XXXXXX").string();
-    if (!mkdtemp(name.data())) throw std::runtime_error("no temporary folder");
-    homeFolder = name;
+    homeFolder = makeTemporaryFolder();
     std::fflush(nullptr);
     const pid_t child = fork();
     if (child == 0) {
