@@ -186,18 +186,36 @@ void expectSamplesOnTheGrid(Record& record, const std::string& writer) {
     }
 }
 
+// The copy of the program has a name of its own, for which Wine's registry prefers the stand-ins in
+// System32 to Wine's own libraries. The libraries beside it are empty: loading one of them ends the
+// recording.
 struct StandIn : testing::Test {
     StandIn() {
         forgetEverything();
-        CopyFileW(TEXT("Z:") PROGRAM_FILE, programFile, FALSE);
+        CopyFileW(TEXT("Z:") PROGRAM_FILE, programFile.c_str(), FALSE);
         SetEnvironmentVariableW(TEXT("STAND_IN_RECORD"), recordFile.string<WCHAR>().c_str());
         SetEnvironmentVariableW(TEXT("STAND_IN_REFUSES"), nullptr);
-        // Wine prefers its own libraries to those beside the program unless it is told.
-        for (const WCHAR* const library :
-             {TEXT("dxgi"), TEXT("d3d11"), TEXT("mfplat"), TEXT("mfreadwrite")})
-            RegSetKeyValueW(HKEY_CURRENT_USER,
-                            TEXT("Software\\Wine\\AppDefaults\\QuorvelDeskClip.exe\\DllOverrides"),
-                            library, REG_SZ, TEXT("native,builtin"), sizeof TEXT("native,builtin"));
+        for (const WideText library :
+             {TEXT("dxgi"), TEXT("d3d11"), TEXT("mfplat"), TEXT("mfreadwrite")}) {
+            const WideText file = library + TEXT(".dll");
+            const WideText systemFile = TEXT("C:/windows/system32/") + file;
+            CopyFileW(TEXT("Z:") STAND_IN_LIBRARY, systemFile.c_str(), FALSE);
+            writeFile(scratch.path / file, "");
+            setLoadOrder(library, TEXT("native"));
+        }
+    }
+
+    void setLoadOrder(const WideText& library, const WideText& order) {
+        RegSetKeyValueW(HKEY_CURRENT_USER,
+                        TEXT("Software\\Wine\\AppDefaults\\Recorder.exe\\DllOverrides"),
+                        library.c_str(), REG_SZ, order.c_str(),
+                        static_cast<DWORD>((order.size() + 1) * sizeof(WCHAR)));
+    }
+
+    void dragRegion(const Program& program) {
+        ASSERT_TRUE(program.isReady());
+        ASSERT_TRUE(openSheet());
+        input(TEXT("mousemove 300 310 mousedown 1 mousemove 400 400 mousemove 503 465 mouseup 1"));
     }
 
     // From the shortcut to the notice; the clip's name.
@@ -205,9 +223,7 @@ struct StandIn : testing::Test {
         const Paper paper({200, 200, 700, 600}, paperColour);
         HANDLE const screenIsReady = CreateEventA(nullptr, TRUE, FALSE, "STAND_IN_SCREEN");
         const Program program(programFile);
-        ASSERT_TRUE(program.isReady());
-        ASSERT_TRUE(openSheet());
-        input(TEXT("mousemove 300 310 mousedown 1 mousemove 400 400 mousemove 503 465 mouseup 1"));
+        ASSERT_NO_FATAL_FAILURE(dragRegion(program));
         ASSERT_TRUE(waitUntil([] {
             return colourAt(299, 309) == frameColour && colourAt(502, 464) == frameColour &&
                    colourAt(300, 310) == paperColour && colourAt(501, 463) == paperColour;
@@ -242,7 +258,7 @@ struct StandIn : testing::Test {
 
     const ScratchFolder scratch;
     const Path recordFile = scratch.path / "record.txt";
-    static constexpr const WCHAR* programFile = TEXT("Z:") STAND_IN_FOLDER "/QuorvelDeskClip.exe";
+    const Path programFile = scratch.path / "Recorder.exe";
 };
 
 TEST_F(StandIn, aRecordingAsksForEverythingInItsOrder) {
@@ -274,6 +290,15 @@ TEST_F(StandIn, aRefusedEncoderIsAskedAgainWithoutHardware) {
     expectSamplesOnTheGrid(record, "writer2");
     record.expect(ending, second);
     EXPECT_EQ(record.peek(), "the end");
+}
+
+// Some editions of Windows come without Media Foundation.
+TEST_F(StandIn, anAbsentLibraryFailsTheRecording) {
+    setLoadOrder(TEXT("mfplat"), TEXT(""));
+    const Program program(programFile);
+    ASSERT_NO_FATAL_FAILURE(dragRegion(program));
+    EXPECT_TRUE(
+        takeNotice(TEXT("Media Foundation startup (0x8007007e)"), TEXT("absent_library.png")));
 }
 
 }  // namespace

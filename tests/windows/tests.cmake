@@ -38,15 +38,11 @@ target_link_libraries(shared_by_windows_tests PUBLIC gtest clip_program ntdll)
 target_compile_definitions(shared_by_windows_tests PUBLIC PROGRAM_FILE="$<TARGET_FILE:QuorvelDeskClip>"
                            PICTURE_FOLDER="${PROJECT_BINARY_DIR}/pictures")
 
-# Under the names of four system libraries, in a folder that the program is copied to.
+# Stands in for four libraries of the system, under whose names the test puts it into System32.
 file(GLOB stand_in_sources CONFIGURE_DEPENDS windows/standin/*.cpp)
 add_library(stand_in SHARED ${stand_in_sources})
 target_link_libraries(stand_in PRIVATE gdi32)
-target_compile_definitions(shared_by_windows_tests PUBLIC STAND_IN_FOLDER="${PROJECT_BINARY_DIR}/stand_in")
-foreach(name dxgi d3d11 mfplat mfreadwrite)
-    add_custom_command(TARGET stand_in POST_BUILD COMMAND ${CMAKE_COMMAND} -E copy
-                       $<TARGET_FILE:stand_in> ${PROJECT_BINARY_DIR}/stand_in/${name}.dll)
-endforeach()
+target_compile_definitions(shared_by_windows_tests PUBLIC STAND_IN_LIBRARY="$<TARGET_FILE:stand_in>")
 add_dependencies(shared_by_windows_tests stand_in)
 
 foreach(source IN LISTS tests)
