@@ -65,34 +65,26 @@ void sleepUntil(std::int64_t deadline) {
     if (deadline > now) std::this_thread::sleep_for(std::chrono::nanoseconds(deadline - now));
 }
 
-void writeSample(FrameClock& clock, Mp4Writer& writer, const std::vector<std::uint8_t>& frame) {
-    const FrameSlot slot = claimSlot(clock, monotonicNow());
-    writeFrame(writer, frame.data(), static_cast<std::uint32_t>(frame.size()), slot.sampleTime,
-               slot.sampleDuration);
-}
-
-// Whether a picture came in this pass. If none ever does, the recording ends here.
-bool awaitFirstImage(DesktopSource& source, FrameClock& clock, std::vector<std::uint8_t>& frame) {
-    if (pollDesktopFrame(source, firstImagePoll, frame.data())) {
-        clock.origin = monotonicNow();
-        return true;
-    }
-    if (monotonicNow() - clock.origin > firstImageLimit)
-        throw std::runtime_error("No desktop frame received");
-    return false;
-}
-
-// Whether at least one sample was written when the stop was seen.
+// Whether at least one sample was written when the stop was seen. Each pass reads the clock once,
+// after its poll: for the first image that reading is the origin and claims its slot too, so the
+// first sample has time 0 however long the thread is held up.
 bool recordUntilStopped(DesktopSource& source, Mp4Writer& writer, std::vector<std::uint8_t>& frame,
                         const std::atomic<bool>& stopFlag) {
     FrameClock clock{monotonicNow(), 0};
     bool hasFrame = false;
     while (!stopFlag) {
-        if (hasFrame)
-            pollDesktopFrame(source, streamingPoll, frame.data());
-        else if (!awaitFirstImage(source, clock, frame))
+        const bool isNew =
+            pollDesktopFrame(source, hasFrame ? streamingPoll : firstImagePoll, frame.data());
+        const std::int64_t now = monotonicNow();
+        if (!hasFrame && !isNew) {
+            if (now - clock.origin > firstImageLimit)
+                throw std::runtime_error("No desktop frame received");
             continue;
-        writeSample(clock, writer, frame);
+        }
+        if (!hasFrame) clock.origin = now;
+        const FrameSlot slot = claimSlot(clock, now);
+        writeFrame(writer, frame.data(), static_cast<std::uint32_t>(frame.size()), slot.sampleTime,
+                   slot.sampleDuration);
         sleepUntil(nextDeadline(clock));
         hasFrame = true;
     }
