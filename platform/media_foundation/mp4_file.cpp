@@ -128,8 +128,8 @@ void Mp4File::begin(const VideoFormat& format, std::span<const std::uint8_t> hea
     std::memcpy(codec.extradata, headers.data(), headers.size());
 
     // The movie's own clock is as fine as the track's, so that the length is not rounded to
-    // milliseconds. The first sample is at 0 and none is reordered, so there is nothing that an
-    // edit list could say.
+    // milliseconds. The file starts with its first sample and none is reordered, so there is nothing
+    // that an edit list could say.
     AVDictionary* options = nullptr;
     av_dict_set_int(&options, "movie_timescale", stream->time_base.den, 0);
     av_dict_set(&options, "use_editlist", "0", 0);

@@ -104,8 +104,9 @@ HRESULT SinkWriter::write(const Sample& sample) {
     const char* const operation = "IMFSinkWriter::WriteSample";
     if (!sample.values.list.empty()) desktop::refuse(operation, "attributes of the sample", 1);
     if (!sample.time) return MF_E_NO_SAMPLE_TIMESTAMP;
-    // The file has no gap in front of its first picture, and pictures are not put in order.
-    if (lastTime < 0 ? *sample.time != 0 : *sample.time <= lastTime)
+    // Samples are not put in order, and none is before 0. The first may be later: the file starts
+    // with it.
+    if (*sample.time <= lastTime)
         desktop::refuse(operation, "time of the sample", *sample.time);
     if (sample.duration.value_or(0) <= 0) desktop::refuse(operation, "duration of the sample", 0);
     const DWORD length = static_cast<DWORD>(input->width * input->height * 3 / 2);
