@@ -8,8 +8,10 @@
 
 #include <atomic>
 #include <thread>
+#include <vector>
 
 #include "capture/capture_loop.h"
+#include "capture/desktop_source.h"
 #include "demo/person.h"
 #include "tests/scratch.h"
 
@@ -45,6 +47,36 @@ TEST(Capture, startsAtZeroHoweverLongTheThreadIsHeldUp) {
     stopFlag = true;
     recording.join();
     EXPECT_EQ(person::callsOf("IMFSample::SetSampleTime").front(), "0");
+}
+
+// A monitor to the upper left of the primary one, and regions that touch its edges or are one pixel
+// beyond one of them.
+TEST(Capture, takesARegionThatIsWithinItsMonitor) {
+    desktop::setMonitors({{{0, 0, 640, 480}}, {{-320, -240, 0, 0}}});
+    const HMONITOR monitor = MonitorFromPoint({-1, -1}, MONITOR_DEFAULTTONEAREST);
+    for (const CaptureRegion& region :
+         {CaptureRegion{-320, -240, 0, 0}, {-320, -220, -20, 0}, {-300, -240, 0, -20}}) {
+        desktop::paintDesktop([&](const desktop::Canvas& canvas) {
+            std::fill_n(canvas.pixels, canvas.stride * canvas.height, 0);
+            const auto paint = [&](LONG x, LONG y) {
+                canvas.pixels[(y - canvas.origin.y) * canvas.stride + x - canvas.origin.x] = ~0u;
+            };
+            paint(region.left, region.top);
+            paint(region.right - 1, region.bottom - 1);
+        });
+        DesktopSource source = openDesktopSource(monitor, region);
+        std::vector<std::uint8_t> frame(320 * 240 * 3 / 2);
+        ASSERT_TRUE(pollDesktopFrame(source, 0, frame.data()));
+        EXPECT_EQ(frame[0], 235);
+        EXPECT_EQ(frame[source.width * source.height - 1], 235);
+    }
+    for (const CaptureRegion& region : {CaptureRegion{-321, -240, -1, 0},
+                                        {-320, -241, 0, -1},
+                                        {-319, -240, 1, 0},
+                                        {-320, -239, 0, 1}}) {
+        const std::string failure = failureOf([&] { openDesktopSource(monitor, region); });
+        EXPECT_EQ(failure, "Monitor layout changed; select again") << region.left << region.top;
+    }
 }
 
 }  // namespace

@@ -276,11 +276,6 @@ TEST(States, aChangeOfTheDisplayOrAFullDiskIsTold) {
              desktop::changeMonitor(0, {{0, 0, 1080, 1920}, 2});
          },
          "Rotated monitors are not supported in this version"},
-        {"resized", true,
-         [] {
-             desktop::changeMonitor(0, {{0, 0, 300, 200}});
-         },
-         "Monitor layout changed; select again"},
         {"unplugged", true,
          [] {
              desktop::setMonitors({{{5000, 0, 6000, 1000}}});
