@@ -127,4 +127,9 @@ TEST(Mp4, keepsToTheBitRate) {
                 4e6);
 }
 
+TEST(Mp4, leavesNothingOpenWhereNoFileCanBeMade) {
+    const MediaStart media;
+    EXPECT_THROW(openMp4Writer(u"/nowhere/clip.mp4", 16, 16, false), std::runtime_error);
+}
+
 }  // namespace

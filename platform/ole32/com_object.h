@@ -19,7 +19,10 @@ struct ComObject : Interface {
     ComObject() { desktop::opened(desktop::Object::ComReference); }
     ComObject(const ComObject&) = delete;
     ComObject& operator=(const ComObject&) = delete;
-    virtual ~ComObject() = default;
+    // An object whose construction failed still has its first reference.
+    virtual ~ComObject() {
+        if (references > 0) desktop::closed(desktop::Object::ComReference);
+    }
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID id, void** object) override {
         desktop::Call call("QueryInterface");
