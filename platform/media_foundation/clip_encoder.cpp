@@ -2,7 +2,6 @@
 
 #include "platform/media_foundation/clip_encoder.h"
 
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <exception>
@@ -70,7 +69,7 @@ void ClipEncoder::encodeAll(H264Encoder& encoder) {
 // The encoder is opened here, because its own threads inherit the priority of the one that opens
 // it.
 void ClipEncoder::run(const VideoFormat& format, std::promise<void> opened) {
-    if (isLarge(format)) setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), 5);
+    if (isLarge(format)) nice(5);  // On Linux that is this thread alone.
     std::optional<H264Encoder> encoder;
     try {
         encoder.emplace(format);
