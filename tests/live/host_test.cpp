@@ -1,11 +1,30 @@
 // What the live display owes the layer, where the whole program would not show a mistake: who gets
 // which key, pointer and keyboard of surfaces, when a picture is new.
 
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <map>
+#include <utility>
 
 #include "tests/live/live_host.h"
+
+namespace {
+
+// What happens next between a decision of the host to take the keyboard and the server's doing so.
+std::function<void()> beforeTheKeyboardIsTaken = [] {};
+
+}  // namespace
+
+// Stands in for the library's.
+xcb_grab_keyboard_cookie_t xcb_grab_keyboard(xcb_connection_t* server, std::uint8_t ownerEvents,
+                                             xcb_window_t window, xcb_timestamp_t time,
+                                             std::uint8_t pointerMode, std::uint8_t keyboardMode) {
+    static const auto original =
+        reinterpret_cast<decltype(&xcb_grab_keyboard)>(dlsym(RTLD_NEXT, "xcb_grab_keyboard"));
+    std::exchange(beforeTheKeyboardIsTaken, [] {})();
+    return original(server, ownerEvents, window, time, pointerMode, keyboardMode);
+}
 
 namespace {
 
@@ -45,6 +64,25 @@ TEST_F(LiveHost, hookEndsUnderAWaitingKey) {
     ASSERT_TRUE(desk->hookKeys(true));
     live::tap(live::escapeKey);
     EXPECT_EQ(heardUpTo(client, 'c'), "+a -a +b -b +c -c");
+}
+
+// The second of two hooked keys goes up before the host has the keyboard again after the first: it
+// is not down any more.
+TEST_F(LiveHost, keyThatGoesUpRightAfterAnotherComesAgain) {
+    takes = [](const Event&) { return true; };
+    ASSERT_TRUE(desk->hookKeys(true));
+    live::press(live::controlKey);
+    live::press(live::altKey);
+    ASSERT_TRUE(cameAbout(Event::KeyPressed, VK_LMENU));
+    beforeTheKeyboardIsTaken = [] {
+        live::release(live::altKey);
+        live::pixelAt(0, 0);  // carried out by now
+    };
+    live::release(live::controlKey);
+    ASSERT_TRUE(cameAbout(Event::KeyReleased, VK_LCONTROL));
+    live::tap(live::altKey);
+    EXPECT_TRUE(goOnUntil([&] { return count(Event::KeyPressed, VK_LMENU) == 2; }));
+    desk->hookKeys(false);
 }
 
 TEST_F(LiveHost, hotKeyFiresOnlyWithItsModifiers) {

@@ -97,18 +97,32 @@ bool aPressIsOnItsWay() {
     });
 }
 
+void forgetReleasedKeys() {
+    const auto bits = keysDown();
+    std::erase_if(kept, [&](xcb_keycode_t code) { return !isDown(bits, code); });
+}
+
+void releaseKeyboard() {
+    hold = Hold::None;
+    xcb_ungrab_keyboard(connection(), XCB_CURRENT_TIME);
+    xcb_flush(connection());
+}
+
 // Playing a key again ends the grab that keeps the release of a kept key from the others. If the
 // kept key is still down it is taken up again; unless the next key has stopped here already, which
 // asks again when it is settled.
 void holdKeptKeys() {
     if (kept.empty()) return;
-    const auto bits = keysDown();
-    std::erase_if(kept, [&](xcb_keycode_t code) { return !isDown(bits, code); });
+    forgetReleasedKeys();
     if (kept.empty() || aPressIsOnItsWay()) return;
     const auto reply =
         await(xcb_grab_keyboard_reply, xcb_grab_keyboard(connection(), 0, root(), XCB_CURRENT_TIME,
                                                          XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_SYNC));
     if (!reply || reply->status != XCB_GRAB_STATUS_SUCCESS) return;
+    // A key that went up before the grab has sent its release to others; one that goes up after it
+    // waits for us.
+    forgetReleasedKeys();
+    if (kept.empty()) return releaseKeyboard();
     hold = Hold::ByUs;
     allow(XCB_ALLOW_SYNC_KEYBOARD);
 }
@@ -120,9 +134,7 @@ void letGoOf(const KeyEvent& release) {
         hold = Hold::None;
         holdKeptKeys();
     } else if (hold == Hold::ByUs && kept.empty()) {
-        hold = Hold::None;
-        xcb_ungrab_keyboard(connection(), XCB_CURRENT_TIME);
-        xcb_flush(connection());
+        releaseKeyboard();
     } else {
         allow(XCB_ALLOW_SYNC_KEYBOARD);
     }
