@@ -112,7 +112,8 @@ struct Host {
     Surface (*createSurface)();
     void (*destroySurface)(Surface surface);
     void (*showSurface)(Surface surface, const Placement& placement, bool raise);
-    void (*presentSurface)(Surface surface, const Picture& picture);  // whole surface, size of its bounds
+    // The whole surface, in the size of its bounds. It keeps what it shows if there is no memory for the pixels.
+    void (*presentSurface)(Surface surface, const Picture& picture);
     void (*hideSurface)(Surface surface);
     // Keyboard input goes to this surface; 0 gives it back to what had it before. False: refused.
     bool (*focusSurface)(Surface surface);
@@ -126,7 +127,7 @@ struct Host {
     // (locked desktop). waitForPicture: Changed once the picture differs from the last Changed. Lost is final.
     bool (*openPictures)(std::uintptr_t monitor);
     PictureState (*waitForPicture)(DWORD milliseconds);
-    // `area` as it is now; empty if the display does not answer any more.
+    // `area` as it is now; empty if the display does not answer any more or there is no memory for it.
     CapturedPicture (*readPicture)(const RECT& area);
     void (*closePictures)();
 

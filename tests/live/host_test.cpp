@@ -3,6 +3,8 @@
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include <map>
 #include <utility>
@@ -190,6 +192,22 @@ TEST_F(LiveHost, pictureChangesWhereItIsRead) {
     EXPECT_EQ(read.bytes[99 * read.pitch + 99 * 4], 0x56);
     desk->destroySurface(beside);
     desk->destroySurface(inside);
+    desk->closePictures();
+}
+
+// No descriptor is left, hence no memory to share.
+TEST_F(LiveHost, goesOnWithoutMemoryForPixels) {
+    ASSERT_TRUE(desk->openPictures(desk->monitors()[0].id));
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    const int next = dup(0);
+    close(next);
+    const rlimit noMore{static_cast<rlim_t>(next), limit.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &noMore);
+    EXPECT_FALSE(desk->readPicture({100, 100, 200, 200}).bytes);
+    desk->destroySurface(show({0, 0, 960, 1080}, 180, 0x181818));
+    setrlimit(RLIMIT_NOFILE, &limit);
+    EXPECT_TRUE(desk->readPicture({100, 100, 200, 200}).bytes);
     desk->closePictures();
 }
 

@@ -150,7 +150,8 @@ CapturedPicture readPicture(const RECT& area) {
     if (view->lost) return {};
     view->changed = false;
     if (!view->area || std::memcmp(&*view->area, &area, sizeof area) != 0) {
-        view->image = std::make_unique<SharedImage>(view->server, width, height);
+        view->image = shareImage(view->server, width, height);
+        if (!view->image) return {};
         view->area = area;
         view->staleTop = area.top;
         view->staleBottom = area.bottom;

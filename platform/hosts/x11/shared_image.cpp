@@ -6,28 +6,34 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <stdexcept>
+
+#include "platform/desktop/descriptor.h"
 
 namespace host::x11 {
 
-SharedImage::SharedImage(xcb_connection_t* connection, int wide, int high)
-    : width(wide), height(high), server(connection) {
+std::unique_ptr<SharedImage> shareImage(xcb_connection_t* server, int width, int height) {
+    const std::size_t size = std::size_t(width) * std::size_t(height) * 4;
     // Memory without a name: nothing is left behind whichever way the process ends.
-    const int descriptor = memfd_create("picture", MFD_CLOEXEC);
-    if (descriptor < 0 || ftruncate(descriptor, static_cast<off_t>(size())) != 0) {
-        if (descriptor >= 0) close(descriptor);
-        throw std::runtime_error("No memory for a picture of the screen");
-    }
-    void* const mapped = mmap(nullptr, size(), PROT_READ | PROT_WRITE, MAP_SHARED, descriptor, 0);
-    if (mapped == MAP_FAILED) {
-        close(descriptor);
-        throw std::runtime_error("Cannot map a picture of the screen");
-    }
-    pixels = static_cast<std::uint32_t*>(mapped);
-    memory = {pixels, [bytes = size()](std::uint32_t* gone) { munmap(gone, bytes); }};
-    segment = xcb_generate_id(server);
-    xcb_shm_attach_fd(server, segment, descriptor, 0);  // closes it
+    desktop::Descriptor file(memfd_create("picture", MFD_CLOEXEC));
+    if (!file || ftruncate(file.get(), static_cast<off_t>(size)) != 0) return nullptr;
+    void* const mapped = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, file.get(), 0);
+    if (mapped == MAP_FAILED) return nullptr;
+    const std::shared_ptr<std::uint32_t[]> memory(
+        static_cast<std::uint32_t*>(mapped), [size](std::uint32_t* gone) { munmap(gone, size); });
+
+    const xcb_shm_seg_t segment = xcb_generate_id(server);
+    const xcb_void_cookie_t attached =
+        xcb_shm_attach_fd_checked(server, segment, file.release(), 0);  // closes it
+    xcb_generic_error_t* const refusal = xcb_request_check(server, attached);
+    const bool isShared = !refusal && !xcb_connection_has_error(server);
+    std::free(refusal);
+    if (!isShared) return nullptr;
+    return std::make_unique<SharedImage>(server, segment, memory, width, height);
 }
+
+SharedImage::SharedImage(xcb_connection_t* connection, xcb_shm_seg_t attached,
+                         const std::shared_ptr<std::uint32_t[]>& mapped, int wide, int high)
+    : width(wide), height(high), memory(mapped), server(connection), segment(attached) {}
 
 SharedImage::~SharedImage() { xcb_shm_detach(server, segment); }
 

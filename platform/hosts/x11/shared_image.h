@@ -13,8 +13,8 @@
 namespace host::x11 {
 
 struct SharedImage {
-    // Throws std::runtime_error if the memory cannot be had or shared.
-    SharedImage(xcb_connection_t* connection, int wide, int high);
+    SharedImage(xcb_connection_t* connection, xcb_shm_seg_t attached,
+                const std::shared_ptr<std::uint32_t[]>& mapped, int wide, int high);
     ~SharedImage();
     SharedImage(const SharedImage&) = delete;
     SharedImage& operator=(const SharedImage&) = delete;
@@ -28,14 +28,15 @@ struct SharedImage {
     void put(xcb_window_t window, xcb_gcontext_t context, std::uint8_t depth) const;
 
     const int width, height;
-    std::shared_ptr<std::uint32_t[]> memory;  // may outlive the image, and the connection
-    std::uint32_t* pixels = nullptr;
+    const std::shared_ptr<std::uint32_t[]> memory;  // may outlive the image, and the connection
+    std::uint32_t* const pixels = memory.get();
 
 private:
-    std::size_t size() const { return std::size_t(width) * std::size_t(height) * 4; }
-
     xcb_connection_t* const server;
-    xcb_shm_seg_t segment = 0;
+    const xcb_shm_seg_t segment;
 };
+
+// Null if the memory cannot be had or the display cannot share it. Waits for the display's answer.
+std::unique_ptr<SharedImage> shareImage(xcb_connection_t* connection, int width, int height);
 
 }  // namespace host::x11

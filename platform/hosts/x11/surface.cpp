@@ -84,10 +84,10 @@ void shape(Surface surface, const Placement& placement) {
 
 // The picture is taken before the redirection and before the window covers anything. A place that
 // is not wholly on the screen, as after a monitor has gone, has no picture; the window is opaque
-// then.
+// then, as it is without memory for the picture.
 std::unique_ptr<Sheet> coverWithSheet(const RECT& bounds) {
-    auto below = std::make_unique<SharedImage>(connection(), widthOf(bounds), heightOf(bounds));
-    const bool seen = below->fetch(root(), bounds.left, bounds.top);
+    auto below = shareImage(connection(), widthOf(bounds), heightOf(bounds));
+    const bool seen = below && below->fetch(root(), bounds.left, bounds.top);
     keepQueuedEvents();
     return seen ? std::make_unique<Sheet>(std::move(below)) : nullptr;
 }
@@ -153,10 +153,13 @@ void showSurface(Surface surface, const Placement& placement, bool raise) {
 void presentSurface(Surface surface, const Picture& picture) {
     Window& window = windows.at(surface);
     if (!window.image || window.image->width != picture.width ||
-        window.image->height != picture.height)
-        window.image = std::make_unique<SharedImage>(connection(), picture.width, picture.height);
-    else
+        window.image->height != picture.height) {
+        window.image = shareImage(connection(), picture.width, picture.height);
+        keepQueuedEvents();
+    } else {
         synchronise();  // The server may still be reading the pixels of the last time.
+    }
+    if (!window.image) return;  // The window keeps what it shows.
     SharedImage& image = *window.image;
     if (window.sheet && window.sheet->below->width == image.width &&
         window.sheet->below->height == image.height) {
