@@ -54,11 +54,11 @@ std::unique_ptr<Record, Freeing> own(Record* record) {
     return std::unique_ptr<Record, Freeing>(record);
 }
 
-std::string startServer() {
+std::string startServer(const char* network) {
     int ends[2];
     if (pipe(ends) != 0) throw std::runtime_error("no pipe");
-    start({"Xvfb", "-displayfd", std::to_string(ends[1]), "-screen", "0", "1920x1080x24",
-           "-nolisten", "tcp", "-noreset"});
+    start({"Xvfb", "-displayfd", std::to_string(ends[1]), "-screen", "0", "1920x1080x24", network,
+           "tcp", "-noreset"});
     close(ends[1]);
     std::string number;
     for (char character; read(ends[0], &character, 1) == 1 && character != '\n';)
@@ -92,13 +92,15 @@ void fake(std::uint8_t type, std::uint8_t detail, int x = 0, int y = 0) {
 
 void startDisplay() {
     if (connection) return;
-    const std::string display = startServer();
+    const std::string display = startServer("-nolisten");
     setenv("DISPLAY", display.c_str(), 1);
     unsetenv("DBUS_SESSION_BUS_ADDRESS");
     connection = xcb_connect(nullptr, nullptr);
     if (xcb_connection_has_error(connection)) throw std::runtime_error("cannot open the display");
     screen = xcb_setup_roots_iterator(xcb_get_setup(connection)).data;
 }
+
+std::string startDistantDisplay() { return "127.0.0.1" + startServer("-listen"); }
 
 xcb_connection_t* person() { return connection; }
 xcb_window_t root() { return screen->root; }

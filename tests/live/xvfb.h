@@ -18,6 +18,7 @@ namespace live {
 // Starts an Xvfb of 1920 × 1080 and lets DISPLAY name it; it ends with this process. Once for a
 // process.
 void startDisplay();
+std::string startDistantDisplay();  // another one, which DISPLAY must name so: it shares no memory
 pid_t start(const std::vector<std::string>& command);  // a program that ends with this process
 int waitFor(pid_t program);                            // its exit code; -1: a signal ended it
 int end(pid_t program);                                // asks it to end, and waits

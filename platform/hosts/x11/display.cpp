@@ -16,6 +16,7 @@
 #include <map>
 #include <stdexcept>
 
+#include "platform/hosts/x11/shared_image.h"
 #include "platform/hosts/x11/visual.h"
 
 namespace host::x11 {
@@ -45,7 +46,8 @@ void need(xcb_extension_t& extension, const char* name) {
 // An extension answers only a client that has said which version it speaks.
 void agreeOnVersions() {
     const auto shm = await(xcb_shm_query_version_reply, xcb_shm_query_version(server));
-    if (!shm || shm->major_version * 100 + shm->minor_version < 102)
+    // A display on another machine may offer the extension all the same.
+    if (!shm || shm->major_version * 100 + shm->minor_version < 102 || !shareImage(server, 1, 1))
         throw std::runtime_error("The display cannot share memory with this program");
     const auto randr = await(xcb_randr_query_version_reply, xcb_randr_query_version(server, 1, 5));
     if (!randr || randr->major_version * 100 + randr->minor_version < 105)
