@@ -34,4 +34,25 @@ TEST_F(Display, thatSharesNoMemoryIsRefused) {
     EXPECT_EQ(told(), "The display cannot share memory with this program\n");
 }
 
+TEST_F(Display, ofAWaylandSessionIsToldOnce) {
+    live::startDisplay();
+    void (*const signs[])() = {
+        [] { setenv("WAYLAND_DISPLAY", "wayland-0", 1); },
+        [] {
+            live::setMonitor("XWAYLAND0", {0, 0, 1920, 1080}, true);
+        },
+    };
+    for (const auto& giveSign : signs) {
+        giveSign();
+        const pid_t first = start();
+        EXPECT_TRUE(desktop::waitUntil(
+            [] { return live::findWindow("Only the windows of X11 programs can be recorded."); }));
+        EXPECT_EQ(live::waitFor(start()), 0);
+        EXPECT_EQ(live::end(first), 0);
+        EXPECT_EQ(told(), "Wayland session: only the windows of X11 programs can be recorded.\n");
+        unsetenv("WAYLAND_DISPLAY");
+        std::filesystem::remove(words);
+    }
+}
+
 }  // namespace

@@ -95,6 +95,7 @@ void startDisplay() {
     const std::string display = startServer("-nolisten");
     setenv("DISPLAY", display.c_str(), 1);
     unsetenv("DBUS_SESSION_BUS_ADDRESS");
+    unsetenv("WAYLAND_DISPLAY");
     connection = xcb_connect(nullptr, nullptr);
     if (xcb_connection_has_error(connection)) throw std::runtime_error("cannot open the display");
     screen = xcb_setup_roots_iterator(xcb_get_setup(connection)).data;

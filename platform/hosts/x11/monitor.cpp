@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <mutex>
+#include <string_view>
 
 #include "platform/hosts/x11/display.h"
 
@@ -130,6 +131,22 @@ Monitor primaryMonitor() {
     const std::vector<Monitor> present = monitors();
     const auto found = std::ranges::find_if(present, &Monitor::primary);
     return found == present.end() ? Monitor{} : *found;
+}
+
+bool hasMonitorOfWayland() {
+    const auto reply =
+        await(xcb_randr_get_monitors_reply, xcb_randr_get_monitors(connection(), root(), 1));
+    if (!reply) return false;
+    for (auto each = xcb_randr_get_monitors_monitors_iterator(reply.get()); each.rem;
+         xcb_randr_monitor_info_next(&each)) {
+        const auto name =
+            await(xcb_get_atom_name_reply, xcb_get_atom_name(connection(), each.data->name));
+        if (!name) continue;
+        const std::string_view text(xcb_get_atom_name_name(name.get()),
+                                    xcb_get_atom_name_name_length(name.get()));
+        if (text.starts_with("XWAYLAND")) return true;
+    }
+    return false;
 }
 
 void openMonitors() {

@@ -21,6 +21,8 @@ bool tellsOfMonitors(xcb_connection_t* server, const xcb_generic_event_t& event)
 std::vector<Monitor> monitors();
 const Monitor* find(const std::vector<Monitor>& among, std::uintptr_t id);
 Monitor primaryMonitor();
+// Whether a Wayland session keeps the display for X11 programs, as its monitors' names say.
+bool hasMonitorOfWayland();
 
 void openMonitors();
 // Takes an event that concerns the layout.

@@ -4,7 +4,10 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdio>
+#include <cstdlib>
 #include <deque>
+#include <utility>
 
 #include "platform/hosts/x11/balloon.h"
 #include "platform/hosts/x11/clipboard.h"
@@ -73,6 +76,21 @@ bool nextEvent(Event& event) {
     return true;
 }
 
+// Windows of other programs than X11's are not on this display, so a clip does not show them.
+void warnOfWayland() {
+    if (!std::getenv("WAYLAND_DISPLAY") && !hasMonitorOfWayland()) return;
+    std::fputs("Wayland session: only the windows of X11 programs can be recorded.\n", stderr);
+    showBalloon({u"Wayland session", u"Only the windows of X11 programs can be recorded.", false});
+}
+
+// Only a start that stays shows an icon; one that hands over to the first instance has nothing to
+// say.
+bool setTrayIconAndWarn(const TrayIcon* icon) {
+    static bool isWarned = false;
+    if (icon && !std::exchange(isWarned, true)) warnOfWayland();
+    return setTrayIcon(icon);
+}
+
 }  // namespace
 
 void report(const Event& event) { told.push_back(event); }
@@ -113,7 +131,7 @@ const Host& x11Host() {
         table.closeClipboard = x11::closeClipboard;
         table.clearClipboard = x11::clearClipboard;
         table.offerFiles = x11::offerFiles;
-        table.setTrayIcon = x11::setTrayIcon;
+        table.setTrayIcon = x11::setTrayIconAndWarn;
         table.showBalloon = x11::showBalloon;
         table.openFolder = x11::openFolder;
         return table;
