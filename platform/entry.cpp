@@ -43,5 +43,7 @@ int main(int count, char** arguments) {
     }
     catchSignals();
     std::u16string tail = commandTail(count, arguments);
-    return wWinMain(GetModuleHandleW(nullptr), nullptr, tail.data(), SW_SHOWNORMAL);
+    const int code = wWinMain(GetModuleHandleW(nullptr), nullptr, tail.data(), SW_SHOWNORMAL);
+    host::current().leaveClipboard();
+    return code;
 }

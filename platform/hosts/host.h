@@ -136,6 +136,8 @@ struct Host {
     void (*closeClipboard)();
     void (*clearClipboard)();
     bool (*offerFiles)(const std::vector<std::string>& paths, const std::vector<std::uint8_t>& block);
+    // Before the process ends: what it offers outlives it, if the desktop can keep it. Waits at most one second.
+    void (*leaveClipboard)();
 
     bool (*setTrayIcon)(const TrayIcon* icon);  // add or change; null removes. False: no tray.
     void (*showBalloon)(const Balloon& balloon);

@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 
+#include "platform/hosts/host.h"
 #include "platform/user32/message_queue.h"
 #include "platform/user32/window.h"
 
@@ -28,6 +29,7 @@ void tellSessionEnd(bool reallyEnds) {
     if (!reallyEnds) return;
     // The process is ended after the last answer; nothing behind the message loop ever runs.
     destroyAllWindows();
+    host::current().leaveClipboard();
     std::_Exit(0);
 }
 

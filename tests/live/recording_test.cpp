@@ -2,6 +2,7 @@
 // a person whose keys and pointer come from outside of both.
 
 #include <gtest/gtest.h>
+#include <signal.h>
 
 #include <algorithm>
 #include <chrono>
@@ -89,6 +90,7 @@ std::uint32_t timeIn(const ClipPicture& picture) {
 bool isGroundOrBar(int luma) { return std::abs(luma - 69) <= 4 || std::abs(luma - 157) <= 4; }
 
 TEST_F(Recording, showsWhatAProgramDrewAtTheRightTime) {
+    const live::ClipboardManager manager;
     const live::Client client(place, "moving");
     const live::Program program;
     openSheet();
@@ -109,6 +111,9 @@ TEST_F(Recording, showsWhatAProgramDrewAtTheRightTime) {
     EXPECT_TRUE(
         desktop::waitUntil([&] { return pasted("text/uri-list") == addressOf(file) + "\r\n"; }));
     EXPECT_EQ(pasted("x-special/gnome-copied-files"), "copy\n" + addressOf(file));
+    kill(program.process, SIGTERM);
+    EXPECT_EQ(manager.save(), addressOf(file) + "\r\n");
+    EXPECT_EQ(live::waitFor(program.process), 0);
 
     const Clip clip = readClip(file);
     EXPECT_EQ(clip.width, 640);

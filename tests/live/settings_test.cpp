@@ -1,9 +1,6 @@
 // The settings dialog with keys and pointer, on the embedded desktop and on a live display among
 // other programs. The program runs in this process, so that what it shows can be read.
 
-#include <cstdlib>
-#include <memory>
-
 #include "platform/hosts/host.h"
 #include "tests/live/xvfb.h"
 #include "tests/program/settings_dialog.h"
@@ -62,11 +59,7 @@ void clickOnAnother(int id) {
                       XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK, values);
     xcb_map_window(live::person(), window);
     live::click(at);
-    await("the click", [] {
-        const std::unique_ptr<xcb_generic_event_t, decltype(&std::free)> event(
-            xcb_poll_for_event(live::person()), std::free);
-        return event && (event->response_type & 0x7f) == XCB_BUTTON_RELEASE;
-    });
+    live::awaitEvent(XCB_BUTTON_RELEASE);
     xcb_destroy_window(live::person(), window);
 }
 

@@ -126,6 +126,7 @@ TEST_F(InTray, theMenuDoesWhatItSays) {
     std::filesystem::permissions(home / "xdg-open", std::filesystem::perms::owner_all);
     setenv("PATH", (home.string() + ":" + std::getenv("PATH")).c_str(), 1);
 
+    const live::ClipboardManager manager;
     const live::Program program;
     const Tray tray;
     await("the icon", isDrawn);
@@ -147,9 +148,10 @@ TEST_F(InTray, theMenuDoesWhatItSays) {
     await("the frame", [] { return live::pixelAt(ground.x - 1, ground.y + 50) == 0xff4040; });
     openMenu();
     choose(stopRecording);
-    await("the notice", [] {
-        return live::findWindow("Copied — paste the video file.") ||
-               live::findWindow("Recording stopped before its first frame");
+    bool isCopied = false;
+    await("the notice", [&] {
+        isCopied = live::findWindow("Copied — paste the video file.");
+        return isCopied || live::findWindow("Recording stopped before its first frame");
     });
 
     openMenu();
@@ -164,6 +166,7 @@ TEST_F(InTray, theMenuDoesWhatItSays) {
     await("an empty screen", [&] { return nothingIsUp(); });
     openMenu();
     choose(exitProgram);
+    EXPECT_TRUE(!isCopied || manager.save().ends_with(".mp4\r\n"));
     EXPECT_EQ(live::waitFor(program.process), 0);
     EXPECT_EQ(widthOf(icon()), 0);
 }

@@ -138,21 +138,27 @@ xcb_window_t focus() {
 
 namespace {
 
-xcb_atom_t titleProperty() {
-    static const auto known = own(xcb_intern_atom_reply(
-        connection, xcb_intern_atom(connection, 0, 12, "_NET_WM_NAME"), nullptr));
-    return known->atom;
+xcb_atom_t atom(const std::string& name) {
+    const auto length = static_cast<std::uint16_t>(name.size());
+    return own(xcb_intern_atom_reply(connection,
+                                     xcb_intern_atom(connection, 0, length, name.data()), nullptr))
+        ->atom;
+}
+
+std::string textOf(xcb_window_t window, const std::string& property) {
+    const auto reply = own(xcb_get_property_reply(
+        connection, xcb_get_property(connection, 0, window, atom(property), XCB_ATOM_ANY, 0, 1000),
+        nullptr));
+    if (!reply) return {};
+    return {static_cast<char*>(xcb_get_property_value(reply.get())),
+            static_cast<std::size_t>(xcb_get_property_value_length(reply.get()))};
 }
 
 bool isShown(xcb_window_t window, const std::string& title) {
     const auto seen = own(xcb_get_window_attributes_reply(
         connection, xcb_get_window_attributes(connection, window), nullptr));
-    const auto name = own(xcb_get_property_reply(
-        connection, xcb_get_property(connection, 0, window, titleProperty(), XCB_ATOM_ANY, 0, 100),
-        nullptr));
-    return seen && name && seen->map_state == XCB_MAP_STATE_VIEWABLE &&
-           title == std::string(static_cast<char*>(xcb_get_property_value(name.get())),
-                                std::size_t(xcb_get_property_value_length(name.get())));
+    return seen && seen->map_state == XCB_MAP_STATE_VIEWABLE &&
+           textOf(window, "_NET_WM_NAME") == title;
 }
 
 }  // namespace
@@ -185,6 +191,48 @@ void setMonitor(const std::string& name, const RECT& bounds, bool primary) {
             << bounds.left << '+' << bounds.top << ' ' << (primary ? "screen" : "none")
             << " >/dev/null";
     if (std::system(command.str().c_str()) != 0) throw std::runtime_error("xrandr failed");
+}
+
+std::shared_ptr<xcb_generic_event_t> awaitEvent(int type) {
+    std::shared_ptr<xcb_generic_event_t> event;
+    const bool came = desktop::waitUntil([&] {
+        event.reset(xcb_poll_for_event(connection), std::free);
+        return event && (event->response_type & 0x7f) == type;
+    });
+    if (!came) throw std::runtime_error("an event was awaited in vain");
+    return event;
+}
+
+ClipboardManager::ClipboardManager() : window(xcb_generate_id(connection)) {
+    xcb_create_window(connection, 0, window, root(), 0, 0, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_ONLY,
+                      XCB_COPY_FROM_PARENT, 0, nullptr);
+    xcb_set_selection_owner(connection, window, atom("CLIPBOARD_MANAGER"), XCB_CURRENT_TIME);
+    pixelAt(0, 0);  // carried out by now
+}
+
+std::string ClipboardManager::save() const {
+    const auto asked = awaitEvent(XCB_SELECTION_REQUEST);
+    const xcb_atom_t pairs[] = {atom("image/png"), atom("IMAGE"), atom("text/uri-list"),
+                                atom("LIST")};
+    xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window, atom("PAIRS"), atom("ATOM_PAIR"),
+                        32, 4, pairs);
+    xcb_convert_selection(connection, window, atom("CLIPBOARD"), atom("MULTIPLE"), atom("PAIRS"),
+                          XCB_CURRENT_TIME);
+    xcb_flush(connection);
+    awaitEvent(XCB_SELECTION_NOTIFY);
+
+    const auto& request = reinterpret_cast<const xcb_selection_request_event_t&>(*asked);
+    char answer[32]{};
+    auto& notice = reinterpret_cast<xcb_selection_notify_event_t&>(answer);
+    notice.response_type = XCB_SELECTION_NOTIFY;
+    notice.requestor = request.requestor;
+    notice.selection = request.selection;
+    notice.target = request.target;
+    notice.property = request.property;
+    const std::string list = textOf(window, "LIST");
+    xcb_send_event(connection, 0, request.requestor, 0, answer);
+    xcb_flush(connection);
+    return list;
 }
 
 Client::Client(const RECT& bounds, const char* kind)

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -24,6 +25,8 @@ int waitFor(pid_t program);                            // its exit code; -1: a s
 int end(pid_t program);                                // asks it to end, and waits
 xcb_connection_t* person();                            // the person's connection
 xcb_window_t root();
+// Throws std::runtime_error if the person's connection gets no such event.
+std::shared_ptr<xcb_generic_event_t> awaitEvent(int type);
 
 // Keys by their symbol: 'a', 0xff1b.
 constexpr xcb_keysym_t escapeKey = 0xff1b, controlKey = 0xffe3, shiftKey = 0xffe1, altKey = 0xffe9;
@@ -41,6 +44,16 @@ xcb_window_t focus();
 xcb_window_t findWindow(const std::string& title, xcb_window_t parent = root());
 RECT boundsOf(xcb_window_t window);  // on the screen; empty if there is no such window
 void setMonitor(const std::string& name, const RECT& bounds, bool primary);
+
+// A desktop's clipboard manager.
+struct ClipboardManager {
+    ClipboardManager();
+    // Waits until a program asks it to keep the clipboard. Returns the list of addresses that it
+    // gets in one request with a form that nobody offers.
+    std::string save() const;
+
+    const xcb_window_t window;
+};
 
 // A program that draws and listens (pattern_client.cpp).
 struct Client {

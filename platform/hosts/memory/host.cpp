@@ -53,6 +53,7 @@ const host::Host table{
     .clearClipboard = [] {},
     .offerFiles = [](const std::vector<std::string>&,
                      const std::vector<std::uint8_t>&) { return true; },
+    .leaveClipboard = [] {},
     .setTrayIcon = setTrayIcon,
     .showBalloon = showBalloon,
     .openFolder = [](const std::string&) { return true; },

@@ -1,6 +1,6 @@
 // Files on the display's clipboard: nothing is handed over before somebody pastes, so the offer
-// lasts as long as the program runs. The forms are a list of addresses and what file managers call
-// a copy.
+// lasts as long as the program runs, and longer only if a clipboard manager fetches it at the end.
+// The forms are a list of addresses and what file managers call a copy.
 
 #include "platform/hosts/x11/clipboard.h"
 
@@ -20,6 +20,7 @@ struct Form {
 xcb_window_t owner = 0;
 xcb_timestamp_t since = 0;
 std::vector<Form> offered;
+bool managerIsAsked = false;
 
 // Every byte beyond RFC 3986's unreserved characters is escaped, except the path's own slashes.
 std::string addressOf(const std::string& path) {
@@ -58,10 +59,16 @@ xcb_window_t ownerWindow() {
     return owner;
 }
 
-xcb_window_t presentOwner() {
+xcb_window_t ownerOf(const char* selection) {
     const auto reply = await(xcb_get_selection_owner_reply,
-                             xcb_get_selection_owner(connection(), atom("CLIPBOARD")));
+                             xcb_get_selection_owner(connection(), atom(selection)));
     return reply ? reply->owner : 0;
+}
+
+std::vector<std::uint32_t> offeredTargets() {
+    std::vector<std::uint32_t> targets;
+    for (const Form& form : offered) targets.push_back(atom(form.target));
+    return targets;
 }
 
 void putNumbers(xcb_window_t window, xcb_atom_t property, xcb_atom_t type,
@@ -73,8 +80,9 @@ void putNumbers(xcb_window_t window, xcb_atom_t property, xcb_atom_t type,
 // False: not in that form.
 bool hand(xcb_window_t window, xcb_atom_t target, xcb_atom_t property) {
     if (target == atom("TARGETS")) {
-        std::vector<std::uint32_t> targets{atom("TARGETS"), atom("TIMESTAMP")};
-        for (const Form& form : offered) targets.push_back(atom(form.target));
+        std::vector<std::uint32_t> targets = offeredTargets();
+        for (const char* const each : {"TARGETS", "TIMESTAMP", "MULTIPLE"})
+            targets.push_back(atom(each));
         putNumbers(window, property, XCB_ATOM_ATOM, targets);
         return true;
     }
@@ -90,6 +98,16 @@ bool hand(xcb_window_t window, xcb_atom_t target, xcb_atom_t property) {
     return true;
 }
 
+// The property has pairs of a form and the property for it. A form that cannot be had becomes none.
+bool handSeveral(xcb_window_t window, xcb_atom_t property) {
+    std::vector<std::uint32_t> pairs = numberProperty(window, property);
+    if (pairs.empty()) return false;
+    for (std::size_t i = 0; i + 1 < pairs.size(); i += 2)
+        if (!hand(window, pairs[i], pairs[i + 1])) pairs[i] = XCB_ATOM_NONE;
+    putNumbers(window, property, atom("ATOM_PAIR"), pairs);
+    return true;
+}
+
 void answer(const xcb_selection_request_event_t& request) {
     xcb_selection_notify_event_t notice{};
     notice.response_type = XCB_SELECTION_NOTIFY;
@@ -99,7 +117,10 @@ void answer(const xcb_selection_request_event_t& request) {
     notice.target = request.target;
     // A client of the old convention names no property and means the target's name.
     const xcb_atom_t property = request.property ? request.property : request.target;
-    if (hand(request.requestor, request.target, property)) notice.property = property;
+    const bool done = request.target == atom("MULTIPLE")
+                          ? handSeveral(request.requestor, property)
+                          : hand(request.requestor, request.target, property);
+    if (done) notice.property = property;
     // An event has 32 bytes whatever its record's size is.
     char bytes[32]{};
     std::copy_n(reinterpret_cast<const char*>(&notice), sizeof notice, bytes);
@@ -122,10 +143,23 @@ void clearClipboard() {
 bool offerFiles(const std::vector<std::string>& paths, const std::vector<std::uint8_t>&) {
     since = serverTime();
     xcb_set_selection_owner(connection(), ownerWindow(), atom("CLIPBOARD"), since);
-    if (presentOwner() != ownerWindow()) return false;
+    if (ownerOf("CLIPBOARD") != ownerWindow()) return false;
     setOffer(paths);
     return true;
 }
+
+bool askToKeepOffer() {
+    if (offered.empty() || ownerOf("CLIPBOARD") != owner || !ownerOf("CLIPBOARD_MANAGER"))
+        return false;
+    putNumbers(owner, atom("SAVE_TARGETS"), XCB_ATOM_ATOM, offeredTargets());
+    xcb_convert_selection(connection(), owner, atom("CLIPBOARD_MANAGER"), atom("SAVE_TARGETS"),
+                          atom("SAVE_TARGETS"), serverTime());
+    xcb_flush(connection());
+    managerIsAsked = true;
+    return true;
+}
+
+bool isOfferBeingKept() { return managerIsAsked && !offered.empty(); }
 
 bool clipboardEvent(const xcb_generic_event_t& event) {
     const int type = event.response_type & 0x7f;
@@ -133,6 +167,11 @@ bool clipboardEvent(const xcb_generic_event_t& event) {
         const auto& request = reinterpret_cast<const xcb_selection_request_event_t&>(event);
         if (request.owner == owner) answer(request);
         return request.owner == owner;
+    }
+    if (type == XCB_SELECTION_NOTIFY) {
+        const auto& notice = reinterpret_cast<const xcb_selection_notify_event_t&>(event);
+        if (notice.requestor == owner) managerIsAsked = false;
+        return notice.requestor == owner;
     }
     if (type != XCB_SELECTION_CLEAR) return false;
     const auto& clear = reinterpret_cast<const xcb_selection_clear_event_t&>(event);

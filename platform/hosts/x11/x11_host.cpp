@@ -1,9 +1,11 @@
 // A live display: its events as the layer wants them, and the table of what this host can do.
 
+#include <poll.h>
 #include <xcb/xcb.h>
 
 #include <algorithm>
 #include <cctype>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <deque>
@@ -91,6 +93,21 @@ bool setTrayIconAndWarn(const TrayIcon* icon) {
     return setTrayIcon(icon);
 }
 
+// The clipboard manager fetches what is offered while this waits.
+void leaveClipboard() {
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point limit = Clock::now() + std::chrono::seconds(1);
+    if (!askToKeepOffer()) return;
+    for (;;) {
+        for (Event event; nextEvent(event);) finishInput(event, false);
+        const auto left =
+            std::chrono::ceil<std::chrono::milliseconds>(limit - Clock::now()).count();
+        if (!isOfferBeingKept() || !isConnected() || left <= 0) return;
+        pollfd watched{eventDescriptor(), POLLIN, 0};
+        poll(&watched, 1, static_cast<int>(left));
+    }
+}
+
 }  // namespace
 
 void report(const Event& event) { told.push_back(event); }
@@ -131,6 +148,7 @@ const Host& x11Host() {
         table.closeClipboard = x11::closeClipboard;
         table.clearClipboard = x11::clearClipboard;
         table.offerFiles = x11::offerFiles;
+        table.leaveClipboard = x11::leaveClipboard;
         table.setTrayIcon = x11::setTrayIconAndWarn;
         table.showBalloon = x11::showBalloon;
         table.openFolder = x11::openFolder;
