@@ -36,8 +36,14 @@ bool isPlainFile(const std::filesystem::path& path) {
            !(attributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT));
 }
 
+// What has the name may be a link to a file of the user's, and a write to it would land there.
+bool freeName(const std::filesystem::path& file) {
+    return DeleteFileW(file.string<WCHAR>().c_str()) || GetLastError() == ERROR_FILE_NOT_FOUND;
+}
+
 void writeNames(const std::filesystem::path& file, const std::deque<WideText>& names) {
-    std::ofstream output(file, std::ios::binary | std::ios::trunc);
+    std::ofstream output;
+    if (freeName(file)) output.open(file, std::ios::binary);
     for (const WideText& name : names) {
         for (const WCHAR character : name) output.put(static_cast<char>(character));
         output << "\r\n";

@@ -21,6 +21,6 @@ struct Ledger {
 Ledger readLedger(const std::filesystem::path& recordingsFolder);
 
 // Replaces the ledger by these names in one step. Throws std::runtime_error; the old ledger is
-// then untouched, and "completed.txt.new" may stay behind, where the next write takes it over.
+// then untouched, and "completed.txt.new" may be left over, which the next write deletes.
 void writeLedger(const std::filesystem::path& recordingsFolder,
                  const std::deque<WideText>& ownedNames);

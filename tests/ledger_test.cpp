@@ -78,10 +78,12 @@ TEST(Ledger, isReplacedAsAWholeOrNotAtAll) {
               "Cannot write recording ownership ledger; check free space and folder permissions");
     EXPECT_EQ(readFile(file), ledgerOf({1}));
     std::filesystem::remove(unfinished);
-    writeFile(unfinished, std::string(1000, 'x'));
+    writeFile(folder.path / "mine", "mine");
+    std::filesystem::create_hard_link(folder.path / "mine", unfinished);
     EXPECT_EQ(failureOf(write), "");
+    EXPECT_EQ(readFile(folder.path / "mine"), "mine");
     EXPECT_EQ(readFile(file), ledgerOf({7, 5}));
-    EXPECT_EQ(namesIn(folder.path), std::vector<std::string>{"completed.txt"});
+    EXPECT_EQ(namesIn(folder.path), (std::vector<std::string>{"completed.txt", "mine"}));
 }
 
 }  // namespace

@@ -186,7 +186,7 @@ TEST(Failures, ofTheStepsAfterTheClipIsSafe) {
         {{failing("MoveFileExW", 2, 5)},
          warning + "Cannot replace recording ownership ledger (Windows error 5)"},
         {{failing("GetFileAttributesW", 1, 5)}, warning + "Refusing retention in a linked folder"},
-        {{failing("DeleteFileW", 1, 32)},  // By now there are more than five.
+        {{failing("DeleteFileW", 2, 32)},  // By now there are more than five.
          warning + "Could not remove an old owned clip (file may be in use)"},
         {{failing("OpenClipboard", 1, 5), failing("EmptyClipboard", 1, 5)}, copied},
         // The second try without hardware takes over, and nobody hears of it.
