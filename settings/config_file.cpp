@@ -20,9 +20,14 @@ constexpr char firstConfig[] = "; Use tray Settings to change the shortcut.\r\n"
 void ensureConfigFile(const std::filesystem::path& configPath) {
     if (std::filesystem::exists(configPath)) return;
     std::ofstream output(configPath, std::ios::binary);
+    const bool isMade = output.is_open();
     output << firstConfig;
     output.close();
-    if (!output) throw std::runtime_error("Cannot create config");
+    if (output) return;
+    // What a full disk cut off would count as the user's own file from the next start on.
+    std::error_code ignored;
+    if (isMade) std::filesystem::remove(configPath, ignored);
+    throw std::runtime_error("Cannot create config");
 }
 
 void loadShortcut(HWND trayWindow, const std::filesystem::path& configPath,

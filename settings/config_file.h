@@ -9,7 +9,7 @@
 #include "settings/shortcut.h"
 
 // Writes the first config.ini if nothing lies at the path; what lies there is never rewritten, be
-// it empty or invalid. Throws std::runtime_error.
+// it empty or invalid. Throws std::runtime_error; then there is no new file.
 void ensureConfigFile(const std::filesystem::path& configPath);
 
 // Reads the shortcut and registers it on the tray window. Throws std::runtime_error: an invalid

@@ -1,14 +1,17 @@
 // A change of the shortcut, with the process ended at every single call of the platform, and with
-// every call failing.
+// every call failing; and the first config.ini on a full disk.
 
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdio>
 
 #include "platform/control.h"
+#include "settings/config_file.h"
 #include "settings/config_save.h"
 #include "settings/shortcut.h"
 #include "tests/scratch.h"
@@ -142,6 +145,21 @@ TEST_F(SettingsSweep, leavesNothingBesideAReadOnlyFile) {
     EXPECT_EQ(failureOf([&] { saveConfig(file, 1, 65); }), cannotSave);
     EXPECT_EQ(readFile(file), oldText);
     EXPECT_EQ(namesIn(folder.path), std::vector<std::string>{"config.ini"});
+}
+
+// Neither an empty file nor half of one, which the next start would take for the user's.
+TEST_F(SettingsSweep, leavesNoFirstFileThatAFullDiskCutsOff) {
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit old{};
+    getrlimit(RLIMIT_FSIZE, &old);
+    for (const rlim_t space : {rlim_t{0}, rlim_t{100}}) {
+        const rlimit full{space, old.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &full);
+        const std::string words = failureOf([&] { ensureConfigFile(file); });
+        setrlimit(RLIMIT_FSIZE, &old);
+        EXPECT_EQ(words, "Cannot create config");
+        EXPECT_TRUE(namesIn(folder.path).empty());
+    }
 }
 
 }  // namespace
