@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include <signal.h>
+#include <sys/stat.h>
 
 #include <cstdio>
 #include <exception>
@@ -35,6 +36,7 @@ void catchSignals() {
 }  // namespace
 
 int main(int count, char** arguments) {
+    umask(077);  // What a user records and sets is for nobody else on the machine.
     try {
         host::use(host::x11Host());
     } catch (const std::exception& exception) {

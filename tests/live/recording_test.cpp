@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -60,13 +62,16 @@ bool heardEscape(const live::Client& client) {
     return client.heard().find("Esc") != std::string::npos;
 }
 
-std::string pasted(const std::string& target) {
-    const std::string command = "xclip -o -selection clipboard -t " + target;
+std::string outputOf(const std::string& command) {
     FILE* const pipe = popen(command.c_str(), "r");
     char text[4096];
     const std::size_t length = std::fread(text, 1, sizeof text, pipe);
     pclose(pipe);
     return {text, length};
+}
+
+std::string pasted(const std::string& target) {
+    return outputOf("xclip -o -selection clipboard -t " + target);
 }
 
 // As a file manager wants it; of what needs an escape the folders' names have blanks and an umlaut.
@@ -91,6 +96,7 @@ bool isGroundOrBar(int luma) { return std::abs(luma - 69) <= 4 || std::abs(luma 
 
 TEST_F(Recording, showsWhatAProgramDrewAtTheRightTime) {
     const live::ClipboardManager manager;
+    umask(022);  // as most systems set it
     const live::Client client(place, "moving");
     const live::Program program;
     openSheet();
@@ -114,6 +120,9 @@ TEST_F(Recording, showsWhatAProgramDrewAtTheRightTime) {
     kill(program.process, SIGTERM);
     EXPECT_EQ(manager.save(), addressOf(file) + "\r\n");
     EXPECT_EQ(live::waitFor(program.process), 0);
+    // Other users of the machine have no rights to any of it.
+    const std::string folder = file.parent_path().parent_path();
+    EXPECT_EQ(outputOf("find '" + folder + "' -perm /077"), "");
 
     const Clip clip = readClip(file);
     EXPECT_EQ(clip.width, 640);

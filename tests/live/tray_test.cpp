@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 #include <fstream>
 
 #include "platform/control.h"
@@ -127,6 +129,7 @@ TEST_F(InTray, theMenuDoesWhatItSays) {
     setenv("PATH", (home.string() + ":" + std::getenv("PATH")).c_str(), 1);
 
     const live::ClipboardManager manager;
+    umask(022);
     const live::Program program;
     const Tray tray;
     await("the icon", isDrawn);
@@ -157,6 +160,8 @@ TEST_F(InTray, theMenuDoesWhatItSays) {
     openMenu();
     choose(openClips);
     await("the folder", [&] { return std::filesystem::exists(opened); });
+    // The file manager goes on as the user set it.
+    EXPECT_EQ(std::filesystem::status(opened).permissions(), std::filesystem::perms(0644));
     openMenu();
     choose(settings);
     await("the dialog", [&] { return dialogIsUp(); });

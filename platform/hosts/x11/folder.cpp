@@ -3,6 +3,7 @@
 #include "platform/hosts/x11/folder.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -10,11 +11,19 @@ namespace host::x11 {
 
 namespace {
 
+// As it was before the entry point made the program's own files private.
+const mode_t usersMask = [] {
+    const mode_t mask = umask(0);
+    umask(mask);
+    return mask;
+}();
+
 // The pipe closes by itself if the program starts; otherwise it brings a byte.
 [[noreturn]] void runDetached(const char* path, int failure) {
     setsid();
     const pid_t child = fork();
     if (child != 0) _exit(child < 0);
+    umask(usersMask);
     execlp("xdg-open", "xdg-open", path, static_cast<char*>(nullptr));
     [[maybe_unused]] const ssize_t written = write(failure, "", 1);
     _exit(127);
