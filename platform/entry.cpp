@@ -26,11 +26,17 @@ std::u16string commandTail(int count, char** arguments) {
 // To the program, being told to end is the end of its session: a running clip is finished first.
 void endInGoodOrder(int) { user32::endSessionSoon(); }
 
+// The write that meets a full disk or a closed connection reports it. Not SIG_IGN, which would pass
+// to the file manager that is started from here.
+void carryOn(int) {}
+
 void catchSignals() {
     struct sigaction action {};
     action.sa_handler = endInGoodOrder;
     for (const int number : {SIGINT, SIGTERM, SIGHUP}) sigaction(number, &action, nullptr);
-    signal(SIGPIPE, SIG_IGN);
+    action.sa_handler = carryOn;
+    action.sa_flags = SA_RESTART;
+    for (const int number : {SIGPIPE, SIGXFSZ}) sigaction(number, &action, nullptr);
 }
 
 }  // namespace
