@@ -89,13 +89,23 @@ TEST_F(Session, hasOneFirstHolderOfAName) {
     EXPECT_TRUE(claims(mine));
 }
 
-TEST_F(Session, refusesAFolderThatOthersCanEnter) {
+TEST_F(Session, usesAFolderThatIsTheUsersAlone) {
     const ScratchFolder scratch;
     const std::string before = std::getenv("XDG_RUNTIME_DIR");
-    setenv("XDG_RUNTIME_DIR", scratch.path.c_str(), 1);
-    std::filesystem::create_directory(scratch.path / "quorvel-desk-clip");
-    std::filesystem::permissions(scratch.path / "quorvel-desk-clip", std::filesystem::perms::all);
+    const Path cache = std::getenv("XDG_CACHE_HOME"), own = scratch.path;
+    std::filesystem::create_directory(own / "another");
+    // Only the superuser can give it away; to everybody else the root belongs to another.
+    const bool isGiven = chown((own / "another").c_str(), 12345, 12345) == 0;
+    const Path ofAnother = isGiven ? own / "another" : "/";
+    const std::pair<Path, Path> rows[] = {
+        {own, own}, {ofAnother, cache}, {own / "missing", cache}, {"", cache}};
+    for (const auto& [runtime, base] : rows) {
+        setenv("XDG_RUNTIME_DIR", runtime.c_str(), 1);
+        EXPECT_EQ(desktop::sessionFolder(), base / "quorvel-desk-clip" / "a_session_0");
+    }
+    std::filesystem::permissions(cache / "quorvel-desk-clip", std::filesystem::perms::all);
     EXPECT_EQ(CreateMutexW(nullptr, FALSE, TEXT("name")), nullptr);
+    std::filesystem::remove_all(cache / "quorvel-desk-clip");
     setenv("XDG_RUNTIME_DIR", before.c_str(), 1);
 }
 

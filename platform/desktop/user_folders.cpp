@@ -29,6 +29,23 @@ std::filesystem::path home() {
     return user ? user->pw_dir : "/";
 }
 
+bool isOwn(const std::filesystem::path& folder) {
+    struct stat item {};
+    return stat(folder.c_str(), &item) == 0 && item.st_uid == geteuid();
+}
+
+// Another user's folder for running programs can still be in the environment after a change of
+// user: what the superuser leaves there keeps its owner out. Where there is none, a folder that all
+// users share would let one of them take the name first.
+std::filesystem::path folderForSessions() {
+    const auto runtime = folderIn("XDG_RUNTIME_DIR");
+    if (runtime && isOwn(*runtime)) return *runtime;
+    const auto cache = folderIn("XDG_CACHE_HOME").value_or(home() / ".cache");
+    std::error_code ignored;
+    std::filesystem::create_directories(cache, ignored);
+    return cache;
+}
+
 bool makePrivate(const std::filesystem::path& folder) {
     struct stat item {};
     mkdir(folder.c_str(), 0700);
@@ -57,11 +74,7 @@ std::filesystem::path configFolder() {
 }
 
 std::optional<std::filesystem::path> sessionFolder() {
-    const std::string name = "quorvel-desk-clip";
-    const auto runtime = folderIn("XDG_RUNTIME_DIR");
-    const auto ours =
-        runtime ? *runtime / name
-                : std::filesystem::path("/tmp") / (name + '-' + std::to_string(geteuid()));
+    const auto ours = folderForSessions() / "quorvel-desk-clip";
     const auto session = ours / asFileName(host::current().session());
     if (!makePrivate(ours) || !makePrivate(session)) return std::nullopt;
     return session;

@@ -11,8 +11,8 @@ std::filesystem::path userDataFolder();  // XDG_DATA_HOME, or ~/.local/share
 std::filesystem::path configFolder();    // XDG_CONFIG_HOME, or ~/.config
 
 // The folder that all processes of this user and this session of the host share, and nobody else
-// can enter. It is made if it is missing. Empty if it cannot be had, or if it belongs to somebody
-// else.
+// can enter: in XDG_RUNTIME_DIR if that belongs to the user, else in XDG_CACHE_HOME or ~/.cache. It
+// is made if it is missing. Empty if it cannot be made or others can enter it.
 std::optional<std::filesystem::path> sessionFolder();
 
 }  // namespace desktop
