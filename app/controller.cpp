@@ -242,8 +242,9 @@ LRESULT handleMessage(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
         if (appState == AppState::Selecting) abandonSelection();
         return 0;
     case WM_APP_RECORDING_DONE:
-        endJob(window,
-               std::unique_ptr<RecordingResult>(reinterpret_cast<RecordingResult*>(lparam)));
+        // Any program of the user can post the number alone.
+        if (auto* const result = reinterpret_cast<RecordingResult*>(lparam))
+            endJob(window, std::unique_ptr<RecordingResult>(result));
         return 0;
     case WM_TIMER:
         if (wparam == retryTimer) tryClipboard(window);

@@ -3,6 +3,7 @@
 
 #include <set>
 
+#include "common/messages.h"
 #include "tests/program/person.h"
 
 using namespace person;
@@ -91,6 +92,7 @@ TEST(States, keysBelongToOthersExceptEscDuringACapture) {
         Program program;
         startRecording(region);
         desktop::inputOfOthers();
+        desktop::postToWindow("QuorvelDeskClip", WM_APP_RECORDING_DONE);  // by another program
         pressKeys({'A'});
         pressShortcut();  // Does nothing while a recording runs.
         desktop::pressKey(VK_ESCAPE);
