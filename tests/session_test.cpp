@@ -7,6 +7,8 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -15,6 +17,7 @@
 
 #include "common/handle.h"
 #include "platform/control.h"
+#include "platform/desktop/descriptor.h"
 #include "platform/desktop/mailbox.h"
 #include "platform/desktop/user_folders.h"
 #include "platform/hosts/host.h"
@@ -114,16 +117,40 @@ TEST_F(Session, carriesMessagesToAnotherProcess) {
     const auto found = desktop::findMailbox(u"someCLASS");
     ASSERT_TRUE(found);
     EXPECT_EQ(found->process, child.process);
-    EXPECT_EQ(desktop::sendMail(*found, 41, 0, 0, 10000), 42);
+    EXPECT_EQ(desktop::sendMail(*found, 0xC000, 0, 0, 10000), 0xC001);
     EXPECT_FALSE(desktop::findMailbox(u"Some"));
 
     kill(child.process, SIGSTOP);
-    EXPECT_FALSE(desktop::sendMail(*found, 41, 0, 0, 50));  // found, but hung
+    EXPECT_FALSE(desktop::sendMail(*found, 0xC000, 0, 0, 50));  // found, but hung
     EXPECT_TRUE(desktop::findMailbox(u"SomeClass"));
     child.end();
-    EXPECT_FALSE(desktop::sendMail(*found, 41, 0, 0, 50));
+    EXPECT_FALSE(desktop::sendMail(*found, 0xC000, 0, 0, 50));
     EXPECT_FALSE(desktop::findMailbox(u"SomeClass"));
     EXPECT_FALSE(std::filesystem::exists(found->path));
+}
+
+// Whether a packet of these numbers, as any program can send it, gets an answer.
+bool isAnswered(const Path& mailbox, const std::vector<std::uint64_t>& packet) {
+    std::filesystem::current_path(
+        mailbox.parent_path());  // An address has no space for a long path.
+    sockaddr_un address{AF_UNIX, {}};
+    mailbox.filename().native().copy(address.sun_path, sizeof address.sun_path - 1);
+    const desktop::Descriptor connection(socket(AF_UNIX, SOCK_SEQPACKET, 0));
+    EXPECT_EQ(connect(connection.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    send(connection.get(), packet.data(), 8 * packet.size(), 0);
+    LRESULT answer = 0;
+    return recv(connection.get(), &answer, sizeof answer, 0) > 0;
+}
+
+TEST_F(Session, takesOnlyRegisteredMessagesFromOthers) {
+    Child child([] { desktop::openMailbox(u"SomeClass", 5); });
+    const std::pair<std::vector<std::uint64_t>, bool> rows[] = {
+        {{0xC000, 0, 0}, true},    {{0xFFFF, 0, 0}, true},       {{0xBFFF, 0, 0}, false},
+        {{0x10000, 0, 0}, false},  {{0x10000C000, 0, 0}, false}, {{0xC000, 0}, false},
+        {{0xC000, 0, 0, 0}, false}};
+    for (const auto& [packet, answered] : rows)
+        EXPECT_EQ(isAnswered(desktop::findMailbox(u"SomeClass")->path, packet), answered)
+            << std::hex << packet[0] << ", " << packet.size();
 }
 
 TEST_F(Session, opensFilesAsOtherProcessesAllow) {

@@ -122,18 +122,25 @@ void acceptAll() {
         }
 }
 
-// Takes a connection whose mail is there, and drops those that were closed without any.
+// Any program of the user can send here. Messages below these mean something to a window, down to
+// the address of a record, so they come from its own process only.
+bool isRegistered(std::uint64_t message) { return message >= 0xC000 && message <= 0xFFFF; }
+
+// Takes a connection whose mail is there, and drops those that were closed without any or bring
+// anything but one registered message.
 std::optional<std::pair<Connection, Mail>> nextMail() {
     for (auto each = connections.begin(); each != connections.end();) {
         Mail mail{};
-        const ssize_t length = recv(each->socket.get(), &mail, sizeof mail, 0);
+        // The whole packet's length, however much of it was read.
+        const ssize_t length = recv(each->socket.get(), &mail, sizeof mail, MSG_TRUNC);
         if (length < 0 && errno == EAGAIN) {
             ++each;
             continue;
         }
         Connection connection = std::move(*each);
         each = connections.erase(each);
-        if (length == sizeof mail) return std::pair(std::move(connection), mail);
+        if (length == sizeof mail && isRegistered(mail.message))
+            return std::pair(std::move(connection), mail);
     }
     return std::nullopt;
 }

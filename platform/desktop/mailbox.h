@@ -24,8 +24,8 @@ void closeMailbox(std::uint64_t window);
 
 // Readable while mail may be waiting.
 std::vector<int> mailboxDescriptors();
-// Takes what has arrived and answers each message with what `deliver` returns. Never waits.
-// `deliver` may open and close mailboxes and may come back here.
+// Takes what has arrived and answers each registered message with what `deliver` returns; any other
+// gets no answer. Never waits. `deliver` may open and close mailboxes and may come back here.
 void answerMail(const std::function<LRESULT(std::uint64_t window, UINT message, WPARAM wparam,
                                             LPARAM lparam)>& deliver);
 
@@ -37,7 +37,8 @@ struct Mailbox {
 
 // One of that class, compared without case; the caller's own windows do not count.
 std::optional<Mailbox> findMailbox(std::u16string_view className);
-// Waits for the answer; empty if none comes in time or the window is gone.
+// Sends a registered message and waits for the answer; empty if none comes in time or the window is
+// gone.
 std::optional<LRESULT> sendMail(const Mailbox& mailbox, UINT message, WPARAM wparam, LPARAM lparam,
                                 UINT milliseconds);
 
