@@ -59,7 +59,11 @@ void writeNames(const std::filesystem::path& file, const std::deque<WideText>& n
 
 Ledger readLedger(const std::filesystem::path& recordingsFolder) {
     Ledger ledger;
-    std::ifstream input(recordingsFolder / ledgerName, std::ios::binary);
+    const std::filesystem::path file = recordingsFolder / ledgerName;
+    // The opening of a pipe or a device may never return.
+    std::error_code ignored;
+    if (std::filesystem::is_other(file, ignored)) return ledger;
+    std::ifstream input(file, std::ios::binary);
     for (std::string line; readLine(input, line);) {
         const WideText name = widenBytes(line);
         if (!isValidClipName(name) || !ledger.seenNames.insert(name).second) continue;

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 #include <cstdlib>
 
 #include "platform/control.h"
@@ -45,6 +47,12 @@ TEST_F(DataFolder, followsLinksAboveIt) {
     std::filesystem::create_directory(target);
     std::filesystem::create_directory_symlink(target, local);
     EXPECT_EQ(prepareDataFolder(), std::filesystem::canonical(target) / "Quorvel Desk Clip");
+}
+
+TEST_F(DataFolder, refusesWhatItCannotUse) {
+    mkfifo(target.c_str(), 0600);
+    EXPECT_EQ(failureOf([&] { resolvePhysicalPath(target, true); }),
+              "Cannot open completed clip/data folder");
 }
 
 TEST_F(DataFolder, saysWhatFailed) {

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -160,6 +161,16 @@ TEST_F(SettingsSweep, leavesNoFirstFileThatAFullDiskCutsOff) {
         EXPECT_EQ(words, "Cannot create config");
         EXPECT_TRUE(namesIn(folder.path).empty());
     }
+}
+
+TEST_F(SettingsSweep, doesNotWaitForAPipe) {
+    mkfifo(file.c_str(), 0600);
+    ensureConfigFile(file);
+    const TrayWindow window;
+    ShortcutSpec shortcut;
+    loadShortcut(window.handle, file, shortcut);
+    EXPECT_EQ(shortcut.key, 55u);
+    EXPECT_EQ(failureOf([&] { saveConfig(file, 1, 65); }), cannotPrepare);
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -273,6 +274,20 @@ TEST(StoreSweep, leavesALinkedFolderAndAFullDiskAsTheyAre) {
     std::filesystem::create_symlink("notes.txt", folder.path / "completed.txt.new");
     EXPECT_EQ(registerIn(folder.path), "");
     EXPECT_EQ(readFile(folder.path / "notes.txt"), "foreign");
+}
+
+// A pipe in the ledger's place counts as no ledger, and one in a clip's place as no clip.
+TEST(StoreSweep, doesNotWaitForAPipe) {
+    const ScratchFolder folder;
+    const Path ledger = folder.path / "completed.txt";
+    for (const Path& pipe : {ledger, folder.path / "completed.txt.new", folder.path / clipName(1)})
+        mkfifo(pipe.c_str(), 0600);
+    makeClips(folder.path, {2, 3});
+    registerCompletedClip(folder.path, folder.path / clipName(2));
+    EXPECT_EQ(readFile(ledger), ledgerOf({2}));
+    writeFile(ledger, ledgerOf({1, 2}));
+    registerCompletedClip(folder.path, folder.path / clipName(3));
+    EXPECT_EQ(readFile(ledger), ledgerOf({2, 3}));
 }
 
 }  // namespace

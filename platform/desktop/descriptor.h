@@ -1,9 +1,12 @@
-// A file descriptor that closes itself.
+// A file descriptor that closes itself, and plain files opened as one.
 
 #pragma once
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <utility>
 
 namespace desktop {
@@ -26,5 +29,15 @@ struct Descriptor {
 private:
     int held;
 };
+
+// Opens nothing but a plain file: a pipe would wait for its other end, and a device may have no
+// end. Otherwise empty, with the reason in errno: EACCES for what is no plain file.
+inline Descriptor openPlainFile(const char* path, int flags) {
+    Descriptor file(open(path, flags | O_NONBLOCK | O_CLOEXEC, 0666));
+    struct stat item {};
+    if (!file || (fstat(file.get(), &item) == 0 && S_ISREG(item.st_mode))) return file;
+    errno = EACCES;
+    return Descriptor();
+}
 
 }  // namespace desktop

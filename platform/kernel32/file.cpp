@@ -36,6 +36,7 @@ DWORD refusal(const std::string& path, DWORD access, DWORD flags) {
         return flags == FILE_FLAG_BACKUP_SEMANTICS && !(access & GENERIC_WRITE)
                    ? ERROR_SUCCESS
                    : ERROR_ACCESS_DENIED;
+    if (!S_ISREG(item.st_mode)) return ERROR_ACCESS_DENIED;
     // The superuser could write to it all the same, which is not what the bit means.
     if ((access & GENERIC_WRITE) && kernel32::isReadOnly(item)) return ERROR_ACCESS_DENIED;
     return ERROR_SUCCESS;

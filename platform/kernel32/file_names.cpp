@@ -35,7 +35,7 @@ bool leadsToFolder(const std::string& path) {
 
 // Neither a link nor the file that it leads to is meant by a lock on the name.
 bool flushFile(const std::string& path) {
-    const desktop::Descriptor file(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+    const desktop::Descriptor file = desktop::openPlainFile(path.c_str(), O_RDONLY | O_NOFOLLOW);
     return !file || fsync(file.get()) == 0;
 }
 
@@ -141,11 +141,10 @@ BOOL CopyFileW(LPCWSTR from, LPCWSTR to, BOOL failIfExists) {
     if (!failIfExists) desktop::refuse("CopyFileW", "replacing copy", failIfExists);
     if (call.struck()) return call.fail(ERROR_ACCESS_DENIED);
     const std::string source = desktop::toUtf8(from);
-    const desktop::Descriptor file(open(source.c_str(), O_RDONLY | O_CLOEXEC));
+    const desktop::Descriptor file = desktop::openPlainFile(source.c_str(), O_RDONLY);
     if (!file) return call.fail(errorCode(errno, source));
     struct stat item {};
     if (fstat(file.get(), &item) != 0) return call.fail(errorCode(errno));
-    if (S_ISDIR(item.st_mode)) return call.fail(ERROR_ACCESS_DENIED);
     if (kernel32::isMarked(file.get(), kernel32::Mark::DeniesRead))
         return call.fail(ERROR_SHARING_VIOLATION);
     if (const DWORD code = copyTo(file.get(), item, desktop::toUtf8(to))) return call.fail(code);

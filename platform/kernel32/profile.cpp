@@ -93,7 +93,7 @@ void refuseForeign(const char* operation, std::u16string_view text) {
 DWORD change(const std::string& path, LPCWSTR section, LPCWSTR key, LPCWSTR value) {
     struct stat item {};
     if (stat(path.c_str(), &item) == 0 && kernel32::isReadOnly(item)) return ERROR_ACCESS_DENIED;
-    const desktop::Descriptor file(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666));
+    const desktop::Descriptor file = desktop::openPlainFile(path.c_str(), O_RDWR | O_CREAT);
     if (!file) return kernel32::errorCode(errno, path);
     if (!kernel32::shareFile(file.get(), GENERIC_READ | GENERIC_WRITE,
                              FILE_SHARE_READ | FILE_SHARE_WRITE))
@@ -113,7 +113,7 @@ UINT GetPrivateProfileIntW(LPCWSTR section, LPCWSTR key, INT usual, LPCWSTR file
     if (call.struck()) return fallback;
     refuseForeign("GetPrivateProfileIntW", section);
     const std::string path = profilePath("GetPrivateProfileIntW", file);
-    const desktop::Descriptor opened(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    const desktop::Descriptor opened = desktop::openPlainFile(path.c_str(), O_RDONLY);
     if (!opened || kernel32::isMarked(opened.get(), kernel32::Mark::DeniesRead)) return fallback;
     const auto bytes = readAll(opened.get());
     if (!bytes) return fallback;
