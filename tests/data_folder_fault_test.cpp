@@ -49,10 +49,21 @@ TEST_F(DataFolder, followsLinksAboveIt) {
     EXPECT_EQ(prepareDataFolder(), std::filesystem::canonical(target) / "Quorvel Desk Clip");
 }
 
+// Neither a clip that is a pipe nor a name that the program's texts cannot hold: the folder that
+// they would name instead is another one.
 TEST_F(DataFolder, refusesWhatItCannotUse) {
     mkfifo(target.c_str(), 0600);
     EXPECT_EQ(failureOf([&] { resolvePhysicalPath(target, true); }),
               "Cannot open completed clip/data folder");
+    const Path named = scratch.path / "caf\xE9";
+    setenv("XDG_DATA_HOME", named.c_str(), 1);
+    EXPECT_EQ(failureOf(prepareDataFolder), "LocalAppData (0x80070459)");
+    setenv("XDG_DATA_HOME", local.c_str(), 1);
+    std::filesystem::remove(local);
+    std::filesystem::create_directory(named);
+    std::filesystem::create_directory_symlink(named, local);
+    EXPECT_EQ(failureOf(prepareDataFolder), "Cannot resolve physical clip path");
+    EXPECT_EQ(namesIn(scratch.path), (std::vector<std::string>{"caf\xE9", "local", "target"}));
 }
 
 TEST_F(DataFolder, saysWhatFailed) {

@@ -81,6 +81,11 @@ std::u16string toUtf16(std::string_view text) {
     return result;
 }
 
+std::optional<std::u16string> publishedPath(std::string_view path) {
+    std::u16string text = toUtf16(path);
+    return toUtf8(text) == path ? std::optional(std::move(text)) : std::nullopt;
+}
+
 std::u16string lowered(std::u16string_view text) {
     std::u16string result(text);
     for (char16_t& unit : result)

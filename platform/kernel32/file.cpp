@@ -116,9 +116,10 @@ DWORD GetFinalPathNameByHandleW(HANDLE file, LPWSTR path, DWORD capacity, DWORD 
     const auto link = "/proc/self/fd/" + std::to_string(object->descriptor);
     const auto target = std::filesystem::read_symlink(link, error);
     if (error) return static_cast<DWORD>(call.fail(kernel32::errorCode(error.value())));
-    const std::u16string text = desktop::toUtf16(target.native());
-    const auto length = static_cast<DWORD>(text.size());
+    const auto text = desktop::publishedPath(target.native());
+    if (!text) return static_cast<DWORD>(call.fail(ERROR_NO_UNICODE_TRANSLATION));
+    const auto length = static_cast<DWORD>(text->size());
     if (length >= capacity) return length + 1;
-    path[text.copy(path, length)] = 0;
+    path[text->copy(path, length)] = 0;
     return length;
 }

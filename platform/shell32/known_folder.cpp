@@ -14,6 +14,8 @@ HRESULT SHGetKnownFolderPath(REFKNOWNFOLDERID folder, DWORD flags, HANDLE token,
     if (flags) desktop::refuse("SHGetKnownFolderPath", "flags", flags);
     *path = nullptr;
     if (call.struck()) return call.result(E_FAIL);
-    *path = ole32::taskText(desktop::toUtf16(desktop::userDataFolder().native()));
+    const auto text = desktop::publishedPath(desktop::userDataFolder().native());
+    if (!text) return HRESULT_FROM_WIN32(ERROR_NO_UNICODE_TRANSLATION);
+    *path = ole32::taskText(*text);
     return S_OK;
 }
