@@ -3,18 +3,17 @@
 
 #include <gtest/gtest.h>
 
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <cstdio>
 
 #include "platform/control.h"
 #include "settings/config_file.h"
 #include "settings/config_save.h"
 #include "settings/shortcut.h"
+#include "tests/full_disk.h"
 #include "tests/scratch.h"
 #include "tests/tray_window.h"
 
@@ -150,15 +149,9 @@ TEST_F(SettingsSweep, leavesNothingBesideAReadOnlyFile) {
 
 // Neither an empty file nor half of one, which the next start would take for the user's.
 TEST_F(SettingsSweep, leavesNoFirstFileThatAFullDiskCutsOff) {
-    std::signal(SIGXFSZ, SIG_IGN);
-    rlimit old{};
-    getrlimit(RLIMIT_FSIZE, &old);
-    for (const rlim_t space : {rlim_t{0}, rlim_t{100}}) {
-        const rlimit full{space, old.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &full);
-        const std::string words = failureOf([&] { ensureConfigFile(file); });
-        setrlimit(RLIMIT_FSIZE, &old);
-        EXPECT_EQ(words, "Cannot create config");
+    for (const rlim_t space : {0, 100}) {
+        const FullDisk disk(space);
+        EXPECT_EQ(failureOf([&] { ensureConfigFile(file); }), "Cannot create config");
         EXPECT_TRUE(namesIn(folder.path).empty());
     }
 }

@@ -3,12 +3,10 @@
 
 #include <gtest/gtest.h>
 
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <cstdio>
 #include <functional>
 #include <thread>
@@ -17,6 +15,7 @@
 #include "platform/control.h"
 #include "store/clip_name.h"
 #include "store/retention.h"
+#include "tests/full_disk.h"
 #include "tests/retention_model.h"
 
 namespace {
@@ -258,15 +257,10 @@ TEST(StoreSweep, leavesALinkedFolderAndAFullDiskAsTheyAre) {
     };
     EXPECT_EQ(registerIn(link), "Refusing retention in a linked folder");
     EXPECT_EQ(pictureOf(folder.path), before);
-    std::signal(SIGXFSZ, SIG_IGN);
-    rlimit old{};
-    getrlimit(RLIMIT_FSIZE, &old);
     // The list is written in one piece as it is closed; not even its first line fits.
-    for (const rlim_t room : {rlim_t{0}, rlim_t{30}}) {
-        const rlimit full{room, old.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &full);
+    for (const rlim_t space : {0, 30}) {
+        const FullDisk disk(space);
         EXPECT_EQ(registerIn(folder.path), cannotWrite);
-        setrlimit(RLIMIT_FSIZE, &old);
         std::filesystem::remove(folder.path / "completed.txt.new");
         EXPECT_EQ(pictureOf(folder.path), before);
     }
