@@ -13,6 +13,16 @@
 #include "platform/desktop/call.h"
 #include "platform/desktop/text.h"
 
+namespace {
+
+// Read before anybody can replace the file: after that the link names a file that is gone.
+const std::string programFile = [] {
+    std::error_code ignored;
+    return std::filesystem::read_symlink("/proc/self/exe", ignored).native();
+}();
+
+}  // namespace
+
 DWORD GetCurrentProcessId() {
     desktop::Call call("GetCurrentProcessId");
     return static_cast<DWORD>(getpid());
@@ -35,13 +45,14 @@ DWORD GetModuleFileNameW(HMODULE module, LPWSTR name, DWORD capacity) {
     desktop::Call call("GetModuleFileNameW", capacity);
     if (module) desktop::refuse("GetModuleFileNameW", "module", 1);
     if (call.struck()) return static_cast<DWORD>(call.fail(ERROR_INVALID_HANDLE));
-    const auto path = desktop::toUtf16(std::filesystem::read_symlink("/proc/self/exe").native());
-    if (path.size() < capacity) {
-        name[path.copy(name, path.size())] = 0;
-        return static_cast<DWORD>(path.size());
+    const auto path = desktop::publishedPath(programFile);
+    if (!path) return static_cast<DWORD>(call.fail(ERROR_NO_UNICODE_TRANSLATION));
+    if (path->size() < capacity) {
+        name[path->copy(name, path->size())] = 0;
+        return static_cast<DWORD>(path->size());
     }
     // The published way to say that the name is cut: the length is the capacity.
-    name[path.copy(name, capacity - 1)] = 0;
+    name[path->copy(name, capacity - 1)] = 0;
     SetLastError(ERROR_INSUFFICIENT_BUFFER);
     return capacity;
 }

@@ -1,6 +1,8 @@
 // The settings dialog with keys and pointer, on the embedded desktop and on a live display among
 // other programs. The program runs in this process, so that what it shows can be read.
 
+#include <sys/stat.h>
+
 #include "platform/hosts/host.h"
 #include "tests/live/xvfb.h"
 #include "tests/program/settings_dialog.h"
@@ -129,11 +131,28 @@ TEST(Settings, opensAndIsRaisedAndTheShortcutWaits) {
     atLiveDesktop([] {
         const live::Client others({100, 100, 900, 500}, "still");
         const xcb_window_t another = live::focus();
-        const pid_t first = live::start({PROGRAM_FILE, "--settings"});
+        const Path own = home() / "program", autostart = home() / "config" / "autostart";
+        std::filesystem::copy_file(PROGRAM_FILE, own);
+        umask(022);
+        const pid_t first = live::start({own, "--settings"});
         await("the first start's dialog", [&] { return live::focus() != another; });
         live::tap(live::escapeKey);
         await("its end", [&] { return live::focus() == another; });
+        std::filesystem::rename(own, home() / "older");  // by a new build
+        EXPECT_EQ(live::waitFor(live::start({PROGRAM_FILE})), 0);
+        await("the dialog again", [&] { return live::focus() != another; });
+        const RECT dialog = live::boundsOf(live::focus());
+        const POINT mark{dialog.left + 27, dialog.top + 174};
+        live::click(mark);
+        await("the check mark", [&] { return live::pixelAt(mark.x, mark.y) == 0x0067C0; });
+        live::click({dialog.left + 303, dialog.top + 263});  // Save
+        await("its end", [&] { return live::focus() == another; });
         EXPECT_EQ(live::end(first), 0);
+        const Path entry = autostart / "QuorvelDeskClip.desktop";
+        EXPECT_NE(contentOf(entry).find("\nExec=\"" + own.string() + "\"\n"), std::string::npos);
+        EXPECT_EQ(std::filesystem::status(autostart).permissions(), std::filesystem::perms(0700));
+        EXPECT_EQ(std::filesystem::status(entry).permissions(), std::filesystem::perms(0600));
+        std::filesystem::remove(entry);
 
         Program program(u"--settings");
         await("the dialog", [] { return focus() == box; });
