@@ -1,5 +1,5 @@
-// What processes of one session share: the mutex's name, windows found by class, messages, files,
-// and the entry that starts the program with the session. Other processes are children of the test.
+// What processes of one session share: the mutex's name, windows found by class, messages and
+// files. Other processes are children of the test.
 
 #include <windows.h>
 
@@ -169,56 +169,6 @@ TEST_F(Session, opensFilesAsOtherProcessesAllow) {
     EXPECT_TRUE(open(GENERIC_READ, FILE_SHARE_READ));
     EXPECT_FALSE(open(GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE));
     EXPECT_FALSE(DeleteFileW(file.u16string().c_str()));
-}
-
-struct Autostart : testing::Test {
-    const Path entry = desktop::configFolder() / "autostart" / "Some program.desktop";
-    HKEY key = nullptr;
-
-    Autostart() {
-        RegCreateKeyExW(HKEY_CURRENT_USER,
-                        TEXT("Software\\Microsoft\\Windows\\CurrentVersion\\Run"), 0, nullptr, 0,
-                        KEY_SET_VALUE, nullptr, &key, nullptr);
-    }
-    ~Autostart() override {
-        RegDeleteValueW(key, TEXT("Some program"));
-        RegCloseKey(key);
-        std::filesystem::remove(entry);
-    }
-    void set(const std::u16string& command) {
-        RegSetValueExW(key, TEXT("Some program"), 0, REG_SZ,
-                       reinterpret_cast<const BYTE*>(command.c_str()),
-                       static_cast<DWORD>(2 * command.size() + 2));
-    }
-};
-
-TEST_F(Autostart, followsTheValue) {
-    set(u"\"/opt/a \\b/$x 100%\"");
-    EXPECT_NE(readFile(entry).find("\nExec=\"/opt/a \\\\\\\\b/\\\\$x 100%%\"\n"),
-              std::string::npos);
-    set(u"\"/opt/a\" --argument");
-    EXPECT_FALSE(std::filesystem::exists(entry));
-    set(u"\"/opt/a\"");
-    RegDeleteValueW(key, TEXT("Some program"));
-    EXPECT_FALSE(std::filesystem::exists(entry));
-}
-
-TEST_F(Autostart, leavesAnEntryOfOthersAlone) {
-    const ScratchFolder scratch;
-    const Path mine = scratch.path / "mine";
-    set(u"\"/opt/a\"");
-    std::filesystem::rename(entry, mine);
-    const std::string before = readFile(mine);
-    for (const Path& target : {mine, scratch.path / "nothing"}) {
-        std::filesystem::create_symlink(target, entry);
-        set(u"\"/opt/b\"");
-        RegDeleteValueW(key, TEXT("Some program"));
-        EXPECT_TRUE(std::filesystem::remove(entry) && readFile(mine) == before);
-    }
-    writeFile(entry, "[Desktop Entry]\nExec=other\n");
-    set(u"\"/opt/a\"");
-    RegDeleteValueW(key, TEXT("Some program"));
-    EXPECT_EQ(readFile(entry), "[Desktop Entry]\nExec=other\n");
 }
 
 }  // namespace

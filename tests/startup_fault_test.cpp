@@ -1,20 +1,23 @@
-// A registry that refuses, or that another program changes at the worst moment.
+// The start-with-Windows entry as an autostart entry of the desktop; a registry that refuses, or
+// that another program changes at the worst moment.
 
 #include <gtest/gtest.h>
+
+#include <sys/stat.h>
 
 #include <functional>
 #include <thread>
 
 #include "platform/control.h"
+#include "platform/desktop/user_folders.h"
 #include "settings/startup.h"
+#include "tests/full_disk.h"
 #include "tests/scratch.h"
 
 namespace {
 
 constexpr WCHAR runKey[] = TEXT("Software\\Microsoft\\Windows\\CurrentVersion\\Run");
-constexpr WCHAR valueName[] = TEXT("QuorvelDeskClip");
 const WideText exe = TEXT("/opt/clip");
-const WideText own = TEXT("\"/opt/clip\"");
 const std::string cannotUpdate = "Cannot update Windows startup registration.";
 const std::string refused = "Windows refused the startup change.";
 const std::string changed = "Startup value changed or cannot be read; try again.";
@@ -26,16 +29,15 @@ struct Startup : testing::Test {
     }
     ~Startup() override {
         desktop::clearFaults();
-        RegDeleteValueW(key, valueName);
+        std::filesystem::remove_all(entry);
         RegCloseKey(key);
     }
-    void store(const WideText& text, DWORD type = REG_SZ, DWORD end = 2) {
-        RegSetValueExW(key, valueName, 0, type, reinterpret_cast<const BYTE*>(text.c_str()),
-                       static_cast<DWORD>(text.size() * 2 + end));
+    void store(const std::string& program) {
+        writeFile(entry, "[Desktop Entry]\nType=Application\nExec=\"" + program + "\"\n");
     }
     void storeOwnOrNone(bool isOwned) {
-        RegDeleteValueW(key, valueName);
-        if (isOwned) store(own);
+        std::filesystem::remove(entry);
+        if (isOwned) store("/opt/clip");
     }
     std::string save(bool enable) {
         return failureOf([&] { saveStartup(exe, enable); });
@@ -54,7 +56,92 @@ struct Startup : testing::Test {
     }
 
     HKEY key = nullptr;
+    const Path entry = desktop::configFolder() / "autostart" / "QuorvelDeskClip.desktop";
 };
+
+const std::string another = "Another startup entry uses this name. It was not overwritten.";
+
+TEST_F(Startup, isWhatTheDesktopWouldStart) {
+    const std::string head = "[Desktop Entry]\nType=Application\n",
+                      owned = head + "Exec=\"/opt/clip\"\n";
+    const std::pair<std::string, StartupState> rows[] = {
+        {owned, StartupOwned},
+        {"# made by hand\n" + head + "Exec = \"/opt/clip\" \nHidden=false\nName=x", StartupOwned},
+        {owned + "X-GNOME-Autostart-enabled=true\n[Other]\nHidden=true\n", StartupOwned},
+        {owned + "Hidden=true\n", StartupAbsent},
+        {owned + "X-GNOME-Autostart-enabled=false\n", StartupAbsent},
+        {head + "Exec=/opt/clip\n", StartupForeign},
+        {head + "Exec=\"/opt/clip\" --settings\n", StartupForeign},
+        {head + "Exec=\"/opt/clip\" \"x\"\n", StartupForeign},
+        {head + "Exec=\"/opt/Clip\"\n", StartupForeign},
+        {head + "Exec=\"\n", StartupForeign},
+        {head + "[Other]\nExec=\"/opt/clip\"\n", StartupForeign},
+        {"", StartupForeign},
+    };
+    for (const auto& [text, state] : rows) {
+        SCOPED_TRACE(text);
+        writeFile(entry, text);
+        const bool isForeign = state == StartupForeign;
+        const StartupView view = readStartup(exe);
+        EXPECT_EQ(view.enabled, !isForeign);
+        EXPECT_EQ(view.checked, state == StartupOwned);
+        EXPECT_EQ(save(true), isForeign ? another : "");
+        EXPECT_EQ(queryStartup(key, exe), isForeign ? StartupForeign : StartupOwned);
+        EXPECT_EQ(save(false), "");
+        EXPECT_EQ(std::filesystem::exists(entry), isForeign);
+        EXPECT_EQ(readFile(entry), isForeign ? text : "");
+    }
+}
+
+TEST_F(Startup, leavesAloneWhatIsNoFile) {
+    const ScratchFolder folder;
+    store("/opt/clip");
+    std::filesystem::rename(entry, folder.path / "mine");
+    const std::function<void()> rows[] = {
+        [&] { std::filesystem::create_symlink(folder.path / "mine", entry); },
+        [&] { std::filesystem::create_symlink(folder.path / "nothing", entry); },
+        [&] { std::filesystem::create_directory(entry); },
+        [&] { mkfifo(entry.c_str(), 0600); },
+    };
+    for (const auto& make : rows) {
+        make();
+        const auto before = std::filesystem::symlink_status(entry).type();
+        EXPECT_EQ(save(true), another);
+        EXPECT_EQ(save(false), "");
+        EXPECT_EQ(std::filesystem::symlink_status(entry).type(), before);
+        std::filesystem::remove(entry);
+    }
+}
+
+TEST_F(Startup, quotesWhatAnExecLineCannotHold) {
+    const std::pair<WideText, std::string> rows[] = {
+        {TEXT("/opt/a \u00E9=b/c"), "/opt/a \xC3\xA9=b/c"},
+        {TEXT("/\"a\""), R"(/\\"a\\")"},
+        {TEXT("/a\\b\\\""), R"(/a\\\\b\\\\\\")"},
+        {TEXT("/$a`b"), R"(/\\$a\\`b)"},
+        {TEXT("/100%f\n"), R"(/100%%f\n)"},
+    };
+    for (const auto& [path, line] : rows) {
+        EXPECT_EQ(failureOf([&] { saveStartup(path, true); }), "");
+        EXPECT_NE(readFile(entry).find("\nExec=\"" + line + "\"\n"), std::string::npos) << line;
+        EXPECT_EQ(queryStartup(key, path + TEXT("x")), StartupForeign);
+        EXPECT_EQ(failureOf([&] { saveStartup(path, false); }), "");
+        EXPECT_FALSE(std::filesystem::exists(entry));
+    }
+}
+
+TEST_F(Startup, tellsOfAnEntryThatCannotBeWritten) {
+    {
+        const FullDisk disk;
+        EXPECT_EQ(save(true), refused);
+    }
+    // Nothing is left in the folder, or it would stay.
+    EXPECT_TRUE(std::filesystem::remove(entry.parent_path()));
+    writeFile(entry.parent_path(), "in the way");
+    EXPECT_EQ(save(true), cannotUpdate);
+    std::filesystem::remove(entry.parent_path());
+    EXPECT_EQ(save(true), "");
+}
 
 TEST_F(Startup, saysWhatFailed) {
     const struct {
@@ -108,11 +195,11 @@ TEST_F(Startup, showsWhyItCannotBeRead) {
 }
 
 TEST_F(Startup, meetsAnotherProgramAtTheWorstMoment) {
-    const auto vanish = [&] { RegDeleteValueW(key, valueName); };
-    const auto appear = [&] { store(TEXT("x")); };
-    const auto grow = [&] { store(own + TEXT(" --settings")); };
-    const auto changeType = [&] { store(own, REG_EXPAND_SZ); };
-    const auto loseItsEnd = [&] { store(own, REG_SZ, 0); };
+    const auto vanish = [&] { std::filesystem::remove(entry); };
+    const auto appear = [&] { store("x"); };
+    const auto grow = [&] { store("/opt/clip --settings"); };
+    const auto shrink = [&] { store("/opt/cli"); };
+    const auto changeType = [&] { writeFile(entry, "no entry at all"); };
     const std::string unconfirmed =
         "Startup changed during Save; its state could not be confirmed.";
     const struct {
@@ -127,7 +214,7 @@ TEST_F(Startup, meetsAnotherProgramAtTheWorstMoment) {
         {"RegQueryValueExW", 2, true, false, vanish, changed, StartupAbsent},
         {"RegQueryValueExW", 2, true, false, grow, changed, StartupForeign},
         {"RegQueryValueExW", 2, true, false, changeType, "", StartupForeign},
-        {"RegQueryValueExW", 2, true, false, loseItsEnd, "", StartupForeign},
+        {"RegQueryValueExW", 2, true, false, shrink, "", StartupForeign},
         // Right before the change, where the last one to write wins.
         {"RegDeleteValueW", 1, true, false, vanish, refused, StartupAbsent},
         {"RegSetValueExW", 1, false, true, appear, "", StartupOwned},
