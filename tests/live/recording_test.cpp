@@ -24,7 +24,6 @@ constexpr POINT beside{1900, 1000};  // bare ground
 constexpr std::uint32_t red = 0xff4040;
 
 bool sheetIsUp() { return live::pixelAt(beside.x, beside.y) == 0x111111; }
-bool sheetIsGone() { return live::pixelAt(beside.x, beside.y) == 0; }
 bool frameIsUp() { return live::pixelAt(region.left - 1, region.top + 50) == red; }
 
 struct Recording : testing::Test {
@@ -60,18 +59,6 @@ std::string heardUpTo(const live::Client& client, char letter) {
 
 bool heardEscape(const live::Client& client) {
     return client.heard().find("Esc") != std::string::npos;
-}
-
-std::string outputOf(const std::string& command) {
-    FILE* const pipe = popen(command.c_str(), "r");
-    char text[4096];
-    const std::size_t length = std::fread(text, 1, sizeof text, pipe);
-    pclose(pipe);
-    return {text, length};
-}
-
-std::string pasted(const std::string& target) {
-    return outputOf("xclip -o -selection clipboard -t " + target);
 }
 
 // As a file manager wants it; of what needs an escape the folders' names have blanks and an umlaut.
@@ -115,15 +102,15 @@ TEST_F(Recording, showsWhatAProgramDrewAtTheRightTime) {
     live::tap(live::escapeKey);
     heardUpTo(client, 'b');
     EXPECT_TRUE(heardEscape(client));
-    EXPECT_TRUE(
-        desktop::waitUntil([&] { return pasted("text/uri-list") == addressOf(file) + "\r\n"; }));
-    EXPECT_EQ(pasted("x-special/gnome-copied-files"), "copy\n" + addressOf(file));
+    EXPECT_TRUE(desktop::waitUntil(
+        [&] { return live::pasted("text/uri-list") == addressOf(file) + "\r\n"; }));
+    EXPECT_EQ(live::pasted("x-special/gnome-copied-files"), "copy\n" + addressOf(file));
     kill(program.process, SIGTERM);
     EXPECT_EQ(manager.save(), addressOf(file) + "\r\n");
     EXPECT_EQ(live::waitFor(program.process), 0);
     // Other users of the machine have no rights to any of it.
     const std::string folder = file.parent_path().parent_path();
-    EXPECT_EQ(outputOf("find '" + folder + "' -perm /077"), "");
+    EXPECT_EQ(live::outputOf("find '" + folder + "' -perm /077"), "");
 
     const Clip clip = readClip(file);
     EXPECT_EQ(clip.width, 640);
@@ -148,39 +135,6 @@ TEST_F(Recording, showsWhatAProgramDrewAtTheRightTime) {
     };
     EXPECT_LE(beyond(34 + 10), static_cast<std::ptrdiff_t>(late.size() / 10));
     EXPECT_EQ(beyond(4 * 34), 0);
-}
-
-// Whichever way a selection ends, Esc is the others' again at once.
-TEST_F(Recording, leavesEscapeFreeWithoutARecording) {
-    const std::pair<const char*, void (*)()> ways[] = {
-        {"Esc", [] { live::tap(live::escapeKey); }},
-        {"right button",
-         [] {
-             live::pressButton(3);
-             live::releaseButton(3);
-         }},
-        {"no region",
-         [] {
-             live::pressButton(1);
-             live::releaseButton(1);
-         }},
-    };
-    for (const auto& [name, giveUp] : ways) {
-        SCOPED_TRACE(name);
-        const live::Client client(place, "still");
-        const live::Program program;
-        openSheet();
-        giveUp();
-        EXPECT_TRUE(desktop::waitUntil(sheetIsGone));
-        // The client does not repair what was covered.
-        EXPECT_TRUE(desktop::waitUntil(
-            [] { return live::pixelAt(place.left + 50, place.top + 50) == 0x204060; }));
-        heardUpTo(client, 'a');
-        EXPECT_FALSE(heardEscape(client));
-        live::tap(live::escapeKey);
-        heardUpTo(client, 'b');
-        EXPECT_TRUE(heardEscape(client));
-    }
 }
 
 }  // namespace

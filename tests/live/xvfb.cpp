@@ -68,6 +68,14 @@ std::string startServer(const char* network) {
     return ":" + number;
 }
 
+void fake(std::uint8_t type, std::uint8_t detail, int x = 0, int y = 0) {
+    xcb_test_fake_input(connection, type, detail, XCB_CURRENT_TIME, root(),
+                        static_cast<std::int16_t>(x), static_cast<std::int16_t>(y), 0);
+    xcb_flush(connection);
+}
+
+}  // namespace
+
 xcb_keycode_t codeOf(xcb_keysym_t key) {
     const xcb_setup_t& setup = *xcb_get_setup(connection);
     const int first = setup.min_keycode, count = setup.max_keycode - first + 1;
@@ -82,20 +90,16 @@ xcb_keycode_t codeOf(xcb_keysym_t key) {
     throw std::runtime_error("no such key");
 }
 
-void fake(std::uint8_t type, std::uint8_t detail, int x = 0, int y = 0) {
-    xcb_test_fake_input(connection, type, detail, XCB_CURRENT_TIME, root(),
-                        static_cast<std::int16_t>(x), static_cast<std::int16_t>(y), 0);
-    xcb_flush(connection);
-}
-
-}  // namespace
-
 void startDisplay() {
     if (connection) return;
     const std::string display = startServer("-nolisten");
     setenv("DISPLAY", display.c_str(), 1);
     unsetenv("DBUS_SESSION_BUS_ADDRESS");
     unsetenv("WAYLAND_DISPLAY");
+    connect();
+}
+
+void connect() {
     connection = xcb_connect(nullptr, nullptr);
     if (xcb_connection_has_error(connection)) throw std::runtime_error("cannot open the display");
     screen = xcb_setup_roots_iterator(xcb_get_setup(connection)).data;
@@ -292,8 +296,6 @@ std::filesystem::path Program::waitForClip() const {
     return clip;
 }
 
-namespace {
-
 xcb_keysym_t symbolOf(UINT key) {
     static const std::map<UINT, xcb_keysym_t> others{
         {VK_LCONTROL, controlKey}, {VK_LSHIFT, shiftKey}, {VK_LMENU, altKey},
@@ -304,7 +306,25 @@ xcb_keysym_t symbolOf(UINT key) {
     return others.contains(key) ? others.at(key) : key;
 }
 
-}  // namespace
+void grabKey(UINT modifiers, UINT virtualKey) {
+    const int state = (modifiers & MOD_CONTROL ? XCB_MOD_MASK_CONTROL : 0) |
+                      (modifiers & MOD_SHIFT ? XCB_MOD_MASK_SHIFT : 0);
+    xcb_grab_key(connection, 0, root(), static_cast<std::uint16_t>(state),
+                 codeOf(symbolOf(virtualKey)), XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
+    focus();  // Carried out by now.
+}
+
+std::string pasted(const std::string& target) {
+    return outputOf("xclip -o -selection clipboard -t " + target + " 2>/dev/null");
+}
+
+std::string outputOf(const std::string& command) {
+    FILE* const pipe = popen(command.c_str(), "r");
+    char text[4096];
+    const std::size_t length = std::fread(text, 1, sizeof text, pipe);
+    pclose(pipe);
+    return {text, length};
+}
 
 void takeHands() {
     person::hands = {[](UINT key) { press(symbolOf(key)); },

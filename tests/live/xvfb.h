@@ -20,6 +20,7 @@ namespace live {
 // process.
 void startDisplay();
 std::string startDistantDisplay();  // another one, which DISPLAY must name so: it shares no memory
+void connect();                     // to the display; again in a process that was forked
 pid_t start(const std::vector<std::string>& command);  // a program that ends with this process
 int waitFor(pid_t program);                            // its exit code; -1: a signal ended it
 int end(pid_t program);                                // asks it to end, and waits
@@ -29,6 +30,8 @@ xcb_window_t root();
 std::shared_ptr<xcb_generic_event_t> awaitEvent(int type);
 
 // Keys by their symbol: 'a', 0xff1b.
+xcb_keycode_t codeOf(xcb_keysym_t key);
+xcb_keysym_t symbolOf(UINT virtualKey);
 constexpr xcb_keysym_t escapeKey = 0xff1b, controlKey = 0xffe3, shiftKey = 0xffe1, altKey = 0xffe9;
 void press(xcb_keysym_t key);
 void release(xcb_keysym_t key);
@@ -37,6 +40,12 @@ void movePointer(int x, int y);
 void pressButton(int button);
 void releaseButton(int button);
 void click(POINT at, int button = 1);
+
+// Another program has the combination (MOD_CONTROL and MOD_SHIFT) from now on.
+void grabKey(UINT modifiers, UINT virtualKey);
+std::string outputOf(const std::string& command);
+// What the clipboard has in that form; empty if nothing.
+std::string pasted(const std::string& target);
 
 std::uint32_t pixelAt(int x, int y);  // 0x00RRGGBB
 xcb_window_t focus();

@@ -1,58 +1,48 @@
-// The settings dialog as a person uses it: with the keyboard, with the mouse, and when things fail.
+// The settings dialog where a planned fault, the call log or a second monitor is needed.
 
-#include "settings/startup.h"
-#include "tests/program/settings_dialog.h"
+#include "demo/person.h"
+#include "platform/control.h"
+#include "tests/scenarios/user.h"
 
-using namespace person;
+using namespace user;
+using person::callsOf;
 
 namespace {
 
-enum Entry { settings = 4, minimize = 0xF020 };
-
-const char* const keepExe = "If enabled, keep this portable EXE in its current location.";
-const char* const noCapture = "Shortcut capture unavailable. Existing shortcut kept.";
-const char* const foreignEntry = "Startup points elsewhere (possibly an older copy). Disable it "
-                                 "from that copy before moving. No entry was changed.";
-
 void openSettings() {
-    openTrayMenu();
-    chooseFromMenu(settings);
+    openMenu();
+    desktop::startCallLog();
+    choose(4);
     await("the dialog", [] { return focus() != 0; });
+}
+
+// The tip is updated when everything else is over.
+void awaitClosed() {
+    await("the end of the dialog", [] { return !callsOf("Shell_NotifyIconW").empty(); });
+    EXPECT_FALSE(settingsAreOpen());
 }
 
 }  // namespace
 
-TEST(SettingsDialog, opensInThreeWaysAndIsRaised) {
+TEST(SettingsDialog, isRestoredAndFlashesIfItCannotBeRaised) {
     atDesktop([] {
-        SecondProcess second([] {
-            return wWinMain(GetModuleHandleW(nullptr), nullptr, std::u16string().data(), 0);
-        });
-        Program program(u"--settings");
-        await("the dialog", [] { return focus() == box; });
+        Program program("--settings");
+        await("the dialog", [] { return focus() == ShortcutBox; });
+        tabTo(StartEntry);
+        press({VK_LMENU, VK_SPACE});
+        await("the system menu", menuIsOpen);
+        choose(SC_MINIMIZE);
+        await("the dialog minimized", [] { return !settingsAreOpen(); });
+        clickTray(3);
+        await("the dialog restored", [] { return focus() == StartEntry; });
         desktop::startCallLog();
-        EXPECT_EQ(desktop::openDialog()->title, "Quorvel Clip - Settings");
-        EXPECT_EQ(control(box).text, "Ctrl+Shift+7");
-        EXPECT_EQ(control(hint).text, keepExe);
-        desktop::takeForeground();
-        await("another program in front", [] { return focus() == 0; });
-        desktop::clickTray(WM_RBUTTONUP);
-        await("the dialog in front", [] { return focus() == box; });
-        tabTo(startup);
-        pressKeys({VK_LMENU, VK_SPACE});
-        chooseFromMenu(minimize);
-        await("the dialog minimised", [] { return !desktop::openDialog(); });
-        second.run();
-        await("the dialog restored", [] { return focus() == startup; });
         desktop::planFault({desktop::Fault::Fail, "SetForegroundWindow"});
-        desktop::clickTray(WM_RBUTTONUP);
+        clickTray(3);
         await("a flash", [] { return callsOf("FlashWindowEx").size() == 1; });
         EXPECT_EQ(callsOf("FlashWindowEx").front(), "set, 2, 3, 0");
         EXPECT_TRUE(callsOf("DialogBoxParamW").empty());
-        pressEsc();
-        awaitClosed();
-        openSettings();
         EXPECT_EQ(program.close(), 0) << "exit with the dialog open";
-        EXPECT_TRUE(desktop::balloons().empty() && desktop::openObjects().empty());
+        EXPECT_TRUE(desktop::openObjects().empty() && !noticeIsNew());
     });
 }
 
@@ -80,55 +70,37 @@ TEST(SettingsDialog, theBoxTakesEveryKeyButAFew) {
         {{VK_F24}, "Key 135", 0},
     };
     atDesktop([&] {
-        Program program;
+        const Program program;
         openSettings();
         for (const auto& row : rows) {
             SCOPED_TRACE(row.text + std::to_string(row.keys.back()));
             desktop::startCallLog();
-            pressKeys(row.keys);
-            pressKeys({'Z'});
+            press(row.keys);
+            press({'Z'});
             std::vector<std::string> wanted{"set, 1001, \"Z\""};
             if (*row.text)
                 wanted.insert(wanted.begin(), "set, 1001, \"" + std::string(row.text) + '"');
             await("Z", [&] { return callsOf("SetDlgItemTextW").size() >= wanted.size(); });
             EXPECT_EQ(callsOf("SetDlgItemTextW"), wanted);
             EXPECT_EQ(callsOf("CallNextHookEx").size(), row.passed);
-            EXPECT_TRUE(focus() == box && desktop::openMenu().empty());
+            EXPECT_TRUE(focus() == ShortcutBox && desktop::openMenu().empty());
         }
         desktop::startCallLog();
         desktop::pressKey('A');
-        await("A", [] { return control(box).text == "A"; });
-        tabTo(startup);
+        await("A", [] { return control(ShortcutBox).text == "A"; });
+        tabTo(StartEntry);
         desktop::releaseKey('A');
         desktop::pressKey(VK_TAB);
-        await("Save", [] { return focus() == save; });
+        await("Save", [] { return focus() == Save; });
         EXPECT_EQ(callsOf("CallNextHookEx").size(), 1u) << "A let go elsewhere is still eaten";
-    });
-}
-
-TEST(SettingsDialog, aForeignStartupEntryIsLeftAlone) {
-    const std::u16string elsewhere = u"C:\\Elsewhere\\QuorvelDeskClip.exe";
-    atDesktop([&] {
-        saveStartup(elsewhere, true);
-        Program program;
-        openSettings();
-        EXPECT_FALSE(control(startup).enabled || control(startup).checked);
-        EXPECT_EQ(control(hint).text, foreignEntry);
-        click(startup);  // Greyed: does nothing.
-        capture({VK_LMENU, VK_F1 + 7}, "Alt+F8");
-        click(save);
-        awaitClosed();
-        await("the tip", [] { return desktop::trayTip() == "Quorvel Desk Clip — Alt+F8"; });
-        EXPECT_EQ(callsOf("RegOpenKeyExW").size(), 1u) << "only looked at, when it opened";
-        EXPECT_TRUE(readStartup(elsewhere).checked);
     });
 }
 
 TEST(SettingsDialog, theShortcutWaitsUntilItIsClosed) {
     atDesktop([] {
-        Program program;
+        const Program program;
         openSettings();
-        tabTo(startup);
+        tabTo(StartEntry);
         pressShortcut();
         desktop::planFault({desktop::Fault::Stall, "EndDialog"});
         pressEsc();
@@ -144,7 +116,7 @@ TEST(SettingsDialog, theShortcutWaitsUntilItIsClosed) {
 }
 
 TEST(SettingsDialog, failuresOnItsWay) {
-    const char* const noIcons = "Cannot open Settings|Cannot load branded window icons.|16";
+    const char* const noIcons = "Cannot open Settings|Cannot load branded window icons.";
     const struct {
         const char* operation;
         int nth;
@@ -158,48 +130,52 @@ TEST(SettingsDialog, failuresOnItsWay) {
         {"SetWindowsHookExW", 1, "", ""},
     };
     atDesktop([&] {
-        Program program;
+        const Program program;
         await("the shortcut", [] { return desktop::openObjects().count("HotKey") == 1; });
         const auto idle = desktop::openObjects();
         for (const auto& row : rows) {
             SCOPED_TRACE(row.operation);
-            const std::size_t notices = desktop::balloons().size();
-            openTrayMenu();
+            openMenu();
             desktop::planFault({desktop::Fault::Fail, row.operation, row.nth});
-            chooseFromMenu(settings);
-            EXPECT_EQ(*row.shown ? readBox() : "", row.shown);
+            desktop::startCallLog();
+            choose(4);
+            if (*row.shown) {
+                await("the box", [&] { return box() == row.shown; });
+                press({VK_RETURN});
+            }
             if (!*row.notice) {
-                await("the dialog", [] { return focus() == startup; });
-                EXPECT_EQ(control(hint).text, noCapture);
-                EXPECT_FALSE(control(box).enabled);
-                click(save);
+                await("the dialog", [] { return focus() == StartEntry; });
+                EXPECT_EQ(control(Hint).text,
+                          "Shortcut capture unavailable. Existing shortcut kept.");
+                EXPECT_FALSE(control(ShortcutBox).enabled);
+                clickControl(Save);
             }
             awaitClosed();
             desktop::clearFaults();
-            EXPECT_EQ(desktop::balloons().size(), notices + (*row.notice ? 1 : 0));
-            EXPECT_EQ(*row.notice ? lastNotice() : "", row.notice);
+            if (*row.notice) awaitNotice(row.notice);
+            EXPECT_FALSE(noticeIsNew());
             EXPECT_EQ(desktop::openObjects(), idle);
         }
     });
 }
 
 TEST(SettingsDialog, followsTheScaleOfItsMonitor) {
-    const auto width = [] { return control(save).bounds.right - control(save).bounds.left; };
+    const auto width = [] { return control(Save).bounds.right - control(Save).bounds.left; };
     atDesktop([&] {
         desktop::setMonitors({{{0, 0, 1000, 800}, 1, 96}, {{1000, 0, 2500, 1200}, 1, 144}});
-        Program program(u"--settings");
-        await("the dialog", [] { return focus() == box; });
+        const Program program("--settings");
+        await("the dialog", [] { return focus() == ShortcutBox; });
         const LONG small = width();
-        drag(500, control(box).bounds.top - 60, 1700, 300);
+        drag({500, control(ShortcutBox).bounds.top - 60, 1700, 300});
         await("the other scale", [&] { return width() > small; });
         EXPECT_NEAR(width() * 2, small * 3, 20);
         desktop::planFault({desktop::Fault::Fail, "LoadImageW"});
-        drag(1700, control(box).bounds.top - 90, 500, 300);
+        drag({1700, control(ShortcutBox).bounds.top - 90, 500, 300});
         await("the failure",
-              [] { return control(hint).text == "Cannot load branded window icons."; });
+              [] { return control(Hint).text == "Cannot load branded window icons."; });
         EXPECT_EQ(width(), small);
         desktop::startCallLog();
-        click(cancel);
+        clickControl(Cancel);
         awaitClosed();
     });
 }

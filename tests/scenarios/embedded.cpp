@@ -1,0 +1,79 @@
+// The embedded desktop.
+
+#include <shlobj.h>
+
+#include <cstdlib>
+#include <cstring>
+
+#include "demo/person.h"
+#include "platform/control.h"
+#include "platform/hosts/host.h"
+#include "tests/scenarios/native.h"
+
+namespace user::desk {
+
+void open() {
+    setenv("EMBEDDED_DESKTOP", "user", 1);
+    useHost();
+    desktop::setMonitors({{screen(), 1, 96}});
+    desktop::paintDesktop([](const desktop::Canvas& canvas) {
+        std::fill_n(canvas.pixels, canvas.stride * canvas.height, ground);
+    });
+}
+
+void useHost() { host::use(host::memoryHost()); }
+void openAgain() {}
+
+void clickTray(int button) {
+    static UINT lastPress = 0;
+    const bool isSecond = button == 1 && lastPress == WM_LBUTTONDOWN;
+    const UINT press = button == 3 ? WM_RBUTTONDOWN : isSecond ? WM_LBUTTONDBLCLK : WM_LBUTTONDOWN;
+    lastPress = press;
+    desktop::movePointer(1900, 1060);
+    desktop::clickTray(press);
+    desktop::clickTray(button == 3 ? WM_RBUTTONUP : WM_LBUTTONUP);
+}
+
+// The last key is one that nobody waits for: when it comes, the others have been decided.
+bool othersGet(const std::vector<UINT>& keys) {
+    desktop::inputOfOthers();
+    press(keys);
+    press({VK_F12});
+    bool wanted = false, last = false;
+    await("a key for others", [&] {
+        for (const desktop::PassedInput& input : desktop::inputOfOthers()) {
+            wanted |= input.isKey && input.pressed && input.key == keys.back();
+            last |= input.isKey && input.pressed && input.key == VK_F12;
+        }
+        return last;
+    });
+    return wanted;
+}
+
+void takeShortcut(UINT modifiers, UINT key) { desktop::takeHotKey(modifiers, key); }
+void takeForeground() { desktop::takeForeground(); }
+
+void restartShell() {
+    desktop::startCallLog();
+    desktop::restartShell();
+    await("the icon", [] { return !person::callsOf("Shell_NotifyIconW").empty(); });
+}
+
+void endSession(bool reallyEnds) {
+    desktop::endSession(reallyEnds);
+    if (reallyEnds) waitUntil([] { return false; });  // The process ends here.
+}
+
+std::uint32_t pixel(int x, int y) { return desktop::screenPixel(x, y); }
+
+Path pastedFile() {
+    const auto block = desktop::clipboardBlock();
+    if (!block) return {};
+    DROPFILES header;
+    std::memcpy(&header, block->data(), sizeof header);
+    WideText path((block->size() - header.pFiles) / sizeof(WCHAR), 0);
+    std::memcpy(path.data(), block->data() + header.pFiles, path.size() * sizeof(WCHAR));
+    return path.substr(0, path.find(WCHAR{0}));
+}
+
+}  // namespace user::desk

@@ -1,0 +1,29 @@
+// What the two native desktops do differently for the user: the embedded one and an X11 display.
+
+#pragma once
+
+#include "tests/scenarios/user.h"
+
+namespace user {
+
+// Runs the program here until it ends, and answers its message box. "code", or
+// "code|title|text of the box".
+std::string runToItsEnd(const std::string& arguments = "");
+
+namespace desk {
+
+void open();       // before anything else, in the process of the body
+void useHost();    // before the program starts, in its process
+void openAgain();  // in a second start's process: hands of its own
+void clickTray(int button);
+bool othersGet(const std::vector<UINT>& keys);
+void takeShortcut(UINT modifiers, UINT key);
+void takeForeground();
+void restartShell();
+void endSession(bool reallyEnds);
+std::uint32_t pixel(int x, int y);
+Path pastedFile();
+
+}  // namespace desk
+
+}  // namespace user

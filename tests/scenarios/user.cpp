@@ -1,0 +1,70 @@
+// What the user does in the same way on every desktop.
+
+#include "tests/scenarios/user.h"
+
+namespace user {
+
+Path recordings() { return dataFolder() / "Recordings"; }
+
+std::vector<std::string> clips() {
+    std::vector<std::string> names = namesIn(recordings());
+    std::erase_if(names, [](const std::string& name) { return !name.ends_with(".mp4"); });
+    return names;
+}
+
+void pressShortcut() { press({VK_LCONTROL, VK_LSHIFT, '7'}); }
+void pressEsc() { press({VK_ESCAPE}); }
+
+void click(int x, int y, int button) {
+    move(x, y);
+    holdButton(button);
+    releaseButton(button);
+}
+
+void drag(const RECT& region) {
+    move(region.left, region.top);
+    holdButton(1);
+    move(region.right, region.bottom);
+    releaseButton(1);
+}
+
+void doubleClickTray() {
+    clickTray(1);
+    clickTray(1);
+}
+
+void openMenu() {
+    clickTray(3);
+    await("the menu", menuIsOpen);
+}
+
+void openSheet() {
+    pressShortcut();
+    await("the sheet", sheetIsUp);
+}
+
+void clickControl(int id) {
+    const RECT area = control(id).bounds;
+    click((area.left + area.right) / 2, (area.top + area.bottom) / 2);
+}
+
+void tabTo(int id) {
+    for (int tries = 0; focus() != id && tries < 4; ++tries) {
+        const int before = focus();
+        press({VK_TAB});
+        await("another focus", [&] { return focus() != before; });
+    }
+}
+
+void startRecording(const RECT& region, int samples) {
+    openSheet();
+    dragRegion(region, samples);
+}
+
+Path stopRecording() {
+    pressEsc();
+    awaitNotice("Copied — paste the video file.");
+    return pastedFile();
+}
+
+}  // namespace user

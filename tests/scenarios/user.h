@@ -1,0 +1,154 @@
+// The user in front of the desktop: what the user does with the program, and what there is to see.
+//
+// Three implementations, so that one set of scenarios runs on the embedded desktop, on an X11
+// display, and as a Windows program under Wine. Every text is UTF-8. Nothing here waits unless it
+// says so; what has a visible result and waits for it fails the test when that does not come.
+
+#pragma once
+
+#include <windows.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "common/wide_text.h"
+#include "tests/scratch.h"
+
+namespace user {
+
+// --- The desktop -----------------------------------------------------------------------------
+
+// Runs `body` on a desktop without any trace of the program: no settings, clips or start entry, a
+// ground of one color, an empty clipboard. Natively the body runs in a process of its own, whose
+// failed expectations fail the test here. `afterwards` runs when that process has ended.
+void atDesktop(
+    const std::function<void()>& body, const std::function<void()>& afterwards = [] {});
+
+// Polls until the condition holds; false after half a minute. The one wait of the scenarios.
+bool waitUntil(const std::function<bool()>& condition);
+// The same; the test fails if the condition does not come to hold.
+void await(const char* what, const std::function<bool()>& condition);
+
+Path dataFolder();
+Path recordings();
+std::vector<std::string> clips();  // names in `recordings` that end in ".mp4", partial ones too
+
+RECT screen();                              // the primary monitor; its upper left corner is 0, 0
+std::uint32_t pixel(int x, int y);          // 0x00RRGGBB
+constexpr std::uint32_t ground = 0x3060A0;  // the color of the desktop
+extern const std::uint32_t dim;             // the ground under the sheet
+extern const std::uint32_t outline;         // of the rectangle on the sheet
+constexpr std::uint32_t frame = 0xFF4040;
+
+// --- Hands -----------------------------------------------------------------------------------
+
+void press(const std::vector<UINT>& keys);  // virtual keys: down in order, up in reverse order
+void pressShortcut();                       // Ctrl+Shift+7
+void pressEsc();
+void move(int x, int y);
+void holdButton(int button);  // 1 left, 3 right
+void releaseButton(int button);
+void click(int x, int y, int button = 1);
+void drag(const RECT& region);  // left button, from the upper left to the lower right corner
+
+// The tray icon.
+void clickTray(int button);
+void doubleClickTray();
+void openMenu();          // right click; waits for the menu
+void choose(UINT entry);  // in the open menu, by the arrow keys and Enter
+bool menuIsOpen();
+
+// --- Other programs --------------------------------------------------------------------------
+
+// Presses and releases the keys; whether another program gets the last of them.
+bool othersGet(const std::vector<UINT>& keys);
+void takeShortcut(UINT modifiers, UINT key);  // registers the combination for another program
+void takeForeground();
+void holdInstance();  // a first instance that has no window yet
+void restartShell();  // the tray forgets its icons and starts again
+// The system asks whether the session may end, and then says whether it does. Waits for both
+// answers.
+void endSession(bool reallyEnds);
+
+// --- Eyes ------------------------------------------------------------------------------------
+
+bool sheetIsUp();                           // and in front
+bool frameIsUp();                           // the red frame, and not the sheet
+std::string trayTip();                      // empty without an icon
+void awaitNotice(const std::string& text);  // one that was not awaited before
+bool noticeIsNew();                         // a notice has come since the last one that was awaited
+
+// "title|text" of the message box that is open; empty without one. Enter answers it.
+std::string box();
+
+enum Control { ShortcutBox = 1001, StartEntry = 1002, Hint = 1003, Save = 1, Cancel = 2 };
+struct ControlView {
+    std::string text;
+    bool checked = false, enabled = false;
+    RECT bounds{};
+};
+bool settingsAreOpen();
+ControlView control(int id);
+int focus();  // of Settings: 0 if they are not open or another window is in front
+void clickControl(int id);
+void tabTo(int id);  // waits for the focus
+
+// What a paste gives: the one file; empty if there is none.
+Path pastedFile();
+
+// The darkest and the brightest luma of all frames of a clip, and their number. Under Wine the
+// "clip" is what the stand-ins wrote.
+struct ClipView {
+    int frames = 0, darkest = 255, brightest = 0;
+};
+ClipView view(const Path& clip, int width, int height);
+
+// --- The program -----------------------------------------------------------------------------
+
+// The one that this desktop runs. Its path as the start entry names it.
+WideText programPath();
+
+struct Program {
+    explicit Program(const std::string& arguments = "");  // returns when the tray icon has its tip
+    ~Program();                                           // ends it, if it still runs
+    Program(const Program&) = delete;
+    Program& operator=(const Program&) = delete;
+
+    bool hasEnded() const;
+    int awaitEnd();  // its exit code
+    int close();     // as another program would ask for it; its exit code
+
+    struct State;
+    std::unique_ptr<State> state;
+};
+
+// A second start. Made before the first program, since natively it is forked then.
+struct SecondStart {
+    explicit SecondStart(const std::string& arguments = "");
+    ~SecondStart();
+    SecondStart(const SecondStart&) = delete;
+    SecondStart& operator=(const SecondStart&) = delete;
+
+    // Runs it to its end and answers its message box: "code", or "code|title|text of the box".
+    std::string run();
+
+    struct State;
+    std::unique_ptr<State> state;
+};
+
+// The shortcut; waits for the sheet.
+void openSheet();
+// On the sheet: the drag; waits for the red frame and for `samples` samples.
+void dragRegion(const RECT& region = {300, 310, 502, 464}, int samples = 3);
+void startRecording(const RECT& region = {300, 310, 502, 464}, int samples = 3);
+// Esc, and the clip is on the clipboard. Its path.
+Path stopRecording();
+
+}  // namespace user
