@@ -7,19 +7,34 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <filesystem>
+#include <fstream>
 #include <optional>
 
 #include "tests/live/live_host.h"
 
 namespace {
 
+// The session's usual bus would start whatever notification service is installed.
+constexpr const char* busWithoutServices = R"(<busconfig>
+    <type>session</type>
+    <listen>unix:tmpdir=/tmp</listen>
+    <policy context="default">
+        <allow send_destination="*" eavesdrop="true"/>
+        <allow eavesdrop="true"/>
+        <allow own="*"/>
+    </policy>
+</busconfig>)";
+
 // A session bus, with a notification service on it or without one.
 struct Service {
     explicit Service(bool takesNotices) {
         int ends[2];
         if (pipe(ends) != 0) throw std::runtime_error("no pipe");
-        daemon = live::start({"dbus-daemon", "--session", "--nofork", "--nosyslog",
-                              "--print-address=" + std::to_string(ends[1])});
+        const auto configuration = std::filesystem::temp_directory_path() / "bus.conf";
+        std::ofstream(configuration) << busWithoutServices;
+        daemon = live::start({"dbus-daemon", "--config-file=" + configuration.string(), "--nofork",
+                              "--nosyslog", "--print-address=" + std::to_string(ends[1])});
         close(ends[1]);
         std::string address;
         for (char character; read(ends[0], &character, 1) == 1 && character != '\n';)
