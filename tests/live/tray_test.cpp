@@ -65,9 +65,12 @@ struct InTray : testing::Test {
     bool menuIsUp() const { return widthOf(focused()) > 0 && widthOf(focused()) < 300; }
     bool nothingIsUp() const { return live::focus() == others; }
 
-    POINT pressIcon(int button) const {
+    POINT onIcon() const {
         const RECT area = icon();
-        const POINT at{area.left + 5, area.top + 5};
+        return {area.left + 5, area.top + 5};
+    }
+    POINT pressIcon(int button) const {
+        const POINT at = onIcon();
         live::click(at, button);
         return at;
     }
@@ -97,8 +100,7 @@ TEST_F(InTray, anIconStandsInEveryTrayThatComes) {
         pressIcon(1);
         openMenu();
         leave();
-        pressIcon(1);
-        pressIcon(1);
+        live::doubleClick(onIcon());
         await("the sheet", [&] { return sheetIsUp(); });
         leave();
     }

@@ -68,9 +68,13 @@ std::string startServer(const char* network) {
     return ":" + number;
 }
 
-void fake(std::uint8_t type, std::uint8_t detail, int x = 0, int y = 0) {
+void queue(std::uint8_t type, std::uint8_t detail, int x = 0, int y = 0) {
     xcb_test_fake_input(connection, type, detail, XCB_CURRENT_TIME, root(),
                         static_cast<std::int16_t>(x), static_cast<std::int16_t>(y), 0);
+}
+
+void fake(std::uint8_t type, std::uint8_t detail, int x = 0, int y = 0) {
+    queue(type, detail, x, y);
     xcb_flush(connection);
 }
 
@@ -123,6 +127,14 @@ void click(POINT at, int button) {
     movePointer(at.x, at.y);
     pressButton(button);
     releaseButton(button);
+}
+void doubleClick(POINT at) {
+    queue(XCB_MOTION_NOTIFY, 0, at.x, at.y);
+    for (int count = 0; count < 2; ++count) {
+        queue(XCB_BUTTON_PRESS, 1);
+        queue(XCB_BUTTON_RELEASE, 1);
+    }
+    xcb_flush(connection);
 }
 
 std::uint32_t pixelAt(int x, int y) {

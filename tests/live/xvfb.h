@@ -40,6 +40,7 @@ void movePointer(int x, int y);
 void pressButton(int button);
 void releaseButton(int button);
 void click(POINT at, int button = 1);
+void doubleClick(POINT at);  // in one go: a pause of this process cannot part it
 
 // Another program has the combination (MOD_CONTROL and MOD_SHIFT) from now on.
 void grabKey(UINT modifiers, UINT virtualKey);
