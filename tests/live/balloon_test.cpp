@@ -3,6 +3,7 @@
 
 #include <dbus/dbus.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -103,6 +104,10 @@ TEST_F(LiveHost, balloonGoesToTheNotificationService) {
     EXPECT_EQ(notices.back(), "Quorvel Desk Clip|next, in place of " + previous);
     EXPECT_EQ(notices[0], "Quorvel Desk Clip|a &lt; b &amp; \xe2\x80\x94, in place of 0");
     EXPECT_EQ(live::pixelAt(1890, 1050), 0u);
+    EXPECT_TRUE(goOnUntil([&] {
+        pollfd waiting{desk->eventDescriptor(), POLLIN, 0};
+        return poll(&waiting, 1, 2000) == 0;
+    })) << "something goes on after the service's answer";
 }
 
 // Nobody shows notices here, so the balloon is a window of its own, until it is clicked.

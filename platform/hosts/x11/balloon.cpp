@@ -34,6 +34,7 @@ int timer() {
     return descriptor;
 }
 
+// 0 stops it, and what it has to report is gone.
 void startTimer(int milliseconds) {
     itimerspec time{};
     time.it_value = {milliseconds / 1000, milliseconds % 1000 * 1'000'000L};
@@ -69,7 +70,10 @@ void showBalloon(const Balloon& balloon) {
 
 void attendToBalloons() {
     const NoticeAnswer answer = takeNoticeAnswer();
-    if (asking && answer == NoticeAnswer::Shown) asking = false;
+    if (asking && answer == NoticeAnswer::Shown) {
+        asking = false;
+        startTimer(0);
+    }
     if (asking && answer == NoticeAnswer::Refused) showOwn(asked);
     if (!asking && !note) return;
     if (!timeIsUp()) return;
