@@ -3,6 +3,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <poll.h>
 
 #include <algorithm>
 #include <functional>
@@ -21,13 +22,20 @@ struct LiveHost : testing::Test {
         desk = &host::x11Host();
     }
 
+    bool mayHaveEvents(int milliseconds = 0) {
+        pollfd waiting{desk->eventDescriptor(), POLLIN, 0};
+        return poll(&waiting, 1, milliseconds) > 0;
+    }
+    void takeEvents() {
+        for (Event event; desk->nextEvent(event);) {
+            events.push_back(event);
+            desk->finishInput(event, takes(event));
+        }
+    }
     // Answers input as `takes` wants it, until the condition holds.
     bool goOnUntil(const std::function<bool()>& condition) {
         return desktop::waitUntil([&] {
-            for (Event event; desk->nextEvent(event);) {
-                events.push_back(event);
-                desk->finishInput(event, takes(event));
-            }
+            if (mayHaveEvents()) takeEvents();
             return condition();
         });
     }

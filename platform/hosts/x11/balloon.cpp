@@ -78,7 +78,7 @@ void attendToBalloons() {
     if (!asking && !note) return;
     if (!timeIsUp()) return;
     if (asking) {
-        forgetNotice();
+        giveUpNotice();
         showOwn(asked);
     } else {
         hideNote(note);

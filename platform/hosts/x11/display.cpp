@@ -125,10 +125,11 @@ xcb_atom_t atom(const std::string& name) {
 
 int eventDescriptor() { return descriptor; }
 
-void watch(int watched) {
+void watch(int watched, bool forWriting) {
     epoll_event event{};
-    event.events = EPOLLIN;
-    epoll_ctl(descriptor, EPOLL_CTL_ADD, watched, &event);
+    event.events = forWriting ? EPOLLIN | EPOLLOUT : EPOLLIN;
+    if (epoll_ctl(descriptor, EPOLL_CTL_ADD, watched, &event) < 0)
+        epoll_ctl(descriptor, EPOLL_CTL_MOD, watched, &event);
 }
 
 void unwatch(int watched) { epoll_ctl(descriptor, EPOLL_CTL_DEL, watched, nullptr); }

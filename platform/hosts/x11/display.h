@@ -40,7 +40,9 @@ xcb_atom_t atom(const std::string& name);
 // bring in events that make no descriptor readable any more: they are kept, and the descriptor is
 // told.
 int eventDescriptor();
-void watch(int descriptor);    // joins the event descriptor
+// The event descriptor becomes readable when this one is readable or, if wanted, writable. A second
+// call changes what is wanted.
+void watch(int descriptor, bool forWriting = false);
 void unwatch(int descriptor);  // before it is closed
 void keepQueuedEvents();
 RawEvent takeEvent();                    // null: none there

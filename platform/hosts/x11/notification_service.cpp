@@ -21,7 +21,6 @@ struct Unref {
 using Message = std::unique_ptr<DBusMessage, Unref>;
 
 DBusConnection* bus = nullptr;
-int busDescriptor = -1;
 DBusPendingCall* pending = nullptr;
 dbus_uint32_t shownId = 0;
 
@@ -33,12 +32,33 @@ std::string busAddress() {
     return std::filesystem::exists(socket, ignored) ? "unix:path=" + socket : "";
 }
 
+// The connection always reads, and wants to write only while something is unsent, its greeting
+// included. Each direction has a watch of its own over the one descriptor.
+void followWriting(DBusWatch* direction, void*) {
+    if (dbus_watch_get_flags(direction) & DBUS_WATCH_WRITABLE)
+        watch(dbus_watch_get_unix_fd(direction), dbus_watch_get_enabled(direction));
+}
+
+dbus_bool_t startWatch(DBusWatch* direction, void* nothing) {
+    followWriting(direction, nothing);
+    return TRUE;
+}
+
+void endWatch(DBusWatch* direction, void*) { unwatch(dbus_watch_get_unix_fd(direction)); }
+
+void forgetNotice() {
+    if (!pending) return;
+    dbus_pending_call_cancel(pending);
+    dbus_pending_call_unref(pending);
+    pending = nullptr;
+}
+
 void disconnect() {
     forgetNotice();
-    unwatch(busDescriptor);
     dbus_connection_close(bus);
     dbus_connection_unref(bus);
     bus = nullptr;
+    shownId = 0;  // The next service counts from the start.
 }
 
 bool connect() {
@@ -49,7 +69,7 @@ bool connect() {
     bus = dbus_connection_open_private(address.c_str(), nullptr);
     if (!bus) return false;
     dbus_connection_set_exit_on_disconnect(bus, FALSE);
-    if (dbus_connection_get_unix_fd(bus, &busDescriptor)) watch(busDescriptor);
+    dbus_connection_set_watch_functions(bus, startWatch, endWatch, followWriting, nullptr, nullptr);
     const Message greeting(dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS,
                                                         DBUS_INTERFACE_DBUS, "Hello"));
     dbus_connection_send(bus, greeting.get(), nullptr);
@@ -142,11 +162,8 @@ NoticeAnswer takeNoticeAnswer() {
     return waited ? NoticeAnswer::Refused : NoticeAnswer::None;
 }
 
-void forgetNotice() {
-    if (!pending) return;
-    dbus_pending_call_cancel(pending);
-    dbus_pending_call_unref(pending);
-    pending = nullptr;
+void giveUpNotice() {
+    if (bus) disconnect();
 }
 
 }  // namespace host::x11

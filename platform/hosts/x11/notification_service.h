@@ -12,7 +12,7 @@ enum class NoticeAnswer { None, Shown, Refused };
 bool sendNotice(const NoteText& text);
 // Does what the bus has waiting, and tells what became of the notice; once.
 NoticeAnswer takeNoticeAnswer();
-// The answer does not matter any more.
-void forgetNotice();
+// Nobody waits for the answer any more, and what has not been delivered by now never is.
+void giveUpNotice();
 
 }  // namespace host::x11
