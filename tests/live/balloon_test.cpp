@@ -86,25 +86,30 @@ struct Service {
 TEST_F(LiveHost, balloonGoesToTheNotificationService) {
     Service service(true);
     std::vector<std::string> notices;
-    const auto hasCome = [&](std::size_t number) {
-        return goOnUntil([&] {
+    const auto show = [&](const char16_t* text, bool isError) {
+        const std::size_t before = notices.size();
+        desk->showBalloon({u"Quorvel Desk Clip", text, isError});
+        EXPECT_TRUE(goOnUntil([&] {
             service.attend(notices);
-            return notices.size() == number;
+            return notices.size() > before;
+        }));
+        return notices.back();
+    };
+    // The number under which a notice is shown comes back a moment later.
+    const auto replacesThePrevious = [&](const char16_t* text, bool isError) {
+        return desktop::waitUntil([&] {
+            return show(text, isError)
+                .ends_with("in place of " + std::to_string(39 + notices.size()));
         });
     };
-    desk->showBalloon({u"Quorvel Desk Clip", u"a < b & \u2014", false});
-    ASSERT_TRUE(hasCome(1));
-    // The number under which it is shown comes back a moment later; what follows takes its place.
-    do {
-        desk->showBalloon({u"Quorvel Desk Clip", u"next", true});
-        ASSERT_TRUE(hasCome(notices.size() + 1));
-    } while (notices.back().ends_with("in place of 0") && notices.size() < 100);
-    const std::string previous = std::to_string(39 + notices.size());
-    EXPECT_EQ(notices.back(), "Quorvel Desk Clip|next, in place of " + previous);
-    EXPECT_EQ(notices[0], "Quorvel Desk Clip|a &lt; b &amp; \xe2\x80\x94, in place of 0");
-    EXPECT_EQ(live::pixelAt(1890, 1050), 0u);
+    EXPECT_EQ(show(u"a < b & \u2014", false),
+              "Quorvel Desk Clip|a &lt; b &amp; \xe2\x80\x94, in place of 0");
+    EXPECT_TRUE(replacesThePrevious(u"Finishing", false));
+    EXPECT_TRUE(replacesThePrevious(u"lost", true));
+    EXPECT_TRUE(show(u"Copied", false).ends_with("in place of 0")) << "An error stays.";
     EXPECT_TRUE(goOnUntil([&] { return !mayHaveEvents(2000); }))
-        << "something goes on after the service's answer";
+        << "Something goes on after the answer.";
+    EXPECT_EQ(live::pixelAt(1890, 1050), 0u);
 }
 
 // The bus does not answer in time. What was meant for it is not to be shown when it does.
@@ -125,18 +130,25 @@ TEST_F(LiveHost, balloonThatWasGivenUpIsNotShownLater) {
     EXPECT_EQ(live::pixelAt(1890, 1050), ground);
 }
 
-// Nobody shows notices here, so the balloon is a window of its own, until it is clicked.
+// Nobody shows notices here, so each is a window of its own, until it is clicked. An error stays.
 TEST_F(LiveHost, balloonWithoutANotificationService) {
     for (const bool hasBus : {true, false}) {  // It ends while the program runs.
         SCOPED_TRACE(hasBus);
         std::optional<Service> bus;
         if (hasBus) bus.emplace(false);
-        const std::uint32_t ground = live::pixelAt(1890, 1050);
+        desk->showBalloon({u"Quorvel Desk Clip", u"lost", true});
+        desk->showBalloon({u"Quorvel Desk Clip", u"Finishing", false});
         desk->showBalloon({u"Quorvel Desk Clip", u"Copied \u2014 paste the video file.", false});
-        ASSERT_TRUE(goOnUntil([&] { return live::pixelAt(1890, 1050) != ground; }));
-        EXPECT_NE(live::findWindow("Copied — paste the video file."), 0u);
-        live::click({1890, 1050});
-        EXPECT_TRUE(goOnUntil([&] { return live::pixelAt(1890, 1050) == ground; }));
+        const std::string copied = "Copied — paste the video file.";
+        ASSERT_TRUE(goOnUntil([&] { return live::findWindow(copied) != 0; }));
+        EXPECT_EQ(live::findWindow("Finishing"), 0u);
+        EXPECT_LT(live::boundsOf(live::findWindow(copied)).bottom,
+                  live::boundsOf(live::findWindow("lost")).top);
+        for (const std::string& text : {std::string("lost"), copied}) {
+            const RECT bounds = live::boundsOf(live::findWindow(text));
+            live::click({bounds.left + 5, bounds.top + 5});
+            EXPECT_TRUE(goOnUntil([&] { return live::findWindow(text) == 0; }));
+        }
     }
 }
 

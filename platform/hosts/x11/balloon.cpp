@@ -1,12 +1,17 @@
-// Balloons: the desktop's notification service shows them, or, where nobody answers in its name, a
-// small window of our own at the lower right of the primary monitor.
+// Balloons: the desktop's notification service shows them, or, where nobody answers in its name,
+// small windows of our own at the lower right of the primary monitor.
 
 #include "platform/hosts/x11/balloon.h"
 
 #include <sys/timerfd.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <chrono>
+#include <optional>
 #include <stdexcept>
+#include <utility>
+#include <vector>
 
 #include "platform/desktop/text.h"
 #include "platform/hosts/x11/display.h"
@@ -18,11 +23,21 @@ namespace host::x11 {
 
 namespace {
 
-constexpr int patience = 1500, showTime = 5000;  // milliseconds
+using Clock = std::chrono::steady_clock;
 
-NoteText asked;  // what the service has been asked to show
-bool asking = false;
-xcb_window_t note = 0;
+constexpr std::chrono::milliseconds patience{1500};
+
+// What the service has been sent and has not answered. It answers in order, so that the answer to
+// the last one is the answer to all.
+std::vector<NoteText> asked;
+Clock::time_point giveUpAt;
+
+struct Own {
+    xcb_window_t window;
+    NoteText text;
+    Clock::time_point end;
+};
+std::vector<Own> own;  // from the bottom up
 
 int timer() {
     static const int descriptor = [] {
@@ -34,55 +49,71 @@ int timer() {
     return descriptor;
 }
 
-// 0 stops it, and what it has to report is gone.
-void startTimer(int milliseconds) {
+// Off if nothing is to end. Setting the timer also clears what it has to report.
+void setTimer() {
+    static std::optional<Clock::time_point> set;
+    std::optional<Clock::time_point> next;
+    if (!asked.empty()) next = giveUpAt;
+    for (const Own& each : own) next = std::min(next.value_or(each.end), each.end);
+    if (next == std::exchange(set, next)) return;
     itimerspec time{};
-    time.it_value = {milliseconds / 1000, milliseconds % 1000 * 1'000'000L};
-    timerfd_settime(timer(), 0, &time, nullptr);
+    if (next) {
+        const auto since = next->time_since_epoch();
+        const auto seconds = std::chrono::floor<std::chrono::seconds>(since);
+        time.it_value = {seconds.count(), std::chrono::nanoseconds(since - seconds).count()};
+    }
+    timerfd_settime(timer(), TFD_TIMER_ABSTIME, &time, nullptr);
 }
 
-bool timeIsUp() {
-    std::uint64_t count = 0;
-    return read(timer(), &count, sizeof count) > 0;
+template <typename Condition>
+void hideOwnIf(Condition condition) {
+    std::erase_if(own, [&](Own& each) {
+        const bool ends = condition(each);
+        if (ends) hideNote(each.window);
+        return ends;
+    });
 }
 
 void showOwn(const NoteText& text) {
-    asking = false;
-    hideNote(note);
     const Monitor primary = primaryMonitor();
     const LONG margin = static_cast<LONG>(16 * primary.dpi / 96);
-    note = showNote(text, {primary.bounds.right - margin, primary.bounds.bottom - margin},
-                    primary.dpi);
-    startTimer(showTime);
+    LONG bottom = primary.bounds.bottom - margin;
+    for (const Own& each : own)
+        if (const auto bounds = boundsOfNote(each.window))
+            bottom = std::min(bottom, bounds->top - margin);
+    const xcb_window_t window =
+        showNote(text, {primary.bounds.right - margin, bottom}, primary.dpi);
+    own.push_back({window, text, Clock::now() + showTime(text)});
+}
+
+void showOwn() {
+    for (const NoteText& text : asked) showOwn(text);
+    asked.clear();
 }
 
 }  // namespace
 
 void showBalloon(const Balloon& balloon) {
-    hideNote(note);
-    asked = {desktop::toUtf8(balloon.title), desktop::toUtf8(balloon.text), balloon.isError};
-    asking = sendNotice(asked);
-    if (asking)
-        startTimer(patience);
-    else
-        showOwn(asked);
+    attendToBalloons();  // The answer to the last notice has the number that this one replaces.
+    const NoteText text{desktop::toUtf8(balloon.title), desktop::toUtf8(balloon.text),
+                        balloon.isError};
+    hideOwnIf([&](const Own& each) { return isReplaced(each.text, text); });
+    std::erase_if(asked, [&](const NoteText& earlier) { return isReplaced(earlier, text); });
+    asked.push_back(text);
+    giveUpAt = Clock::now() + patience;
+    if (!sendNotice(text)) showOwn();
+    setTimer();
 }
 
 void attendToBalloons() {
     const NoticeAnswer answer = takeNoticeAnswer();
-    if (asking && answer == NoticeAnswer::Shown) {
-        asking = false;
-        startTimer(0);
-    }
-    if (asking && answer == NoticeAnswer::Refused) showOwn(asked);
-    if (!asking && !note) return;
-    if (!timeIsUp()) return;
-    if (asking) {
-        giveUpNotice();
-        showOwn(asked);
-    } else {
-        hideNote(note);
-    }
+    const Clock::time_point now = Clock::now();
+    if (answer == NoticeAnswer::Shown) asked.clear();
+    const bool late = !asked.empty() && now >= giveUpAt;
+    if (late) giveUpNotice();
+    if (late || answer == NoticeAnswer::Refused) showOwn();
+    hideOwnIf([&](const Own& each) { return now >= each.end; });
+    setTimer();
 }
 
 }  // namespace host::x11

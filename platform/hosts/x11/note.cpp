@@ -23,6 +23,7 @@ struct Note {
     NoteText text;
     double scale;
     int width, height;
+    POINT corner;  // the lower right
 };
 std::map<xcb_window_t, Note> notes;
 
@@ -112,7 +113,7 @@ void draw(xcb_window_t window, const Note& note) {
 }  // namespace
 
 xcb_window_t showNote(const NoteText& text, POINT corner, UINT dpi) {
-    Note note{text, dpi / 96.0, 0, 0};
+    Note note{text, dpi / 96.0, 0, 0, corner};
     measure(note);
     const xcb_window_t window = xcb_generate_id(connection());
     const std::uint32_t values[] = {screen().white_pixel, 1,
@@ -135,6 +136,14 @@ void hideNote(xcb_window_t& note) {
     if (notes.erase(note)) xcb_destroy_window(connection(), note);
     note = 0;
     xcb_flush(connection());
+}
+
+std::optional<RECT> boundsOfNote(xcb_window_t note) {
+    const auto found = notes.find(note);
+    if (found == notes.end()) return std::nullopt;
+    const Note& shown = found->second;
+    return RECT{shown.corner.x - shown.width, shown.corner.y - shown.height, shown.corner.x,
+                shown.corner.y};
 }
 
 bool noteEvent(const xcb_generic_event_t& event) {

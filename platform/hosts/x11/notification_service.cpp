@@ -13,6 +13,8 @@
 
 namespace host::x11 {
 
+using namespace std::chrono_literals;
+
 namespace {
 
 struct Unref {
@@ -22,7 +24,8 @@ using Message = std::unique_ptr<DBusMessage, Unref>;
 
 DBusConnection* bus = nullptr;
 DBusPendingCall* pending = nullptr;
-dbus_uint32_t shownId = 0;
+dbus_uint32_t shownId = 0;  // of the notice that the next one may replace
+NoteText last;
 
 std::string busAddress() {
     if (const char* const address = std::getenv("DBUS_SESSION_BUS_ADDRESS")) return address;
@@ -124,7 +127,7 @@ Message makeNotice(const NoteText& text) {
     dbus_message_iter_open_container(&arguments, DBUS_TYPE_ARRAY, "s", &actions);
     dbus_message_iter_close_container(&arguments, &actions);
     appendHints(arguments, text.isError);
-    const dbus_int32_t milliseconds = 5000;
+    const auto milliseconds = static_cast<dbus_int32_t>(showTime(text) / 1ms);
     dbus_message_iter_append_basic(&arguments, DBUS_TYPE_INT32, &milliseconds);
     return message;
 }
@@ -140,11 +143,10 @@ NoticeAnswer readAnswer() {
 }  // namespace
 
 bool sendNotice(const NoteText& text) {
-    // It has the number of the one to replace, if it is there by now. A bus that has gone shows
-    // here.
-    takeNoticeAnswer();
     if (!connect()) return false;
     forgetNotice();
+    if (!isReplaced(last, text)) shownId = 0;
+    last = text;
     const Message notice = makeNotice(text);
     return dbus_connection_send_with_reply(bus, notice.get(), &pending, DBUS_TIMEOUT_INFINITE) &&
            pending;

@@ -8,9 +8,10 @@ namespace host::x11 {
 
 enum class NoticeAnswer { None, Shown, Refused };
 
-// Sends the notice, in place of the one before. False: there is no session bus.
+// Sends the notice, in place of the one before if that is replaced by it. False: there is no
+// session bus.
 bool sendNotice(const NoteText& text);
-// Does what the bus has waiting, and tells what became of the notice; once.
+// Does what the bus has waiting, and reports once what became of the last notice.
 NoticeAnswer takeNoticeAnswer();
 // Nobody waits for the answer any more, and what has not been delivered by now never is.
 void giveUpNotice();
