@@ -108,8 +108,10 @@ struct Host {
     // While on, every key event of the desktop comes here first and waits for finishInput. False: not possible.
     bool (*hookKeys)(bool on);
 
+    bool hasTaskbar;  // From which the user can open a minimised window again.
+
     // Surfaces are stacked in the order in which they were last raised.
-    Surface (*createSurface)();
+    Surface (*createSurface)(const std::u16string& title);
     void (*destroySurface)(Surface surface);
     void (*showSurface)(Surface surface, const Placement& placement, bool raise);
     // The whole surface, in the size of its bounds. It keeps what it shows if there is no memory for the pixels.

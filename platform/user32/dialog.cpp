@@ -50,7 +50,7 @@ void publish(const Dialog* dialog) {
 void runSystemMenu(const Dialog& dialog) {
     const RECT& bounds = find(dialog.window)->bounds;
     const HMENU menu = CreatePopupMenu();
-    AppendMenuW(menu, MF_STRING, SC_MINIMIZE, TEXT("Minimize"));
+    if (canMinimize()) AppendMenuW(menu, MF_STRING, SC_MINIMIZE, TEXT("Minimize"));
     AppendMenuW(menu, MF_STRING, SC_CLOSE, TEXT("Close"));
     const BOOL chosen =
         TrackPopupMenu(menu, TPM_RIGHTBUTTON | TPM_NONOTIFY | TPM_RETURNCMD, bounds.left,

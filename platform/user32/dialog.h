@@ -65,6 +65,7 @@ void losePointer(Dialog& dialog);
 // --- dialog_place.cpp
 void setDpi(Dialog& dialog, UINT dpi);
 RECT captionOf(const Dialog& dialog);
+bool canMinimize();  // only where a taskbar can bring the dialog back
 RECT minimizeButton(const RECT& caption);
 RECT areaOf(const Dialog& dialog, const Control& control);
 RECT centeredOn(const Dialog& dialog, const RECT& area);

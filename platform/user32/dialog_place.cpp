@@ -38,8 +38,9 @@ void paintButtons(const Dialog& dialog, const gdi::Canvas& canvas, const RECT& c
     const RECT button = minimizeButton(caption);
     const LONG middle = (button.left + button.right) / 2, reach = scaled(5, dialog.dpi);
     const LONG top = (button.top + button.bottom) / 2;
-    gdi::fill(canvas, {middle - reach, top, middle + reach, top + scaled(1, dialog.dpi)},
-              isActive(dialog) ? look::ink : look::faint);
+    if (canMinimize())
+        gdi::fill(canvas, {middle - reach, top, middle + reach, top + scaled(1, dialog.dpi)},
+                  isActive(dialog) ? look::ink : look::faint);
     if (!dialog.over) return;
     if (dialog.pressed == onMinimize) gdi::frame(canvas, button, look::border);
     if (dialog.pressed == onClose) gdi::frame(canvas, look::closeButton(caption), look::border);
@@ -83,6 +84,8 @@ RECT captionOf(const Dialog& dialog) {
     return {border, border, sizeOf(dialog).cx - border, captionHeight(dialog.dpi)};
 }
 
+bool canMinimize() { return host::current().hasTaskbar; }
+
 RECT minimizeButton(const RECT& caption) {
     const RECT close = look::closeButton(caption);
     return gdi::moved(close, close.left - close.right, 0);
@@ -118,7 +121,7 @@ void settle(Dialog& dialog, bool bringIn) {
     showChange(dialog);
 }
 
-// No taskbar has a button for the window. What opens it again is the program's own doing.
+// Only the program opens it again: nothing here presses the taskbar's button.
 void minimize(Dialog& dialog) {
     Window& window = *find(dialog.window);
     window.minimized = true;

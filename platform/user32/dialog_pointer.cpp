@@ -12,7 +12,7 @@ namespace {
 int placeAt(const Dialog& dialog, POINT at) {
     const RECT caption = captionOf(dialog);
     if (gdi::contains(look::closeButton(caption), at)) return onClose;
-    if (gdi::contains(minimizeButton(caption), at)) return onMinimize;
+    if (canMinimize() && gdi::contains(minimizeButton(caption), at)) return onMinimize;
     if (gdi::contains(caption, at)) return onCaption;
     for (std::size_t index = 0; index < dialog.controls.size(); ++index) {
         const Control& control = dialog.controls[index];

@@ -75,7 +75,7 @@ Window& addWindow(const Creation& creation) {
     record.extendedStyle = creation.extendedStyle;
     record.bounds = creation.bounds;
     record.ofTheLayer = creation.ofTheLayer;
-    record.surface = host::current().createSurface();
+    record.surface = host::current().createSurface(creation.title);
     host::current().setCursor(record.surface, creation.cursor);
     const HWND handle = table.add(std::move(record));
     Window& window = *table.find(handle);

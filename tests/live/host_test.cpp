@@ -128,7 +128,7 @@ TEST_F(LiveHost, combinationsOfOthersStayTheirs) {
 
 TEST_F(LiveHost, pressGoesThroughTheFrameAndItsDragGoesOnOutsideTheSheet) {
     const host::Surface sheet = show({0, 0, 960, 1080}, 255, 0x181818);
-    const host::Surface frame = desk->createSurface();
+    const host::Surface frame = desk->createSurface(u"");
     desk->showSurface(frame, {{300, 300, 400, 360}, 255, {}, true}, true);
     live::movePointer(300, 301);
     live::pressButton(1);

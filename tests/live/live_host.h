@@ -56,7 +56,7 @@ struct LiveHost : testing::Test {
         return client.heard();
     }
     host::Surface show(const RECT& bounds, BYTE opacity, std::uint32_t colour) {
-        const host::Surface surface = desk->createSurface();
+        const host::Surface surface = desk->createSurface(u"");
         host::Placement placement;
         placement.bounds = bounds;
         placement.opacity = opacity;

@@ -61,7 +61,6 @@ struct InTray : testing::Test {
         return window == others ? RECT{} : live::boundsOf(window);
     }
     bool sheetIsUp() const { return widthOf(focused()) == right; }
-    bool dialogIsUp() const { return widthOf(focused()) > 400 && !sheetIsUp(); }
     bool menuIsUp() const { return widthOf(focused()) > 0 && widthOf(focused()) < 300; }
     bool nothingIsUp() const { return live::focus() == others; }
 
@@ -166,8 +165,12 @@ TEST_F(InTray, theMenuDoesWhatItSays) {
     EXPECT_EQ(std::filesystem::status(opened).permissions(), std::filesystem::perms(0644));
     openMenu();
     choose(settings);
-    await("the dialog", [&] { return dialogIsUp(); });
-    const RECT dialog = focused();
+    await("the dialog", [] { return live::findWindow("Quorvel Clip - Settings"); });
+    const RECT dialog = live::boundsOf(live::findWindow("Quorvel Clip - Settings"));
+    await("its painting", [&] { return shows(dialog, 0x0067C0); });
+    EXPECT_FALSE(
+        shows({dialog.right - 90, dialog.top, dialog.right - 46, dialog.top + 30}, 0x1A1A1A))
+        << "No taskbar has what is minimised.";
     pressIcon(3);
     live::click({dialog.right - 22, dialog.top + 15});  // Would only close a menu.
     await("an empty screen", [&] { return nothingIsUp(); });

@@ -36,6 +36,7 @@ const host::Host table{
     .grabHotKey = grabHotKey,
     .releaseHotKey = [](UINT, UINT) {},
     .hookKeys = [](bool) { return true; },  // every key comes here first anyway
+    .hasTaskbar = true,
     .createSurface = createSurface,
     .destroySurface = destroySurface,
     .showSurface = showSurface,

@@ -21,7 +21,7 @@ bool keyIsDown(UINT key);
 bool grabHotKey(UINT modifiers, UINT key);
 
 // surface.cpp
-host::Surface createSurface();
+host::Surface createSurface(const std::u16string& title);
 void destroySurface(host::Surface surface);
 void showSurface(host::Surface surface, const host::Placement& placement, bool raise);
 void presentSurface(host::Surface surface, const host::Picture& picture);

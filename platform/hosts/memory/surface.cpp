@@ -22,7 +22,7 @@ void moveToFront(Desktop& desktop, host::Surface surface) {
 
 }  // namespace
 
-host::Surface createSurface() {
+host::Surface createSurface(const std::u16string&) {
     Desktop& desktop = theDesktop();
     const std::lock_guard lock(desktop.mutex);
     const host::Surface surface = desktop.nextSurface++;

@@ -13,6 +13,7 @@
 #include <xcb/shm.h>
 #include <xcb/xfixes.h>
 
+#include <cerrno>
 #include <map>
 #include <stdexcept>
 
@@ -192,6 +193,11 @@ Owned<xcb_get_property_reply_t> property(xcb_window_t window, xcb_atom_t name) {
                  xcb_get_property(server, 0, window, name, XCB_ATOM_ANY, 0, most));
 }
 
+void setText(xcb_window_t window, const char* name, const char* type, const std::string& text) {
+    xcb_change_property(server, XCB_PROP_MODE_REPLACE, window, atom(name), atom(type), 8,
+                        static_cast<std::uint32_t>(text.size()), text.data());
+}
+
 }  // namespace
 
 std::string textProperty(xcb_window_t window, xcb_atom_t name) {
@@ -214,9 +220,15 @@ void setProperty(xcb_window_t window, const char* name, xcb_atom_t type,
                         static_cast<std::uint32_t>(values.size()), values.data());
 }
 
-void setTextProperty(xcb_window_t window, const char* name, const std::string& text) {
-    xcb_change_property(server, XCB_PROP_MODE_REPLACE, window, atom(name), atom("UTF8_STRING"), 8,
-                        static_cast<std::uint32_t>(text.size()), text.data());
+void nameWindow(xcb_window_t window, const std::string& title) {
+    const std::string program = program_invocation_short_name;
+    char machine[256]{};
+    gethostname(machine, sizeof machine - 1);
+    for (const char* const name : {"_NET_WM_NAME", "WM_NAME"})
+        setText(window, name, "UTF8_STRING", title.empty() ? program : title);
+    setText(window, "WM_CLASS", "STRING", program + '\0' + program + '\0');
+    setText(window, "WM_CLIENT_MACHINE", "STRING", machine);
+    setProperty(window, "_NET_WM_PID", XCB_ATOM_CARDINAL, {static_cast<std::uint32_t>(getpid())});
 }
 
 }  // namespace host::x11

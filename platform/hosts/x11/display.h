@@ -70,7 +70,8 @@ std::string textProperty(xcb_window_t window, xcb_atom_t property);
 std::vector<std::uint32_t> numberProperty(xcb_window_t window, xcb_atom_t property);
 void setProperty(xcb_window_t window, const char* property, xcb_atom_t type,
                  const std::vector<std::uint32_t>& values);
-void setTextProperty(xcb_window_t window, const char* property, const std::string& text);
+// Says whose window this is, and what it is called: by the program's name if it has no title.
+void nameWindow(xcb_window_t window, const std::string& title);
 
 // What this host tells the layer next.
 void report(const Event& event);

@@ -125,7 +125,7 @@ xcb_window_t showNote(const NoteText& text, POINT corner, UINT dpi) {
                       static_cast<std::uint16_t>(note.height), 0, XCB_WINDOW_CLASS_INPUT_OUTPUT,
                       screen().root_visual,
                       XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK, values);
-    setTextProperty(window, "_NET_WM_NAME", text.body);
+    nameWindow(window, text.body);
     xcb_map_window(connection(), window);
     xcb_flush(connection());
     notes[window] = note;

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <map>
 
+#include "platform/desktop/text.h"
 #include "platform/hosts/x11/display.h"
 #include "platform/hosts/x11/shared_image.h"
 #include "platform/hosts/x11/sheet.h"
@@ -112,7 +113,7 @@ void openSurfaces() {
 
 // Without a background the window keeps what was on the screen until it is presented: nothing
 // flashes.
-Surface createSurface() {
+Surface createSurface(const std::u16string& title) {
     const Surface surface = xcb_generate_id(connection());
     const std::uint32_t values[] = {
         XCB_BACK_PIXMAP_NONE, 1,
@@ -124,6 +125,7 @@ Surface createSurface() {
         connection(), screen().root_depth, surface, root(), 0, 0, 1, 1, 0,
         XCB_WINDOW_CLASS_INPUT_OUTPUT, screen().root_visual,
         XCB_CW_BACK_PIXMAP | XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK | XCB_CW_CURSOR, values);
+    nameWindow(surface, desktop::toUtf8(title));
     windows[surface];
     return surface;
 }

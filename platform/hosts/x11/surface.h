@@ -10,7 +10,7 @@ namespace host::x11 {
 
 void openSurfaces();
 
-Surface createSurface();
+Surface createSurface(const std::u16string& title);
 void destroySurface(Surface surface);
 void showSurface(Surface surface, const Placement& placement, bool raise);
 void presentSurface(Surface surface, const Picture& picture);

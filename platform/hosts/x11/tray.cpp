@@ -200,7 +200,7 @@ bool setTrayIcon(const TrayIcon* shown) {
     } else {
         wanted = *shown;
         if (!icon) dock();
-        if (icon) setTextProperty(icon, "_NET_WM_NAME", desktop::toUtf8(wanted->tip));
+        if (icon) nameWindow(icon, desktop::toUtf8(wanted->tip));
         draw();
     }
     xcb_flush(connection());

@@ -132,6 +132,7 @@ const Host& x11Host() {
         table.grabHotKey = x11::grabHotKey;
         table.releaseHotKey = x11::releaseHotKey;
         table.hookKeys = x11::hookKeys;
+        table.hasTaskbar = false;  // No window manager manages these windows.
         table.createSurface = x11::createSurface;
         table.destroySurface = x11::destroySurface;
         table.showSurface = x11::showSurface;
