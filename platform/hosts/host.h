@@ -76,9 +76,13 @@ struct CapturedPicture {
     int pitch = 0;                              // from row to row, in bytes
 };
 
-struct TrayIcon {
+struct IconImage {
     std::vector<std::uint32_t> pixels;  // premultiplied, side × side
-    int side = 0;
+    int side = 0;                       // 0: there is none
+};
+
+struct TrayIcon {
+    std::function<IconImage(int side)> image;  // the largest up to that side, or else the smallest
     std::u16string tip;
 };
 

@@ -33,13 +33,10 @@ void publishTip(const std::string& tip) {
 }
 
 bool showIcon(const NOTIFYICONDATAW& data) {
-    host::TrayIcon icon;
-    icon.tip = data.szTip;
-    if (const user32::Icon* const image = user32::findIcon(data.hIcon)) {
-        icon.pixels = image->pixels;
-        icon.side = image->side;
-    }
-    if (!host::current().setTrayIcon(&icon)) return false;
+    const user32::Icon* const icon = user32::findIcon(data.hIcon);
+    const host::TrayIcon shown{
+        [id = icon ? icon->id : 0](int side) { return user32::drawnImage(id, side); }, data.szTip};
+    if (!host::current().setTrayIcon(&shown)) return false;
     entry = {data.hWnd, data.uID, data.uCallbackMessage};
     publishTip(desktop::toUtf8(data.szTip));
     return true;

@@ -29,20 +29,29 @@ struct SurfaceCloser {
 };
 using Surface = std::unique_ptr<cairo_surface_t, SurfaceCloser>;
 
-// The image of the group that is to be scaled down least, or the largest one if all are too small.
-std::uintptr_t bestImage(Bytes group, int side) {
+struct Image {
+    int side;
+    std::uintptr_t id;
+};
+
+std::vector<Image> imagesOf(Bytes group) {
     constexpr std::size_t header = 6, entry = 14;
-    std::uintptr_t best = 0;
-    int bestSide = 0;
-    for (std::size_t at = header; at + entry <= group.size(); at += entry) {
-        const int offered = group[at] == 0 ? 256 : group[at];
+    std::vector<Image> images;
+    for (std::size_t at = header; at + entry <= group.size(); at += entry)
+        images.push_back({group[at] == 0 ? 256 : group[at],
+                          static_cast<std::uintptr_t>(group[at + 12] | group[at + 13] << 8)});
+    return images;
+}
+
+// The image that is to be scaled down least, or the largest one if all are too small.
+std::uintptr_t bestImage(Bytes group, int side) {
+    Image best{};
+    for (const Image& each : imagesOf(group)) {
         const bool better =
-            bestSide < side ? offered > bestSide : offered >= side && offered < bestSide;
-        if (!better) continue;
-        bestSide = offered;
-        best = static_cast<std::uintptr_t>(group[at + 12] | group[at + 13] << 8);
+            best.side < side ? each.side > best.side : each.side >= side && each.side < best.side;
+        if (better) best = each;
     }
-    return best;
+    return best.id;
 }
 
 cairo_status_t readBytes(void* closure, unsigned char* target, unsigned int length) {
@@ -105,6 +114,17 @@ std::uintptr_t numberOf(const char* operation, LPCWSTR name) {
 }  // namespace
 
 const Icon* findIcon(HICON icon) { return icons.find(icon); }
+
+host::IconImage drawnImage(std::uintptr_t id, int side) {
+    const auto group = findResource(RT_GROUP_ICON, id);
+    if (!group) return {};
+    int drawn = 256;
+    for (const Image& each : imagesOf(*group)) drawn = std::min(drawn, each.side);
+    for (const Image& each : imagesOf(*group))
+        if (each.side <= side) drawn = std::max(drawn, each.side);
+    auto icon = readIcon(id, drawn);
+    return icon ? host::IconImage{std::move(icon->pixels), drawn} : host::IconImage{};
+}
 
 }  // namespace user32
 

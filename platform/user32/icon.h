@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "platform/hosts/host.h"
+
 namespace user32 {
 
 struct Icon {
@@ -16,5 +18,7 @@ struct Icon {
     std::uintptr_t id = 0;
 };
 const Icon* findIcon(HICON icon);  // null if the handle is dead
+// The icon's image as it was drawn, the largest up to that side or else the smallest. Any thread.
+host::IconImage drawnImage(std::uintptr_t id, int side);
 
 }  // namespace user32

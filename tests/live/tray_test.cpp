@@ -35,16 +35,22 @@ bool shows(const RECT& area, std::uint32_t colour) {
     return false;
 }
 
-bool isDrawn() {
+// As wide as one of its images, in the middle of the slot, and not cut by the screen's edge.
+bool isDrawnAs(LONG wide) {
     const RECT area = icon();
-    return widthOf(area) >= 16 && area.right <= right && shows(area, 0xD5F65A) &&
-           shows(area, 0x172116);
+    const LONG left = (area.left + area.right - wide) / 2, y = (area.top + area.bottom) / 2;
+    const std::uint32_t plate = 0xD5F65A;
+    return area.right <= right && widthOf(area) > wide && live::pixelAt(left, y) == plate &&
+           live::pixelAt(left + wide - 1, y) == plate && live::pixelAt(left - 1, y) != plate &&
+           live::pixelAt(left + wide, y) != plate;
 }
+bool isDrawn() { return isDrawnAs(20); }
 
 struct Tray {
-    Tray()
+    explicit Tray(int height = 24)
         : process(live::start({"trayer", "--edge", "bottom", "--align", "right", "--widthtype",
-                               "request", "--heighttype", "pixel", "--height", "24"})) {}
+                               "request", "--heighttype", "pixel", "--height",
+                               std::to_string(height)})) {}
     ~Tray() { live::end(process); }
 
     const pid_t process;
@@ -66,7 +72,7 @@ struct InTray : testing::Test {
 
     POINT onIcon() const {
         const RECT area = icon();
-        return {area.left + 5, area.top + 5};
+        return {(area.left + area.right) / 2, (area.top + area.bottom) / 2};
     }
     POINT pressIcon(int button) const {
         const POINT at = onIcon();
@@ -93,9 +99,9 @@ struct InTray : testing::Test {
 
 TEST_F(InTray, anIconStandsInEveryTrayThatComes) {
     const live::Program program;
-    for (int round = 0; round < 2; ++round) {
-        const Tray tray;
-        await("the icon", isDrawn);
+    for (const auto& [height, image] : {std::pair{24, 20}, {64, 48}}) {
+        const Tray tray(height);
+        await("the icon", [side = image] { return isDrawnAs(side); });
         pressIcon(1);
         openMenu();
         leave();

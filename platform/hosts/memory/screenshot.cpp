@@ -34,11 +34,11 @@ void putTaskbar(const Desktop& desktop, Shot& shot) {
     gdi::fill(shot.canvas, onCanvas(shot, {screen.left, top, screen.right, screen.bottom}),
               0xFF1F2430);
     if (!desktop.trayIcon) return;
-    const int side = desktop.trayIcon->side;
+    const host::IconImage icon = desktop.trayIcon->image(scaled(desktop, 16));
     const LONG left = screen.right - scaled(desktop, 48);
-    const LONG middle = (top + screen.bottom - side) / 2;
-    gdi::blend(shot.canvas, {left - shot.area.left, middle - shot.area.top},
-               desktop.trayIcon->pixels, side);
+    const LONG middle = (top + screen.bottom - icon.side) / 2;
+    gdi::blend(shot.canvas, {left - shot.area.left, middle - shot.area.top}, icon.pixels,
+               icon.side);
 }
 
 void putBalloon(const Desktop& desktop, Shot& shot) {

@@ -25,6 +25,7 @@ xcb_window_t icon = 0;
 xcb_window_t tip = 0;
 Visual visual;
 int width = 0, height = 0;
+int asked = 0;  // the side that the tray was asked for, until it has made its first slot
 xcb_button_press_event_t lastPress{};
 
 xcb_atom_t traySelection() { return atom("_NET_SYSTEM_TRAY_S" + std::to_string(screenNumber())); }
@@ -59,14 +60,21 @@ void makeIconWindow() {
                                         XCB_EVENT_MASK_ENTER_WINDOW | XCB_EVENT_MASK_LEAVE_WINDOW |
                                         XCB_EVENT_MASK_STRUCTURE_NOTIFY,
                                     colours};
-    width = height = wanted->side;
-    const auto side = static_cast<std::uint16_t>(wanted->side);
+    const auto side = static_cast<std::uint16_t>(16 * primaryMonitor().dpi / 96);
+    width = height = asked = side;
     xcb_create_window(
         connection(), visual.depth, icon, root(), 0, 0, side, side, 0,
         XCB_WINDOW_CLASS_INPUT_OUTPUT, visual.type->visual_id,
         XCB_CW_BACK_PIXMAP | XCB_CW_BORDER_PIXEL | XCB_CW_EVENT_MASK | XCB_CW_COLORMAP, values);
     setProperty(icon, "_XEMBED_INFO", atom("_XEMBED_INFO"), {0, 1});  // version 0, to be mapped
     askForSize(side);
+}
+
+// A tray that makes a slot as long as it is asked to decides its other side alone. As long as that
+// is what the icon wants to be: shorter would leave a part of the tray unused, longer would be cut.
+void askForSquare() {
+    if (asked) askForSize(static_cast<std::uint32_t>(width == asked ? height : width));
+    asked = 0;
 }
 
 void askToDock() {
@@ -98,30 +106,37 @@ void dock() {
     askToDock();
 }
 
-// Whole pixels only: the icon is drawn for its size.
+// Every image is drawn for its size, so it is not scaled, except into a slot that is smaller than
+// all of them.
+void drawImage(cairo_t* drawing) {
+    const int slot = std::min(width, height);
+    IconImage shown = wanted->image(slot);
+    if (shown.side == 0) return;
+    const double scale = std::min(1.0, static_cast<double>(slot) / shown.side);
+    const int side = std::min(slot, shown.side);
+    cairo_surface_t* const image = cairo_image_surface_create_for_data(
+        reinterpret_cast<unsigned char*>(shown.pixels.data()), CAIRO_FORMAT_ARGB32, shown.side,
+        shown.side, shown.side * 4);
+    cairo_translate(drawing, (width - side) / 2, (height - side) / 2);
+    cairo_scale(drawing, scale, scale);
+    cairo_set_source_surface(drawing, image, 0, 0);
+    cairo_paint(drawing);
+    cairo_surface_destroy(image);
+}
+
 void draw() {
     if (!icon || !wanted) return;
     xcb_clear_area(connection(), 0, icon, 0, 0, 0, 0);
     cairo_surface_t* const surface =
         cairo_xcb_surface_create(connection(), icon, visual.type, width, height);
-    cairo_surface_t* const image = cairo_image_surface_create_for_data(
-        reinterpret_cast<unsigned char*>(wanted->pixels.data()), CAIRO_FORMAT_ARGB32, wanted->side,
-        wanted->side, wanted->side * 4);
     cairo_t* const drawing = cairo_create(surface);
     if (visual.type->visual_id != screen().root_visual) {
         cairo_set_operator(drawing, CAIRO_OPERATOR_CLEAR);
         cairo_paint(drawing);
         cairo_set_operator(drawing, CAIRO_OPERATOR_OVER);
     }
-    const int times = std::max(1, std::min(width, height) / wanted->side);
-    cairo_translate(drawing, (width - wanted->side * times) / 2,
-                    (height - wanted->side * times) / 2);
-    cairo_scale(drawing, times, times);
-    cairo_set_source_surface(drawing, image, 0, 0);
-    cairo_pattern_set_filter(cairo_get_source(drawing), CAIRO_FILTER_NEAREST);
-    cairo_paint(drawing);
+    drawImage(drawing);
     cairo_destroy(drawing);
-    cairo_surface_destroy(image);
     cairo_surface_destroy(surface);
     xcb_flush(connection());
 }
@@ -168,6 +183,7 @@ bool iconEvent(const xcb_generic_event_t& event) {
         if (structure.window != icon) return false;
         width = structure.width;
         height = structure.height;
+        askForSquare();
         draw();
         return true;
     case XCB_BUTTON_PRESS:
