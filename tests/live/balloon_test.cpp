@@ -130,8 +130,10 @@ TEST_F(LiveHost, balloonThatWasGivenUpIsNotShownLater) {
     EXPECT_EQ(live::pixelAt(1890, 1050), ground);
 }
 
-// Nobody shows notices here, so each is a window of its own, until it is clicked. An error stays.
+// Nobody shows notices here, so each is a window of its own above the panel, until it is clicked.
+// An error stays.
 TEST_F(LiveHost, balloonWithoutANotificationService) {
+    live::setWorkArea({0, 0, 1920, 1000});
     for (const bool hasBus : {true, false}) {  // It ends while the program runs.
         SCOPED_TRACE(hasBus);
         std::optional<Service> bus;
@@ -142,14 +144,16 @@ TEST_F(LiveHost, balloonWithoutANotificationService) {
         const std::string copied = "Copied — paste the video file.";
         ASSERT_TRUE(goOnUntil([&] { return live::findWindow(copied) != 0; }));
         EXPECT_EQ(live::findWindow("Finishing"), 0u);
-        EXPECT_LT(live::boundsOf(live::findWindow(copied)).bottom,
-                  live::boundsOf(live::findWindow("lost")).top);
+        const RECT error = live::boundsOf(live::findWindow("lost"));
+        EXPECT_LT(live::boundsOf(live::findWindow(copied)).bottom, error.top);
+        EXPECT_LT(error.bottom, 1000);
         for (const std::string& text : {std::string("lost"), copied}) {
             const RECT bounds = live::boundsOf(live::findWindow(text));
             live::click({bounds.left + 5, bounds.top + 5});
             EXPECT_TRUE(goOnUntil([&] { return live::findWindow(text) == 0; }));
         }
     }
+    live::setWorkArea({0, 0, 1920, 1080});
 }
 
 }  // namespace

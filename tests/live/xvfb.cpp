@@ -199,6 +199,15 @@ RECT boundsOf(xcb_window_t window) {
     return {place->dst_x, place->dst_y, place->dst_x + size->width, place->dst_y + size->height};
 }
 
+void setWorkArea(const RECT& area) {
+    const std::int32_t values[] = {area.left, area.top, area.right - area.left,
+                                   area.bottom - area.top};
+    own(xcb_request_check(connection,
+                          xcb_change_property_checked(connection, XCB_PROP_MODE_REPLACE, root(),
+                                                      atom("_NET_WORKAREA"), XCB_ATOM_CARDINAL, 32,
+                                                      4, values)));
+}
+
 // The real output belongs to the primary monitor; without it the server would add one of its own.
 void setMonitor(const std::string& name, const RECT& bounds, bool primary) {
     std::ostringstream command;

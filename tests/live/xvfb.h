@@ -53,6 +53,7 @@ xcb_window_t focus();
 // On the screen, below that window: 0 if there is none of that title.
 xcb_window_t findWindow(const std::string& title, xcb_window_t parent = root());
 RECT boundsOf(xcb_window_t window);  // on the screen; empty if there is no such window
+void setWorkArea(const RECT& area);  // as a window manager does for its panels
 void setMonitor(const std::string& name, const RECT& bounds, bool primary);
 
 // A desktop's clipboard manager.

@@ -1,5 +1,5 @@
 // Balloons: the desktop's notification service shows them, or, where nobody answers in its name,
-// small windows of our own at the lower right of the primary monitor.
+// small windows of our own at the lower right of the primary monitor, clear of its panels.
 
 #include "platform/hosts/x11/balloon.h"
 
@@ -75,14 +75,14 @@ void hideOwnIf(Condition condition) {
 }
 
 void showOwn(const NoteText& text) {
-    const Monitor primary = primaryMonitor();
-    const LONG margin = static_cast<LONG>(16 * primary.dpi / 96);
-    LONG bottom = primary.bounds.bottom - margin;
+    const UINT dpi = primaryMonitor().dpi;
+    const RECT area = primaryWorkArea();
+    const LONG margin = static_cast<LONG>(16 * dpi / 96);
+    LONG bottom = area.bottom - margin;
     for (const Own& each : own)
         if (const auto bounds = boundsOfNote(each.window))
             bottom = std::min(bottom, bounds->top - margin);
-    const xcb_window_t window =
-        showNote(text, {primary.bounds.right - margin, bottom}, primary.dpi);
+    const xcb_window_t window = showNote(text, {area.right - margin, bottom}, dpi);
     own.push_back({window, text, Clock::now() + showTime(text)});
 }
 

@@ -9,6 +9,7 @@
 #include <mutex>
 #include <string_view>
 
+#include "platform/gdi32/canvas.h"
 #include "platform/hosts/x11/display.h"
 
 namespace host::x11 {
@@ -147,6 +148,19 @@ bool hasMonitorOfWayland() {
         if (text.starts_with("XWAYLAND")) return true;
     }
     return false;
+}
+
+// The area of the current desktop, of all monitors together: left, top, width, height.
+RECT primaryWorkArea() {
+    const RECT whole = primaryMonitor().bounds;
+    const auto desktop = numberProperty(root(), atom("_NET_CURRENT_DESKTOP"));
+    const auto areas = numberProperty(root(), atom("_NET_WORKAREA"));
+    const std::size_t first = desktop.empty() ? 0 : std::size_t{desktop[0]} * 4;
+    if (areas.size() < first + 4) return whole;
+    const auto value = [&](std::size_t at) { return static_cast<LONG>(areas[first + at]); };
+    const RECT area{value(0), value(1), value(0) + value(2), value(1) + value(3)};
+    const RECT common = gdi::intersection(whole, area);
+    return gdi::isEmpty(common) ? whole : common;
 }
 
 void openMonitors() {

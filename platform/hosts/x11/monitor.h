@@ -23,6 +23,7 @@ const Monitor* find(const std::vector<Monitor>& among, std::uintptr_t id);
 Monitor primaryMonitor();
 // Whether a Wayland session keeps the display for X11 programs, as its monitors' names say.
 bool hasMonitorOfWayland();
+RECT primaryWorkArea();  // without what panels cover, if the window manager says so
 
 void openMonitors();
 // Takes an event that concerns the layout.
