@@ -89,6 +89,7 @@ struct TrayIcon {
 struct Balloon {
     std::u16string title, text;
     bool isError = false;
+    bool isUrgent = false;  // The first error after a recording was lost.
 };
 
 struct Host {

@@ -17,6 +17,7 @@ namespace {
 
 std::atomic<int> starts = 0;
 std::atomic<int> sinkWriters = 0;
+std::atomic<bool> loss = false;
 
 }  // namespace
 
@@ -25,6 +26,8 @@ namespace media {
 bool isStarted() { return starts > 0; }
 void sinkWriterOpened() { ++sinkWriters; }
 void sinkWriterClosed() { --sinkWriters; }
+void noteLoss() { loss = true; }
+bool takeLoss() { return loss.exchange(false); }
 
 }  // namespace media
 

@@ -10,4 +10,8 @@ bool isStarted();
 void sinkWriterOpened();
 void sinkWriterClosed();
 
+// A sink writer has been released with samples in a file that it did not finish.
+void noteLoss();
+bool takeLoss();  // Whether that has happened since the last call. Any thread.
+
 }  // namespace media

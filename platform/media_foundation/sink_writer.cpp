@@ -36,7 +36,10 @@ HRESULT guarded(Work work) {
 
 struct SinkWriter : ole32::ComObject<IMFSinkWriter, IID_IMFSinkWriter> {
     explicit SinkWriter(const std::string& path) : file(path) { sinkWriterOpened(); }
-    ~SinkWriter() override { sinkWriterClosed(); }
+    ~SinkWriter() override {
+        sinkWriterClosed();
+        if (lastTime >= 0 && !isWhole) noteLoss();
+    }
 
     HRESULT STDMETHODCALLTYPE AddStream(IMFMediaType* type, DWORD* stream) override;
     HRESULT STDMETHODCALLTYPE SetInputMediaType(DWORD stream, IMFMediaType* type,
@@ -52,7 +55,7 @@ struct SinkWriter : ole32::ComObject<IMFSinkWriter, IID_IMFSinkWriter> {
     std::optional<VideoFormat> output, input;
     std::unique_ptr<ClipEncoder> encoder;
     LONGLONG lastTime = -1;
-    bool isFinal = false;
+    bool isFinal = false, isWhole = false;
 };
 
 HRESULT SinkWriter::AddStream(IMFMediaType* type, DWORD* stream) {
@@ -123,7 +126,9 @@ HRESULT SinkWriter::Finalize() {
     if (!encoder || isFinal) return MF_E_INVALIDREQUEST;
     if (lastTime < 0) desktop::refuse("IMFSinkWriter::Finalize", "number of samples", 0);
     isFinal = true;
-    return encoder->finish();
+    const HRESULT result = encoder->finish();
+    isWhole = result == S_OK;
+    return result;
 }
 
 }  // namespace

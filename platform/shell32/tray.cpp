@@ -11,6 +11,7 @@
 #include "platform/desktop/shown.h"
 #include "platform/desktop/text.h"
 #include "platform/hosts/host.h"
+#include "platform/media_foundation/media_start.h"
 #include "platform/user32/icon.h"
 #include "platform/user32/message_queue.h"
 #include "platform/user32/session.h"
@@ -42,8 +43,12 @@ bool showIcon(const NOTIFYICONDATAW& data) {
     return true;
 }
 
+// The record says no more than that something failed. That a file was begun and never finished is
+// known here, and the first error after that reports it.
 void showBalloon(const NOTIFYICONDATAW& data) {
-    const host::Balloon balloon{data.szInfoTitle, data.szInfo, data.dwInfoFlags == NIIF_ERROR};
+    const bool isError = data.dwInfoFlags == NIIF_ERROR;
+    const host::Balloon balloon{data.szInfoTitle, data.szInfo, isError,
+                                isError && media::takeLoss()};
     desktop::withShown([&](desktop::Shown& shown) {
         shown.balloons.push_back(
             {desktop::toUtf8(balloon.title), desktop::toUtf8(balloon.text), balloon.isError});

@@ -10,9 +10,11 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 
 #include "platform/control.h"
 #include "tests/clip_reader.h"
+#include "tests/live/session_bus.h"
 #include "tests/live/xvfb.h"
 
 namespace {
@@ -135,6 +137,38 @@ TEST_F(Recording, showsWhatAProgramDrewAtTheRightTime) {
     };
     EXPECT_LE(beyond(34 + 10), static_cast<std::ptrdiff_t>(late.size() / 10));
     EXPECT_EQ(beyond(4 * 34), 0);
+}
+
+// More than a header is in a file.
+bool isWritten(const std::filesystem::path& folder) {
+    for (const auto& entry : std::filesystem::directory_iterator(folder))
+        if (entry.file_size() > 10'000) return true;
+    return false;
+}
+
+// It may interrupt the user wherever he is; that a drag was refused, he sees.
+TEST_F(Recording, onlyTheLossOfAClipIsUrgent) {
+    live::SessionBus bus(true);
+    const live::Client client(place, "moving");
+    const live::Program program;
+    std::vector<std::string> notices;
+    const auto comes = [&](const std::string& text) {
+        return desktop::waitUntil([&] {
+            bus.attend(notices);
+            return !notices.empty() && notices.back().starts_with("Quorvel Desk Clip|" + text);
+        });
+    };
+    openSheet();
+    live::pressButton(1);
+    live::releaseButton(1);
+    EXPECT_TRUE(comes("Choose a region"));
+    EXPECT_TRUE(notices.back().ends_with("in place of 0")) << notices.back();
+    openSheet();
+    dragRegion();
+    ASSERT_TRUE(desktop::waitUntil([] { return isWritten(live::Program::clipsFolder()); }));
+    ASSERT_EQ(std::system("xrandr --delmonitor right >/dev/null"), 0);
+    EXPECT_TRUE(comes("Acquire desktop (display mode/lock changed)"));
+    EXPECT_TRUE(notices.back().ends_with("in place of 0!")) << notices.back();
 }
 
 }  // namespace

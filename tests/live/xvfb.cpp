@@ -304,12 +304,14 @@ Program::Program() : process(start({PROGRAM_FILE})) {
     if (!desktop::waitUntil(shortcutIsTaken)) throw std::runtime_error("the program did not start");
 }
 
+std::filesystem::path Program::clipsFolder() {
+    return std::filesystem::path(std::getenv("XDG_DATA_HOME")) / "Quorvel Desk Clip" / "Recordings";
+}
+
 std::filesystem::path Program::waitForClip() const {
-    const std::filesystem::path folder =
-        std::filesystem::path(std::getenv("XDG_DATA_HOME")) / "Quorvel Desk Clip" / "Recordings";
     std::filesystem::path clip;
     desktop::waitUntil([&] {
-        for (const auto& entry : std::filesystem::directory_iterator(folder))
+        for (const auto& entry : std::filesystem::directory_iterator(clipsFolder()))
             if (entry.path().extension() == ".mp4" && entry.path().stem().extension().empty())
                 clip = entry.path();  // not "….mp4.partial.mp4"
         return !clip.empty();

@@ -82,6 +82,7 @@ struct Client {
 struct Program {
     Program();  // returns when its shortcut, Ctrl+Shift+7, is taken
     ~Program() { end(process); }
+    static std::filesystem::path clipsFolder();
     std::filesystem::path waitForClip() const;  // the first one; empty if none comes
 
     pid_t process = 0;

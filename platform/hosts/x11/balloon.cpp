@@ -96,7 +96,7 @@ void showOwn() {
 void showBalloon(const Balloon& balloon) {
     attendToBalloons();  // The answer to the last notice has the number that this one replaces.
     const NoteText text{desktop::toUtf8(balloon.title), desktop::toUtf8(balloon.text),
-                        balloon.isError};
+                        balloon.isError, balloon.isUrgent};
     hideOwnIf([&](const Own& each) { return isReplaced(each.text, text); });
     std::erase_if(asked, [&](const NoteText& earlier) { return isReplaced(earlier, text); });
     asked.push_back(text);

@@ -15,7 +15,7 @@ namespace host::x11 {
 
 struct NoteText {
     std::string title, body;  // UTF-8; without a title it is a plain tip
-    bool isError = false;
+    bool isError = false, isUrgent = false;
 };
 
 // How long a notice stays by itself. An error has more to read.

@@ -100,9 +100,9 @@ void appendText(DBusMessageIter& arguments, const std::string& text) {
     dbus_message_iter_append_basic(&arguments, DBUS_TYPE_STRING, &characters);
 }
 
-void appendHints(DBusMessageIter& arguments, bool isError) {
+void appendHints(DBusMessageIter& arguments, bool isUrgent) {
     DBusMessageIter hints, entry, value;
-    const unsigned char urgency = isError ? 2 : 1;
+    const unsigned char urgency = isUrgent ? 2 : 1;
     dbus_message_iter_open_container(&arguments, DBUS_TYPE_ARRAY, "{sv}", &hints);
     dbus_message_iter_open_container(&hints, DBUS_TYPE_DICT_ENTRY, nullptr, &entry);
     appendText(entry, "urgency");
@@ -126,8 +126,9 @@ Message makeNotice(const NoteText& text) {
     appendText(arguments, escaped(text.body));
     dbus_message_iter_open_container(&arguments, DBUS_TYPE_ARRAY, "s", &actions);
     dbus_message_iter_close_container(&arguments, &actions);
-    appendHints(arguments, text.isError);
-    const auto milliseconds = static_cast<dbus_int32_t>(showTime(text) / 1ms);
+    appendHints(arguments, text.isUrgent);
+    // What is urgent stays as long as the service likes, which may be until it is clicked.
+    const auto milliseconds = text.isUrgent ? -1 : static_cast<dbus_int32_t>(showTime(text) / 1ms);
     dbus_message_iter_append_basic(&arguments, DBUS_TYPE_INT32, &milliseconds);
     return message;
 }
