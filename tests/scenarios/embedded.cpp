@@ -25,13 +25,15 @@ void useHost() { host::use(host::memoryHost()); }
 void openAgain() {}
 
 void clickTray(int button) {
-    static UINT lastPress = 0;
-    const bool isSecond = button == 1 && lastPress == WM_LBUTTONDOWN;
-    const UINT press = button == 3 ? WM_RBUTTONDOWN : isSecond ? WM_LBUTTONDBLCLK : WM_LBUTTONDOWN;
-    lastPress = press;
     desktop::movePointer(1900, 1060);
-    desktop::clickTray(press);
+    desktop::clickTray(button == 3 ? WM_RBUTTONDOWN : WM_LBUTTONDOWN);
     desktop::clickTray(button == 3 ? WM_RBUTTONUP : WM_LBUTTONUP);
+}
+
+void doubleClickTray() {
+    clickTray(1);
+    desktop::clickTray(WM_LBUTTONDBLCLK);
+    desktop::clickTray(WM_LBUTTONUP);
 }
 
 // The last key is one that nobody waits for: when it comes, the others have been decided.

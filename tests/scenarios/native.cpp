@@ -82,6 +82,7 @@ void holdButton(int button) { person::hands.pressButton(button); }
 void releaseButton(int button) { person::hands.releaseButton(button); }
 
 void clickTray(int button) { desk::clickTray(button); }
+void doubleClickTray() { desk::doubleClickTray(); }
 bool menuIsOpen() { return !desktop::openMenu().empty(); }
 
 void choose(UINT entry) {

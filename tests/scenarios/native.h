@@ -16,6 +16,7 @@ void open();       // before anything else, in the process of the body
 void useHost();    // before the program starts, in its process
 void openAgain();  // in a second start's process: hands of its own
 void clickTray(int button);
+void doubleClickTray();
 bool othersGet(const std::vector<UINT>& keys);
 void takeShortcut(UINT modifiers, UINT key);
 void takeForeground();

@@ -28,11 +28,6 @@ void drag(const RECT& region) {
     releaseButton(1);
 }
 
-void doubleClickTray() {
-    clickTray(1);
-    clickTray(1);
-}
-
 void openMenu() {
     clickTray(3);
     await("the menu", menuIsOpen);

@@ -73,6 +73,11 @@ void clickTray(int button) {
     live::click({area.left + 5, area.top + 5}, button);
 }
 
+void doubleClickTray() {
+    const RECT area = awaitIcon();
+    live::doubleClick({area.left + 5, area.top + 5});
+}
+
 // The last key is one that nobody waits for: when it comes, the others have been decided.
 bool othersGet(const std::vector<UINT>& keys) {
     press(keys);
