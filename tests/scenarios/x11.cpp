@@ -35,8 +35,9 @@ xcb_window_t makeWindow(const RECT& bounds, std::uint32_t color) {
     return window;
 }
 
+// At the top: without a window manager the program's own notices know of no panel and cover it.
 void startTray() {
-    tray = live::start({"trayer", "--edge", "bottom", "--align", "right", "--widthtype", "request",
+    tray = live::start({"trayer", "--edge", "top", "--align", "right", "--widthtype", "request",
                         "--heighttype", "pixel", "--height", "24"});
 }
 
