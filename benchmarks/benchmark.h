@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <filesystem>
 #include <functional>
 
 void measureConversion();
@@ -11,6 +12,11 @@ void measureLedger();
 // Every recording takes `seconds` and runs in a process of its own, so that its peak of memory is
 // its own.
 void measureRecordings(int seconds);
+// The program is left alone for `seconds` at a time.
+void measureIdleness(int seconds);
+
+// Runs it in a child process, with a new folder as home and no session bus. Throws if it fails.
+void inOwnProcess(const char* name, const std::function<void(const std::filesystem::path&)>& body);
 
 // The least time of several rounds, in milliseconds: what the work takes while nothing else
 // disturbs it.

@@ -9,7 +9,6 @@
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -215,32 +214,8 @@ Cost recordDisplay(const Take& take, int seconds, const Path& folder) {
 }
 
 void record(const Take& take, int seconds, const Path& folder) {
-    for (const char* const variable :
-         {"HOME", "XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_RUNTIME_DIR"})
-        setenv(variable, folder.c_str(), 1);
-    unsetenv("DBUS_SESSION_BUS_ADDRESS");
     print(take, take.live ? recordDisplay(take, seconds, folder)
                           : recordWithProgram(take, seconds, folder));
-}
-
-void recordInOwnProcess(const Take& take, int seconds) {
-    const Path folder = person::makeTemporaryFolder();
-    std::fflush(nullptr);
-    const pid_t child = fork();
-    if (child == 0) {
-        try {
-            record(take, seconds, folder);
-            std::fflush(nullptr);
-            _exit(0);
-        } catch (const std::exception& failure) {
-            std::fprintf(stderr, "%s: %s\n", take.name, failure.what());
-            _exit(1);
-        }
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    std::filesystem::remove_all(folder);
-    if (status != 0) throw std::runtime_error(std::string(take.name) + " failed");
 }
 
 }  // namespace
@@ -256,5 +231,5 @@ void measureRecordings(int seconds) {
                              Take{"live, 1080p, moving", 1920, 1080, true, true},
                              Take{"live, 1080p, still", 1920, 1080, false, true},
                              Take{"live, 2160p, moving", 3840, 2160, true, true}})
-        recordInOwnProcess(take, seconds);
+        inOwnProcess(take.name, [&](const Path& folder) { record(take, seconds, folder); });
 }
