@@ -10,6 +10,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace desktop {
@@ -18,8 +19,10 @@ namespace desktop {
 
 struct LoggedCall {
     std::string operation;
-    std::string arguments;  // separated by ", ": texts in quotes, numbers in decimal, pointers as "set" or "null"
+    // Separated by ", ": texts in quotes, numbers in decimal, identifiers as usual, pointers as "set" or "null".
+    std::string arguments;
     std::int64_t time = 0;  // when the call began: nanoseconds of the steady clock
+    std::thread::id thread = {};
 };
 void startCallLog();  // empties and starts it
 std::vector<LoggedCall> callLog();

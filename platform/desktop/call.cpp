@@ -66,6 +66,15 @@ std::string describe(const char* text) {
 
 std::string describe(const void* pointer) { return pointer ? "set" : "null"; }
 
+std::string describe(const GUID& id) {
+    char text[37];
+    const auto* const last = id.Data4;
+    std::snprintf(text, sizeof text, "%08x-%04x-%04x-%02x%02x-%02x%02x%02x%02x%02x%02x",
+                  static_cast<unsigned>(id.Data1), id.Data2, id.Data3, last[0], last[1], last[2],
+                  last[3], last[4], last[5], last[6], last[7]);
+    return text;
+}
+
 std::string describeNumber(std::int64_t number) { return std::to_string(number); }
 
 Call::~Call() {
@@ -100,7 +109,8 @@ void Call::note(std::string argument) {
 void Call::enter() {
     if (!logRuns && !anythingPlanned) return;
     std::unique_lock lock(guard);
-    if (logRuns) log.push_back({operation, std::move(arguments), now()});
+    if (logRuns)
+        log.push_back({operation, std::move(arguments), now(), std::this_thread::get_id()});
     bool stalls = false;
     for (Plan& plan : plans) {
         if (plan.fault.kind == Fault::Fail || !isDue(plan, operation)) continue;
@@ -112,6 +122,12 @@ void Call::enter() {
     strike(operation);
     const unsigned before = clearings;
     cleared.wait(lock, [before] { return clearings != before; });
+}
+
+void logRelease(const char* interfaceName) {
+    if (!logRuns) return;
+    const std::lock_guard lock(guard);
+    log.push_back({"Release", interfaceName, now(), std::this_thread::get_id()});
 }
 
 void refuse(const char* operation, const char* what, std::int64_t value) {

@@ -14,6 +14,7 @@ namespace desktop {
 std::string describe(const WCHAR* text);    // UTF-8 in quotes, null, or the number of a resource
 std::string describe(const char* text);     // in quotes, or null
 std::string describe(const void* pointer);  // "set" or "null": addresses differ from run to run
+std::string describe(const GUID& id);
 std::string describeNumber(std::int64_t number);
 
 template <typename Value>
@@ -61,6 +62,9 @@ private:
     bool fails = false;
     bool endsAfter = false;
 };
+
+// Logs that the program releases a reference. Nothing can be planned for it.
+void logRelease(const char* interfaceName);
 
 // Ends the process with a message on the standard error stream: the program asked for something
 // that the layer does not know, so going on would prove nothing.

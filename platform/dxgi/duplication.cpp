@@ -22,7 +22,7 @@ struct FrameResource : ole32::ComObject<IDXGIResource, IID_IDXGIObject, IID_IDXG
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID id, void** object) override {
         if (!(id == IID_ID3D11Texture2D)) return ComObject::QueryInterface(id, object);
-        desktop::Call call("QueryInterface");
+        desktop::Call call("QueryInterface", id);
         *object = nullptr;
         if (call.struck()) return call.result(E_NOINTERFACE);
         *object = static_cast<ID3D11Texture2D*>(new Texture(frames));

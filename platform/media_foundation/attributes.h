@@ -26,15 +26,15 @@ struct AttributeValues {
 template <typename Interface, const IID&... ids>
 struct AttributeStore : ole32::ComObject<Interface, ids...> {
     HRESULT STDMETHODCALLTYPE SetUINT32(REFGUID key, UINT32 value) override {
-        desktop::Call call("IMFAttributes::SetUINT32", key.Data1, value);
+        desktop::Call call("IMFAttributes::SetUINT32", key, value);
         return store(call, key, value);
     }
     HRESULT STDMETHODCALLTYPE SetUINT64(REFGUID key, UINT64 value) override {
-        desktop::Call call("IMFAttributes::SetUINT64", key.Data1, value);
+        desktop::Call call("IMFAttributes::SetUINT64", key, value >> 32, value & 0xFFFFFFFF);
         return store(call, key, value);
     }
     HRESULT STDMETHODCALLTYPE SetGUID(REFGUID key, REFGUID value) override {
-        desktop::Call call("IMFAttributes::SetGUID", key.Data1, value.Data1);
+        desktop::Call call("IMFAttributes::SetGUID", key, value);
         return store(call, key, value);
     }
 

@@ -45,7 +45,7 @@ HRESULT MemoryBuffer::SetCurrentLength(DWORD current) {
 }
 
 Sample::~Sample() {
-    if (buffer) buffer->Release();
+    if (buffer) buffer->drop();
 }
 
 HRESULT Sample::SetSampleTime(LONGLONG start) {

@@ -5,6 +5,7 @@
 #include <windows.h>
 
 #include <atomic>
+#include <typeinfo>
 
 #include "platform/desktop/call.h"
 #include "platform/desktop/objects.h"
@@ -25,7 +26,7 @@ struct ComObject : Interface {
     }
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID id, void** object) override {
-        desktop::Call call("QueryInterface");
+        desktop::Call call("QueryInterface", id);
         *object = nullptr;
         if (call.struck()) return call.result(E_NOINTERFACE);
         if (!(id == IID_IUnknown || ... || (id == ids))) return E_NOINTERFACE;
@@ -40,6 +41,15 @@ struct ComObject : Interface {
     }
 
     ULONG STDMETHODCALLTYPE Release() override {
+        // The compiler's own name of a type at file level: its length, then its letters.
+        const char* name = typeid(Interface).name();
+        while (*name >= '0' && *name <= '9') ++name;
+        desktop::logRelease(name);
+        return drop();
+    }
+
+    // Releases a reference that the layer holds.
+    ULONG drop() {
         desktop::closed(desktop::Object::ComReference);
         const ULONG left = --references;
         if (left == 0) delete this;

@@ -106,7 +106,8 @@ void forgetTrayIcon() {
 }  // namespace shell32
 
 BOOL Shell_NotifyIconW(DWORD command, NOTIFYICONDATAW* icon) {
-    desktop::Call call("Shell_NotifyIconW", command, icon->uFlags, icon->szTip, icon->szInfo);
+    desktop::Call call("Shell_NotifyIconW", command, icon->uFlags, icon->uCallbackMessage,
+                       icon->hIcon, icon->szTip, icon->szInfo, icon->dwInfoFlags, icon->uTimeout);
     if (icon->cbSize != sizeof *icon) desktop::refuse("Shell_NotifyIconW", "size", icon->cbSize);
     if (call.struck() || !user32::find(icon->hWnd)) return call.fail(ERROR_GEN_FAILURE);
     bool done = false;

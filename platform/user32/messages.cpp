@@ -69,7 +69,7 @@ BOOL PostMessageW(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
 }
 
 LRESULT SendMessageW(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
-    desktop::Call call("SendMessageW", window, message, wparam);
+    desktop::Call call("SendMessageW", window, message, wparam, lparam);
     if (!user32::find(window)) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
     return user32::send(window, message, wparam, lparam);
 }
@@ -128,7 +128,7 @@ DWORD GetWindowThreadProcessId(HWND window, LPDWORD process) {
 
 // Nothing on these desktops keeps a program from coming to the front.
 BOOL AllowSetForegroundWindow(DWORD process) {
-    desktop::Call call("AllowSetForegroundWindow");
+    desktop::Call call("AllowSetForegroundWindow", process);
     if (process == 0) desktop::refuse("AllowSetForegroundWindow", "process", process);
     return call.struck() ? call.fail(ERROR_ACCESS_DENIED) : TRUE;
 }
