@@ -102,7 +102,7 @@ UINT indexOf(IDXGIAdapter* adapter) { return static_cast<Adapter*>(adapter)->ind
 }  // namespace dxgi
 
 HRESULT CreateDXGIFactory1(REFIID id, void** factory) {
-    desktop::Call call("CreateDXGIFactory1");
+    desktop::Call call("CreateDXGIFactory1", id);
     *factory = nullptr;
     if (call.struck()) return call.result(E_FAIL);
     if (!(id == IID_IDXGIFactory1)) return E_NOINTERFACE;

@@ -115,7 +115,11 @@ void demandStaging(const D3D11_TEXTURE2D_DESC& asked) {
 
 HRESULT Device::CreateTexture2D(const D3D11_TEXTURE2D_DESC* description,
                                 const D3D11_SUBRESOURCE_DATA* initial, ID3D11Texture2D** texture) {
-    desktop::Call call("ID3D11Device::CreateTexture2D", description->Width, description->Height);
+    desktop::Call call("ID3D11Device::CreateTexture2D", description->Width, description->Height,
+                       description->MipLevels, description->ArraySize, description->Format,
+                       description->SampleDesc.Count, description->SampleDesc.Quality,
+                       description->Usage, description->BindFlags, description->CPUAccessFlags,
+                       description->MiscFlags);
     *texture = nullptr;
     if (call.struck()) return call.result(E_OUTOFMEMORY);
     demandStaging(*description);
