@@ -33,95 +33,70 @@ inline const std::map<std::string, std::string> published{
     {"3231564e-0000-0010-8000-00aa00389b71", "MFVideoFormat_NV12"},
 };
 
+// A table's calls, one a line. In the table " | " parts the calls of one step.
+inline std::string lines(std::string table) {
+    for (std::size_t at = 0; (at = table.find(" | ")) != std::string::npos;)
+        table.replace(at, 3, "\n");
+    return table.substr(1);
+}
+
 // The monitor is the second adapter's.
-inline const std::string openingOfTheDesktop = R"(CoInitializeEx 0
-MFStartup 131184, 0
-CreateDXGIFactory1 IDXGIFactory1
-EnumAdapters1 0
-EnumOutputs 0
-GetDesc
-Release IDXGIOutput1
-EnumOutputs 1
-Release IDXGIAdapter1
-EnumAdapters1 1
-EnumOutputs 0
-GetDesc
+inline const std::string openingOfTheDesktop = lines(R"(
+CoInitializeEx 0 | MFStartup 131184, 0 | CreateDXGIFactory1 IDXGIFactory1
+EnumAdapters1 0 | EnumOutputs 0 | GetDesc
+Release IDXGIOutput1 | EnumOutputs 1 | Release IDXGIAdapter1
+EnumAdapters1 1 | EnumOutputs 0 | GetDesc
 D3D11CreateDevice 0, 32, 0, 7
-QueryInterface IDXGIOutput1
-DuplicateOutput
+QueryInterface IDXGIOutput1 | DuplicateOutput
 CreateTexture2D 202, 154, 1, 1, 87, 1, 0, 3, 0, 131072, 0
 Release IDXGIOutput1
-Release IDXGIOutput1
-Release IDXGIAdapter1
-Release IDXGIFactory1
-)";
+Release IDXGIOutput1 | Release IDXGIAdapter1 | Release IDXGIFactory1
+)");
 
 // With or without the preference for hardware.
 inline std::string openingOfTheWriter(bool hardware) {
     return "MFCreateAttributes 4\nSetUINT32 MF_READWRITE_ENABLE_HARDWARE_TRANSFORMS, " +
-           std::to_string(hardware) + R"(
+           std::to_string(hardware) + "\n" + lines(R"(
 SetUINT32 MF_SINK_WRITER_DISABLE_THROTTLING, 1
 SetGUID MF_TRANSCODE_CONTAINERTYPE, MFTranscodeContainerType_MPEG4
 MFCreateSinkWriterFromURL "<clip>.partial.mp4"
 MFCreateMediaType
-SetGUID MF_MT_MAJOR_TYPE, MFMediaType_Video
-SetGUID MF_MT_SUBTYPE, MFVideoFormat_H264
-SetUINT32 MF_MT_AVG_BITRATE, 12000000
-SetUINT32 MF_MT_YUV_MATRIX, 2
-SetUINT32 MF_MT_VIDEO_NOMINAL_RANGE, 2
-SetUINT32 MF_MT_INTERLACE_MODE, 2
-SetUINT64 MF_MT_FRAME_SIZE, 202, 154
-SetUINT64 MF_MT_FRAME_RATE, 30, 1
+SetGUID MF_MT_MAJOR_TYPE, MFMediaType_Video | SetGUID MF_MT_SUBTYPE, MFVideoFormat_H264
+SetUINT32 MF_MT_AVG_BITRATE, 12000000 | SetUINT32 MF_MT_YUV_MATRIX, 2
+SetUINT32 MF_MT_VIDEO_NOMINAL_RANGE, 2 | SetUINT32 MF_MT_INTERLACE_MODE, 2
+SetUINT64 MF_MT_FRAME_SIZE, 202, 154 | SetUINT64 MF_MT_FRAME_RATE, 30, 1
 SetUINT64 MF_MT_PIXEL_ASPECT_RATIO, 1, 1
 AddStream
 MFCreateMediaType
-SetGUID MF_MT_MAJOR_TYPE, MFMediaType_Video
-SetGUID MF_MT_SUBTYPE, MFVideoFormat_NV12
-SetUINT32 MF_MT_YUV_MATRIX, 2
-SetUINT32 MF_MT_VIDEO_NOMINAL_RANGE, 2
+SetGUID MF_MT_MAJOR_TYPE, MFMediaType_Video | SetGUID MF_MT_SUBTYPE, MFVideoFormat_NV12
+SetUINT32 MF_MT_YUV_MATRIX, 2 | SetUINT32 MF_MT_VIDEO_NOMINAL_RANGE, 2
 SetUINT32 MF_MT_INTERLACE_MODE, 2
-SetUINT64 MF_MT_FRAME_SIZE, 202, 154
-SetUINT64 MF_MT_FRAME_RATE, 30, 1
-SetUINT64 MF_MT_PIXEL_ASPECT_RATIO, 1, 1
-SetInputMediaType 0
-)";
+SetUINT64 MF_MT_FRAME_SIZE, 202, 154 | SetUINT64 MF_MT_FRAME_RATE, 30, 1
+SetUINT64 MF_MT_PIXEL_ASPECT_RATIO, 1, 1 | SetInputMediaType 0
+)");
 }
 
-inline const std::string closingOfTheTypes = R"(Release IMFMediaType
-Release IMFMediaType
-Release IMFAttributes
-)";
+inline const std::string closingOfTheTypes = lines(R"(
+Release IMFMediaType | Release IMFMediaType | Release IMFAttributes
+)");
 
-inline const std::string frame = R"(QueryInterface ID3D11Texture2D
-CopySubresourceRegion 300, 310, 502, 464
-Map 0, 1, 0
-Unmap 0
-Release ID3D11Texture2D
-ReleaseFrame
-Release IDXGIResource
-)";
+inline const std::string frame = lines(R"(
+QueryInterface ID3D11Texture2D | CopySubresourceRegion 300, 310, 502, 464
+Map 0, 1, 0 | Unmap 0 | Release ID3D11Texture2D | ReleaseFrame | Release IDXGIResource
+)");
 
 // Time and duration are on the grid of 30 a second, from 0 on.
-inline const std::string sample = R"(MFCreateMemoryBuffer 46662
-Lock
-Unlock
-SetCurrentLength 46662
-MFCreateSample
-AddBuffer
-SetSampleTime <slot>
-SetSampleDuration <slot>
-WriteSample 0
-Release IMFSample
-Release IMFMediaBuffer
-)";
+inline const std::string sample = lines(R"(
+MFCreateMemoryBuffer 46662 | Lock | Unlock | SetCurrentLength 46662
+MFCreateSample | AddBuffer
+SetSampleTime <slot> | SetSampleDuration <slot>
+WriteSample 0 | Release IMFSample | Release IMFMediaBuffer
+)");
 
-inline const std::string closingOfTheDesktop = R"(Release ID3D11Texture2D
-Release IDXGIOutputDuplication
-Release ID3D11DeviceContext
-Release ID3D11Device
-MFShutdown
-CoUninitialize
-)";
+inline const std::string closingOfTheDesktop = lines(R"(
+Release ID3D11Texture2D | Release IDXGIOutputDuplication | Release ID3D11DeviceContext
+Release ID3D11Device | MFShutdown | CoUninitialize
+)");
 
 // The slots' numbers grow from 0 on.
 struct Grid {
