@@ -46,11 +46,9 @@ CoInitializeEx 0 | MFStartup 131184, 0 | CreateDXGIFactory1 IDXGIFactory1
 EnumAdapters1 0 | EnumOutputs 0 | GetDesc
 Release IDXGIOutput1 | EnumOutputs 1 | Release IDXGIAdapter1
 EnumAdapters1 1 | EnumOutputs 0 | GetDesc
-D3D11CreateDevice 0, 32, 0, 7
-QueryInterface IDXGIOutput1 | DuplicateOutput
+D3D11CreateDevice 0, 32, 0, 7 | QueryInterface IDXGIOutput1 | DuplicateOutput
 CreateTexture2D 202, 154, 1, 1, 87, 1, 0, 3, 0, 131072, 0
-Release IDXGIOutput1
-Release IDXGIOutput1 | Release IDXGIAdapter1 | Release IDXGIFactory1
+Release IDXGIOutput1 | Release IDXGIOutput1 | Release IDXGIAdapter1 | Release IDXGIFactory1
 )");
 
 // With or without the preference for hardware.
@@ -59,15 +57,13 @@ inline std::string openingOfTheWriter(bool hardware) {
            std::to_string(hardware) + "\n" + lines(R"(
 SetUINT32 MF_SINK_WRITER_DISABLE_THROTTLING, 1
 SetGUID MF_TRANSCODE_CONTAINERTYPE, MFTranscodeContainerType_MPEG4
-MFCreateSinkWriterFromURL "<clip>.partial.mp4"
-MFCreateMediaType
+MFCreateSinkWriterFromURL "<clip>.partial.mp4" | MFCreateMediaType
 SetGUID MF_MT_MAJOR_TYPE, MFMediaType_Video | SetGUID MF_MT_SUBTYPE, MFVideoFormat_H264
 SetUINT32 MF_MT_AVG_BITRATE, 12000000 | SetUINT32 MF_MT_YUV_MATRIX, 2
 SetUINT32 MF_MT_VIDEO_NOMINAL_RANGE, 2 | SetUINT32 MF_MT_INTERLACE_MODE, 2
 SetUINT64 MF_MT_FRAME_SIZE, 202, 154 | SetUINT64 MF_MT_FRAME_RATE, 30, 1
 SetUINT64 MF_MT_PIXEL_ASPECT_RATIO, 1, 1
-AddStream
-MFCreateMediaType
+AddStream | MFCreateMediaType
 SetGUID MF_MT_MAJOR_TYPE, MFMediaType_Video | SetGUID MF_MT_SUBTYPE, MFVideoFormat_NV12
 SetUINT32 MF_MT_YUV_MATRIX, 2 | SetUINT32 MF_MT_VIDEO_NOMINAL_RANGE, 2
 SetUINT32 MF_MT_INTERLACE_MODE, 2

@@ -33,8 +33,8 @@ struct Row {
     bool exitFirst = false;
 };
 
-constexpr UINT activation = 1, taskbarCreated = 2;  // stand for the registered numbers
-constexpr LPARAM clip = 1, failure = 2;             // stand for a job's result
+constexpr UINT activation = 0xC000, taskbarCreated = 0xC001;  // stand for the registered numbers
+constexpr LPARAM clip = 1, failure = 2;                       // stand for a job's result
 constexpr UINT done = WM_APP_RECORDING_DONE;
 const char* const opensMenu =
     "IRFCm: raise menu post; S: raise menu hide post unhook hide post >Idle; "
@@ -52,7 +52,7 @@ const Row rows[] = {
      "I: dialog hook unhook tip; SRFC: info; s: show raise; m: dialog hook"},
     {activation, 0, 0, "ISRFC: post =1; sm: post"},
     {WM_APP_REGION_SELECTED, 0, 0, "S: show >Recording"},
-    {WM_APP_REGION_SELECTED, 0, 0, "S: show unhook release hide error >Idle", "thread"},
+    {WM_APP_REGION_SELECTED, 0, 0, "S: show unhook release hide error >Idle", "thread", 1, "S"},
     {WM_APP_REGION_CANCELLED, 0, 0, "S: unhook release hide >Idle"},
     {done, 0, clip, "R: unhook hide timer >Copying; F: hide timer >Copying", nullptr, 1, "RF"},
     {done, 0, failure, "R: unhook hide error >Idle; F: hide error >Idle", nullptr, 1, "RF"},
@@ -65,8 +65,12 @@ const Row rows[] = {
     {WM_TIMER, 1, 0, "C: copy*20 untimer error >Idle", "OpenClipboard", 20},
     {WM_TIMER, 2, 0, ""},
     {WM_CLOSE, 0, 0,
-     "Is: destroy unregister noicon quit; S: destroy unhook unregister noicon quit; "
-     "R: unhook hide info >Finishing stop; m: destroy unregister noicon quit post"},
+     "I: destroy unregister noicon quit; s: destroy unregister noicon quit end; S: destroy unhook "
+     "unregister noicon quit; "
+     "R: unhook hide info >Finishing stop; m: destroy unregister noicon quit post end"},
+    {WM_DESTROY, 0, 0,
+     "IFC: unregister noicon quit; SR: unhook unregister noicon quit; sm: unregister noicon quit "
+     "end"},
     {WM_QUERYENDSESSION, 0, 0, "ISRFC: stop =1; sm: stop"},
     {WM_ENDSESSION, 0, 0, ""},
     {WM_ENDSESSION, 1, 0, "IFCsm: stop; SR: unhook stop"},
@@ -184,7 +188,11 @@ std::jthread closeWhatIsOpen() {
         await("an end", [] {
             const bool dialog = isShown("#32770"), menu = isShown("#32768");
             if (menu) drag(1900, 1000, 1900, 1000);
-            if (dialog) desktop::postToWindow("#32770", WM_CLOSE);
+            try {
+                if (dialog) desktop::postToWindow("#32770", WM_CLOSE);
+            } catch (const std::runtime_error&) {
+                // A quit has ended it meanwhile.
+            }
             return !dialog && !menu;
         });
     });
@@ -195,7 +203,7 @@ UINT numberOf(const Row& row) {
     return row.message == taskbarCreated ? taskbarCreatedMessage : row.message;
 }
 
-// From the event to the return of the procedure, with what it has opened closed again.
+// From the message to the return of the procedure, with what it has opened closed again.
 std::string inState(const Row& row) {
     std::jthread closer;  // waits at the end
     visits[0] = [&] { closer = closeWhatIsOpen(); };
@@ -211,7 +219,8 @@ std::string inState(const Row& row) {
     return outcome(before, answer);
 }
 
-// The event comes while the dialog or the menu waits, and is over before that is closed.
+// The message comes while the dialog or the menu waits, and is over before that is closed. "end"
+// if the loop outside is told to end as well.
 std::string inLoop(const Row& row, UINT opening, LPARAM lparam) {
     std::string result;
     std::jthread closer;
@@ -228,9 +237,10 @@ std::string inLoop(const Row& row, UINT opening, LPARAM lparam) {
         desktop::postToWindow("QuorvelDeskClip", numberOf(row), row.wparam, row.lparam);
     desktop::postToWindow("visitor", WM_APP, 1);
     send(opening, 0, lparam);
-    MSG message;
-    while (PeekMessageW(&message, visitor, 0, 0, PM_REMOVE) && message.message != WM_QUIT)
+    MSG message{};
+    while (message.message != WM_QUIT && PeekMessageW(&message, visitor, 0, 0, PM_REMOVE))
         DispatchMessageW(&message);
+    if (message.message == WM_QUIT) result += " end";
     return result;
 }
 

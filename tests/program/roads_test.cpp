@@ -108,8 +108,7 @@ SetWindowLongPtrW set, -20, 524424 | SetWindowRgn set, null, 0
 SetLayeredWindowAttributes set, 0, 180, 2 | SetWindowPos set, set, -1920, 0, 1920, 1080, 64
 SetForegroundWindow set | InvalidateRect set, null, 1
 SetCapture set | InvalidateRect set, null, 0
-ReleaseCapture | GetCapture | ShowWindow set, 0 | DwmFlush
-PostMessageW set, 32778, 0
+ReleaseCapture | GetCapture | ShowWindow set, 0 | DwmFlush | PostMessageW set, 32778, 0
 SetWindowLongPtrW set, -20, 134742184 | SetLayeredWindowAttributes set, 0, 255, 2
 CreateRectRgn 0, 0, 206, 158 | CreateRectRgn 2, 2, 204, 156 | CombineRgn set, set, set, 4
 DeleteObject set | SetWindowRgn set, set, 0 | SetWindowPos set, set, -1622, 308, 206, 158, 80
@@ -148,9 +147,8 @@ TEST(Roads, startAndExit) {
         EXPECT_EQ(readRoad().main, lines(R"(
 SetProcessDpiAwarenessContext
 RegisterWindowMessageW "QuorvelDeskClip.ActivateSettings.v1"
-CreateMutexW "Local\QuorvelDeskClip-v1"
-CoInitializeEx 2 | SHGetKnownFolderPath 0 | GetFileAttributesW "~"
-GetFileAttributesW "~/Recordings"
+CreateMutexW "Local\QuorvelDeskClip-v1" | CoInitializeEx 2 | SHGetKnownFolderPath 0
+GetFileAttributesW "~" | GetFileAttributesW "~/Recordings"
 CreateFileW "~", 2147483648, 1, 33554432 | GetFileInformationByHandle set
 GetFinalPathNameByHandleW set, 0, 0 | GetFinalPathNameByHandleW set, <size>, 0 | CloseHandle set
 RegisterWindowMessageW "TaskbarCreated"
@@ -158,17 +156,14 @@ LoadIconW set, 102 | RegisterClassW "QuorvelDeskClip"
 CreateWindowExW 128, "QuorvelDeskClip", "Quorvel Desk Clip", 2147483648, 0, 0, 0, 0
 LoadCursorW null, 32515 | RegisterClassW "QuorvelClipOverlay"
 CreateWindowExW 524424, "QuorvelClipOverlay", "", 2147483648, 0, 0, 0, 0
-SetWindowDisplayAffinity set, 17
-LoadImageW set, 102, 1, 16, 16, 32768
+SetWindowDisplayAffinity set, 17 | LoadImageW set, 102, 1, 16, 16, 32768
 Shell_NotifyIconW 0, 7, 32769, set, "Quorvel Desk Clip — Ctrl+Shift+7", "", 0, 0
 GetPrivateProfileIntW "hotkey", "modifiers", 6, "~/config.ini"
 GetPrivateProfileIntW "hotkey", "key", 55, "~/config.ini"
-RegisterHotKey set, 1, 16390, 55
-LoadImageW set, 102, 1, 16, 16, 32768
+RegisterHotKey set, 1, 16390, 55 | LoadImageW set, 102, 1, 16, 16, 32768
 Shell_NotifyIconW 1, 7, 32769, set, "Quorvel Desk Clip — Ctrl+Shift+7", "", 0, 0
 DestroyWindow set | UnregisterHotKey set, 1 | Shell_NotifyIconW 2, 0, 0, null, "", "", 0, 0
-PostQuitMessage 0
-IsWindow set | CoUninitialize | CloseHandle set
+PostQuitMessage 0 | IsWindow set | CoUninitialize | CloseHandle set
 )"));
     });
 }
@@ -191,11 +186,9 @@ TEST(Roads, aRecordingAndItsCopy) {
         stopAndFinish();
         const Road road = readRoad();
         EXPECT_EQ(road.main, selection + lines(R"(
-PostMessageW set, 32771, 0
-UnhookWindowsHookEx set | GetCapture | ShowWindow set, 0 | DwmFlush
-Shell_NotifyIconW 1, 16, 0, null, "", "Finishing clip…", 1, 3000 | GetCapture | ShowWindow set, 0
-DwmFlush
-SetTimer set, 1, 100
+PostMessageW set, 32771, 0 | UnhookWindowsHookEx set | GetCapture | ShowWindow set, 0 | DwmFlush
+Shell_NotifyIconW 1, 16, 0, null, "", "Finishing clip…", 1, 3000
+GetCapture | ShowWindow set, 0 | DwmFlush | SetTimer set, 1, 100
 CreateFileW "<clip>", 2147483648, 1, 128 | GetFileInformationByHandle set
 GetFinalPathNameByHandleW set, 0, 0 | GetFinalPathNameByHandleW set, <size>, 0 | CloseHandle set
 GlobalAlloc 66, <size> | GlobalLock set | GlobalUnlock set
@@ -267,24 +260,19 @@ TEST(Roads, settingsAndASave) {
         await("the tip", [] { return callsOf("Shell_NotifyIconW").size() == 3; });
         const std::string calls = readRoad().main;
         EXPECT_EQ(calls.substr(calls.find("PostMessageW")), lines(R"(
-PostMessageW set, 32772, 0 | GetModuleFileNameW 32768
-DialogBoxParamW set, 101, null
+PostMessageW set, 32772, 0 | GetModuleFileNameW 32768 | DialogBoxParamW set, 101, null
 SetWindowLongPtrW set, -21, set | GetDpiForWindow set
-LoadImageW set, 102, 1, 16, 16, 0
-LoadImageW set, 102, 1, 32, 32, 0 | SendMessageW set, 128, 0, icon 78
-SendMessageW set, 128, 1, icon 79 | SetDlgItemTextW set, 1001, "Ctrl+Shift+7"
+LoadImageW set, 102, 1, 16, 16, 0 | LoadImageW set, 102, 1, 32, 32, 0
+SendMessageW set, 128, 0, icon 78 | SendMessageW set, 128, 1, icon 79
+SetDlgItemTextW set, 1001, "Ctrl+Shift+7"
 RegOpenKeyExW "Software\Microsoft\Windows\CurrentVersion\Run", 1 | CheckDlgButton set, 1002, 0
 EnableWindow set, 1
 SetDlgItemTextW set, 1003, "If enabled, keep this portable EXE in its current location."
 GetAsyncKeyState 162 | GetAsyncKeyState 163 | GetAsyncKeyState 160 | GetAsyncKeyState 161
 GetAsyncKeyState 164 | GetAsyncKeyState 165 | GetAsyncKeyState 91 | GetAsyncKeyState 92
-SetWindowsHookExW 13, set, 0
-GetForegroundWindow | PostMessageW set, 32788, 2 | SetDlgItemTextW set, 1001, "Ctrl+B"
-GetForegroundWindow
-IsWindow set | IsIconic set | ShowWindow set, 5 | SetForegroundWindow set
-GetForegroundWindow | PostMessageW set, 40, 0
-GetForegroundWindow
-GetForegroundWindow
+SetWindowsHookExW 13, set, 0 | GetForegroundWindow | PostMessageW set, 32788, 2 | SetDlgItemTextW set, 1001, "Ctrl+B"
+GetForegroundWindow | IsWindow set | IsIconic set | ShowWindow set, 5 | SetForegroundWindow set
+GetForegroundWindow | PostMessageW set, 40, 0 | GetForegroundWindow | GetForegroundWindow
 RegisterHotKey set, 2, 16386, 66
 CopyFileW "~/config.ini", "~/config.ini.settings-<start>-1.tmp", 1
 WritePrivateProfileStringW "hotkey", "modifiers", "2", "~/config.ini.settings-<start>-1.tmp"
@@ -301,10 +289,7 @@ RegOpenKeyExW "Software\Microsoft\Windows\CurrentVersion\Run", 3
 RegCreateKeyExW "Software\Microsoft\Windows\CurrentVersion\Run", 3
 RegQueryValueExW "QuorvelDeskClip" | RegSetValueExW "QuorvelDeskClip", 1, <size>
 RegQueryValueExW "QuorvelDeskClip" | RegQueryValueExW "QuorvelDeskClip" | RegCloseKey
-EndDialog set, 1
-UnhookWindowsHookEx set | PeekMessageW set, 786, 786, 1
-DestroyIcon set
-DestroyIcon set
+EndDialog set, 1 | UnhookWindowsHookEx set | PeekMessageW set, 786, 786, 1 | DestroyIcon set | DestroyIcon set
 LoadImageW set, 102, 1, 16, 16, 32768
 Shell_NotifyIconW 1, 7, 32769, set, "Quorvel Desk Clip — Ctrl+B", "", 0, 0
 )"));
@@ -372,9 +357,8 @@ TEST(Roads, aFailureInAProcedureEndsTheProgram) {
             if (call.operation != "sleep" && !unheard.contains(call.operation))
                 end += lineOf(call) + '\n';
         EXPECT_EQ(end.substr(end.find("Finalize")), finishing + lines(R"(
-IsWindow set
-DestroyWindow set
-UnhookWindowsHookEx set | UnregisterHotKey set, 1 | Shell_NotifyIconW 2, 0, 0, null, "", "", 0, 0
+IsWindow set | DestroyWindow set | UnhookWindowsHookEx set
+UnregisterHotKey set, 1 | Shell_NotifyIconW 2, 0, 0, null, "", "", 0, 0
 PostQuitMessage 0 | CoUninitialize | CloseHandle set
 )"));
     });
