@@ -293,6 +293,8 @@ EndDialog set, 1 | UnhookWindowsHookEx set | PeekMessageW set, 786, 786, 1 | Des
 LoadImageW set, 102, 1, 16, 16, 32768
 Shell_NotifyIconW 1, 7, 32769, set, "Quorvel Desk Clip — Ctrl+B", "", 0, 0
 )"));
+        pressKeys({VK_LCONTROL, 'B'});
+        await("the sheet", sheetIsUp);
     });
 }
 
