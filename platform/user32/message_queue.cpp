@@ -38,8 +38,9 @@ struct Shared {
     std::vector<MSG> abandoned;
 };
 Shared& shared() {
-    static Shared record;
-    return record;
+    // Never destroyed, so that what an unread message owns stays reachable to the very end.
+    static auto* const record = new Shared;
+    return *record;
 }
 
 std::atomic<bool> endAsked{false};
