@@ -53,6 +53,7 @@ const Row rows[] = {
     {activation, 0, 0, "ISRFC: post =1; sm: post"},
     {WM_APP_REGION_SELECTED, 0, 0, "S: show >Recording"},
     {WM_APP_REGION_SELECTED, 0, 0, "S: show unhook release hide error >Idle", "thread", 1, "S"},
+    {done, 0, 0, ""},
     {WM_APP_REGION_CANCELLED, 0, 0, "S: unhook release hide >Idle"},
     {done, 0, clip, "R: unhook hide timer >Copying; F: hide timer >Copying", nullptr, 1, "RF"},
     {done, 0, failure, "R: unhook hide error >Idle; F: hide error >Idle", nullptr, 1, "RF"},
@@ -210,7 +211,8 @@ std::string inState(const Row& row) {
     desktop::postToWindow("visitor", WM_APP);
     if (row.exitFirst) send(WM_CLOSE);
     const AppState before = appState;
-    const LPARAM lparam = row.message == done ? makeResult(row.lparam) : row.lparam;
+    const bool hasResult = row.message == done && row.lparam;
+    const LPARAM lparam = hasResult ? makeResult(row.lparam) : row.lparam;
     planFailure(row);
     stopFlag = false;
     desktop::startCallLog();

@@ -118,7 +118,9 @@ InvalidateRect set, null, 1
 const std::string finishing =
     "Finalize\nRelease IMFSinkWriter\n" + road::closingOfTheDesktop + lines(R"(
 MoveFileExW "<clip>.partial.mp4", "<clip>", 8 | GetFileAttributesW "~/Recordings"
+DeleteFileW "~/Recordings/completed.txt.new"
 MoveFileExW "~/Recordings/completed.txt.new", "~/Recordings/completed.txt", 9
+DeleteFileW "~/Recordings/completed.txt.new"
 MoveFileExW "~/Recordings/completed.txt.new", "~/Recordings/completed.txt", 9
 PostMessageW set, 32770, 0
 )");
