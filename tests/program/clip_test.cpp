@@ -5,9 +5,9 @@
 #include <cmath>
 
 #include "tests/clip_reader.h"
-#include "tests/program/person.h"
+#include "tests/program/outcome.h"
 
-using namespace person;
+using namespace user;
 using Clock = std::chrono::steady_clock;
 
 namespace {
@@ -61,9 +61,9 @@ void expectTrueTime(double seconds) {
         const Clock::time_point begin = Clock::now();
         desktop::waitUntil([&] { return secondsSince(begin) > seconds; }, seconds + 10);
         const double wall = secondsSince(begin);
-        stopAndFinish();
+        stopRecording();
         running.reset();
-        const Path file = filesIn(recordings()).front();
+        const Path file = recordings() / clips().front();
         const Clip clip = readClip(file);
         ASSERT_GT(clip.times.size(), 10u);
         EXPECT_NEAR(clip.seconds, wall, 0.25);
@@ -99,8 +99,8 @@ TEST(Clip, showsWhatStoodThereAndNothingOfOurs) {
         desktop::movePointer(-500, 500);
         Program program;
         startRecording(region);
-        stopAndFinish();
-        const Path file = filesIn(recordings()).front();
+        stopRecording();
+        const Path file = recordings() / clips().front();
         const Clip clip = readClip(file);
         EXPECT_EQ(clip.description, "h264 1000x602 30/1 smpte170m tv 1:1 streams=1");
         forEachPicture(file, clip, [&](const ClipPicture& picture) {

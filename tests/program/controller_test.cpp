@@ -13,9 +13,9 @@
 #include "common/failure.h"
 #include "common/messages.h"
 #include "overlay/region_overlay.h"
-#include "tests/program/person.h"
+#include "tests/program/outcome.h"
 
-using namespace person;
+using namespace user;
 
 namespace {
 
@@ -187,8 +187,8 @@ void planFailure(const Row& row) {
 std::jthread closeWhatIsOpen() {
     return std::jthread([] {
         await("an end", [] {
-            const bool dialog = isShown("#32770"), menu = isShown("#32768");
-            if (menu) drag(1900, 1000, 1900, 1000);
+            const bool dialog = person::isShown("#32770"), menu = person::isShown("#32768");
+            if (menu) drag({1900, 1000, 1900, 1000});
             try {
                 if (dialog) desktop::postToWindow("#32770", WM_CLOSE);
             } catch (const std::runtime_error&) {

@@ -1,9 +1,9 @@
 // Every failure that the program words: brought about by a planned fault, told with its exact text,
 // and gone without a trace: nothing held, no partial file, and the next recording works.
 
-#include "tests/program/person.h"
+#include "tests/program/outcome.h"
 
-using namespace person;
+using namespace user;
 
 namespace {
 
@@ -17,7 +17,7 @@ const char* const copied = "Copied — paste the video file.";
 
 // With the windows and the icon of an idle program.
 std::map<std::string, int> idleObjects() {
-    await("the end of the overlay", [] { return !isShown("QuorvelClipOverlay"); });
+    await("the end of the overlay", [] { return !sheetIsUp() && !frameIsUp(); });
     return desktop::openObjects();
 }
 
@@ -42,7 +42,7 @@ void expectTold(const std::vector<desktop::Fault>& faults, const std::string& te
     EXPECT_TRUE(desktop::faultStruck());
     desktop::clearFaults();
     EXPECT_FALSE(outcome.clip);
-    EXPECT_EQ(lastNotice(), text);
+    EXPECT_EQ(desktop::balloons().back().text, text);
     expectNothingLeft(idle);
     EXPECT_TRUE(recordOneClip().clip);
 }
@@ -72,7 +72,7 @@ void returnToIdle(const std::map<std::string, int>& idle) {
     desktop::releaseButton(1);
     const auto isQuiet = [&] {
         pressEsc();
-        return !isShown("QuorvelClipOverlay") && desktop::openObjects() == idle;
+        return !sheetIsUp() && !frameIsUp() && desktop::openObjects() == idle;
     };
     await("a new sheet", [&] {
         if (!isQuiet()) return false;
@@ -103,7 +103,7 @@ TEST(Failures, withoutACode) {
         EXPECT_GT(times.back() - times.front(), 3'000'000'000);
         openSheet();
         desktop::planFault({.kind = desktop::Fault::Stall, .operation = "MFCreateAttributes"});
-        drag(100, 100, 420, 340);
+        drag({100, 100, 420, 340});
         await("the frame", frameIsUp);
         pressEsc();
         desktop::waitForBalloon("Finishing clip…");

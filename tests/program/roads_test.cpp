@@ -11,9 +11,9 @@
 #include "app/application.h"
 #include "platform/desktop/call.h"
 #include "tests/capture_road.h"
-#include "tests/program/person.h"
+#include "tests/program/outcome.h"
 
-using namespace person;
+using namespace user;
 using road::lines;
 
 // The one wait that is no call of the platform.
@@ -143,7 +143,7 @@ void useTwoMonitors() {
 TEST(Roads, startAndExit) {
     atDesktop([] {
         desktop::startCallLog();
-        Program program(u"--settings too");
+        Program program("--settings too");
         awaitLoop();
         program.close();
         EXPECT_EQ(readRoad().main, lines(R"(
@@ -185,7 +185,7 @@ TEST(Roads, aRecordingAndItsCopy) {
         const std::size_t samples = callsOf("IMFSinkWriter::WriteSample").size();
         await("a quiet pass",
               [&] { return callsOf("IMFSinkWriter::WriteSample").size() > samples + 2; });
-        stopAndFinish();
+        stopRecording();
         const Road road = readRoad();
         EXPECT_EQ(road.main, selection + lines(R"(
 PostMessageW set, 32771, 0 | UnhookWindowsHookEx set | GetCapture | ShowWindow set, 0 | DwmFlush
@@ -245,20 +245,20 @@ TEST(Roads, settingsAndASave) {
     atDesktop([] {
         desktop::pressKey(VK_LCONTROL);
         desktop::startCallLog();
-        Program program(u"--settings");
+        Program program("--settings");
         await("the box", [] { return isFocused(1001); });
-        pressKeys({'B'});
+        press({'B'});
         await("the shortcut", [] { return hasCall("SetDlgItemTextW", "set, 1001, \"Ctrl+B\""); });
         desktop::releaseKey(VK_LCONTROL);
         desktop::takeForeground();
         await("another program", [] { return !isFocused(1001); });
-        pressKeys({'C'});
+        press({'C'});
         desktop::clickTray(WM_RBUTTONUP);
         await("the box", [] { return isFocused(1001); });
-        pressKeys({VK_TAB});
+        press({VK_TAB});
         await("the next control", [] { return isFocused(1002); });
-        pressKeys({VK_SPACE});
-        pressKeys({VK_RETURN});
+        press({VK_SPACE});
+        press({VK_RETURN});
         await("the tip", [] { return callsOf("Shell_NotifyIconW").size() == 3; });
         const std::string calls = readRoad().main;
         EXPECT_EQ(calls.substr(calls.find("PostMessageW")), lines(R"(
@@ -295,7 +295,7 @@ EndDialog set, 1 | UnhookWindowsHookEx set | PeekMessageW set, 786, 786, 1 | Des
 LoadImageW set, 102, 1, 16, 16, 32768
 Shell_NotifyIconW 1, 7, 32769, set, "Quorvel Desk Clip — Ctrl+B", "", 0, 0
 )"));
-        pressKeys({VK_LCONTROL, 'B'});
+        press({VK_LCONTROL, 'B'});
         await("the sheet", sheetIsUp);
     });
 }
@@ -304,20 +304,8 @@ Shell_NotifyIconW 1, 7, 32769, set, "Quorvel Desk Clip — Ctrl+B", "", 0, 0
 TEST(Roads, aSecondStartMeetsAnOlderOne) {
     atDesktop([] {
         SecondProcess second([] {
-            desktop::startCallLog();
-            Program program;
-            readBox();
-            program.waitForEnd();
-            EXPECT_EQ(readRoad().main, lines(R"(
-SetProcessDpiAwarenessContext
-RegisterWindowMessageW "QuorvelDeskClip.ActivateSettings.v1"
-CreateMutexW "Local\QuorvelDeskClip-v1" | FindWindowW "QuorvelDeskClip", null
-GetWindowThreadProcessId set | AllowSetForegroundWindow <parent>
-SendMessageTimeoutW set, <registered>, 0, 0, 3, 1000
-MessageBoxW null, "An older or unresponsive Quorvel Clip is running. Exit that copy from its tray menu before opening this one. Your clips and settings are kept.", "Quorvel Clip", 64
-CloseHandle set
-)"));
-            return ::testing::Test::HasFailure();
+            runToItsEnd();
+            return readRoad().main;
         });
         const HANDLE mutex = CreateMutexW(nullptr, FALSE, u"Local\\QuorvelDeskClip-v1");
         WNDCLASSW older{};
@@ -329,7 +317,8 @@ CloseHandle set
         CreateWindowExW(0, trayWindowClass, u"", WS_POPUP, 0, 0, 0, 0, nullptr, nullptr, nullptr,
                         nullptr);
         std::atomic<bool> done = false;
-        std::thread other([&] { second.run(), done = true; });
+        std::string road;
+        std::thread other([&] { road = second.run(), done = true; });
         desktop::waitUntil([&] {
             MSG message;
             PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE);
@@ -337,6 +326,15 @@ CloseHandle set
         });
         other.join();
         CloseHandle(mutex);
+        EXPECT_EQ(road, lines(R"(
+SetProcessDpiAwarenessContext
+RegisterWindowMessageW "QuorvelDeskClip.ActivateSettings.v1"
+CreateMutexW "Local\QuorvelDeskClip-v1" | FindWindowW "QuorvelDeskClip", null
+GetWindowThreadProcessId set | AllowSetForegroundWindow <parent>
+SendMessageTimeoutW set, <registered>, 0, 0, 3, 1000
+MessageBoxW null, "An older or unresponsive Quorvel Clip is running. Exit that copy from its tray menu before opening this one. Your clips and settings are kept.", "Quorvel Clip", 64
+CloseHandle set
+)"));
     });
 }
 
@@ -346,16 +344,16 @@ TEST(Roads, aFailureInAProcedureEndsTheProgram) {
     atDesktop([] {
         Program program;
         startRecording({100, 100, 420, 340});
-        openTrayMenu();
+        openMenu();
+        desktop::startCallLog();
         const Path folder = std::exchange(recordingsFolder, "\xff");
-        chooseFromMenu(3);
-        awaitBox();
+        choose(3);
+        await("the box", [] { return !box().empty(); });
         recordingsFolder = folder;
-        EXPECT_EQ(readBox(),
-                  "Quorvel Desk Clip|filesystem error: Cannot convert character sequence: "
-                  "Invalid or incomplete multibyte or wide character|16");
-        EXPECT_TRUE(program.waitForEnd());
-        EXPECT_EQ(program.close(), 1);
+        EXPECT_EQ(box(), "Quorvel Desk Clip|filesystem error: Cannot convert character sequence: "
+                         "Invalid or incomplete multibyte or wide character");
+        press({VK_RETURN});
+        EXPECT_EQ(program.awaitEnd(), 1);
         std::string end;
         for (const desktop::LoggedCall& call : desktop::callLog())
             if (call.operation != "sleep" && !unheard.contains(call.operation))

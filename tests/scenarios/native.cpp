@@ -18,19 +18,19 @@ namespace user {
 
 namespace {
 
-Path home;
+Path homeFolder;
 std::size_t noticesAwaited = 0;
 
 void makeUserFolders() {
     // A link above the data folder is nothing unusual.
-    std::filesystem::create_directories(home / "disk");
-    std::filesystem::create_directory_symlink("disk", home / "data");
-    std::filesystem::create_directories(home / "run");
-    std::filesystem::permissions(home / "run", std::filesystem::perms::owner_all);
-    setenv("HOME", home.c_str(), 1);
-    setenv("XDG_DATA_HOME", (home / "data").c_str(), 1);
-    setenv("XDG_CONFIG_HOME", (home / "config").c_str(), 1);
-    setenv("XDG_RUNTIME_DIR", (home / "run").c_str(), 1);
+    std::filesystem::create_directories(homeFolder / "disk");
+    std::filesystem::create_directory_symlink("disk", homeFolder / "data");
+    std::filesystem::create_directories(homeFolder / "run");
+    std::filesystem::permissions(homeFolder / "run", std::filesystem::perms::owner_all);
+    setenv("HOME", homeFolder.c_str(), 1);
+    setenv("XDG_DATA_HOME", (homeFolder / "data").c_str(), 1);
+    setenv("XDG_CONFIG_HOME", (homeFolder / "config").c_str(), 1);
+    setenv("XDG_RUNTIME_DIR", (homeFolder / "run").c_str(), 1);
 }
 
 const desktop::ShownControl* find(const desktop::ShownDialog& dialog, int id) {
@@ -42,7 +42,7 @@ const desktop::ShownControl* find(const desktop::ShownDialog& dialog, int id) {
 }  // namespace
 
 void atDesktop(const std::function<void()>& body, const std::function<void()>& afterwards) {
-    home = person::makeTemporaryFolder();
+    homeFolder = person::makeTemporaryFolder();
     std::fflush(nullptr);
     const pid_t child = fork();
     if (child == 0) {
@@ -60,7 +60,7 @@ void atDesktop(const std::function<void()>& body, const std::function<void()>& a
     waitpid(child, &status, 0);
     EXPECT_EQ(status, 0);
     afterwards();
-    std::filesystem::remove_all(home);
+    std::filesystem::remove_all(homeFolder);
 }
 
 bool waitUntil(const std::function<bool()>& condition) { return desktop::waitUntil(condition); }
@@ -69,7 +69,8 @@ void await(const char* what, const std::function<bool()>& condition) {
     EXPECT_TRUE(waitUntil(condition)) << "waited in vain for " << what;
 }
 
-Path dataFolder() { return home / "data" / "Quorvel Desk Clip"; }
+Path home() { return homeFolder; }
+Path dataFolder() { return homeFolder / "data" / "Quorvel Desk Clip"; }
 
 const std::uint32_t dim = 0x1F2D40, outline = 0xC2D0E3;
 
@@ -197,46 +198,50 @@ std::string runToItsEnd(const std::string& arguments) {
     return std::to_string(program.close()) + shown;
 }
 
-// The process waits for a byte on the pipe `go`, and says on the other one how the program ended.
-struct SecondStart::State {
-    int go = -1, told = -1;
-    pid_t process = 0;
-};
-
-SecondStart::SecondStart(const std::string& arguments) : state(new State) {
-    int go[2], told[2];
-    if (pipe(go) != 0 || pipe(told) != 0) throw std::runtime_error("no pipe");
-    state->process = fork();
-    state->go = go[1];
-    state->told = told[0];
-    if (state->process != 0) {
-        close(go[0]);
-        close(told[1]);
+// The process waits for a byte on the pipe `go`, and writes what its body returns to the other one.
+SecondProcess::SecondProcess(const std::function<std::string()>& body) {
+    int goEnds[2], toldEnds[2];
+    if (pipe(goEnds) != 0 || pipe(toldEnds) != 0) throw std::runtime_error("no pipe");
+    process = fork();
+    go = goEnds[1];
+    told = toldEnds[0];
+    close(process == 0 ? told : goEnds[0]);
+    if (process != 0) {
+        close(toldEnds[1]);
         return;
     }
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     char byte;
-    if (read(go[0], &byte, 1) != 1) _exit(1);
+    if (read(goEnds[0], &byte, 1) != 1) _exit(1);
     desk::openAgain();
-    const std::string line = runToItsEnd(arguments);
-    const ssize_t written = write(told[1], line.data(), line.size());
+    const std::string words = body();
+    const ssize_t written = write(toldEnds[1], words.data(), words.size());
     _exit(written > 0 ? 0 : 1);
 }
 
-SecondStart::~SecondStart() {
-    kill(state->process, SIGKILL);
-    close(state->go);
-    close(state->told);
-    waitpid(state->process, nullptr, 0);
+SecondProcess::~SecondProcess() {
+    kill(process, SIGKILL);
+    close(go);
+    close(told);
+    waitpid(process, nullptr, 0);
 }
 
-std::string SecondStart::run() {
-    std::string line(1000, '\0');
-    const bool goes = write(state->go, "!", 1) == 1;
-    const ssize_t length = goes ? read(state->told, line.data(), line.size()) : 0;
-    line.resize(length > 0 ? static_cast<std::size_t>(length) : 0);
-    return line;
+std::string SecondProcess::run() {
+    std::string words(65536, '\0');  // what a pipe takes in one go
+    const bool goes = write(go, "!", 1) == 1;
+    const ssize_t length = goes ? read(told, words.data(), words.size()) : 0;
+    words.resize(length > 0 ? static_cast<std::size_t>(length) : 0);
+    return words;
 }
+
+struct SecondStart::State {
+    SecondProcess process;
+};
+
+SecondStart::SecondStart(const std::string& arguments)
+    : state(new State{SecondProcess([arguments] { return runToItsEnd(arguments); })}) {}
+SecondStart::~SecondStart() = default;
+std::string SecondStart::run() { return state->process.run(); }
 
 void dragRegion(const RECT& region, int samples) {
     desktop::startCallLog();

@@ -2,9 +2,27 @@
 
 #pragma once
 
+#include <sys/types.h>
+
 #include "tests/scenarios/user.h"
 
 namespace user {
+
+Path home();  // the user's folders are in it
+
+// A process of the body's desktop, forked before this one has threads.
+struct SecondProcess {
+    explicit SecondProcess(const std::function<std::string()>& body);
+    ~SecondProcess();
+    SecondProcess(const SecondProcess&) = delete;
+    SecondProcess& operator=(const SecondProcess&) = delete;
+
+    std::string run();  // Lets it go; what its body returns.
+
+private:
+    int go = -1, told = -1;
+    pid_t process = 0;
+};
 
 // Runs the program here until it ends, and answers its message box. "code", or
 // "code|title|text of the box".
