@@ -4,7 +4,6 @@
 #include "platform/hosts/x11/balloon.h"
 
 #include <sys/timerfd.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>

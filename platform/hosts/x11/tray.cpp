@@ -70,8 +70,8 @@ void makeIconWindow() {
     askForSize(side);
 }
 
-// A tray that makes a slot as long as it is asked to decides its other side alone. As long as that
-// is what the icon wants to be: shorter would leave a part of the tray unused, longer would be cut.
+// A tray that makes its slot as long as it is asked to decides only how thick it is. The icon then
+// asks for a square of that thickness.
 void askForSquare() {
     if (asked) askForSize(static_cast<std::uint32_t>(width == asked ? height : width));
     asked = 0;
