@@ -139,13 +139,6 @@ TEST_F(Recording, showsWhatAProgramDrewAtTheRightTime) {
     EXPECT_EQ(beyond(4 * 34), 0);
 }
 
-// More than a header is in a file.
-bool isWritten(const std::filesystem::path& folder) {
-    for (const auto& entry : std::filesystem::directory_iterator(folder))
-        if (entry.file_size() > 10'000) return true;
-    return false;
-}
-
 // It may interrupt the user wherever he is; that a drag was refused, he sees.
 TEST_F(Recording, onlyTheLossOfAClipIsUrgent) {
     live::SessionBus bus(true);
@@ -165,7 +158,7 @@ TEST_F(Recording, onlyTheLossOfAClipIsUrgent) {
     EXPECT_TRUE(notices.back().ends_with("in place of 0")) << notices.back();
     openSheet();
     dragRegion();
-    ASSERT_TRUE(desktop::waitUntil([] { return isWritten(live::Program::clipsFolder()); }));
+    ASSERT_TRUE(desktop::waitUntil(live::Program::isWriting));
     ASSERT_EQ(std::system("xrandr --delmonitor right >/dev/null"), 0);
     EXPECT_TRUE(comes("Acquire desktop (display mode/lock changed)"));
     EXPECT_TRUE(notices.back().ends_with("in place of 0!")) << notices.back();

@@ -308,6 +308,12 @@ std::filesystem::path Program::clipsFolder() {
     return std::filesystem::path(std::getenv("XDG_DATA_HOME")) / "Quorvel Desk Clip" / "Recordings";
 }
 
+bool Program::isWriting() {
+    for (const auto& entry : std::filesystem::directory_iterator(clipsFolder()))
+        if (entry.file_size() > 10'000) return true;
+    return false;
+}
+
 std::filesystem::path Program::waitForClip() const {
     std::filesystem::path clip;
     desktop::waitUntil([&] {
