@@ -310,7 +310,8 @@ std::filesystem::path Program::clipsFolder() {
 
 bool Program::isWriting() {
     for (const auto& entry : std::filesystem::directory_iterator(clipsFolder()))
-        if (entry.file_size() > 10'000) return true;
+        if (entry.path().stem().extension() == ".partial" && entry.file_size() > 10'000)
+            return true;
     return false;
 }
 

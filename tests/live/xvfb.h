@@ -83,7 +83,7 @@ struct Program {
     Program();  // returns when its shortcut, Ctrl+Shift+7, is taken
     ~Program() { end(process); }
     static std::filesystem::path clipsFolder();
-    static bool isWriting();                    // more than a header is in a file
+    static bool isWriting();                    // more than a header is in a partial file
     std::filesystem::path waitForClip() const;  // the first one; empty if none comes
 
     pid_t process = 0;
