@@ -6,41 +6,35 @@
 
 namespace {
 
-constexpr std::int64_t second = 1'000'000'000;
-constexpr std::int64_t origin = 77 * second + 123;
+constexpr std::int64_t origin = 77'000'000'123;
 
 std::int64_t microseconds(std::int64_t count) { return origin + count * 1000; }
 
-// Each pass wakes at its exact deadline, where the truncations alone would give the slot before.
-TEST(FrameClock, takesOneSlotAtEachDeadline) {
+// At its exact deadline the truncations alone would give a pass the slot before.
+TEST(FrameClock, takesOneSlotAtEachDeadlineAndLeavesThoseOfALatePassEmpty) {
+    constexpr std::int64_t week = 7LL * 24 * 3600;
     constexpr struct {
-        std::int64_t time, duration, deadline;
-    } expected[] = {{0, 333'333, 33'333},          {333'333, 333'333, 66'666},
-                    {666'666, 333'334, 100'000},   {1'000'000, 333'333, 133'333},
-                    {1'333'333, 333'333, 166'666}, {1'666'666, 333'334, 200'000}};
+        std::int64_t now, time, duration, deadline;  // microseconds, 100 ns, microseconds
+    } passes[] = {
+        {0, 0, 333'333, 33'333},
+        {33'333, 333'333, 333'333, 66'666},
+        {66'666, 666'666, 333'334, 100'000},
+        {100'000, 1'000'000, 333'333, 133'333},
+        {133'333, 1'333'333, 333'333, 166'666},
+        {166'666, 1'666'666, 333'334, 200'000},
+        {333'333, 3'000'000, 333'333, 333'333},
+        {333'334, 3'333'333, 333'333, 366'666},
+        {333'335, 3'666'666, 333'334, 400'000},  // woken early: not the same slot again
+        {week * 1'000'000, week * 10'000'000, 333'333, week * 1'000'000 + 33'333},
+    };
     FrameClock clock{origin, 0};
-    for (const auto& row : expected) {
-        const FrameSlot slot = claimSlot(clock, nextDeadline(clock));
-        EXPECT_EQ(slot.sampleTime, row.time);
-        EXPECT_EQ(slot.sampleDuration, row.duration);
-        EXPECT_EQ(nextDeadline(clock), microseconds(row.deadline));
+    for (const auto& pass : passes) {
+        SCOPED_TRACE(pass.now);
+        const FrameSlot slot = claimSlot(clock, microseconds(pass.now));
+        EXPECT_EQ(slot.sampleTime, pass.time);
+        EXPECT_EQ(slot.sampleDuration, pass.duration);
+        EXPECT_EQ(nextDeadline(clock), microseconds(pass.deadline));
     }
-}
-
-TEST(FrameClock, leavesTheSlotsOfALatePassEmpty) {
-    FrameClock clock{origin, 6};
-    EXPECT_EQ(claimSlot(clock, microseconds(300'000)).sampleTime, 3'000'000);
-    EXPECT_EQ(nextDeadline(clock), microseconds(333'333));
-    // An early wake-up cannot take the same slot again.
-    EXPECT_EQ(claimSlot(clock, microseconds(300'001)).sampleTime, 3'333'333);
-}
-
-TEST(FrameClock, doesNotDriftInAWeek) {
-    constexpr std::int64_t week = 7 * 24 * 3600;
-    FrameClock clock{origin, 0};
-    const FrameSlot slot = claimSlot(clock, origin + week * second);
-    EXPECT_EQ(slot.sampleTime, week * 10'000'000);
-    EXPECT_EQ(slot.sampleDuration, 333'333);
 }
 
 }  // namespace
