@@ -8,16 +8,11 @@
 
 namespace {
 
-std::vector<std::string> asText(const auto& names) {
-    std::vector<std::string> texts;
-    for (const WideText& name : names) texts.push_back(Path(name).string());
-    return texts;
-}
-
-std::vector<std::string> clips(const std::vector<int>& numbers) {
-    std::vector<std::string> names;
-    for (const int number : numbers) names.push_back(clipName(number));
-    return names;
+std::vector<int> numbers(const auto& names) {
+    std::vector<int> found;
+    for (const WideText& name : names)
+        found.push_back(std::stoi(Path(name).string().substr(29, 12)));
+    return found;
 }
 
 TEST(Ledger, readsWhatIsWholeAndSkipsTheRest) {
@@ -54,8 +49,8 @@ TEST(Ledger, readsWhatIsWholeAndSkipsTheRest) {
         SCOPED_TRACE(testing::PrintToString(row.bytes.substr(0, 200)));
         writeFile(folder.path / "completed.txt", row.bytes);
         const Ledger ledger = readLedger(folder.path);
-        EXPECT_EQ(asText(ledger.ownedNames), clips(row.owned));
-        EXPECT_EQ(asText(ledger.seenNames), clips(row.seen));
+        EXPECT_EQ(numbers(ledger.ownedNames), row.owned);
+        EXPECT_EQ(numbers(ledger.seenNames), row.seen);
     }
 }
 
@@ -63,24 +58,26 @@ TEST(Ledger, isReplacedAsAWholeOrNotAtAll) {
     const ScratchFolder folder;
     const Path file = folder.path / "completed.txt", unfinished = folder.path / "completed.txt.new";
     const auto write = [&] {
-        const Path first = clipName(7), second = clipName(5);
-        writeLedger(folder.path, {first.string<WCHAR>(), second.string<WCHAR>()});
+        return failureOf([&] {
+            const Path first = clipName(7), second = clipName(5);
+            writeLedger(folder.path, {first.string<WCHAR>(), second.string<WCHAR>()});
+        });
     };
     EXPECT_TRUE(readLedger(folder.path / "missing").seenNames.empty());
     std::filesystem::create_directory(file);  // in the way of the replacement
     EXPECT_TRUE(readLedger(folder.path).seenNames.empty());
-    EXPECT_EQ(failureOf(write), "Cannot replace recording ownership ledger (Windows error 5)");
+    EXPECT_EQ(write(), "Cannot replace recording ownership ledger (Windows error 5)");
     std::filesystem::remove(file);
-    std::filesystem::remove(unfinished);
     writeFile(file, ledgerOf({1}));
+    std::filesystem::remove(unfinished);
     std::filesystem::create_directory(unfinished);  // in the way of the new list
-    EXPECT_EQ(failureOf(write),
+    EXPECT_EQ(write(),
               "Cannot write recording ownership ledger; check free space and folder permissions");
     EXPECT_EQ(readFile(file), ledgerOf({1}));
     std::filesystem::remove(unfinished);
     writeFile(folder.path / "mine", "mine");
     std::filesystem::create_hard_link(folder.path / "mine", unfinished);
-    EXPECT_EQ(failureOf(write), "");
+    EXPECT_EQ(write(), "");
     EXPECT_EQ(readFile(folder.path / "mine"), "mine");
     EXPECT_EQ(readFile(file), ledgerOf({7, 5}));
     EXPECT_EQ(namesIn(folder.path), (std::vector<std::string>{"completed.txt", "mine"}));

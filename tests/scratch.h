@@ -14,16 +14,19 @@
 #include <string_view>
 #include <vector>
 
+#include "common/handle.h"
+
 using Path = std::filesystem::path;
 
+// Its name is free when it is made: the number of a process is another one's later, or in another
+// namespace, and what a killed test leaves would be taken for the test's own files.
 struct ScratchFolder {
-    ScratchFolder() {
+    explicit ScratchFolder(const Path& parent = std::filesystem::temp_directory_path()) {
         static int number = 0;
-        path =
-            std::filesystem::temp_directory_path() /
-            ("scratch " + std::to_string(GetCurrentProcessId()) + " " + std::to_string(++number));
-        std::filesystem::remove_all(path);
-        std::filesystem::create_directories(path);
+        do
+            path = parent / ("scratch " + std::to_string(GetCurrentProcessId()) + " " +
+                             std::to_string(++number));
+        while (!std::filesystem::create_directory(path));
     }
     ~ScratchFolder() {
         std::error_code ignored;
@@ -61,6 +64,12 @@ std::string failureOf(Action action) {
         return failure.what();
     }
     return {};
+}
+
+// Opens a file as a player does, which lets others only read it; null if that is refused.
+inline Handle play(const Path& file) {
+    return ownHandle(CreateFileW(file.string<WCHAR>().c_str(), GENERIC_READ, FILE_SHARE_READ,
+                                 nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
 // Valid clip names in an order of our own: 1, 2, 3, …

@@ -8,32 +8,28 @@
 
 namespace {
 
+// In memory: the fuzzer writes some thousands of files a second.
 struct Folder : ScratchFolder {
-    Folder() {
+    Folder() : ScratchFolder("/dev/shm") {
         makeClips(path, {1, 2, 3});
         std::filesystem::create_directory(path / clipName(4));
     }
 };
-
-std::deque<WideText> wide(const std::vector<std::string>& names) {
-    std::deque<WideText> texts;
-    for (const std::string& name : names) texts.push_back(widenBytes(name));
-    return texts;
-}
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
     static const Folder folder;
     const std::string text(reinterpret_cast<const char*>(bytes), size);
-    const Path file = folder.path / "completed.txt";
-    writeFile(file, text);
+    writeFile(folder.path / "completed.txt", text);
     const Ledger ledger = readLedger(folder.path);
     // The text ends at Ctrl+Z, like a file whose last line has no end.
     const std::string visible = text.substr(0, text.find('\x1A'));
     Disk disk{{"completed.txt", "file " + visible}};
     for (int number = 1; number <= 3; ++number) disk[clipName(number)] = "file ";
-    if (ledger.ownedNames != wide(ownedIn(disk))) std::abort();
+    std::deque<WideText> expected;
+    for (const std::string& name : ownedIn(disk)) expected.push_back(widenBytes(name));
+    if (ledger.ownedNames != expected) std::abort();
     writeLedger(folder.path, ledger.ownedNames);
     if (readLedger(folder.path).ownedNames != ledger.ownedNames) std::abort();
     return 0;
