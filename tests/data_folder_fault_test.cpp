@@ -8,8 +8,7 @@
 
 #include <cstdlib>
 
-#include "platform/control.h"
-#include "tests/scratch.h"
+#include "tests/sweep.h"
 
 namespace {
 
@@ -18,33 +17,26 @@ const std::string refusedLink = "App data folder must not be a junction/symlink"
 // A local application data folder of its own.
 struct DataFolder : testing::Test {
     DataFolder() {
-        std::filesystem::create_directories(local);
+        std::filesystem::create_directory(local);
+        std::filesystem::create_directory(target);
         setenv("XDG_DATA_HOME", local.c_str(), 1);
     }
-    ~DataFolder() override {
-        setenv("XDG_DATA_HOME", before.c_str(), 1);
-        desktop::clearFaults();
-    }
+    ~DataFolder() override { setenv("XDG_DATA_HOME", before.c_str(), 1); }
 
     const std::string before = std::getenv("XDG_DATA_HOME");
     const ScratchFolder scratch;
     const Path local = scratch.path / "local", target = scratch.path / "target";
 };
 
-TEST_F(DataFolder, refusesLinksAtItsTwoLevels) {
+TEST_F(DataFolder, followsLinksAboveItsTwoLevelsOnly) {
     const Path base = local / "Quorvel Desk Clip";
-    std::filesystem::create_directory(target);
     std::filesystem::create_directory_symlink(target, base);
     EXPECT_EQ(failureOf(prepareDataFolder), refusedLink);
     std::filesystem::remove(base);
     std::filesystem::create_directory(base);
     std::filesystem::create_directory_symlink(target, base / "Recordings");
     EXPECT_EQ(failureOf(prepareDataFolder), refusedLink);
-}
-
-TEST_F(DataFolder, followsLinksAboveIt) {
-    std::filesystem::remove(local);
-    std::filesystem::create_directory(target);
+    std::filesystem::remove_all(local);
     std::filesystem::create_directory_symlink(target, local);
     EXPECT_EQ(prepareDataFolder(), std::filesystem::canonical(target) / "Quorvel Desk Clip");
 }
@@ -52,10 +44,10 @@ TEST_F(DataFolder, followsLinksAboveIt) {
 // Neither a clip that is a pipe nor a name that the program's texts cannot hold: the folder that
 // they would name instead is another one.
 TEST_F(DataFolder, refusesWhatItCannotUse) {
-    mkfifo(target.c_str(), 0600);
-    EXPECT_EQ(failureOf([&] { resolvePhysicalPath(target, true); }),
+    const Path pipe = scratch.path / "pipe", named = scratch.path / "caf\xE9";
+    mkfifo(pipe.c_str(), 0600);
+    EXPECT_EQ(failureOf([&] { resolvePhysicalPath(pipe, true); }),
               "Cannot open completed clip/data folder");
-    const Path named = scratch.path / "caf\xE9";
     setenv("XDG_DATA_HOME", named.c_str(), 1);
     EXPECT_EQ(failureOf(prepareDataFolder), "LocalAppData (0x80070459)");
     setenv("XDG_DATA_HOME", local.c_str(), 1);
@@ -63,7 +55,9 @@ TEST_F(DataFolder, refusesWhatItCannotUse) {
     std::filesystem::create_directory(named);
     std::filesystem::create_directory_symlink(named, local);
     EXPECT_EQ(failureOf(prepareDataFolder), "Cannot resolve physical clip path");
-    EXPECT_EQ(namesIn(scratch.path), (std::vector<std::string>{"caf\xE9", "local", "target"}));
+    std::filesystem::remove(local);
+    writeFile(local, "in the way");
+    EXPECT_NE(failureOf(prepareDataFolder).find("cannot create directories"), std::string::npos);
 }
 
 TEST_F(DataFolder, saysWhatFailed) {
@@ -71,28 +65,24 @@ TEST_F(DataFolder, saysWhatFailed) {
         const char* operation;
         int nth;
         DWORD code;
-        const char* words;
+        std::string words;
     } rows[] = {
         {"SHGetKnownFolderPath", 1, 0x80070002, "LocalAppData (0x80070002)"},
-        {"GetFileAttributesW", 1, 5, refusedLink.c_str()},
-        {"GetFileAttributesW", 2, 5, refusedLink.c_str()},
+        {"GetFileAttributesW", 1, 5, refusedLink},
+        {"GetFileAttributesW", 2, 5, refusedLink},
         {"CreateFileW", 1, 32, "Cannot open completed clip/data folder"},
         {"GetFileInformationByHandle", 1, 5, "Completed clip is empty or not a file"},
         {"GetFinalPathNameByHandleW", 1, 5, "Cannot resolve physical clip path"},
         {"GetFinalPathNameByHandleW", 2, 5, "Cannot resolve physical clip path"},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.operation);
-        desktop::planFault({desktop::Fault::Fail, row.operation, row.nth, row.code, false});
-        EXPECT_EQ(failureOf(prepareDataFolder), row.words);
-        EXPECT_TRUE(desktop::faultStruck());
+    for (const auto& [operation, nth, code, words] : rows) {
+        std::string told;
+        EXPECT_EQ(failing({desktop::Fault::Fail, operation, nth, code},
+                          [&] { told = failureOf(prepareDataFolder); }),
+                  operation);
+        EXPECT_EQ(told, words);
         EXPECT_TRUE(desktop::openObjects().empty());
-        desktop::clearFaults();
-        EXPECT_EQ(failureOf(prepareDataFolder), "");
     }
-    std::filesystem::remove_all(local);
-    writeFile(local, "in the way");
-    EXPECT_NE(failureOf(prepareDataFolder).find("cannot create directories"), std::string::npos);
 }
 
 }  // namespace

@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include "common/handle.h"
 #include "tests/scratch.h"
 
 namespace {
@@ -26,34 +25,28 @@ TEST(DataFolder, takesOnlyKnownPrefixesOffPaths) {
         EXPECT_EQ(Path(stripFinalPathPrefix(row.given)).native(), Path(row.expected).native());
 }
 
-TEST(DataFolder, isMadeOnceAndFoundAgain) {
-    const Path made = prepareDataFolder();
-    EXPECT_EQ(made.filename(), Path("Quorvel Desk Clip"));
-    EXPECT_TRUE(std::filesystem::is_directory(made / "Recordings"));
-    EXPECT_EQ(prepareDataFolder(), made);
-}
-
 TEST(DataFolder, resolvesOnlyWhatItIsAskedFor) {
     const ScratchFolder folder;
-    writeFile(folder.path / "clip.mp4", "x");
-    writeFile(folder.path / "empty.mp4", "");
+    const Path clip = folder.path / "clip.mp4", empty = folder.path / "empty.mp4";
+    writeFile(clip, "x");
+    writeFile(empty, "");
     const auto words = [&](const Path& path, bool requireNonEmptyFile) {
         return failureOf([&] { resolvePhysicalPath(path, requireNonEmptyFile); });
     };
-    EXPECT_EQ(resolvePhysicalPath(folder.path / "clip.mp4", true).filename(), Path("clip.mp4"));
+    EXPECT_EQ(resolvePhysicalPath(clip, true).filename(), Path("clip.mp4"));
     EXPECT_EQ(words(folder.path, false), "");
-    EXPECT_EQ(words(folder.path / "empty.mp4", false), "");
-    EXPECT_EQ(words(folder.path / "empty.mp4", true), "Completed clip is empty or not a file");
+    EXPECT_EQ(words(empty, false), "");
+    EXPECT_EQ(words(empty, true), "Completed clip is empty or not a file");
     EXPECT_EQ(words(folder.path / "missing", false), "Cannot open completed clip/data folder");
     // Without the flag that only folders need, a folder does not even open here.
     EXPECT_NE(words(folder.path, true), "");
 
     const Handle writing =
-        ownHandle(CreateFileW((folder.path / "clip.mp4").string<WCHAR>().c_str(),
-                              GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                              nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+        ownHandle(CreateFileW(clip.string<WCHAR>().c_str(), GENERIC_READ | GENERIC_WRITE,
+                              FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
+                              FILE_ATTRIBUTE_NORMAL, nullptr));
     ASSERT_TRUE(writing);
-    EXPECT_EQ(words(folder.path / "clip.mp4", true), "Cannot open completed clip/data folder");
+    EXPECT_EQ(words(clip, true), "Cannot open completed clip/data folder");
 }
 
 }  // namespace
