@@ -1,63 +1,142 @@
-// Exchanging the shortcut, and how it reads.
+// The shortcut: what config.ini says of it, how it is saved and exchanged, and how it reads.
 
 #include "settings/shortcut.h"
 
 #include <gtest/gtest.h>
 
+#include "settings/config_file.h"
+#include "settings/config_save.h"
 #include "tests/scratch.h"
 #include "tests/tray_window.h"
 
 namespace {
 
 struct Shortcut : testing::Test {
-    Shortcut() { writeFile(file, "[hotkey]\r\nmodifiers=6\r\nkey=55\r\n"); }
-
+    std::string load(HWND owner) {
+        return failureOf([&] { loadShortcut(owner, file, spec); });
+    }
     std::string apply(std::uint32_t modifiers, std::uint32_t key) {
         return failureOf([&] { applyShortcut(window.handle, file, spec, modifiers, key); });
+    }
+    std::string save() {
+        return failureOf([&] { saveConfig(file, 9, 119); });
     }
     // Whether nobody has the combination.
     bool isFree(UINT modifiers, UINT key) {
         const TrayWindow other;
         return RegisterHotKey(other.handle, 1, modifiers | MOD_NOREPEAT, key) != 0;
     }
+    // Number, modifiers and key of what is registered.
+    std::vector<std::uint32_t> registered() {
+        if (!spec.registered || isFree(spec.modifiers, spec.key)) return {};
+        return {static_cast<std::uint32_t>(spec.id), spec.modifiers, spec.key};
+    }
 
-    ScratchFolder folder;
-    TrayWindow window;
-    Path file = folder.path / "config.ini";
+    const ScratchFolder folder;
+    const Path file = folder.path / "config.ini";
+    const TrayWindow window;
     ShortcutSpec spec;
 };
 
-TEST_F(Shortcut, isExchangedUnderTheOtherNumber) {
-    EXPECT_EQ(apply(6, 55), "");  // As after a refused registration at the start.
-    EXPECT_TRUE(spec.registered && spec.id == 2 && !isFree(6, 55));
-    for (int round = 0; round < 2; ++round) {  // The second time it is only saved.
-        EXPECT_EQ(apply(9, 119), "");
-        EXPECT_TRUE(spec.registered && spec.id == 1 && spec.modifiers == 9 && spec.key == 119);
-        EXPECT_TRUE(isFree(6, 55) && !isFree(9, 119));
-        EXPECT_EQ(readFile(file), "[hotkey]\r\nmodifiers=9\r\nkey=119\r\n");
-        writeFile(file, "[hotkey]\r\nmodifiers=1\r\nkey=65\r\n");
+using Spec = std::vector<std::uint32_t>;
+
+TEST_F(Shortcut, isReadAsConfigSays) {
+    EXPECT_EQ(failureOf([&] { ensureConfigFile(folder.path / "missing" / "config.ini"); }),
+              "Cannot create config");
+    ensureConfigFile(file);
+    spec = {1, 65};
+    EXPECT_EQ(load(window.handle), "");
+    EXPECT_EQ(registered(), (Spec{1, 6, 55}));
+    const TrayWindow other;
+    RegisterHotKey(other.handle, 1, 5 | MOD_NOREPEAT, 70);
+    const struct {
+        const char* text;
+        Spec expected;  // modifiers and key; none: invalid
+    } rows[] = {
+        {"", {6, 55}},
+        {"[other]\nkey=70\n", {6, 55}},
+        {"[hotkey]\nkey=65", {6, 65}},
+        {"[hotkey]\nmodifiers=15\nkey=96\n", {15, 96}},
+        {"[hotkey]\nmodifiers=1\nkey=123\n", {1, 123}},
+        {"[hotkey]\nmodifiers=0\n", {}},
+        {"[hotkey]\nmodifiers=16\n", {}},
+        {"[hotkey]\nmodifiers=Ctrl\n", {}},
+        {"[hotkey]\nkey=124\n", {}},
+        {"[hotkey]\nmodifiers=5\nkey=70\n", {5, 70}},  // taken, yet shown
+    };
+    UnregisterHotKey(window.handle, 1);
+    for (const auto& [text, expected] : rows) {
+        SCOPED_TRACE(text);
+        const TrayWindow fresh;
+        writeFile(file, text);
+        ensureConfigFile(file);
+        EXPECT_EQ(readFile(file), text);
+        spec = {};
+        const bool isTaken = expected == Spec{5, 70};
+        EXPECT_EQ(load(fresh.handle),
+                  expected.empty() ? "Invalid config shortcut. Use tray Settings to choose one."
+                  : isTaken ? "Shortcut unavailable. Use tray Settings to choose another; tray "
+                              "Record also works."
+                            : "");
+        EXPECT_EQ(spec.registered, !expected.empty() && !isTaken);
+        EXPECT_EQ((Spec{spec.modifiers, spec.key}), expected.empty() ? Spec({6, 55}) : expected);
     }
 }
 
-TEST_F(Shortcut, staysWhenTheNewOneIsRefused) {
-    apply(9, 119);
+TEST_F(Shortcut, isSavedWithoutAChangeOfTheRest) {
+    const std::string saved = "[hotkey]\r\nmodifiers=9\r\nkey=119\r\n";
+    const std::pair<std::string, std::string> rows[] = {
+        {"; mine\r\n[hotkey]\r\nmodifiers=16\r\nkey=5\r\n[other]\r\nkey=1\r\n",
+         "; mine\r\n" + saved + "[other]\r\nkey=1\r\n"},
+        {saved, saved},
+        {"[other]\r\n", "[other]\r\n" + saved},
+        {"", saved},
+    };
+    for (const auto& [before, after] : rows) {
+        writeFile(file, before);
+        {
+            const Handle reader = play(file);
+            EXPECT_EQ(save(),
+                      "Cannot save config.ini. Previous shortcut kept. Check file/folder "
+                      "permissions and free disk space, close programs locking the file, then "
+                      "retry Save.");
+        }
+        EXPECT_EQ(readFile(file), before);
+        EXPECT_EQ(save(), "");
+        EXPECT_EQ(readFile(file), after);
+        EXPECT_EQ(namesIn(folder.path), std::vector<std::string>{"config.ini"});
+    }
+}
+
+TEST_F(Shortcut, isExchangedUnderTheOtherNumberOrKept) {
+    writeFile(file, "[hotkey]\r\n");
+    EXPECT_EQ(apply(6, 55), "");  // As after a refused registration at the start.
+    EXPECT_EQ(registered(), (Spec{2, 6, 55}));
+    for (int round = 0; round < 2; ++round) {  // The second time it is only saved.
+        writeFile(file, "[hotkey]\r\n");
+        EXPECT_EQ(apply(9, 119), "");
+        EXPECT_EQ(registered(), (Spec{1, 9, 119}));
+        EXPECT_TRUE(isFree(6, 55));
+        EXPECT_EQ(readFile(file), "[hotkey]\r\nmodifiers=9\r\nkey=119\r\n");
+    }
     const TrayWindow other;
-    ASSERT_TRUE(RegisterHotKey(other.handle, 1, 3 | MOD_NOREPEAT, 66));
+    RegisterHotKey(other.handle, 1, 5 | MOD_NOREPEAT, 70);
     const std::string disallowed =
         "Use Ctrl, Alt, Shift or Win with a letter, digit, numpad key or F1-F12.";
     for (const UINT key : {8, 13, 27, 32, 37, 47, 58, 64, 91, 95, 124, 186, 255})
         EXPECT_EQ(apply(6, key), disallowed) << key;
     EXPECT_EQ(apply(0, 65), disallowed);
     EXPECT_EQ(apply(16, 65), disallowed);
-    EXPECT_EQ(apply(3, 66), "Shortcut unavailable or reserved by Windows. Previous shortcut kept.");
+    EXPECT_EQ(apply(5, 70), "Shortcut unavailable or reserved by Windows. Previous shortcut kept.");
     std::filesystem::remove(file);
     EXPECT_EQ(apply(6, 65),
               "Cannot prepare config.ini. Previous shortcut kept. Check file permissions.");
-    EXPECT_TRUE(spec.registered && spec.id == 2 && spec.modifiers == 9 && spec.key == 119);
-    EXPECT_TRUE(!isFree(9, 119) && isFree(6, 65));
+    EXPECT_EQ(registered(), (Spec{1, 9, 119}));
+    EXPECT_TRUE(isFree(6, 65));
+    for (const UINT key : {48, 57, 65, 90, 96, 111, 112, 123}) EXPECT_TRUE(isAllowedKey(key));
 }
 
-TEST_F(Shortcut, readsAsAPersonReadsIt) {
+TEST_F(Shortcut, readsAsTheUserReadsIt) {
     const struct {
         std::uint32_t modifiers, key;
         const char* text;
