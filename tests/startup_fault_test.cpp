@@ -1,6 +1,8 @@
 // The start-with-Windows entry as an autostart entry of the desktop; a registry that refuses, or
 // that another program changes at the worst moment.
 
+#include "settings/startup.h"
+
 #include <gtest/gtest.h>
 
 #include <sys/stat.h>
@@ -8,19 +10,20 @@
 #include <functional>
 #include <thread>
 
-#include "platform/control.h"
 #include "platform/desktop/user_folders.h"
-#include "settings/startup.h"
-#include "tests/full_disk.h"
-#include "tests/scratch.h"
+#include "tests/sweep.h"
 
 namespace {
 
 constexpr WCHAR runKey[] = TEXT("Software\\Microsoft\\Windows\\CurrentVersion\\Run");
 const WideText exe = TEXT("/opt/clip");
+const std::string head = "[Desktop Entry]\nType=Application\n";
+const std::string owned = head + "Exec=\"/opt/clip\"\n";
+const std::string another = "Another startup entry uses this name. It was not overwritten.";
 const std::string cannotUpdate = "Cannot update Windows startup registration.";
 const std::string refused = "Windows refused the startup change.";
 const std::string changed = "Startup value changed or cannot be read; try again.";
+const std::string unconfirmed = "Startup changed during Save; its state could not be confirmed.";
 
 struct Startup : testing::Test {
     Startup() {
@@ -28,42 +31,22 @@ struct Startup : testing::Test {
                         nullptr, &key, nullptr);
     }
     ~Startup() override {
-        desktop::clearFaults();
         std::filesystem::remove_all(entry);
         RegCloseKey(key);
     }
-    void store(const std::string& program) {
-        writeFile(entry, "[Desktop Entry]\nType=Application\nExec=\"" + program + "\"\n");
-    }
-    void storeOwnOrNone(bool isOwned) {
+    void store(const std::string& text) {
         std::filesystem::remove(entry);
-        if (isOwned) store("/opt/clip");
+        if (!text.empty()) writeFile(entry, text);
     }
     std::string save(bool enable) {
         return failureOf([&] { saveStartup(exe, enable); });
-    }
-    // Saves, and lets another program change the value right before the n-th call.
-    std::string saveMeeting(const char* operation, int nth, bool enable,
-                            const std::function<void()>& change) {
-        desktop::planFault({desktop::Fault::Stall, operation, nth, 0, false});
-        std::string words;
-        std::thread saving([&] { words = save(enable); });
-        EXPECT_TRUE(desktop::waitUntil(desktop::faultStruck));
-        change();
-        desktop::clearFaults();
-        saving.join();
-        return words;
     }
 
     HKEY key = nullptr;
     const Path entry = desktop::configFolder() / "autostart" / "QuorvelDeskClip.desktop";
 };
 
-const std::string another = "Another startup entry uses this name. It was not overwritten.";
-
 TEST_F(Startup, isWhatTheDesktopWouldStart) {
-    const std::string head = "[Desktop Entry]\nType=Application\n",
-                      owned = head + "Exec=\"/opt/clip\"\n";
     const std::pair<std::string, StartupState> rows[] = {
         {owned, StartupOwned},
         {"# made by hand\n" + head + "Exec = \"/opt/clip\" \nHidden=false\nName=x", StartupOwned},
@@ -76,11 +59,11 @@ TEST_F(Startup, isWhatTheDesktopWouldStart) {
         {head + "Exec=\"/opt/Clip\"\n", StartupForeign},
         {head + "Exec=\"\n", StartupForeign},
         {head + "[Other]\nExec=\"/opt/clip\"\n", StartupForeign},
-        {"", StartupForeign},
+        {"\n", StartupForeign},
     };
     for (const auto& [text, state] : rows) {
         SCOPED_TRACE(text);
-        writeFile(entry, text);
+        store(text);
         const bool isForeign = state == StartupForeign;
         const StartupView view = readStartup(exe);
         EXPECT_EQ(view.enabled, !isForeign);
@@ -91,25 +74,21 @@ TEST_F(Startup, isWhatTheDesktopWouldStart) {
         EXPECT_EQ(std::filesystem::exists(entry), isForeign);
         EXPECT_EQ(readFile(entry), isForeign ? text : "");
     }
-}
-
-TEST_F(Startup, leavesAloneWhatIsNoFile) {
     const ScratchFolder folder;
-    store("/opt/clip");
-    std::filesystem::rename(entry, folder.path / "mine");
-    const std::function<void()> rows[] = {
+    writeFile(folder.path / "mine", owned);
+    const std::function<void()> noFiles[] = {
         [&] { std::filesystem::create_symlink(folder.path / "mine", entry); },
         [&] { std::filesystem::create_symlink(folder.path / "nothing", entry); },
         [&] { std::filesystem::create_directory(entry); },
         [&] { mkfifo(entry.c_str(), 0600); },
     };
-    for (const auto& make : rows) {
+    for (const auto& make : noFiles) {
+        std::filesystem::remove(entry);
         make();
         const auto before = std::filesystem::symlink_status(entry).type();
         EXPECT_EQ(save(true), another);
         EXPECT_EQ(save(false), "");
         EXPECT_EQ(std::filesystem::symlink_status(entry).type(), before);
-        std::filesystem::remove(entry);
     }
 }
 
@@ -130,103 +109,93 @@ TEST_F(Startup, quotesWhatAnExecLineCannotHold) {
     }
 }
 
-TEST_F(Startup, tellsOfAnEntryThatCannotBeWritten) {
-    {
-        const FullDisk disk;
-        EXPECT_EQ(save(true), refused);
-    }
-    // Nothing is left in the folder, or it would stay.
-    EXPECT_TRUE(std::filesystem::remove(entry.parent_path()));
-    writeFile(entry.parent_path(), "in the way");
-    EXPECT_EQ(save(true), cannotUpdate);
-    std::filesystem::remove(entry.parent_path());
-    EXPECT_EQ(save(true), "");
-}
-
 TEST_F(Startup, saysWhatFailed) {
     const struct {
         const char* operation;
         int nth;
         DWORD code;
-        bool isOwned, enable;
+        std::string before;
+        bool enable;
         std::string words;
     } rows[] = {
-        {"RegOpenKeyExW", 1, 5, true, false, cannotUpdate},
-        {"RegQueryValueExW", 2, 234, true, false, changed},
-        {"RegQueryValueExW", 2, 2, true, false, changed},
-        {"RegQueryValueExW", 2, 5, false, true, "Cannot read Windows startup value."},
+        {"RegOpenKeyExW", 1, 5, owned, false, cannotUpdate},
+        {"RegOpenKeyExW", 1, ERROR_FILE_NOT_FOUND, "", false, ""},
+        {"RegQueryValueExW", 2, 234, owned, false, changed},
+        {"RegQueryValueExW", 2, 2, owned, false, changed},
+        {"RegQueryValueExW", 2, 5, "", true, "Cannot read Windows startup value."},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.words);
-        storeOwnOrNone(row.isOwned);
-        const auto held = desktop::openObjects();
-        desktop::planFault({desktop::Fault::Fail, row.operation, row.nth, row.code, false});
-        EXPECT_EQ(save(row.enable), row.words);
-        EXPECT_TRUE(desktop::faultStruck());
-        desktop::clearFaults();
+    const auto held = desktop::openObjects();
+    for (const auto& [operation, nth, code, before, enable, words] : rows) {
+        SCOPED_TRACE(words);
+        store(before);
+        std::string told;
+        EXPECT_EQ(failing({desktop::Fault::Fail, operation, nth, code},
+                          [&, enable = enable] { told = save(enable); }),
+                  operation);
+        EXPECT_EQ(told, words);
         EXPECT_EQ(desktop::openObjects(), held);
-        EXPECT_EQ(save(row.enable), "");
     }
+    StartupView view;
+    failing({desktop::Fault::Fail, "RegOpenKeyExW", 1, 5}, [&] { view = readStartup(exe); });
+    EXPECT_TRUE(!view.checked && !view.enabled);
+    EXPECT_EQ(Path(view.hint).string(), "Cannot read Windows startup registration.");
+    failing({desktop::Fault::Fail, "RegOpenKeyExW", 1, ERROR_FILE_NOT_FOUND},
+            [&] { view = readStartup(exe); });
+    EXPECT_TRUE(!view.checked && view.enabled);
 }
 
 TEST_F(Startup, makesTheKeyOnlyToWrite) {
-    const auto withoutKey = [&](bool enable, DWORD creation) {
-        desktop::clearFaults();
-        desktop::planFault({desktop::Fault::Fail, "RegOpenKeyExW", 1, ERROR_FILE_NOT_FOUND, false});
-        if (creation)
-            desktop::planFault({desktop::Fault::Fail, "RegCreateKeyExW", 1, creation, false});
-        return save(enable);
-    };
-    EXPECT_EQ(withoutKey(false, 5), "");  // The creation that would fail is not tried.
-    EXPECT_EQ(withoutKey(true, 5), cannotUpdate);
-    EXPECT_EQ(queryStartup(key, exe), StartupAbsent);
-    EXPECT_EQ(withoutKey(true, 0), "");
+    const Path folder = entry.parent_path();
+    std::filesystem::remove(entry);
+    {
+        const FullDisk disk;
+        EXPECT_EQ(save(true), refused);
+    }
+    EXPECT_TRUE(std::filesystem::remove(folder));  // Nothing is left in it, or it would stay.
+    EXPECT_EQ(save(false), "");
+    EXPECT_FALSE(readStartup(exe).checked);
+    EXPECT_FALSE(std::filesystem::exists(folder));
+    writeFile(folder, "in the way");
+    EXPECT_EQ(save(true), cannotUpdate);
+    std::filesystem::remove(folder);
+    EXPECT_EQ(save(true), "");
     EXPECT_EQ(queryStartup(key, exe), StartupOwned);
 }
 
-TEST_F(Startup, showsWhyItCannotBeRead) {
-    desktop::planFault({desktop::Fault::Fail, "RegOpenKeyExW", 1, 5, false});
-    const StartupView view = readStartup(exe);
-    EXPECT_TRUE(!view.checked && !view.enabled);
-    EXPECT_TRUE(view.hint == TEXT("Cannot read Windows startup registration."));
-    desktop::clearFaults();
-    desktop::planFault({desktop::Fault::Fail, "RegOpenKeyExW", 1, ERROR_FILE_NOT_FOUND, false});
-    EXPECT_TRUE(readStartup(exe).enabled);
-}
-
 TEST_F(Startup, meetsAnotherProgramAtTheWorstMoment) {
-    const auto vanish = [&] { std::filesystem::remove(entry); };
-    const auto appear = [&] { store("x"); };
-    const auto grow = [&] { store("/opt/clip --settings"); };
-    const auto shrink = [&] { store("/opt/cli"); };
-    const auto changeType = [&] { writeFile(entry, "no entry at all"); };
-    const std::string unconfirmed =
-        "Startup changed during Save; its state could not be confirmed.";
+    const std::string gone, foreign = head + "Exec=\"x\"\n", shorter = head + "Exec=\"/opt/cli\"\n",
+                            longer = head + "Exec=\"/opt/clip --settings\"\n";
     const struct {
-        const char* operation;
+        const char* operation;  // Right before its n-th call the entry becomes another one.
         int nth;
-        bool isOwned, enable;
-        std::function<void()> change;
-        std::string words;
+        bool enable;  // what is not so yet
+        std::string entry, words;
         StartupState left;
     } rows[] = {
         // Between the two reads: nothing may be deleted that is somebody else's by now.
-        {"RegQueryValueExW", 2, true, false, vanish, changed, StartupAbsent},
-        {"RegQueryValueExW", 2, true, false, grow, changed, StartupForeign},
-        {"RegQueryValueExW", 2, true, false, changeType, "", StartupForeign},
-        {"RegQueryValueExW", 2, true, false, shrink, "", StartupForeign},
+        {"RegQueryValueExW", 2, false, gone, changed, StartupAbsent},
+        {"RegQueryValueExW", 2, false, longer, changed, StartupForeign},
+        {"RegQueryValueExW", 2, false, "no entry at all", "", StartupForeign},
+        {"RegQueryValueExW", 2, false, shorter, "", StartupForeign},
         // Right before the change, where the last one to write wins.
-        {"RegDeleteValueW", 1, true, false, vanish, refused, StartupAbsent},
-        {"RegSetValueExW", 1, false, true, appear, "", StartupOwned},
+        {"RegDeleteValueW", 1, false, gone, refused, StartupAbsent},
+        {"RegSetValueExW", 1, true, foreign, "", StartupOwned},
         // Between the change and the look after it.
-        {"RegQueryValueExW", 2, false, true, vanish, unconfirmed, StartupAbsent},
-        {"RegQueryValueExW", 2, false, true, appear, unconfirmed, StartupForeign},
-        {"RegQueryValueExW", 3, true, false, appear, unconfirmed, StartupForeign},
+        {"RegQueryValueExW", 2, true, gone, unconfirmed, StartupAbsent},
+        {"RegQueryValueExW", 2, true, foreign, unconfirmed, StartupForeign},
+        {"RegQueryValueExW", 3, false, foreign, unconfirmed, StartupForeign},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(&row - rows);
-        storeOwnOrNone(row.isOwned);
-        EXPECT_EQ(saveMeeting(row.operation, row.nth, row.enable, row.change), row.words);
+        store(row.enable ? "" : owned);
+        desktop::planFault({desktop::Fault::Stall, row.operation, row.nth});
+        std::string words;
+        std::thread saving([&] { words = save(row.enable); });
+        EXPECT_TRUE(desktop::waitUntil(desktop::faultStruck));
+        store(row.entry);
+        desktop::clearFaults();
+        saving.join();
+        EXPECT_EQ(words, row.words);
         EXPECT_EQ(queryStartup(key, exe), row.left);
     }
 }

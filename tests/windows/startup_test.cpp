@@ -108,24 +108,6 @@ TEST_F(Startup, readsAndWritesOnlyWhatItMust) {
     }
 }
 
-TEST_F(Startup, movesBetweenAbsentAndOwned) {
-    for (const bool enable : {false, true, true, false, false}) {
-        EXPECT_EQ(save(exe, enable), "");
-        EXPECT_EQ(queryStartup(key, exe), enable ? StartupOwned : StartupAbsent);
-        const StartupView view = readStartup(exe);
-        EXPECT_TRUE(view.enabled && view.checked == enable);
-        EXPECT_TRUE(view.hint ==
-                    TEXT("If enabled, keep this portable EXE in its current location."));
-    }
-}
-
-TEST_F(Startup, offersNoChangeOfAForeignEntry) {
-    store(TEXT("another.exe"));
-    const StartupView view = readStartup(exe);
-    EXPECT_TRUE(!view.enabled && !view.checked);
-    EXPECT_TRUE(view.hint.starts_with(TEXT("Startup points elsewhere (possibly an older copy).")));
-}
-
 TEST_F(Startup, refusesAPathThatCouldNotStart) {
     EXPECT_EQ(save(WideText(259, 'x'), true), "The executable path exceeds the Windows Run command "
                                               "limit. Move it to a shorter path first.");
