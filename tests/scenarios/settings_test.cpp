@@ -166,7 +166,8 @@ TEST(Settings, saveSaysWhatWasSaved) {
         saveStartup(foreign, true);  // Another copy of the program is faster.
         clickControl(Save);
         expectBox(saved);
-        EXPECT_FALSE(control(StartEntry).checked || control(StartEntry).enabled);
+        await("the true state", [] { return !control(StartEntry).enabled; });
+        EXPECT_FALSE(control(StartEntry).checked);
         EXPECT_EQ(control(Hint).text,
                   "Startup points elsewhere (possibly an older copy). Disable it from that copy "
                   "before moving. No entry was changed.");
