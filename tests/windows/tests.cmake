@@ -18,7 +18,7 @@ add_library(gtest STATIC ${googletest}/src/gtest-all.cc)
 target_include_directories(gtest SYSTEM PUBLIC ${googletest}/include PRIVATE ${googletest})
 target_compile_options(gtest PRIVATE -w)
 
-file(GLOB sources CONFIGURE_DEPENDS *.cpp windows/*.cpp)
+file(GLOB sources CONFIGURE_DEPENDS *.cpp windows/*.cpp scenarios/user.cpp)
 set(shared)
 set(tests)
 foreach(source IN LISTS sources)
@@ -36,21 +36,28 @@ endforeach()
 add_library(shared_by_windows_tests STATIC ${shared})
 target_link_libraries(shared_by_windows_tests PUBLIC gtest clip_program ntdll)
 target_compile_definitions(shared_by_windows_tests PUBLIC PROGRAM_FILE="$<TARGET_FILE:QuorvelDeskClip>"
-                           PICTURE_FOLDER="${PROJECT_BINARY_DIR}/pictures")
+                           POINTER_FILE="${PROJECT_BINARY_DIR}/wine/pointer")
 
-# Stands in for four libraries of the system, under whose names the test puts it into System32.
+# Stands in for four libraries of the system, under whose names the user puts it into System32.
 file(GLOB stand_in_sources CONFIGURE_DEPENDS windows/standin/*.cpp)
 add_library(stand_in SHARED ${stand_in_sources})
 target_link_libraries(stand_in PRIVATE gdi32)
 target_compile_definitions(shared_by_windows_tests PUBLIC STAND_IN_LIBRARY="$<TARGET_FILE:stand_in>")
 add_dependencies(shared_by_windows_tests stand_in)
 
-foreach(source IN LISTS tests)
-    cmake_path(GET source STEM name)
-    add_executable(${name} ${source})
+# What follows the name are its sources. All share one desktop, one registry and one clipboard.
+function(add_windows_test name)
+    add_executable(${name} ${ARGN})
     target_link_libraries(${name} PRIVATE shared_by_windows_tests)
     add_dependencies(${name} QuorvelDeskClip)
-    # They share one desktop, one registry and one clipboard.
-    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120 TEST_PREFIX "${prefix}"
                          PROPERTIES TIMEOUT 300 RESOURCE_LOCK wine)
+endfunction()
+
+foreach(source IN LISTS tests)
+    cmake_path(GET source STEM name)
+    add_windows_test(${name} ${source})
 endforeach()
+file(GLOB scenarios CONFIGURE_DEPENDS scenarios/*_test.cpp)
+set(prefix wine.)
+add_windows_test(scenarios ${scenarios})

@@ -22,15 +22,25 @@ start_display() {
     exec 9>&- </dev/null >/dev/null 2>&1
     rm -f "$folder/ready"
     mkfifo "$folder/ready"
-    Xvfb -displayfd 3 -screen 0 1280x1024x24 -nolisten tcp 3>"$folder/ready" &
+    Xvfb -displayfd 3 -screen 0 1280x1024x24 -nolisten tcp -noreset 3>"$folder/ready" &
     local pid=$! number
     read -r number <"$folder/ready"
     export DISPLAY=":$number"
-    "$server" -p30
-    # The services are started here, because they keep the output of the program that starts them. The virtual
-    # desktop has a notification area, which a bare display lacks.
+    # The tests send their keys from within. A window that takes the display's focus would release the modifiers that
+    # the display knows and does not see held; so it knows none.
+    for key in 37 50 62 64 105 108 133 134 204 205 206 207; do echo "keycode $key ="; done | xmodmap -
+    # The virtual desktop has a notification area, which a bare display lacks; its color is the scenarios' ground.
     "$wine" reg add 'HKCU\Software\Wine\Explorer' /v Desktop /d Test /f
     "$wine" reg add 'HKCU\Software\Wine\Explorer\Desktops' /v Test /d 1280x1024 /f
+    "$wine" reg add 'HKCU\Control Panel\Colors' /v Background /d '48 96 160' /f
+    # A prefix that has just been made still runs the shell of the bare display.
+    "$server" -k
+    "$server" -p30
+    # The services are started here, because they keep the output of the program that starts them.
+    "$wine" wineboot
+    # The tests' pointer: what they append is done in order.
+    : >"$folder/pointer"
+    tail --pid="$pid" -n 0 -f "$folder/pointer" | xdotool - &
     watch_display "$pid" &
     echo "$DISPLAY" >"$folder/display"
 }
