@@ -6,34 +6,14 @@
 #include <regex>
 
 #include "store/clip_name.h"
+#include "tests/capture_road.h"
 #include "tests/windows/wine.h"
 
 using namespace user;
 
 namespace {
 
-// Published numbers, so that a wrong one in the headers shows.
-const std::pair<const char*, const char*> published[] = {
-    {"770aae78-f26f-4dba-a829-253c83d1b387", "IDXGIFactory1"},
-    {"00cddea8-939b-4b83-a340-a685226666cc", "IDXGIOutput1"},
-    {"6f15aaf2-d208-4e89-9ab4-489535d34f9c", "ID3D11Texture2D"},
-    {"a634a91c-822b-41b9-a494-4de4643612b0", "MF_READWRITE_ENABLE_HARDWARE_TRANSFORMS"},
-    {"08b845d8-2b74-4afe-9d53-be16d2d5ae4f", "MF_SINK_WRITER_DISABLE_THROTTLING"},
-    {"150ff23f-4abc-478b-ac4f-e1916fba1cca", "MF_TRANSCODE_CONTAINERTYPE"},
-    {"dc6cd05d-b9d0-40ef-bd35-fa622c1ab28a", "MFTranscodeContainerType_MPEG4"},
-    {"48eba18e-f8c9-4687-bf11-0a74c9f96a8f", "MF_MT_MAJOR_TYPE"},
-    {"f7e34c9a-42e8-4714-b74b-cb29d72c35e5", "MF_MT_SUBTYPE"},
-    {"20332624-fb0d-4d9e-bd0d-cbf6786c102e", "MF_MT_AVG_BITRATE"},
-    {"3e23d450-2c75-4d25-a00e-b91670d12327", "MF_MT_YUV_MATRIX"},
-    {"c21b8ee5-b956-4071-8daf-325edf5cab11", "MF_MT_VIDEO_NOMINAL_RANGE"},
-    {"e2724bb8-e676-4806-b4b2-a8d6efb44ccd", "MF_MT_INTERLACE_MODE"},
-    {"1652c33d-d6b2-4012-b834-72030849a37d", "MF_MT_FRAME_SIZE"},
-    {"c459a2e8-3d2c-4e44-b132-fee5156c7bb0", "MF_MT_FRAME_RATE"},
-    {"c6376a1e-8d0a-4027-be45-6d9a0ad39bb6", "MF_MT_PIXEL_ASPECT_RATIO"},
-    {"73646976-0000-0010-8000-00aa00389b71", "MFMediaType_Video"},
-    {"34363248-0000-0010-8000-00aa00389b71", "MFVideoFormat_H264"},
-    {"3231564e-0000-0010-8000-00aa00389b71", "MFVideoFormat_NV12"},
-};
+using road::published;
 
 // Of objects that come more than once the numbers are left out.
 const std::string openingOfDesktop = R"(MFStartup 131184 0
