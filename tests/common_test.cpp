@@ -21,6 +21,7 @@ TEST(Failure, saysTheStepAndTheCode) {
     };
     for (const auto& [code, words] : rows)
         EXPECT_EQ(failureOf([code = code] { check(code, "step"); }), words);
+    EXPECT_EQ(formatHresult("step", 10), "step (0x0000000a)");
     EXPECT_EQ(formatHresult(std::string(200, 'x').c_str(), 0), std::string(159, 'x'));
 }
 

@@ -46,8 +46,14 @@ TEST_F(DataFolder, followsLinksAboveItsTwoLevelsOnly) {
 TEST_F(DataFolder, refusesWhatItCannotUse) {
     const Path pipe = scratch.path / "pipe", named = scratch.path / "caf\xE9";
     mkfifo(pipe.c_str(), 0600);
-    EXPECT_EQ(failureOf([&] { resolvePhysicalPath(pipe, true); }),
-              "Cannot open completed clip/data folder");
+    writeFile(scratch.path / "empty", "");
+    const std::pair<Path, std::string> clips[] = {
+        {pipe, "Cannot open completed clip/data folder"},
+        {target, "Cannot open completed clip/data folder"},
+        {scratch.path / "empty", "Completed clip is empty or not a file"},
+    };
+    for (const auto& [clip, words] : clips)
+        EXPECT_EQ(failureOf([&, clip = clip] { resolvePhysicalPath(clip, true); }), words);
     setenv("XDG_DATA_HOME", named.c_str(), 1);
     EXPECT_EQ(failureOf(prepareDataFolder), "LocalAppData (0x80070459)");
     setenv("XDG_DATA_HOME", local.c_str(), 1);

@@ -259,13 +259,17 @@ TEST(Retention, looksAgainRightBeforeDeleting) {
     }
 }
 
-TEST(Retention, leavesALinkedFolderAndAFullDiskAsTheyAre) {
+TEST(Retention, refusesWithoutAChangeOfTheFolder) {
     const LeftoverFolder folder;
     const ScratchFolder elsewhere;
     const Path link = elsewhere.path / "Recordings";
     std::filesystem::create_directory_symlink(folder.path, link);
     const Disk before = contentsOf(folder.path);
     EXPECT_EQ(registerClip(link, clipName(30)), linkedFolder);
+    EXPECT_EQ(registerClip(folder.path / "gone", clipName(30)), linkedFolder);
+    for (const Path& clip : {elsewhere.path / clipName(30), folder.path / "clip-1.mp4"})
+        EXPECT_EQ(failureOf([&] { registerCompletedClip(folder.path, clip); }),
+                  "Invalid completed recording name");
     EXPECT_EQ(contentsOf(folder.path), before);
     // The list is written in one piece as it is closed; not even its first line fits.
     for (const rlim_t space : {0, 30}) {

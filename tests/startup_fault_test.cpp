@@ -109,41 +109,6 @@ TEST_F(Startup, quotesWhatAnExecLineCannotHold) {
     }
 }
 
-TEST_F(Startup, saysWhatFailed) {
-    const struct {
-        const char* operation;
-        int nth;
-        DWORD code;
-        std::string before;
-        bool enable;
-        std::string words;
-    } rows[] = {
-        {"RegOpenKeyExW", 1, 5, owned, false, cannotUpdate},
-        {"RegOpenKeyExW", 1, ERROR_FILE_NOT_FOUND, "", false, ""},
-        {"RegQueryValueExW", 2, 234, owned, false, changed},
-        {"RegQueryValueExW", 2, 2, owned, false, changed},
-        {"RegQueryValueExW", 2, 5, "", true, "Cannot read Windows startup value."},
-    };
-    const auto held = desktop::openObjects();
-    for (const auto& [operation, nth, code, before, enable, words] : rows) {
-        SCOPED_TRACE(words);
-        store(before);
-        std::string told;
-        EXPECT_EQ(failing({desktop::Fault::Fail, operation, nth, code},
-                          [&, enable = enable] { told = save(enable); }),
-                  operation);
-        EXPECT_EQ(told, words);
-        EXPECT_EQ(desktop::openObjects(), held);
-    }
-    StartupView view;
-    failing({desktop::Fault::Fail, "RegOpenKeyExW", 1, 5}, [&] { view = readStartup(exe); });
-    EXPECT_TRUE(!view.checked && !view.enabled);
-    EXPECT_EQ(Path(view.hint).string(), "Cannot read Windows startup registration.");
-    failing({desktop::Fault::Fail, "RegOpenKeyExW", 1, ERROR_FILE_NOT_FOUND},
-            [&] { view = readStartup(exe); });
-    EXPECT_TRUE(!view.checked && view.enabled);
-}
-
 TEST_F(Startup, makesTheKeyOnlyToWrite) {
     const Path folder = entry.parent_path();
     std::filesystem::remove(entry);
@@ -153,50 +118,65 @@ TEST_F(Startup, makesTheKeyOnlyToWrite) {
     }
     EXPECT_TRUE(std::filesystem::remove(folder));  // Nothing is left in it, or it would stay.
     EXPECT_EQ(save(false), "");
-    EXPECT_FALSE(readStartup(exe).checked);
+    EXPECT_TRUE(readStartup(exe).enabled);
     EXPECT_FALSE(std::filesystem::exists(folder));
     writeFile(folder, "in the way");
     EXPECT_EQ(save(true), cannotUpdate);
     std::filesystem::remove(folder);
     EXPECT_EQ(save(true), "");
-    EXPECT_EQ(queryStartup(key, exe), StartupOwned);
+    StartupView view = readStartup(exe);
+    EXPECT_TRUE(view.checked && view.enabled);
+    failing({desktop::Fault::Fail, "RegOpenKeyExW", 1, 5}, [&] { view = readStartup(exe); });
+    EXPECT_TRUE(!view.checked && !view.enabled);
+    EXPECT_EQ(Path(view.hint).string(), "Cannot read Windows startup registration.");
 }
 
-TEST_F(Startup, meetsAnotherProgramAtTheWorstMoment) {
+TEST_F(Startup, meetsAFailureOrAnotherProgramAtTheWorstMoment) {
     const std::string gone, foreign = head + "Exec=\"x\"\n", shorter = head + "Exec=\"/opt/cli\"\n",
                             longer = head + "Exec=\"/opt/clip --settings\"\n";
     const struct {
-        const char* operation;  // Right before its n-th call the entry becomes another one.
+        const char* operation;  // Right before its n-th call the entry becomes another one,
         int nth;
+        DWORD code;   // or the call fails.
         bool enable;  // what is not so yet
         std::string entry, words;
         StartupState left;
     } rows[] = {
+        {"RegOpenKeyExW", 1, 5, false, "", cannotUpdate, StartupOwned},
+        {"RegQueryValueExW", 2, 234, false, "", changed, StartupOwned},
+        {"RegQueryValueExW", 2, 2, false, "", changed, StartupOwned},
+        {"RegQueryValueExW", 2, 5, true, "", "Cannot read Windows startup value.", StartupOwned},
         // Between the two reads: nothing may be deleted that is somebody else's by now.
-        {"RegQueryValueExW", 2, false, gone, changed, StartupAbsent},
-        {"RegQueryValueExW", 2, false, longer, changed, StartupForeign},
-        {"RegQueryValueExW", 2, false, "no entry at all", "", StartupForeign},
-        {"RegQueryValueExW", 2, false, shorter, "", StartupForeign},
+        {"RegQueryValueExW", 2, 0, false, gone, changed, StartupAbsent},
+        {"RegQueryValueExW", 2, 0, false, longer, changed, StartupForeign},
+        {"RegQueryValueExW", 2, 0, false, "no entry at all", "", StartupForeign},
+        {"RegQueryValueExW", 2, 0, false, shorter, "", StartupForeign},
         // Right before the change, where the last one to write wins.
-        {"RegDeleteValueW", 1, false, gone, refused, StartupAbsent},
-        {"RegSetValueExW", 1, true, foreign, "", StartupOwned},
+        {"RegDeleteValueW", 1, 0, false, gone, refused, StartupAbsent},
+        {"RegSetValueExW", 1, 0, true, foreign, "", StartupOwned},
         // Between the change and the look after it.
-        {"RegQueryValueExW", 2, true, gone, unconfirmed, StartupAbsent},
-        {"RegQueryValueExW", 2, true, foreign, unconfirmed, StartupForeign},
-        {"RegQueryValueExW", 3, false, foreign, unconfirmed, StartupForeign},
+        {"RegQueryValueExW", 2, 0, true, gone, unconfirmed, StartupAbsent},
+        {"RegQueryValueExW", 2, 0, true, foreign, unconfirmed, StartupForeign},
+        {"RegQueryValueExW", 3, 0, false, foreign, unconfirmed, StartupForeign},
     };
+    const auto held = desktop::openObjects();
     for (const auto& row : rows) {
         SCOPED_TRACE(&row - rows);
         store(row.enable ? "" : owned);
-        desktop::planFault({desktop::Fault::Stall, row.operation, row.nth});
+        const auto kind = row.code ? desktop::Fault::Fail : desktop::Fault::Stall;
+        desktop::planFault({kind, row.operation, row.nth, row.code});
         std::string words;
         std::thread saving([&] { words = save(row.enable); });
         EXPECT_TRUE(desktop::waitUntil(desktop::faultStruck));
-        store(row.entry);
-        desktop::clearFaults();
+        if (!row.code) {
+            store(row.entry);
+            desktop::clearFaults();
+        }
         saving.join();
+        desktop::clearFaults();
         EXPECT_EQ(words, row.words);
         EXPECT_EQ(queryStartup(key, exe), row.left);
+        EXPECT_EQ(desktop::openObjects(), held);
     }
 }
 
