@@ -88,15 +88,17 @@ TEST_F(Shortcut, isSavedWithoutAChangeOfTheRest) {
 }
 
 TEST_F(Shortcut, isExchangedUnderTheOtherNumberOrKept) {
-    writeFile(file, "[hotkey]\r\n");
-    EXPECT_EQ(apply(6, 55), "");  // As after a refused registration at the start.
-    EXPECT_EQ(registered(), (Spec{2, 6, 55}));
-    for (int round = 0; round < 2; ++round) {  // The second time it is only saved.
+    // The first as after a refused registration at the start; the last is only saved.
+    for (const Spec& next :
+         {Spec{2, 6, 55}, Spec{1, 9, 55}, Spec{2, 8, 55}, Spec{1, 8, 119}, Spec{1, 8, 119}}) {
+        const ShortcutSpec before = spec;
         writeFile(file, "[hotkey]\r\n");
-        EXPECT_EQ(apply(9, 119), "");
-        EXPECT_EQ(registered(), (Spec{1, 9, 119}));
-        EXPECT_TRUE(isFree(6, 55));
-        EXPECT_EQ(readFile(file), "[hotkey]\r\nmodifiers=9\r\nkey=119\r\n");
+        EXPECT_EQ(apply(next[1], next[2]), "");
+        EXPECT_EQ(registered(), next);
+        EXPECT_TRUE((before.modifiers == next[1] && before.key == next[2]) ||
+                    isFree(before.modifiers, before.key));
+        EXPECT_EQ(readFile(file), "[hotkey]\r\nmodifiers=" + std::to_string(next[1]) +
+                                      "\r\nkey=" + std::to_string(next[2]) + "\r\n");
     }
     const TrayWindow other;
     RegisterHotKey(other.handle, 1, 5 | MOD_NOREPEAT, 70);
@@ -110,7 +112,7 @@ TEST_F(Shortcut, isExchangedUnderTheOtherNumberOrKept) {
     std::filesystem::remove(file);
     EXPECT_EQ(apply(6, 65),
               "Cannot prepare config.ini. Previous shortcut kept. Check file permissions.");
-    EXPECT_EQ(registered(), (Spec{1, 9, 119}));
+    EXPECT_EQ(registered(), (Spec{1, 8, 119}));
     EXPECT_TRUE(isFree(6, 65));
     for (const UINT key : {48, 57, 65, 90, 96, 111, 112, 123}) EXPECT_TRUE(isAllowedKey(key));
 }

@@ -70,8 +70,8 @@ TEST_F(Startup, isWhatTheDesktopWouldStart) {
         EXPECT_EQ(view.checked, state == StartupOwned);
         EXPECT_EQ(save(true), isForeign ? another : "");
         EXPECT_EQ(queryStartup(key, exe), isForeign ? StartupForeign : StartupOwned);
+        EXPECT_TRUE(state == StartupAbsent || readFile(entry) == text);
         EXPECT_EQ(save(false), "");
-        EXPECT_EQ(std::filesystem::exists(entry), isForeign);
         EXPECT_EQ(readFile(entry), isForeign ? text : "");
     }
     const ScratchFolder folder;
@@ -107,6 +107,11 @@ TEST_F(Startup, quotesWhatAnExecLineCannotHold) {
         EXPECT_EQ(failureOf([&] { saveStartup(path, false); }), "");
         EXPECT_FALSE(std::filesystem::exists(entry));
     }
+    for (const std::size_t length : {259, 258})
+        EXPECT_EQ(failureOf([&] { saveStartup(WideText(length, 'x'), true); }),
+                  length == 258 ? ""
+                                : "The executable path exceeds the Windows Run command limit. Move "
+                                  "it to a shorter path first.");
 }
 
 TEST_F(Startup, makesTheKeyOnlyToWrite) {
