@@ -9,7 +9,7 @@
 namespace {
 
 constexpr RECT primary{0, 0, 1920, 1080};
-constexpr RECT leftOfIt{-1920, 0, 0, 1080};
+constexpr RECT leftOfIt{-1920, -40, 0, 1040};
 
 TEST(RegionGeometry, makesEveryDragAnEvenRectangleOnTheMonitor) {
     const struct {
@@ -30,9 +30,11 @@ TEST(RegionGeometry, makesEveryDragAnEvenRectangleOnTheMonitor) {
         const auto [left, top, right, bottom] = normalisedRegion(anchor, pointer, monitor);
         EXPECT_EQ((std::vector<LONG>{left, top, right, bottom}), expected) << what;
     }
-    // A point left of and above the window.
+    // On a sheet whose corner is not the desktop's: a point left of and above it, and the region.
     const auto [x, y] = desktopPoint(static_cast<LPARAM>(0xFFFE'FFFBu), leftOfIt);
-    EXPECT_EQ((std::vector{x, y}), (std::vector<LONG>{-1925, -2}));
+    EXPECT_EQ((std::vector{x, y}), (std::vector<LONG>{-1925, -42}));
+    const auto [left, top, right, bottom] = regionOnSheet({-1719, 10, -1621, 30}, leftOfIt);
+    EXPECT_EQ((std::vector{left, top, right, bottom}), (std::vector<LONG>{201, 50, 299, 70}));
 }
 
 }  // namespace

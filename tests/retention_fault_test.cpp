@@ -76,7 +76,7 @@ struct History {
 };
 
 TEST(RetentionHistory, neverLeavesTheRule) {
-    for (unsigned seed = 1; seed <= 20'000 && !HasFatalFailure(); ++seed) {
+    for (unsigned seed = 1; seed <= 5'000 && !HasFatalFailure(); ++seed) {
         SCOPED_TRACE(testing::Message() << "seed " << seed);
         const ScratchFolder folder(memory);
         makeClips(folder.path, {1, 2, 3, 4, 5, 6, 7, 8});
