@@ -32,7 +32,7 @@ TEST(SettingsDialog, isRestoredAndFlashesIfItCannotBeRaised) {
         press({VK_LMENU, VK_SPACE});
         await("the system menu", menuIsOpen);
         choose(SC_MINIMIZE);
-        await("the dialog minimized", [] { return !settingsAreOpen(); });
+        await("the dialog minimized", [] { return !desktop::openDialog(); });
         clickTray(3);
         await("the dialog restored", [] { return focus() == StartEntry; });
         desktop::startCallLog();

@@ -128,7 +128,17 @@ std::string box() {
     return boxes.empty() ? "" : boxes.back().title + "|" + boxes.back().text;
 }
 
-bool settingsAreOpen() { return desktop::openDialog().has_value(); }
+// The program has finished with the dialog when it updates the tip. Before that it drops the
+// shortcut and opens no menu.
+bool settingsAreOpen() {
+    bool isInUse = desktop::openDialog().has_value();
+    for (const desktop::LoggedCall& call : desktop::callLog()) {
+        if (call.operation == "DialogBoxParamW") isInUse = true;
+        if (call.operation == "Shell_NotifyIconW" && call.arguments.starts_with("1, 7,"))
+            isInUse = false;
+    }
+    return isInUse;
+}
 
 ControlView control(int id) {
     const auto dialog = desktop::openDialog();
