@@ -1,9 +1,6 @@
-// Measures the program.
+// Measures what needs no recording: benchmark conversion|ledger|idle [SECONDS]
 //
-//     benchmark [conversion] [ledger] [recording] [idle] [SECONDS]
-//
-// Without a word everything is measured. A recording takes 20 seconds, and the idle program is
-// watched for 60, if nothing else is said.
+// The idle program is watched for 60 seconds unless another number is given.
 
 #include "benchmarks/benchmark.h"
 
@@ -15,18 +12,13 @@
 #include <exception>
 #include <stdexcept>
 #include <string>
-#include <vector>
 
 #include "demo/person.h"
 
 namespace {
 
-bool isNumber(const std::string& word) {
-    return !word.empty() && word.find_first_not_of("0123456789") == std::string::npos;
-}
-
 int usage() {
-    std::fputs("usage: benchmark [conversion] [ledger] [recording] [idle] [SECONDS]\n", stderr);
+    std::fputs("usage: benchmark conversion|ledger|idle [SECONDS]\n", stderr);
     return 2;
 }
 
@@ -57,26 +49,18 @@ void inOwnProcess(const char* name, const std::function<void(const std::filesyst
 }
 
 int main(int count, char** arguments) {
-    std::vector<std::string> words(arguments + 1, arguments + count);
-    int seconds = 0;
-    if (!words.empty() && isNumber(words.back())) {
-        seconds = std::max(1, std::atoi(words.back().c_str()));
-        words.pop_back();
-    }
-    if (words.empty()) words = {"conversion", "ledger", "recording", "idle"};
+    if (count < 2) return usage();
+    const std::string section = arguments[1];
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
     try {
-        for (const std::string& word : words)
-            if (word == "conversion")
-                measureConversion();
-            else if (word == "ledger")
-                measureLedger();
-            else if (word == "recording")
-                measureRecordings(seconds ? seconds : 20);
-            else if (word == "idle")
-                measureIdleness(seconds ? seconds : 60);
-            else
-                return usage();
+        if (section == "conversion")
+            measureConversion();
+        else if (section == "ledger")
+            measureLedger();
+        else if (section == "idle")
+            measureIdleness(count > 2 ? std::max(1, std::atoi(arguments[2])) : 60);
+        else
+            return usage();
     } catch (const std::exception& failure) {
         std::fprintf(stderr, "%s\n", failure.what());
         return 1;

@@ -9,9 +9,6 @@
 
 void measureConversion();
 void measureLedger();
-// Every recording takes `seconds` and runs in a process of its own, so that its peak of memory is
-// its own.
-void measureRecordings(int seconds);
 // The program is left alone for `seconds` at a time.
 void measureIdleness(int seconds);
 
