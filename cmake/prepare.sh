@@ -12,8 +12,10 @@ build_packages=(
 )
 native_test_packages=(
     ffmpeg xvfb x11-xserver-utils xclip clang libclang-rt-14-dev dbus-daemon trayer
+    desktop-file-utils appstream dpkg-dev file
 )
 windows_test_packages=(googletest wine64 fonts-wine xvfb xdotool x11-xserver-utils)
+package_packages=(dpkg-dev file)
 bench_packages=(libyuv-dev xvfb dbus-daemon strace ffmpeg xdotool trayer gnuplot-nox python3)
 
 # What could not be done because something is missing; told at the very end.

@@ -4,7 +4,7 @@
 
 add_test(NAME Executable.isTheSameWhenBuiltElsewhere
          COMMAND ${CMAKE_CURRENT_LIST_DIR}/reproducible.sh ${PROJECT_SOURCE_DIR}
-                 $<TARGET_FILE:QuorvelDeskClip> ${PROJECT_BINARY_DIR}/elsewhere)
+                 ${PROJECT_BINARY_DIR} ${PROJECT_BINARY_DIR}/elsewhere)
 
 set(googletest /usr/src/googletest/googletest)
 find_program(WINE wine64 PATHS /usr/lib/wine NO_CMAKE_FIND_ROOT_PATH)

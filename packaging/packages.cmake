@@ -1,0 +1,48 @@
+# What is installed, and the two packages that cpack makes of it: a zip for Windows, a deb for Linux.
+
+set(CPACK_PACKAGE_NAME ${PROJECT_NAME})
+set(CPACK_PACKAGE_VENDOR Quorvel)
+set(CPACK_PACKAGE_CONTACT "Quorvel Desk Clip developers <desk-clip@quorvel.invalid>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Turns a rectangle of the screen into a video file ready to paste")
+set(CPACK_VERBATIM_VARIABLES ON)
+
+if(WIN32)
+    set(CPACK_GENERATOR ZIP)
+    set(CPACK_PACKAGE_FILE_NAME ${PROJECT_NAME}-${PROJECT_VERSION}-win64)
+    set(CPACK_INCLUDE_TOPLEVEL_DIRECTORY OFF)
+    install(TARGETS QuorvelDeskClip RUNTIME DESTINATION .)
+    install(FILES README.md DESTINATION . RENAME README.txt)
+    # Line ends and names as sha256sum -c and its like read them.
+    install(CODE [[
+        set(lines)
+        foreach(name QuorvelDeskClip.exe README.txt)
+            file(SHA256 "$ENV{DESTDIR}${CMAKE_INSTALL_PREFIX}/${name}" digest)
+            string(APPEND lines "${digest}  ${name}\n")
+        endforeach()
+        file(WRITE "$ENV{DESTDIR}${CMAKE_INSTALL_PREFIX}/SHA256SUMS.txt" "${lines}")
+    ]])
+else()
+    include(GNUInstallDirs)
+    set(CPACK_GENERATOR DEB)
+    set(CPACK_PACKAGE_FILE_NAME quorvel-desk-clip_${PROJECT_VERSION}_amd64)
+    set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+    set(CPACK_STRIP_FILES ON)
+    set(CPACK_DEBIAN_PACKAGE_NAME quorvel-desk-clip)
+    set(CPACK_DEBIAN_PACKAGE_SECTION video)
+    set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+    set(CPACK_DEBIAN_PACKAGE_DEPENDS fonts-dejavu-core)
+    set(CPACK_DEBIAN_PACKAGE_RECOMMENDS xdg-utils)
+    set(CPACK_PACKAGE_DESCRIPTION
+        "Press a shortcut, drag a rectangle, press Esc: what the rectangle showed meanwhile\nis an H.264 MP4 file on the clipboard. Runs in the notification area of an X11 desktop.")
+    install(TARGETS quorvel-desk-clip RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+    install(FILES packaging/com.quorvel.DeskClip.desktop DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
+    install(FILES packaging/com.quorvel.DeskClip.metainfo.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo)
+    foreach(side 16 24 32 48 64 128 256)
+        install(FILES resources/images/clip-${side}.png RENAME quorvel-desk-clip.png
+                DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/${side}x${side}/apps)
+    endforeach()
+    install(FILES resources/clip.svg RENAME quorvel-desk-clip.svg
+            DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps)
+    install(FILES README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/quorvel-desk-clip)
+endif()
+include(CPack)
