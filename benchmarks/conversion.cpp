@@ -21,7 +21,7 @@ void measureConversion() {
         std::vector<std::uint8_t> source(pixels * 4), picture(pixels * 3 / 2),
             other(picture.size());
         std::mt19937 noise(1);
-        for (std::uint8_t& byte : source) byte = static_cast<std::uint8_t>(noise());
+        for (std::uint8_t& channel : source) channel = static_cast<std::uint8_t>(noise());
         const auto convert = [&, w = width, h = height] {
             convertBgraToNv12(source.data(), w * 4, w, h, picture.data());
         };

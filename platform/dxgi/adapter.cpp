@@ -14,7 +14,7 @@
 #include "platform/dxgi/device.h"
 #include "platform/dxgi/duplication.h"
 #include "platform/hosts/host.h"
-#include "platform/ole32/com_object.h"
+#include "platform/com/object.h"
 
 namespace dxgi {
 
@@ -22,13 +22,18 @@ namespace {
 
 constexpr UINT adapterCount = 3;
 
-struct Output : ole32::ComObject<IDXGIOutput1, IID_IDXGIObject, IID_IDXGIOutput, IID_IDXGIOutput1> {
+struct Output
+    : com::ComObject<Output, IDXGIOutput1, IID_IDXGIObject, IID_IDXGIOutput, IID_IDXGIOutput1> {
     Output(const host::Monitor& shown, UINT place, UINT adapterIndex)
         : monitor(shown), number(place), adapter(adapterIndex) {}
 
-    HRESULT STDMETHODCALLTYPE GetDesc(DXGI_OUTPUT_DESC* description) override;
-    HRESULT STDMETHODCALLTYPE DuplicateOutput(IUnknown* device,
-                                              IDXGIOutputDuplication** duplication) override;
+    HRESULT GetDesc(DXGI_OUTPUT_DESC* description);
+    HRESULT DuplicateOutput(IUnknown* device, IDXGIOutputDuplication** duplication);
+
+    static void fill(com::Table& table) {
+        table.set(&IDXGIOutput1::GetDesc, com::member<&Output::GetDesc>);
+        table.set(&IDXGIOutput1::DuplicateOutput, com::member<&Output::DuplicateOutput>);
+    }
 
     const host::Monitor monitor;
     const UINT number, adapter;
@@ -52,17 +57,20 @@ HRESULT Output::DuplicateOutput(IUnknown* device, IDXGIOutputDuplication** dupli
     desktop::Call call("IDXGIOutput1::DuplicateOutput");
     *duplication = nullptr;
     if (call.struck()) return call.result(E_ACCESSDENIED);
-    const Device* const ours = dynamic_cast<Device*>(device);
-    if (!ours || ours->adapter != adapter) return E_INVALIDARG;
+    if (com::objectOf<Device>(device)->adapter != adapter) return E_INVALIDARG;
     return openDuplication(monitor, duplication);
 }
 
 struct Adapter
-    : ole32::ComObject<IDXGIAdapter1, IID_IDXGIObject, IID_IDXGIAdapter, IID_IDXGIAdapter1> {
+    : com::ComObject<Adapter, IDXGIAdapter1, IID_IDXGIObject, IID_IDXGIAdapter, IID_IDXGIAdapter1> {
     Adapter(const std::vector<host::Monitor>& present, UINT place)
         : monitors(present), index(place) {}
 
-    HRESULT STDMETHODCALLTYPE EnumOutputs(UINT place, IDXGIOutput** output) override;
+    HRESULT EnumOutputs(UINT place, IDXGIOutput** output);
+
+    static void fill(com::Table& table) {
+        table.set(&IDXGIAdapter1::EnumOutputs, com::member<&Adapter::EnumOutputs>);
+    }
 
     const std::vector<host::Monitor> monitors;
     const UINT index;
@@ -77,19 +85,23 @@ HRESULT Adapter::EnumOutputs(UINT place, IDXGIOutput** output) {
         index == 0 ? std::min<std::size_t>(1, monitors.size()) : monitors.size();
     if (first + place >= end) return DXGI_ERROR_NOT_FOUND;
     const auto number = static_cast<UINT>(first + place);
-    *output = new Output(monitors[number], number, index);
+    *output = (new Output(monitors[number], number, index))->published();
     return S_OK;
 }
 
 struct Factory
-    : ole32::ComObject<IDXGIFactory1, IID_IDXGIObject, IID_IDXGIFactory, IID_IDXGIFactory1> {
-    HRESULT STDMETHODCALLTYPE EnumAdapters1(UINT index, IDXGIAdapter1** adapter) override {
+    : com::ComObject<Factory, IDXGIFactory1, IID_IDXGIObject, IID_IDXGIFactory, IID_IDXGIFactory1> {
+    HRESULT EnumAdapters1(UINT index, IDXGIAdapter1** adapter) {
         desktop::Call call("IDXGIFactory1::EnumAdapters1", index);
         *adapter = nullptr;
         if (call.struck()) return call.result(E_OUTOFMEMORY);
         if (index >= adapterCount) return DXGI_ERROR_NOT_FOUND;
-        *adapter = new Adapter(monitors, index);
+        *adapter = (new Adapter(monitors, index))->published();
         return S_OK;
+    }
+
+    static void fill(com::Table& table) {
+        table.set(&IDXGIFactory1::EnumAdapters1, com::member<&Factory::EnumAdapters1>);
     }
 
     const std::vector<host::Monitor> monitors = host::current().monitors();
@@ -97,7 +109,7 @@ struct Factory
 
 }  // namespace
 
-UINT indexOf(IDXGIAdapter* adapter) { return static_cast<Adapter*>(adapter)->index; }
+UINT indexOf(IDXGIAdapter* adapter) { return com::objectOf<Adapter>(adapter)->index; }
 
 }  // namespace dxgi
 
@@ -106,6 +118,6 @@ HRESULT CreateDXGIFactory1(REFIID id, void** factory) {
     *factory = nullptr;
     if (call.struck()) return call.result(E_FAIL);
     if (!(id == IID_IDXGIFactory1)) return E_NOINTERFACE;
-    *factory = static_cast<IDXGIFactory1*>(new dxgi::Factory);
+    *factory = (new dxgi::Factory)->published();
     return S_OK;
 }

@@ -16,13 +16,19 @@ namespace dxgi {
 namespace {
 
 struct Context
-    : ole32::ComObject<ID3D11DeviceContext, IID_ID3D11DeviceChild, IID_ID3D11DeviceContext> {
-    void STDMETHODCALLTYPE CopySubresourceRegion(ID3D11Resource* target, UINT targetIndex, UINT x,
-                                                 UINT y, UINT z, ID3D11Resource* source,
-                                                 UINT sourceIndex, const D3D11_BOX* box) override;
-    HRESULT STDMETHODCALLTYPE Map(ID3D11Resource* resource, UINT index, D3D11_MAP kind, UINT flags,
-                                  D3D11_MAPPED_SUBRESOURCE* mapped) override;
-    void STDMETHODCALLTYPE Unmap(ID3D11Resource* resource, UINT index) override;
+    : com::ComObject<Context, ID3D11DeviceContext, IID_ID3D11DeviceChild, IID_ID3D11DeviceContext> {
+    void CopySubresourceRegion(ID3D11Resource* target, UINT targetIndex, UINT x, UINT y, UINT z,
+                               ID3D11Resource* source, UINT sourceIndex, const D3D11_BOX* box);
+    HRESULT Map(ID3D11Resource* resource, UINT index, D3D11_MAP kind, UINT flags,
+                D3D11_MAPPED_SUBRESOURCE* mapped);
+    void Unmap(ID3D11Resource* resource, UINT index);
+
+    static void fill(com::Table& table) {
+        table.set(&ID3D11DeviceContext::CopySubresourceRegion,
+                  com::member<&Context::CopySubresourceRegion>);
+        table.set(&ID3D11DeviceContext::Map, com::member<&Context::Map>);
+        table.set(&ID3D11DeviceContext::Unmap, com::member<&Context::Unmap>);
+    }
 };
 
 void demand(bool condition, const char* operation, const char* what, std::int64_t value) {
@@ -53,8 +59,8 @@ void Context::CopySubresourceRegion(ID3D11Resource* target, UINT targetIndex, UI
     desktop::Call call(operation, box->left, box->top, box->right, box->bottom);
     demand(targetIndex == 0 && sourceIndex == 0, operation, "subresource", sourceIndex);
     demand(x == 0 && y == 0 && z == 0, operation, "position", x);
-    Texture& to = *static_cast<Texture*>(target);
-    const Texture& from = *static_cast<Texture*>(source);
+    Texture& to = *com::objectOf<Texture>(target);
+    const Texture& from = *com::objectOf<Texture>(source);
     demand(!to.frames && from.frames, operation, "pair of textures", 0);
     demand(!to.isMapped, operation, "mapped target", 1);
     Frames& frames = *from.frames;
@@ -76,7 +82,7 @@ HRESULT Context::Map(ID3D11Resource* resource, UINT index, D3D11_MAP kind, UINT 
     desktop::Call call(operation, index, kind, flags);
     *mapped = {};
     if (call.struck()) return call.result(E_OUTOFMEMORY);
-    Texture& texture = *static_cast<Texture*>(resource);
+    Texture& texture = *com::objectOf<Texture>(resource);
     demand(index == 0, operation, "subresource", index);
     demand(kind == D3D11_MAP_READ && flags == 0, operation, "kind of access", kind);
     demand(!texture.frames && !texture.isMapped, operation, "texture", texture.isMapped);
@@ -91,7 +97,7 @@ HRESULT Context::Map(ID3D11Resource* resource, UINT index, D3D11_MAP kind, UINT 
 
 void Context::Unmap(ID3D11Resource* resource, UINT index) {
     desktop::Call call("ID3D11DeviceContext::Unmap", index);
-    Texture& texture = *static_cast<Texture*>(resource);
+    Texture& texture = *com::objectOf<Texture>(resource);
     demand(texture.isMapped, "ID3D11DeviceContext::Unmap", "texture that is not mapped", 0);
     texture.isMapped = false;
     desktop::closed(desktop::Object::MappedTexture);
@@ -125,7 +131,7 @@ HRESULT Device::CreateTexture2D(const D3D11_TEXTURE2D_DESC* description,
     demandStaging(*description);
     demand(!initial, "ID3D11Device::CreateTexture2D", "initial data", 1);
     if (description->Width == 0 || description->Height == 0) return E_INVALIDARG;
-    *texture = new Texture(*description);
+    *texture = (new Texture(*description))->published();
     return S_OK;
 }
 
@@ -146,7 +152,7 @@ HRESULT D3D11CreateDevice(IDXGIAdapter* adapter, D3D_DRIVER_TYPE driver, HMODULE
     dxgi::demand(!levels && levelCount == 0, operation, "feature levels", levelCount);
     dxgi::demand(!level, operation, "question for the feature level", 1);
     dxgi::demand(sdkVersion == D3D11_SDK_VERSION, operation, "version", sdkVersion);
-    *device = new dxgi::Device(dxgi::indexOf(adapter));
-    *context = new dxgi::Context;
+    *device = (new dxgi::Device(dxgi::indexOf(adapter)))->published();
+    *context = (new dxgi::Context)->published();
     return S_OK;
 }

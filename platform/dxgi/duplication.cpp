@@ -9,7 +9,7 @@
 #include <memory>
 
 #include "platform/dxgi/texture.h"
-#include "platform/ole32/com_object.h"
+#include "platform/com/object.h"
 
 namespace dxgi {
 
@@ -17,30 +17,38 @@ namespace {
 
 std::atomic<std::uintptr_t> duplicated = 0;  // The host shows one monitor at a time.
 
-struct FrameResource : ole32::ComObject<IDXGIResource, IID_IDXGIObject, IID_IDXGIResource> {
+struct FrameResource
+    : com::ComObject<FrameResource, IDXGIResource, IID_IDXGIObject, IID_IDXGIResource> {
     explicit FrameResource(const std::shared_ptr<Frames>& source) : frames(source) {}
 
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID id, void** object) override {
+    HRESULT QueryInterface(REFIID id, void** object) {
         if (!(id == IID_ID3D11Texture2D)) return ComObject::QueryInterface(id, object);
         desktop::Call call("QueryInterface", id);
         *object = nullptr;
         if (call.struck()) return call.result(E_NOINTERFACE);
-        *object = static_cast<ID3D11Texture2D*>(new Texture(frames));
+        *object = (new Texture(frames))->published();
         return S_OK;
     }
+
+    static void fill(com::Table&) {}
 
     const std::shared_ptr<Frames> frames;
 };
 
-struct Duplication
-    : ole32::ComObject<IDXGIOutputDuplication, IID_IDXGIObject, IID_IDXGIOutputDuplication> {
+struct Duplication : com::ComObject<Duplication, IDXGIOutputDuplication, IID_IDXGIObject,
+                                    IID_IDXGIOutputDuplication> {
     explicit Duplication(const RECT& bounds) { frames->bounds = bounds; }
-    ~Duplication() override;
+    ~Duplication();
 
-    HRESULT STDMETHODCALLTYPE AcquireNextFrame(UINT milliseconds,
-                                               DXGI_OUTDUPL_FRAME_INFO* information,
-                                               IDXGIResource** resource) override;
-    HRESULT STDMETHODCALLTYPE ReleaseFrame() override;
+    HRESULT AcquireNextFrame(UINT milliseconds, DXGI_OUTDUPL_FRAME_INFO* information,
+                             IDXGIResource** resource);
+    HRESULT ReleaseFrame();
+
+    static void fill(com::Table& table) {
+        table.set(&IDXGIOutputDuplication::AcquireNextFrame,
+                  com::member<&Duplication::AcquireNextFrame>);
+        table.set(&IDXGIOutputDuplication::ReleaseFrame, com::member<&Duplication::ReleaseFrame>);
+    }
 
     const std::shared_ptr<Frames> frames = std::make_shared<Frames>();
 };
@@ -72,7 +80,7 @@ HRESULT Duplication::AcquireNextFrame(UINT milliseconds, DXGI_OUTDUPL_FRAME_INFO
     // 0 would mean that only the pointer moved.
     information->LastPresentTime.QuadPart = frames->last;
     information->AccumulatedFrames = 1;
-    *resource = new FrameResource(frames);
+    *resource = (new FrameResource(frames))->published();
     return S_OK;
 }
 
@@ -98,7 +106,7 @@ HRESULT openDuplication(const host::Monitor& monitor, IDXGIOutputDuplication** d
         duplicated = 0;
         return E_ACCESSDENIED;
     }
-    *duplication = new Duplication(monitor.bounds);
+    *duplication = (new Duplication(monitor.bounds))->published();
     return S_OK;
 }
 

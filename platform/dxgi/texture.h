@@ -8,7 +8,7 @@
 #include <memory>
 
 #include "platform/hosts/host.h"
-#include "platform/ole32/com_object.h"
+#include "platform/com/object.h"
 
 namespace dxgi {
 
@@ -20,11 +20,13 @@ struct Frames {
     bool isLost = false;  // for good
 };
 
-struct Texture : ole32::ComObject<ID3D11Texture2D, IID_ID3D11DeviceChild, IID_ID3D11Resource,
-                                  IID_ID3D11Texture2D> {
+struct Texture : com::ComObject<Texture, ID3D11Texture2D, IID_ID3D11DeviceChild, IID_ID3D11Resource,
+                                IID_ID3D11Texture2D> {
     explicit Texture(const D3D11_TEXTURE2D_DESC& asked);      // staging
     explicit Texture(const std::shared_ptr<Frames>& source);  // the frame that is held now
-    ~Texture() override;
+    ~Texture();
+
+    static void fill(com::Table&) {}
 
     D3D11_TEXTURE2D_DESC description{};
     std::shared_ptr<Frames> frames;  // null: a staging texture

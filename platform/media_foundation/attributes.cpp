@@ -29,7 +29,7 @@ HRESULT MFCreateAttributes(IMFAttributes** attributes, UINT32 initialSize) {
     desktop::Call call("MFCreateAttributes", initialSize);
     *attributes = nullptr;
     if (call.struck()) return call.result(E_OUTOFMEMORY);
-    *attributes = new media::Attributes;
+    *attributes = (new media::Attributes)->published();
     return S_OK;
 }
 
@@ -37,6 +37,6 @@ HRESULT MFCreateMediaType(IMFMediaType** type) {
     desktop::Call call("MFCreateMediaType");
     *type = nullptr;
     if (call.struck()) return call.result(E_OUTOFMEMORY);
-    *type = new media::MediaType;
+    *type = (new media::MediaType)->published();
     return S_OK;
 }

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "platform/desktop/call.h"
-#include "platform/ole32/com_object.h"
+#include "platform/com/object.h"
 
 namespace media {
 
@@ -23,19 +23,25 @@ struct AttributeValues {
     std::vector<std::pair<GUID, Value>> list;
 };
 
-template <typename Interface, const IID&... ids>
-struct AttributeStore : ole32::ComObject<Interface, ids...> {
-    HRESULT STDMETHODCALLTYPE SetUINT32(REFGUID key, UINT32 value) override {
+template <typename Self, typename Interface, const IID&... ids>
+struct AttributeStore : com::ComObject<Self, Interface, ids...> {
+    HRESULT SetUINT32(REFGUID key, UINT32 value) {
         desktop::Call call("IMFAttributes::SetUINT32", key, value);
         return store(call, key, value);
     }
-    HRESULT STDMETHODCALLTYPE SetUINT64(REFGUID key, UINT64 value) override {
+    HRESULT SetUINT64(REFGUID key, UINT64 value) {
         desktop::Call call("IMFAttributes::SetUINT64", key, value >> 32, value & 0xFFFFFFFF);
         return store(call, key, value);
     }
-    HRESULT STDMETHODCALLTYPE SetGUID(REFGUID key, REFGUID value) override {
+    HRESULT SetGUID(REFGUID key, REFGUID value) {
         desktop::Call call("IMFAttributes::SetGUID", key, value);
         return store(call, key, value);
+    }
+
+    static void fill(com::Table& table) {
+        table.set(&IMFAttributes::SetUINT32, com::member<&AttributeStore::SetUINT32>);
+        table.set(&IMFAttributes::SetUINT64, com::member<&AttributeStore::SetUINT64>);
+        table.set(&IMFAttributes::SetGUID, com::member<&AttributeStore::SetGUID>);
     }
 
     AttributeValues values;
@@ -48,7 +54,7 @@ private:
     }
 };
 
-using Attributes = AttributeStore<IMFAttributes, IID_IMFAttributes>;
-using MediaType = AttributeStore<IMFMediaType, IID_IMFAttributes, IID_IMFMediaType>;
+struct Attributes : AttributeStore<Attributes, IMFAttributes, IID_IMFAttributes> {};
+struct MediaType : AttributeStore<MediaType, IMFMediaType, IID_IMFAttributes, IID_IMFMediaType> {};
 
 }  // namespace media

@@ -66,7 +66,7 @@ HRESULT Sample::AddBuffer(IMFMediaBuffer* added) {
     desktop::Call call("IMFSample::AddBuffer");
     if (call.struck()) return call.result(E_OUTOFMEMORY);
     if (buffer) desktop::refuse("IMFSample::AddBuffer", "number of buffers", 2);
-    buffer = static_cast<MemoryBuffer*>(added);
+    buffer = com::objectOf<MemoryBuffer>(added);
     buffer->AddRef();
     return S_OK;
 }
@@ -78,7 +78,7 @@ HRESULT MFCreateMemoryBuffer(DWORD capacity, IMFMediaBuffer** buffer) {
     *buffer = nullptr;
     if (call.struck()) return call.result(E_OUTOFMEMORY);
     try {
-        *buffer = new media::MemoryBuffer(capacity);
+        *buffer = (new media::MemoryBuffer(capacity))->published();
         return S_OK;
     } catch (const std::bad_alloc&) {
         return E_OUTOFMEMORY;
@@ -89,6 +89,6 @@ HRESULT MFCreateSample(IMFSample** sample) {
     desktop::Call call("MFCreateSample");
     *sample = nullptr;
     if (call.struck()) return call.result(E_OUTOFMEMORY);
-    *sample = new media::Sample;
+    *sample = (new media::Sample)->published();
     return S_OK;
 }

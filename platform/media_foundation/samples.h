@@ -12,13 +12,19 @@
 
 namespace media {
 
-struct MemoryBuffer : ole32::ComObject<IMFMediaBuffer, IID_IMFMediaBuffer> {
+struct MemoryBuffer : com::ComObject<MemoryBuffer, IMFMediaBuffer, IID_IMFMediaBuffer> {
     explicit MemoryBuffer(DWORD size);  // throws std::bad_alloc
-    ~MemoryBuffer() override;
+    ~MemoryBuffer();
 
-    HRESULT STDMETHODCALLTYPE Lock(BYTE** start, DWORD* maximum, DWORD* current) override;
-    HRESULT STDMETHODCALLTYPE Unlock() override;
-    HRESULT STDMETHODCALLTYPE SetCurrentLength(DWORD current) override;
+    HRESULT Lock(BYTE** start, DWORD* maximum, DWORD* current);
+    HRESULT Unlock();
+    HRESULT SetCurrentLength(DWORD current);
+
+    static void fill(com::Table& table) {
+        table.set(&IMFMediaBuffer::Lock, com::member<&MemoryBuffer::Lock>);
+        table.set(&IMFMediaBuffer::Unlock, com::member<&MemoryBuffer::Unlock>);
+        table.set(&IMFMediaBuffer::SetCurrentLength, com::member<&MemoryBuffer::SetCurrentLength>);
+    }
 
     const std::shared_ptr<std::uint8_t[]> bytes;  // outlives the buffer while it is being encoded
     const DWORD capacity;
@@ -26,12 +32,19 @@ struct MemoryBuffer : ole32::ComObject<IMFMediaBuffer, IID_IMFMediaBuffer> {
     int locks = 0;
 };
 
-struct Sample : AttributeStore<IMFSample, IID_IMFAttributes, IID_IMFSample> {
-    ~Sample() override;
+struct Sample : AttributeStore<Sample, IMFSample, IID_IMFAttributes, IID_IMFSample> {
+    ~Sample();
 
-    HRESULT STDMETHODCALLTYPE SetSampleTime(LONGLONG start) override;
-    HRESULT STDMETHODCALLTYPE SetSampleDuration(LONGLONG length) override;
-    HRESULT STDMETHODCALLTYPE AddBuffer(IMFMediaBuffer* added) override;
+    HRESULT SetSampleTime(LONGLONG start);
+    HRESULT SetSampleDuration(LONGLONG length);
+    HRESULT AddBuffer(IMFMediaBuffer* added);
+
+    static void fill(com::Table& table) {
+        AttributeStore::fill(table);
+        table.set(&IMFSample::SetSampleTime, com::member<&Sample::SetSampleTime>);
+        table.set(&IMFSample::SetSampleDuration, com::member<&Sample::SetSampleDuration>);
+        table.set(&IMFSample::AddBuffer, com::member<&Sample::AddBuffer>);
+    }
 
     std::optional<LONGLONG> time, duration;
     MemoryBuffer* buffer = nullptr;  // the reference is the sample's

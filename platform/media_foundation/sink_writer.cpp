@@ -34,19 +34,26 @@ HRESULT guarded(Work work) {
     }
 }
 
-struct SinkWriter : ole32::ComObject<IMFSinkWriter, IID_IMFSinkWriter> {
+struct SinkWriter : com::ComObject<SinkWriter, IMFSinkWriter, IID_IMFSinkWriter> {
     explicit SinkWriter(const std::string& path) : file(path) { sinkWriterOpened(); }
-    ~SinkWriter() override {
+    ~SinkWriter() {
         sinkWriterClosed();
         if (lastTime >= 0 && !isWhole) noteLoss();
     }
 
-    HRESULT STDMETHODCALLTYPE AddStream(IMFMediaType* type, DWORD* stream) override;
-    HRESULT STDMETHODCALLTYPE SetInputMediaType(DWORD stream, IMFMediaType* type,
-                                                IMFAttributes* parameters) override;
-    HRESULT STDMETHODCALLTYPE BeginWriting() override;
-    HRESULT STDMETHODCALLTYPE WriteSample(DWORD stream, IMFSample* sample) override;
-    HRESULT STDMETHODCALLTYPE Finalize() override;
+    HRESULT AddStream(IMFMediaType* type, DWORD* stream);
+    HRESULT SetInputMediaType(DWORD stream, IMFMediaType* type, IMFAttributes* parameters);
+    HRESULT BeginWriting();
+    HRESULT WriteSample(DWORD stream, IMFSample* sample);
+    HRESULT Finalize();
+
+    static void fill(com::Table& table) {
+        table.set(&IMFSinkWriter::AddStream, com::member<&SinkWriter::AddStream>);
+        table.set(&IMFSinkWriter::SetInputMediaType, com::member<&SinkWriter::SetInputMediaType>);
+        table.set(&IMFSinkWriter::BeginWriting, com::member<&SinkWriter::BeginWriting>);
+        table.set(&IMFSinkWriter::WriteSample, com::member<&SinkWriter::WriteSample>);
+        table.set(&IMFSinkWriter::Finalize, com::member<&SinkWriter::Finalize>);
+    }
 
     HRESULT write(const Sample& sample);
 
@@ -63,7 +70,7 @@ HRESULT SinkWriter::AddStream(IMFMediaType* type, DWORD* stream) {
     if (call.struck()) return call.result(MF_E_INVALIDMEDIATYPE);
     if (output) desktop::refuse("IMFSinkWriter::AddStream", "number of streams", 2);
     return guarded([&] {
-        output = readOutputType(static_cast<MediaType*>(type)->values);
+        output = readOutputType(com::objectOf<MediaType>(type)->values);
         *stream = 0;
         return S_OK;
     });
@@ -76,7 +83,7 @@ HRESULT SinkWriter::SetInputMediaType(DWORD stream, IMFMediaType* type, IMFAttri
     if (!output || stream != 0) return MF_E_INVALIDSTREAMNUMBER;
     if (encoder) return MF_E_INVALIDREQUEST;
     return guarded([&] {
-        const VideoFormat asked = readInputType(static_cast<MediaType*>(type)->values);
+        const VideoFormat asked = readInputType(com::objectOf<MediaType>(type)->values);
         if (asked.width != output->width || asked.height != output->height ||
             asked.rate != output->rate)
             return MF_E_INVALIDMEDIATYPE;
@@ -100,7 +107,7 @@ HRESULT SinkWriter::WriteSample(DWORD stream, IMFSample* sample) {
     if (call.struck()) return call.result(E_FAIL);
     if (!encoder || isFinal) return MF_E_INVALIDREQUEST;
     if (stream != 0) return MF_E_INVALIDSTREAMNUMBER;
-    return guarded([&] { return write(*static_cast<Sample*>(sample)); });
+    return guarded([&] { return write(*com::objectOf<Sample>(sample)); });
 }
 
 HRESULT SinkWriter::write(const Sample& sample) {
@@ -109,8 +116,7 @@ HRESULT SinkWriter::write(const Sample& sample) {
     if (!sample.time) return MF_E_NO_SAMPLE_TIMESTAMP;
     // Samples are not put in order, and none is before 0. The first may be later: the file starts
     // with it.
-    if (*sample.time <= lastTime)
-        desktop::refuse(operation, "time of the sample", *sample.time);
+    if (*sample.time <= lastTime) desktop::refuse(operation, "time of the sample", *sample.time);
     if (sample.duration.value_or(0) <= 0) desktop::refuse(operation, "duration of the sample", 0);
     const DWORD length = static_cast<DWORD>(input->width * input->height * 3 / 2);
     if (!sample.buffer || sample.buffer->length != length) return E_INVALIDARG;
@@ -144,8 +150,8 @@ HRESULT MFCreateSinkWriterFromURL(LPCWSTR url, IMFByteStream* stream, IMFAttribu
     if (stream) desktop::refuse("MFCreateSinkWriterFromURL", "byte stream", 1);
     if (!attributes) desktop::refuse("MFCreateSinkWriterFromURL", "attributes", 0);
     return media::guarded([&] {
-        media::checkWriterAttributes(static_cast<media::Attributes*>(attributes)->values);
-        *writer = new media::SinkWriter(desktop::toUtf8(url));
+        media::checkWriterAttributes(com::objectOf<media::Attributes>(attributes)->values);
+        *writer = (new media::SinkWriter(desktop::toUtf8(url)))->published();
         return S_OK;
     });
 }

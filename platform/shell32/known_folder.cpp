@@ -5,7 +5,7 @@
 #include "platform/desktop/call.h"
 #include "platform/desktop/text.h"
 #include "platform/desktop/user_folders.h"
-#include "platform/ole32/task_memory.h"
+#include "platform/com/task_memory.h"
 
 HRESULT SHGetKnownFolderPath(REFKNOWNFOLDERID folder, DWORD flags, HANDLE token, PWSTR* path) {
     desktop::Call call("SHGetKnownFolderPath", flags);
@@ -16,6 +16,6 @@ HRESULT SHGetKnownFolderPath(REFKNOWNFOLDERID folder, DWORD flags, HANDLE token,
     if (call.struck()) return call.result(E_FAIL);
     const auto text = desktop::publishedPath(desktop::userDataFolder().native());
     if (!text) return HRESULT_FROM_WIN32(ERROR_NO_UNICODE_TRANSLATION);
-    *path = ole32::taskText(*text);
+    *path = com::taskText(*text);
     return S_OK;
 }

@@ -10,8 +10,8 @@ foreach(source IN LISTS targets)
     cmake_path(GET source STEM name)
     add_custom_command(
         OUTPUT ${name}
-        COMMAND ${CLANG} -std=c++20 -O1 -g -fsanitize=fuzzer,address,undefined -fno-sanitize-recover=all
-                -DUNICODE -D_UNICODE -I${PROJECT_SOURCE_DIR} -I${PROJECT_SOURCE_DIR}/platform/include
+        COMMAND ${CLANG} -std=c++20 -O1 -g -fsanitize=fuzzer,address,undefined -fno-sanitize=vptr -fno-sanitize-recover=all
+                -DUNICODE -D_UNICODE -I${PROJECT_SOURCE_DIR} -include platform/sdk/sdk.h -idirafter ${SDK_HEADERS}
                 ${source} ${folders} $<TARGET_FILE:platform> $<TARGET_FILE:resource_block>
                 ${layer_libraries_LDFLAGS} -pthread -o ${name}
         DEPENDS ${source} ${folders} platform resource_block

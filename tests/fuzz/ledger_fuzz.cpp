@@ -9,8 +9,8 @@
 namespace {
 
 // In memory: the fuzzer writes some thousands of files a second.
-struct Folder : ScratchFolder {
-    Folder() : ScratchFolder("/dev/shm") {
+struct ClipFolder : ScratchFolder {
+    ClipFolder() : ScratchFolder("/dev/shm") {
         makeClips(path, {1, 2, 3});
         std::filesystem::create_directory(path / clipName(4));
     }
@@ -19,7 +19,7 @@ struct Folder : ScratchFolder {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
-    static const Folder folder;
+    static const ClipFolder folder;
     const std::string text(reinterpret_cast<const char*>(bytes), size);
     writeFile(folder.path / "completed.txt", text);
     const Ledger ledger = readLedger(folder.path);

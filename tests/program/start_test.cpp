@@ -108,7 +108,7 @@ TEST(Start, aSecondStartMeetsABoxAndASave) {
 
 // Ends with 0 where it handed over or gave up as it should. The first instance stays.
 [[noreturn]] void startWithTheOthers(int line) {
-    for (char byte; read(line, &byte, 1) > 0;) {
+    for (char one; read(line, &one, 1) > 0;) {
     }  // Until the parent lets everybody go.
     const std::string shown = runToItsEnd();
     _exit(shown == "0" || shown == givesUp ? 0 : 1);

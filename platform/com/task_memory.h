@@ -6,9 +6,9 @@
 
 #include <string_view>
 
-namespace ole32 {
+namespace com {
 
 // A zero-terminated copy.
 PWSTR taskText(std::u16string_view text);
 
-}  // namespace ole32
+}  // namespace com

@@ -1,13 +1,7 @@
 // Identifiers: new ones, their text, and the published ones.
 
 #define INITGUID
-
-#include <d3d11.h>
-#include <dxgi1_2.h>
-#include <mfapi.h>
-#include <mfidl.h>
-#include <mfreadwrite.h>
-#include <shlobj.h>
+#include "platform/sdk/sdk.h"
 
 #include <sys/random.h>
 

@@ -2,6 +2,7 @@
 
 #include <objbase.h>
 
+#include "platform/com/table.h"
 #include "platform/desktop/call.h"
 #include "platform/desktop/objects.h"
 
@@ -28,4 +29,8 @@ void CoUninitialize() {
     if (starts == 0) desktop::refuse("CoUninitialize", "count of starts", 0);
     --starts;
     desktop::closed(desktop::Object::ComStart);
+}
+
+void com::stopAtSlot(const char* interfaceName, std::size_t slot) {
+    desktop::refuse(interfaceName, "slot of a method", static_cast<std::int64_t>(slot));
 }

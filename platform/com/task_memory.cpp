@@ -1,11 +1,11 @@
 // Memory from operations to the program.
 
-#include "platform/ole32/task_memory.h"
+#include "platform/com/task_memory.h"
 
 #include "platform/desktop/call.h"
 #include "platform/desktop/objects.h"
 
-PWSTR ole32::taskText(std::u16string_view text) {
+PWSTR com::taskText(std::u16string_view text) {
     const PWSTR copy = new WCHAR[text.size() + 1];
     copy[text.copy(copy, text.size())] = 0;
     desktop::opened(desktop::Object::TaskMemory);

@@ -1,0 +1,65 @@
+// Builds COM objects as the SDK publishes them: a record that starts with the address of a table of
+// functions.
+//
+// The SDK's interfaces have up to 120 virtual functions, of which the program calls a few. A class
+// of C++ would have to define them all; a table is filled for the ones in use. Both compilers order
+// virtual functions by the Itanium C++ ABI: a call takes the entry from the object's table and
+// passes the object as the first argument, and a pointer to a virtual function holds the entry's
+// offset.
+
+#pragma once
+
+#include <windows.h>
+
+#include <array>
+#include <bit>
+#include <cstddef>
+#include <typeinfo>
+#include <utility>
+
+namespace com {
+
+// Ends the process: the program has called an entry that is not filled.
+[[noreturn]] void stopAtSlot(const char* interfaceName, std::size_t slot);
+
+struct Table {
+    // The functions of IUnknown are the first three of every interface.
+    template <typename Interface, typename Asked, typename Object>
+    static Table of(HRESULT (*query)(Asked*, REFIID, void**), ULONG (*addReference)(Object*),
+                    ULONG (*release)(Object*)) {
+        Table table;
+        // The compiler's own name of a type at file level: its length, then its letters.
+        table.interfaceName = typeid(Interface).name();
+        while (*table.interfaceName >= '0' && *table.interfaceName <= '9') ++table.interfaceName;
+        table.slots[0] = reinterpret_cast<Slot>(query);
+        table.slots[1] = reinterpret_cast<Slot>(addReference);
+        table.slots[2] = reinterpret_cast<Slot>(release);
+        return table;
+    }
+
+    template <typename Result, typename Interface, typename Object, typename... Arguments>
+    Table& set(Result (Interface::*published)(Arguments...),
+               Result (*function)(Object*, Arguments...)) {
+        // The lowest bit of the offset tells a virtual function from others, on some processors.
+        const auto words = std::bit_cast<std::array<std::size_t, 2>>(published);
+        slots.at(words[0] / sizeof(Slot)) = reinterpret_cast<Slot>(function);
+        return *this;
+    }
+
+    using Slot = void (*)();
+    std::array<Slot, 128> slots = unfilled(std::make_index_sequence<128>());
+    const char* interfaceName = nullptr;
+
+private:
+    template <std::size_t slot>
+    static void stop(const Table* const* object) {
+        stopAtSlot((*object)->interfaceName, slot);
+    }
+
+    template <std::size_t... slot>
+    static std::array<Slot, sizeof...(slot)> unfilled(std::index_sequence<slot...>) {
+        return {reinterpret_cast<Slot>(stop<slot>)...};
+    }
+};
+
+}  // namespace com

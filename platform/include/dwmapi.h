@@ -1,7 +1,0 @@
-// The desktop's compositor.
-
-#pragma once
-
-#include <windows.h>
-
-HRESULT DwmFlush();

@@ -1,8 +1,0 @@
-// Identifiers of the user's folders.
-
-#pragma once
-
-#include <objbase.h>
-
-DEFINE_GUID(FOLDERID_LocalAppData, 0xF1B32785, 0x6FBA, 0x4FCF, 0x9D, 0x55, 0x7B, 0x8E, 0x7F, 0x15,
-            0x70, 0x91);
