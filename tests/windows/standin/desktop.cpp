@@ -15,16 +15,16 @@ constexpr DWORD padding = 64;  // bytes behind every row of a mapped picture
 
 HMONITOR realMonitor() { return MonitorFromPoint({0, 0}, MONITOR_DEFAULTTOPRIMARY); }
 
-const void* frameTable();
-const void* outputTable();
+const com::Table& frameTable();
+const com::Table& outputTable();
 
-HRESULT STDMETHODCALLTYPE askOutput(IDXGIOutput1* self, const IID& id, void** result) {
+HRESULT askOutput(IDXGIOutput1* self, const IID& id, void** result) {
     handOut("view", outputTable(), result);
     record(self, "QueryInterface", id, "->", *result);
     return S_OK;
 }
 
-HRESULT STDMETHODCALLTYPE describeOutput(IDXGIOutput1* self, DXGI_OUTPUT_DESC* description) {
+HRESULT describeOutput(IDXGIOutput1* self, DXGI_OUTPUT_DESC* description) {
     record(self, "GetDesc");
     *description = {};
     const bool isReal = objectOf(self)->length == 1;
@@ -37,8 +37,8 @@ HRESULT STDMETHODCALLTYPE describeOutput(IDXGIOutput1* self, DXGI_OUTPUT_DESC* d
     return S_OK;
 }
 
-HRESULT STDMETHODCALLTYPE acquire(IDXGIOutputDuplication* self, UINT timeout,
-                                  DXGI_OUTDUPL_FRAME_INFO*, IDXGIResource** result) {
+HRESULT acquire(IDXGIOutputDuplication* self, UINT timeout, DXGI_OUTDUPL_FRAME_INFO*,
+                IDXGIResource** result) {
     static const HANDLE screenIsReady = CreateEventA(nullptr, TRUE, FALSE, "STAND_IN_SCREEN");
     const bool ready = WaitForSingleObject(screenIsReady, timeout) == WAIT_OBJECT_0;
     if (ready) ++objectOf(self)->length;
@@ -51,48 +51,43 @@ HRESULT STDMETHODCALLTYPE acquire(IDXGIOutputDuplication* self, UINT timeout,
     return S_OK;
 }
 
-HRESULT STDMETHODCALLTYPE releaseFrame(IDXGIOutputDuplication* self) {
+HRESULT releaseFrame(IDXGIOutputDuplication* self) {
     record(self, "ReleaseFrame");
     return S_OK;
 }
 
-HRESULT STDMETHODCALLTYPE askFrame(IDXGIResource* self, const IID& id, void** result) {
-    static const auto* const table = makeTable<ID3D11Texture2DVtbl>([](auto&) {});
+HRESULT askFrame(IDXGIResource* self, const IID& id, void** result) {
+    static const com::Table table = makeTable<ID3D11Texture2D>();
     handOut("picture", table, result);
     record(self, "QueryInterface", id, "->", *result);
     return S_OK;
 }
 
-const void* frameTable() {
-    static const auto* const table =
-        makeTable<IDXGIResourceVtbl>([](auto& entries) { entries.QueryInterface = askFrame; });
+const com::Table& frameTable() {
+    static const com::Table table = makeTable<IDXGIResource>(askFrame);
     return table;
 }
 
-HRESULT STDMETHODCALLTYPE duplicate(IDXGIOutput1* self, IUnknown* device,
-                                    IDXGIOutputDuplication** result) {
-    static const auto* const table = makeTable<IDXGIOutputDuplicationVtbl>([](auto& entries) {
-        entries.AcquireNextFrame = acquire;
-        entries.ReleaseFrame = releaseFrame;
-    });
+HRESULT duplicate(IDXGIOutput1* self, IUnknown* device, IDXGIOutputDuplication** result) {
+    static const com::Table table = makeTable<IDXGIOutputDuplication>()
+                                        .set(&IDXGIOutputDuplication::AcquireNextFrame, acquire)
+                                        .set(&IDXGIOutputDuplication::ReleaseFrame, releaseFrame);
     handOut("duplication", table, result);
     record(self, "DuplicateOutput", device, "->", *result);
     return S_OK;
 }
 
-const void* outputTable() {
-    static const auto* const table = makeTable<IDXGIOutput1Vtbl>([](auto& entries) {
-        entries.QueryInterface = askOutput;
-        entries.GetDesc = describeOutput;
-        entries.DuplicateOutput = duplicate;
-    });
+const com::Table& outputTable() {
+    static const com::Table table = makeTable<IDXGIOutput1>(askOutput)
+                                        .set(&IDXGIOutput1::GetDesc, describeOutput)
+                                        .set(&IDXGIOutput1::DuplicateOutput, duplicate);
     return table;
 }
 
 // An enumeration of `count` items; the number of an item is its `length`.
 template <typename Interface>
 HRESULT enumerate(const void* self, const char* operation, UINT index, UINT count, const char* kind,
-                  const void* table, Interface** result) {
+                  const com::Table& table, Interface** result) {
     if (index >= count) {
         record(self, operation, index);
         return DXGI_ERROR_NOT_FOUND;
@@ -102,15 +97,15 @@ HRESULT enumerate(const void* self, const char* operation, UINT index, UINT coun
     return S_OK;
 }
 
-HRESULT STDMETHODCALLTYPE enumOutputs(IDXGIAdapter1* self, UINT index, IDXGIOutput** result) {
+HRESULT enumOutputs(IDXGIAdapter1* self, UINT index, IDXGIOutput** result) {
     const HRESULT found = enumerate(self, "EnumOutputs", index, 1, "output", outputTable(), result);
     if (found == S_OK) objectOf(*result)->length = objectOf(self)->length;
     return found;
 }
 
-HRESULT STDMETHODCALLTYPE enumAdapters(IDXGIFactory1* self, UINT index, IDXGIAdapter1** result) {
-    static const auto* const table =
-        makeTable<IDXGIAdapter1Vtbl>([](auto& entries) { entries.EnumOutputs = enumOutputs; });
+HRESULT enumAdapters(IDXGIFactory1* self, UINT index, IDXGIAdapter1** result) {
+    static const com::Table table =
+        makeTable<IDXGIAdapter1>().set(&IDXGIAdapter1::EnumOutputs, enumOutputs);
     return enumerate(self, "EnumAdapters1", index, 2, "adapter", table, result);
 }
 
@@ -125,9 +120,8 @@ BITMAPINFO layoutOf(LONG width, LONG height) {
     return layout;
 }
 
-void STDMETHODCALLTYPE copyPicture(ID3D11DeviceContext* self, ID3D11Resource* target, UINT part,
-                                   UINT x, UINT y, UINT z, ID3D11Resource* source, UINT sourcePart,
-                                   const D3D11_BOX* box) {
+void copyPicture(ID3D11DeviceContext* self, ID3D11Resource* target, UINT part, UINT x, UINT y,
+                 UINT z, ID3D11Resource* source, UINT sourcePart, const D3D11_BOX* box) {
     record(self, "CopySubresourceRegion", target, part, x, y, z, source, sourcePart, box->left,
            box->top, box->front, box->right, box->bottom, box->back);
     Object& texture = *objectOf(target);
@@ -148,8 +142,8 @@ void STDMETHODCALLTYPE copyPicture(ID3D11DeviceContext* self, ID3D11Resource* ta
     ReleaseDC(nullptr, screen);
 }
 
-HRESULT STDMETHODCALLTYPE map(ID3D11DeviceContext* self, ID3D11Resource* target, UINT part,
-                              D3D11_MAP kind, UINT flags, D3D11_MAPPED_SUBRESOURCE* mapped) {
+HRESULT map(ID3D11DeviceContext* self, ID3D11Resource* target, UINT part, D3D11_MAP kind,
+            UINT flags, D3D11_MAPPED_SUBRESOURCE* mapped) {
     record(self, "Map", target, part, kind, flags);
     Object& texture = *objectOf(target);
     *mapped = {.pData = texture.bytes.data(),
@@ -158,14 +152,13 @@ HRESULT STDMETHODCALLTYPE map(ID3D11DeviceContext* self, ID3D11Resource* target,
     return S_OK;
 }
 
-void STDMETHODCALLTYPE unmap(ID3D11DeviceContext* self, ID3D11Resource* target, UINT part) {
+void unmap(ID3D11DeviceContext* self, ID3D11Resource* target, UINT part) {
     record(self, "Unmap", target, part);
 }
 
-HRESULT STDMETHODCALLTYPE createTexture(ID3D11Device* self, const D3D11_TEXTURE2D_DESC* wanted,
-                                        const D3D11_SUBRESOURCE_DATA* initial,
-                                        ID3D11Texture2D** result) {
-    static const auto* const table = makeTable<ID3D11Texture2DVtbl>([](auto&) {});
+HRESULT createTexture(ID3D11Device* self, const D3D11_TEXTURE2D_DESC* wanted,
+                      const D3D11_SUBRESOURCE_DATA* initial, ID3D11Texture2D** result) {
+    static const com::Table table = makeTable<ID3D11Texture2D>();
     Object& texture = *handOut("crop", table, result);
     texture.width = static_cast<LONG>(wanted->Width);
     texture.height = static_cast<LONG>(wanted->Height);
@@ -180,8 +173,8 @@ HRESULT STDMETHODCALLTYPE createTexture(ID3D11Device* self, const D3D11_TEXTURE2
 }  // namespace
 
 HRESULT WINAPI CreateDXGIFactory1(const IID& id, void** result) {
-    static const auto* const table =
-        makeTable<IDXGIFactory1Vtbl>([](auto& entries) { entries.EnumAdapters1 = enumAdapters; });
+    static const com::Table table =
+        makeTable<IDXGIFactory1>().set(&IDXGIFactory1::EnumAdapters1, enumAdapters);
     handOut("factory", table, result);
     record("CreateDXGIFactory1", id, "->", *result);
     return S_OK;
@@ -191,13 +184,13 @@ HRESULT WINAPI D3D11CreateDevice(IDXGIAdapter* adapter, D3D_DRIVER_TYPE type, HM
                                  UINT flags, const D3D_FEATURE_LEVEL* levels, UINT levelCount,
                                  UINT version, ID3D11Device** device, D3D_FEATURE_LEVEL* level,
                                  ID3D11DeviceContext** context) {
-    static const auto* const deviceTable =
-        makeTable<ID3D11DeviceVtbl>([](auto& entries) { entries.CreateTexture2D = createTexture; });
-    static const auto* const contextTable = makeTable<ID3D11DeviceContextVtbl>([](auto& entries) {
-        entries.CopySubresourceRegion = copyPicture;
-        entries.Map = map;
-        entries.Unmap = unmap;
-    });
+    static const com::Table deviceTable =
+        makeTable<ID3D11Device>().set(&ID3D11Device::CreateTexture2D, createTexture);
+    static const com::Table contextTable =
+        makeTable<ID3D11DeviceContext>()
+            .set(&ID3D11DeviceContext::CopySubresourceRegion, copyPicture)
+            .set(&ID3D11DeviceContext::Map, map)
+            .set(&ID3D11DeviceContext::Unmap, unmap);
     handOut("device", deviceTable, device);
     handOut("context", contextTable, context);
     record("D3D11CreateDevice", adapter, type, software != nullptr, flags, levels != nullptr,

@@ -32,16 +32,14 @@ bool refuses(const char* operation) {
     return refused = true;
 }
 
-void endUnknownOperation() {
-    writeLine("an operation without a stand-in");
+void com::stopAtSlot(const char* interfaceName, std::size_t slot) {
+    record(interfaceName, "has no stand-in for its operation", slot);
     ExitProcess(3);
 }
 
-ULONG STDMETHODCALLTYPE addReference(void* self) {
-    return static_cast<ULONG>(++objectOf(self)->references);
-}
+ULONG addReference(void* self) { return static_cast<ULONG>(++objectOf(self)->references); }
 
-ULONG STDMETHODCALLTYPE release(void* self) {
+ULONG release(void* self) {
     Object* const object = objectOf(self);
     if (--object->references > 0) return static_cast<ULONG>(object->references);
     record(self, "closed");
@@ -51,16 +49,16 @@ ULONG STDMETHODCALLTYPE release(void* self) {
     return 0;
 }
 
-HRESULT STDMETHODCALLTYPE refuseInterface(void* self, const IID& id, void** result) {
+HRESULT refuseInterface(void* self, const IID& id, void** result) {
     record(self, "QueryInterface", id, "-> null");
     *result = nullptr;
     return E_NOINTERFACE;
 }
 
-Object* makeObject(const char* kind, const void* table) {
+Object* makeObject(const char* kind, const com::Table& table) {
     static std::map<std::string, int> numbers;
     auto* const object = new Object;
-    object->table = table;
+    object->table = &table;
     object->name = kind + std::to_string(++numbers[kind]);
     return object;
 }

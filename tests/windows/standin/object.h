@@ -6,18 +6,17 @@
 
 #pragma once
 
-#define CINTERFACE  // The tables of functions are filled in by hand, with what the program uses.
 #include <windows.h>
 
-#include <array>
-#include <bit>
 #include <concepts>
 #include <string>
 #include <vector>
 
+#include "platform/com/table.h"
+
 // One record for all kinds, so that the copies of this library understand each other's objects.
 struct Object {
-    const void* table = nullptr;  // First, as in every published interface.
+    const com::Table* table = nullptr;  // First, as in every published interface.
     std::string name;
     long references = 1;
     std::vector<BYTE> bytes;
@@ -54,30 +53,20 @@ void record(const First& first, const Part&... parts) {
 // Whether STAND_IN_REFUSES names this operation and it has not been refused yet.
 bool refuses(const char* operation);
 
-[[noreturn]] void endUnknownOperation();
-ULONG STDMETHODCALLTYPE addReference(void* self);
-ULONG STDMETHODCALLTYPE release(void* self);
-HRESULT STDMETHODCALLTYPE refuseInterface(void* self, const IID& id, void** result);
+ULONG addReference(void* self);
+ULONG release(void* self);
+HRESULT refuseInterface(void* self, const IID& id, void** result);
 
-// A table in which whatever `fill` does not set ends the process.
-template <typename Table, typename Fill>
-const Table* makeTable(const Fill& fill) {
-    std::array<void (*)(), sizeof(Table) / sizeof(void*)> entries;
-    entries.fill(endUnknownOperation);
-    entries[0] = reinterpret_cast<void (*)()>(refuseInterface);
-    entries[1] = reinterpret_cast<void (*)()>(addReference);
-    entries[2] = reinterpret_cast<void (*)()>(release);
-    static Table table;
-    table = std::bit_cast<Table>(entries);
-    fill(table);
-    return &table;
+template <typename Interface, typename Object = void>
+com::Table makeTable(HRESULT (*query)(Object*, const IID&, void**) = refuseInterface) {
+    return com::Table::of<Interface>(query, addReference, release);
 }
 
 // A new object of that kind, named by kind and number; the caller has the one reference.
-Object* makeObject(const char* kind, const void* table);
+Object* makeObject(const char* kind, const com::Table& table);
 
 template <typename Interface>
-Object* handOut(const char* kind, const void* table, Interface** result) {
+Object* handOut(const char* kind, const com::Table& table, Interface** result) {
     Object* const object = makeObject(kind, table);
     *result = reinterpret_cast<Interface*>(object);
     return object;
