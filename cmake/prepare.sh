@@ -7,7 +7,7 @@ build_packages=(
     libavcodec-dev libavformat-dev libavutil-dev libcairo2-dev libpango1.0-dev libdbus-1-dev
     libxcb1-dev libxcb-shm0-dev libxcb-damage0-dev libxcb-randr0-dev libxcb-shape0-dev libxcb-xfixes0-dev
     libxcb-composite0-dev libxcb-xtest0-dev libgtest-dev fonts-dejavu-core
-    # The resources are compiled by the Windows resource compiler, also for the native build.
+    # The native build too takes the SDK's headers and the Windows resource compiler.
     binutils-mingw-w64-x86-64 g++-mingw-w64-x86-64-posix
 )
 native_test_packages=(
