@@ -1,235 +1,135 @@
-// Every failure that the program words: brought about by a planned fault, told with its exact text,
-// and gone without a trace: nothing held, no partial file, and the next recording works.
+// Every failure that ends a recording or the start, with its exact text, and gone without a trace.
 
-#include "tests/program/outcome.h"
+#include "app/application.h"
+#include "app/recording_job.h"
+#include "common/messages.h"
+#include "tests/capture_road.h"
+#include "tests/scenarios/native.h"
 
 using namespace user;
+using desktop::Fault;
 
 namespace {
 
-struct Row {
-    const char* operation;
-    std::vector<const char*> labels;  // of its first call, of its second, and so on
-};
-
-constexpr DWORD unexpected = 0x8000ffff;
-const char* const copied = "Copied — paste the video file.";
-
-// With the windows and the icon of an idle program.
-std::map<std::string, int> idleObjects() {
-    await("the end of the overlay", [] { return !sheetIsUp() && !frameIsUp(); });
-    return desktop::openObjects();
-}
-
-void expectNothingLeft(const std::map<std::string, int>& idle) {
-    // The worker's last references go a moment after its message.
-    desktop::waitUntil([&] { return desktop::openObjects() == idle; });
-    EXPECT_EQ(desktop::openObjects(), idle);
-    EXPECT_FALSE(isPartialFileLeft());
-}
-
-desktop::Fault failing(const std::string& operation, int nth, DWORD code,
-                       bool andAllLater = false) {
-    return {desktop::Fault::Fail, operation, nth, code, andAllLater};
-}
-
-// One recording that meets the faults, and one after it that must succeed.
-void expectTold(const std::vector<desktop::Fault>& faults, const std::string& text) {
-    SCOPED_TRACE(text);
-    const auto idle = idleObjects();
-    for (const desktop::Fault& fault : faults) desktop::planFault(fault);
-    const Outcome outcome = recordOneClip(5);  // later than any planned fault
-    EXPECT_TRUE(desktop::faultStruck());
+// The job's thread alone, stopped after a few samples. What it says: empty for a whole clip.
+std::string recordOneClip() {
+    const std::jthread user([] {
+        const auto isLongEnough = [] { return callsOf("IMFSinkWriter::WriteSample").size() > 2; };
+        desktop::waitUntil([&] { return stopFlag || isLongEnough(); });
+        stopFlag = true;
+    });
+    recordingJob({300, 310, 502, 464});
+    stopFlag = true;
     desktop::clearFaults();
-    EXPECT_FALSE(outcome.clip);
-    EXPECT_EQ(desktop::balloons().back().text, text);
-    expectNothingLeft(idle);
-    EXPECT_TRUE(recordOneClip().clip);
+    MSG message{};
+    EXPECT_TRUE(PeekMessageW(&message, trayWindow, WM_APP_RECORDING_DONE, WM_APP_RECORDING_DONE,
+                             PM_REMOVE));
+    const std::unique_ptr<RecordingResult> result(
+        reinterpret_cast<RecordingResult*>(message.lParam));
+    EXPECT_EQ(clips().size(), result->clip.empty() ? 0u : 1u);
+    for (const std::string& name : clips()) EXPECT_EQ(name.find(".partial"), std::string::npos);
+    return Path(result->error + result->warning).string();
 }
 
-// Each call that fails in turn. With `inBothTries` at the same step of both tries to open the
-// writer, since only then it is told.
-void expectAllTold(const std::vector<Row>& rows, bool inBothTries = false) {
+void atJob(const std::function<void()>& body) {
     atDesktop([&] {
-        Program program;
-        EXPECT_TRUE(recordOneClip().clip);
-        for (const auto& [operation, labels] : rows) {
-            int nth = 0;
-            for (const std::string label : labels) {
-                ++nth;
-                if (label.empty()) continue;
-                std::vector<desktop::Fault> faults{failing(operation, nth, unexpected)};
-                if (inBothTries) faults.push_back(failing(operation, 2 * nth, unexpected));
-                expectTold(faults, label + " (0x8000ffff)");
-            }
-        }
+        useHost();
+        desktop::setMonitors({{{-1920, 0, 0, 1080}}, {{0, 0, 1920, 1080}}});
+        targetMonitor = MonitorFromPoint({}, MONITOR_DEFAULTTONEAREST);
+        recordingsFolder = recordings();
+        std::filesystem::create_directories(recordings());
+        trayWindow = makeWindow(u"receiver", DefWindowProcW);
+        body();
     });
 }
 
-// After a call out of sight anything may stand there, even a clip on its way. Esc ends it, and the
-// program is idle again once a new sheet opens.
-void returnToIdle(const std::map<std::string, int>& idle) {
-    desktop::releaseButton(1);
-    const auto isQuiet = [&] {
-        pressEsc();
-        return !sheetIsUp() && !frameIsUp() && desktop::openObjects() == idle;
-    };
-    await("a new sheet", [&] {
-        if (!isQuiet()) return false;
-        pressShortcut();
-        return desktop::waitUntil(sheetIsUp, 1);
-    });
-    await("an idle program", isQuiet);
+// With a failing call, and the first try to open the writer failing too. A "*" stands for its code.
+std::string textOf(const std::string& operation, int nth) {
+    static const auto idle = desktop::openObjects();
+    for (const std::string& name : namesIn(recordings()))
+        std::filesystem::remove(recordings() / name);
+    stopFlag = false;
+    desktop::planFault({Fault::Fail, "MFCreateAttributes", 1});
+    desktop::planFault({Fault::Fail, operation, nth, 0x8000ffff});
+    desktop::startCallLog();
+    const std::string text = recordOneClip();
+    EXPECT_EQ(desktop::openObjects(), idle);
+    const std::size_t code = text.find(" (0x8000ffff)");
+    return code == std::string::npos ? text : text.substr(0, code) + '*';
 }
 
 }  // namespace
 
-TEST(Failures, withoutACode) {
-    atDesktop([] {
-        Program program;
-        EXPECT_TRUE(recordOneClip().clip);
-        expectTold({failing("SetWindowsHookExW", 1, 5)},
-                   "Could not install temporary Escape hook; recording not started.");
-        expectTold({failing("GetMonitorInfoW", 1, 0)}, "Monitor unavailable");
-        expectTold({failing("MoveFileExW", 1, 5)}, "Cannot publish completed MP4");
+TEST(Failures, ofEveryCallUpToTheFirstSample) {
+    atJob([] {
+        std::string told;
+        for (int call = 1; call < 200 && !told.ends_with("Encode frame*\n"); ++call) {
+            const std::string line = textOf("", call) + '\n';
+            if (line != "\n" && told.find(line) == std::string::npos) told += line;
+        }
+        EXPECT_EQ(told, road::lines(R"-(
+Recording ID* | COM startup* | Media Foundation startup* | DXGI factory* | Enumerate adapters*
+Enumerate outputs* | Output description* | D3D11 device* | Desktop duplication support*
+Duplicate desktop (local unlocked desktop required)* | Crop texture* | Encoder attributes*
+Hardware preference* | Encoder throttle* | MP4 container* | Create MP4* | Output type*
+Video type* | H264* | Bitrate* | Output color matrix* | Output color range* | Progressive*
+Output size* | Output fps* | Output aspect* | H264 stream* | Input type* | Input video* | NV12*
+Input color matrix* | Input color range* | Input progressive* | Input size* | Input fps*
+Input aspect* | Encoder input* | Start encoder* | Acquire desktop (display mode/lock changed)*
+Desktop texture* | Map crop* | Frame buffer* | Lock buffer* | Unlock buffer* | Buffer length*
+Frame sample* | Sample buffer* | Frame timestamp* | Frame duration* | Encode frame*
+)-"));
+        EXPECT_EQ(textOf("IMFSinkWriter::Finalize", 1), "Finalize MP4*");
+        EXPECT_EQ(textOf("MoveFileExW", 1), "Cannot publish completed MP4");
+        EXPECT_EQ(textOf("GetFileAttributesW", 1), "Refusing retention in a linked folder");
+    });
+}
+
+TEST(Failures, ofTheFirstFrame) {
+    atJob([] {
+        stopFlag = true;
+        EXPECT_EQ(recordOneClip(), "Recording stopped before its first frame");
+        stopFlag = false;
         const char* const acquire = "IDXGIOutputDuplication::AcquireNextFrame";
-        desktop::planFault(failing(acquire, 1, 0x887a0027, true));
-        EXPECT_EQ(recordOneClip().notices.back(), "No desktop frame received");
-        desktop::clearFaults();
-        std::vector<std::int64_t> times;
-        for (const desktop::LoggedCall& call : desktop::callLog())
-            if (call.operation == acquire) times.push_back(call.time);
+        const DWORD timeout = 0x887a0027;
+        desktop::planFault({Fault::Fail, acquire, 1, timeout, true});
+        desktop::startCallLog();
+        EXPECT_EQ(recordOneClip(), "No desktop frame received");
+        const std::vector<desktop::LoggedCall> log = desktop::callLog();
+        const auto first = std::ranges::find(log, acquire, &desktop::LoggedCall::operation);
         // Of the five seconds, on however busy a machine.
-        EXPECT_GT(times.back() - times.front(), 3'000'000'000);
-        openSheet();
-        desktop::planFault({.kind = desktop::Fault::Stall, .operation = "MFCreateAttributes"});
-        drag({100, 100, 420, 340});
-        await("the frame", frameIsUp);
-        pressEsc();
-        desktop::waitForBalloon("Finishing clip…");
-        desktop::clearFaults();
-        desktop::waitForBalloon("Recording stopped before its first frame");
-        EXPECT_TRUE(recordOneClip().clip);
-        EXPECT_FALSE(isPartialFileLeft());
+        EXPECT_GT(log.back().time - first->time, 3'000'000'000);
+        stopFlag = false;
+        desktop::changeMonitor(1, {{0, 0, 1080, 1920}, 2});
+        EXPECT_EQ(recordOneClip(), "Rotated monitors are not supported in this version");
+        stopFlag = false;
+        desktop::setMonitors({{{5000, 0, 6000, 1000}}});
+        EXPECT_EQ(recordOneClip(), "Selected monitor disconnected");
     });
 }
 
-TEST(Failures, ofTheDesktopSource) {
-    const char* const lost = "Acquire desktop (display mode/lock changed)";
-    expectAllTold(
-        {{"CoCreateGuid", {"Recording ID"}},
-         {"CoInitializeEx", {"COM startup"}},
-         {"MFStartup", {"Media Foundation startup"}},
-         {"CreateDXGIFactory1", {"DXGI factory"}},
-         {"IDXGIFactory1::EnumAdapters1", {"Enumerate adapters"}},
-         {"IDXGIAdapter::EnumOutputs", {"Enumerate outputs"}},
-         {"IDXGIOutput::GetDesc", {"Output description"}},
-         {"D3D11CreateDevice", {"D3D11 device"}},
-         {"QueryInterface", {"Desktop duplication support", "Desktop texture"}},
-         {"IDXGIOutput1::DuplicateOutput", {"Duplicate desktop (local unlocked desktop required)"}},
-         {"ID3D11Device::CreateTexture2D", {"Crop texture"}},
-         {"IDXGIOutputDuplication::AcquireNextFrame", {lost, "", lost}},
-         {"ID3D11DeviceContext::Map", {"Map crop"}}});
-}
-
-TEST(Failures, ofOpeningTheWriter) {
-    expectAllTold(
-        {{"MFCreateAttributes", {"Encoder attributes"}},
-         {"IMFAttributes::SetUINT32",
-          {"Hardware preference", "Encoder throttle", "Bitrate", "Output color matrix",
-           "Output color range", "Progressive", "Input color matrix", "Input color range",
-           "Input progressive"}},
-         {"IMFAttributes::SetGUID", {"MP4 container", "Video type", "H264", "Input video", "NV12"}},
-         {"IMFAttributes::SetUINT64",
-          {"Output size", "Output fps", "Output aspect", "Input size", "Input fps",
-           "Input aspect"}},
-         {"MFCreateSinkWriterFromURL", {"Create MP4"}},
-         {"MFCreateMediaType", {"Output type", "Input type"}},
-         {"IMFSinkWriter::AddStream", {"H264 stream"}},
-         {"IMFSinkWriter::SetInputMediaType", {"Encoder input"}},
-         {"IMFSinkWriter::BeginWriting", {"Start encoder"}}},
-        true);
-}
-
-TEST(Failures, ofWritingAndFinishing) {
-    expectAllTold({{"MFCreateMemoryBuffer", {"", "Frame buffer"}},
-                   {"IMFMediaBuffer::Lock", {"", "Lock buffer"}},
-                   {"IMFMediaBuffer::Unlock", {"Unlock buffer"}},
-                   {"IMFMediaBuffer::SetCurrentLength", {"Buffer length"}},
-                   {"MFCreateSample", {"Frame sample"}},
-                   {"IMFSample::AddBuffer", {"Sample buffer"}},
-                   {"IMFSample::SetSampleTime", {"Frame timestamp"}},
-                   {"IMFSample::SetSampleDuration", {"Frame duration"}},
-                   {"IMFSinkWriter::WriteSample", {"Encode frame"}},
-                   {"IMFSinkWriter::Finalize", {"Finalize MP4"}}});
-}
-
-TEST(Failures, ofTheStepsAfterTheClipIsSafe) {
-    const std::string cannotCopy = "Clip saved, but file or clipboard access failed. Open recent "
-                                   "clips to copy it manually.";
-    const std::string warning = "Clip saved; retention warning: ";
+TEST(Failures, ofTheStart) {
     const struct {
-        std::vector<desktop::Fault> faults;
-        std::string text;
+        const char* operation;
+        int nth;
+        const char* shown;
     } rows[] = {
-        {{failing("SetTimer", 1, 8)},
-         "Clip saved; clipboard retry timer unavailable. Open recent clips."},
-        {{failing("OpenClipboard", 1, 5, true)}, cannotCopy},
-        {{failing("EmptyClipboard", 1, 5, true)}, cannotCopy},
-        {{failing("SetClipboardData", 1, 5, true)}, cannotCopy},
-        {{failing("GlobalAlloc", 1, 8, true)}, cannotCopy},
-        {{failing("GlobalLock", 1, 8, true)}, cannotCopy},
-        {{failing("MoveFileExW", 2, 5)},
-         warning + "Cannot replace recording ownership ledger (Windows error 5)"},
-        {{failing("GetFileAttributesW", 1, 5)}, warning + "Refusing retention in a linked folder"},
-        {{failing("DeleteFileW", 2, 32)},  // By now there are more than five.
-         warning + "Could not remove an old owned clip (file may be in use)"},
-        {{failing("OpenClipboard", 1, 5), failing("EmptyClipboard", 1, 5)}, copied},
-        // The second try without hardware takes over, and nobody hears of it.
-        {{failing("IMFSinkWriter::BeginWriting", 1, unexpected)}, copied},
+        {"CreateMutexW", 1,
+         "Quorvel Clip|Cannot check for an existing Quorvel Clip instance. No settings were "
+         "changed."},
+        {"CoInitializeEx", 1, "Quorvel Desk Clip|UI COM startup (0x8000ffff)"},
+        {"SHGetKnownFolderPath", 1, "Quorvel Desk Clip|LocalAppData (0x8000ffff)"},
+        {"RegisterClassW", 1, "Quorvel Desk Clip|Tray class failed"},
+        {"CreateWindowExW", 1, "Quorvel Desk Clip|Tray window failed"},
+        {"RegisterClassW", 2, "Quorvel Desk Clip|Overlay class registration failed"},
+        {"CreateWindowExW", 2, "Quorvel Desk Clip|Overlay creation failed"},
+        {"Shell_NotifyIconW", 1, "Quorvel Desk Clip|Cannot add tray icon"},
     };
-    atDesktop([&] {
-        Program program;
-        EXPECT_TRUE(recordOneClip().clip);
-        const auto idle = idleObjects();
-        for (const auto& row : rows) {
-            SCOPED_TRACE(row.text);
-            for (const desktop::Fault& fault : row.faults) desktop::planFault(fault);
-            const Outcome outcome = recordOneClip();
-            EXPECT_TRUE(desktop::faultStruck());
-            desktop::clearFaults();
-            EXPECT_TRUE(outcome.clip);
-            EXPECT_EQ(std::count(outcome.notices.begin(), outcome.notices.end(), row.text), 1);
-            expectNothingLeft(idle);
-        }
-        std::filesystem::create_directory(recordings() / "completed.txt.new");
-        EXPECT_EQ(recordOneClip().notices.at(1),
-                  warning + "Cannot write recording ownership ledger; check free space and folder "
-                            "permissions");
-        std::filesystem::remove(recordings() / "completed.txt.new");
-        EXPECT_EQ(recordOneClip().notices.back(), copied);
-    });
-}
-
-// Lets every call of one recording fail in turn.
-TEST(Failures, survivesAFailureOfAnyCall) {
-    atDesktop([] {
-        Program program;
-        EXPECT_TRUE(recordOneClip().clip);
-        const auto idle = idleObjects();
-        int call = 0;
-        for (bool struck = true; struck && !::testing::Test::HasFailure();) {
-            desktop::planFault(failing("", ++call, 0));
-            const Outcome outcome = recordOneClip();
-            struck = desktop::faultStruck();
-            const std::string operation = desktop::struckCall();
-            SCOPED_TRACE(std::to_string(call) + " " + operation);
-            desktop::clearFaults();
-            EXPECT_TRUE(outcome.clip || !outcome.notices.empty() || isOutOfSight(operation));
-            if (isOutOfSight(operation)) returnToIdle(idle);
-            expectNothingLeft(idle);
-            EXPECT_TRUE(recordOneClip().clip);
-        }
-        EXPECT_GT(call, 100);  // Fewer means that the recording never got going.
-    });
+    for (const auto& [operation, nth, shown] : rows)
+        atDesktop([&, &operation = operation, &nth = nth, &shown = shown] {
+            desktop::planFault({Fault::Fail, operation, nth, 0x8000ffff});
+            EXPECT_EQ(runToItsEnd(), "1|" + std::string(shown));
+            EXPECT_TRUE(desktop::openObjects().empty());
+            EXPECT_EQ(trayTip(), "");
+        });
 }

@@ -1,4 +1,4 @@
-// Four roads of a user, as the calls that the program makes on them: every one that matters, in
+// Six roads of a user, as the calls that the program makes on them: every one that matters, in
 // order and with its arguments, the main thread's and the worker's for themselves.
 
 #include <time.h>
@@ -11,7 +11,7 @@
 #include "app/application.h"
 #include "platform/desktop/call.h"
 #include "tests/capture_road.h"
-#include "tests/program/outcome.h"
+#include "tests/scenarios/native.h"
 
 using namespace user;
 using road::lines;
@@ -37,7 +37,7 @@ std::string lineOf(const desktop::LoggedCall& call) {
     static const std::vector<std::pair<std::regex, std::string>> names{
         {std::regex("\"[^\"]*/d[^/]*/Quorvel Desk Clip"), "\"~"},
         {std::regex("~/Recordings/clip-[-0-9a-f]{36}.mp4"), "<clip>"},
-        {std::regex("settings-\\d+-\\d+-"), "settings-<start>-"},
+        {std::regex("~/config.ini.settings-\\d+-\\d+-1.tmp"), "<copy>"},
         {std::regex("-21, \\d+"), "-21, set"},
         {std::regex("(HandleW set|GlobalAlloc 66), [1-9]\\d*"), "$1, <size>"},
         {std::regex("(RegSetValueExW .*, 1), \\d+"), "$1, <size>"},
@@ -80,25 +80,25 @@ Road readRoad() {
     return road;
 }
 
-bool isFocused(int id) {
-    const auto dialog = desktop::openDialog();
-    return dialog && std::ranges::any_of(dialog->controls, [&](const auto& one) {
-               return one.id == id && one.focused;
-           });
+std::size_t count(const char* operation) { return callsOf(operation).size(); }
+
+void awaitCalls(const char* operation, std::size_t least) {
+    await(operation, [&] { return count(operation) >= least; });
 }
 
-bool hasCall(const char* operation, const char* arguments) {
-    return std::ranges::count(callsOf(operation), arguments) > 0;
-}
-
+// On the monitor to the left. A second press starts the drag again.
 void select() {
+    desktop::setMonitors({{{0, 0, 1920, 1080}}, {{-1920, 0, 0, 1080}}});
+    move(-1000, 500);
+    desktop::startCallLog();
     openSheet();
-    await("the hint", [] { return !callsOf("EndPaint").empty(); });
-    desktop::movePointer(-1620, 310);
-    desktop::pressButton(1);
-    desktop::movePointer(-1418, 464);
-    await("the outline", [] { return !callsOf("FrameRect").empty(); });
-    desktop::releaseButton(1);
+    awaitCalls("EndPaint", 1);
+    move(-1620, 310);
+    holdButton(1);
+    holdButton(1);
+    move(-1418, 464);
+    awaitCalls("FrameRect", 1);
+    releaseButton(1);
 }
 
 // From the shortcut to the red frame.
@@ -107,12 +107,18 @@ GetCursorPos | MonitorFromPoint -1000, 500, 2 | SetWindowsHookExW 13, set, 0 | G
 SetWindowLongPtrW set, -20, 524424 | SetWindowRgn set, null, 0
 SetLayeredWindowAttributes set, 0, 180, 2 | SetWindowPos set, set, -1920, 0, 1920, 1080, 64
 SetForegroundWindow set | InvalidateRect set, null, 1
-SetCapture set | InvalidateRect set, null, 0
+SetCapture set | SetCapture set | InvalidateRect set, null, 0
 ReleaseCapture | GetCapture | ShowWindow set, 0 | DwmFlush | PostMessageW set, 32778, 0
 SetWindowLongPtrW set, -20, 134742184 | SetLayeredWindowAttributes set, 0, 255, 2
 CreateRectRgn 0, 0, 206, 158 | CreateRectRgn 2, 2, 204, 156 | CombineRgn set, set, set, 4
 DeleteObject set | SetWindowRgn set, set, 0 | SetWindowPos set, set, -1622, 308, 206, 158, 80
 InvalidateRect set, null, 1
+)");
+
+const std::string sheet = lines(R"(
+BeginPaint set | GetClientRect set | CreateSolidBrush 1579032 | FillRect set, set, set
+DeleteObject set | SetBkMode set, 1 | SetTextColor set, 16777215
+DrawTextW set, "Drag a region on this monitor. Esc cancels.\nRelease to record; Esc stops. Max 3840 x 2160.", -1, set, 16
 )");
 
 const std::string finishing =
@@ -127,24 +133,11 @@ PostMessageW set, 32770, 0
 
 const std::string deletion = "DeleteFileW \"<clip>.partial.mp4\"\n";
 
-void awaitLoop() {
-    await("the loop", [] { return !callsOf("GetMessageW").empty(); });
-}
-
-// Before the program starts.
-void useTwoMonitors() {
-    desktop::startCallLog();
-    desktop::setMonitors({{{0, 0, 1920, 1080}}, {{-1920, 0, 0, 1080}}});
-    desktop::movePointer(-1000, 500);
-}
-
 }  // namespace
 
 TEST(Roads, startAndExit) {
     atDesktop([] {
-        desktop::startCallLog();
         Program program("--settings too");
-        awaitLoop();
         program.close();
         EXPECT_EQ(readRoad().main, lines(R"(
 SetProcessDpiAwarenessContext
@@ -172,19 +165,15 @@ PostQuitMessage 0 | IsWindow set | CoUninitialize | CloseHandle set
 
 TEST(Roads, aRecordingAndItsCopy) {
     atDesktop([] {
-        useTwoMonitors();
-        Program program;
-        awaitLoop();
-        desktop::startCallLog();
+        const Program program;
         select();
-        await("a quiet pass", [] { return callsOf("IMFSinkWriter::WriteSample").size() > 1; });
-        await("the frame", [] { return hasCall("CreateSolidBrush", "4210943"); });
+        const char* const sample = "IMFSinkWriter::WriteSample";
+        awaitCalls(sample, 2);
+        await("the frame",
+              [] { return std::ranges::count(callsOf("CreateSolidBrush"), "4210943"); });
         desktop::paintDesktop([](const desktop::Canvas& canvas) { canvas.pixels[0] = 1; });
-        const auto frames = [] { return callsOf("IDXGIOutputDuplication::ReleaseFrame").size(); };
-        await("another frame", [&] { return frames() == 2; });
-        const std::size_t samples = callsOf("IMFSinkWriter::WriteSample").size();
-        await("a quiet pass",
-              [&] { return callsOf("IMFSinkWriter::WriteSample").size() > samples + 2; });
+        awaitCalls("IDXGIOutputDuplication::ReleaseFrame", 2);
+        awaitCalls(sample, count(sample) + 3);
         stopRecording();
         const Road road = readRoad();
         EXPECT_EQ(road.main, selection + lines(R"(
@@ -197,14 +186,7 @@ GlobalAlloc 66, <size> | GlobalLock set | GlobalUnlock set
 OpenClipboard set | EmptyClipboard | SetClipboardData 15, set | CloseClipboard
 KillTimer set, 1 | Shell_NotifyIconW 1, 16, 0, null, "", "Copied — paste the video file.", 1, 3000
 )"));
-        EXPECT_EQ(road.painting, lines(R"(
-BeginPaint set | GetClientRect set | CreateSolidBrush 1579032 | FillRect set, set, set
-DeleteObject set | SetBkMode set, 1 | SetTextColor set, 16777215
-DrawTextW set, "Drag a region on this monitor. Esc cancels.\nRelease to record; Esc stops. Max 3840 x 2160.", -1, set, 16
-EndPaint set
-BeginPaint set | GetClientRect set | CreateSolidBrush 1579032 | FillRect set, set, set
-DeleteObject set | SetBkMode set, 1 | SetTextColor set, 16777215
-DrawTextW set, "Drag a region on this monitor. Esc cancels.\nRelease to record; Esc stops. Max 3840 x 2160.", -1, set, 16
+        EXPECT_EQ(road.painting, sheet + "EndPaint set\n" + sheet + lines(R"(
 GetStockObject 0 | FrameRect set, set, set | EndPaint set
 BeginPaint set | GetClientRect set | CreateSolidBrush 4210943 | FillRect set, set, set
 DeleteObject set | EndPaint set
@@ -220,10 +202,7 @@ DeleteObject set | EndPaint set
 
 TEST(Roads, aRecordingThatFails) {
     atDesktop([] {
-        useTwoMonitors();
-        Program program;
-        awaitLoop();
-        desktop::startCallLog();
+        const Program program;
         desktop::planFault({desktop::Fault::Fail, "IMFSinkWriter::SetInputMediaType", 1, 0, true});
         select();
         desktop::waitForBalloon("Encoder input (0xc00d36b4)");
@@ -240,26 +219,30 @@ Shell_NotifyIconW 1, 16, 0, null, "", "Encoder input (0xc00d36b4)", 3, 3000
     });
 }
 
-// With Ctrl held from before; a key that another program gets is none of the box's.
+// With Ctrl held from before, and on two monitors with a scale of their own; a key that another
+// program gets is none of the box's.
 TEST(Roads, settingsAndASave) {
     atDesktop([] {
+        desktop::setMonitors({{{0, 0, 1000, 800}}, {{1000, 0, 2500, 1200}, 1, 144}});
         desktop::pressKey(VK_LCONTROL);
-        desktop::startCallLog();
-        Program program("--settings");
-        await("the box", [] { return isFocused(1001); });
-        press({'B'});
-        await("the shortcut", [] { return hasCall("SetDlgItemTextW", "set, 1001, \"Ctrl+B\""); });
+        const Program program("--settings");
+        awaitFocus(ShortcutBox);
+        press({VK_RMENU, VK_RSHIFT, VK_RWIN, 'B'});
+        await("the shortcut", [] { return control(ShortcutBox).text == "Ctrl+Alt+Shift+Win+B"; });
         desktop::releaseKey(VK_LCONTROL);
-        desktop::takeForeground();
-        await("another program", [] { return !isFocused(1001); });
+        desktop::postToWindow("#32770", WM_SYSCOMMAND, SC_MINIMIZE);
+        awaitFocus(0);
         press({'C'});
-        desktop::clickTray(WM_RBUTTONUP);
-        await("the box", [] { return isFocused(1001); });
-        press({VK_TAB});
-        await("the next control", [] { return isFocused(1002); });
+        clickTray(3);
+        awaitFocus(ShortcutBox);
+        tabTo(StartEntry);
+        drag({500, control(ShortcutBox).bounds.top - 60, 1700, 300});
+        awaitCalls("DestroyIcon", 2);
         press({VK_SPACE});
+        await("the check mark", [] { return control(StartEntry).checked; });
+        EXPECT_EQ(count("CallNextHookEx"), 9u);  // Nothing of B, the Windows key and Tab.
         press({VK_RETURN});
-        await("the tip", [] { return callsOf("Shell_NotifyIconW").size() == 3; });
+        awaitCalls("Shell_NotifyIconW", 3);
         const std::string calls = readRoad().main;
         EXPECT_EQ(calls.substr(calls.find("PostMessageW")), lines(R"(
 PostMessageW set, 32772, 0 | GetModuleFileNameW 32768 | DialogBoxParamW set, 101, null
@@ -272,19 +255,23 @@ EnableWindow set, 1
 SetDlgItemTextW set, 1003, "If enabled, keep this portable EXE in its current location."
 GetAsyncKeyState 162 | GetAsyncKeyState 163 | GetAsyncKeyState 160 | GetAsyncKeyState 161
 GetAsyncKeyState 164 | GetAsyncKeyState 165 | GetAsyncKeyState 91 | GetAsyncKeyState 92
-SetWindowsHookExW 13, set, 0 | GetForegroundWindow | PostMessageW set, 32788, 2 | SetDlgItemTextW set, 1001, "Ctrl+B"
-GetForegroundWindow | IsWindow set | IsIconic set | ShowWindow set, 5 | SetForegroundWindow set
-GetForegroundWindow | PostMessageW set, 40, 0 | GetForegroundWindow | GetForegroundWindow
-RegisterHotKey set, 2, 16386, 66
-CopyFileW "~/config.ini", "~/config.ini.settings-<start>-1.tmp", 1
-WritePrivateProfileStringW "hotkey", "modifiers", "2", "~/config.ini.settings-<start>-1.tmp"
-WritePrivateProfileStringW "hotkey", "key", "66", "~/config.ini.settings-<start>-1.tmp"
-WritePrivateProfileStringW null, null, null, "~/config.ini.settings-<start>-1.tmp"
-CreateFileW "~/config.ini.settings-<start>-1.tmp", 3221225472, 1, 128 | FlushFileBuffers set
-CloseHandle set
-GetPrivateProfileIntW "hotkey", "modifiers", 0, "~/config.ini.settings-<start>-1.tmp"
-GetPrivateProfileIntW "hotkey", "key", 0, "~/config.ini.settings-<start>-1.tmp"
-MoveFileExW "~/config.ini.settings-<start>-1.tmp", "~/config.ini", 9
+SetWindowsHookExW 13, set, 0
+GetForegroundWindow | GetForegroundWindow | GetForegroundWindow | GetForegroundWindow
+PostMessageW set, 32788, 15 | SetDlgItemTextW set, 1001, "Ctrl+Alt+Shift+Win+B"
+GetForegroundWindow | IsWindow set | IsIconic set | ShowWindow set, 9 | SetForegroundWindow set
+GetForegroundWindow | PostMessageW set, 40, 0
+SetWindowPos set, null, 1327, 215, 745, 434, 20 | GetDpiForWindow set
+LoadImageW set, 102, 1, 24, 24, 0 | LoadImageW set, 102, 1, 48, 48, 0
+SendMessageW set, 128, 0, icon 80 | SendMessageW set, 128, 1, icon 81
+DestroyIcon set | DestroyIcon set | GetForegroundWindow | GetForegroundWindow
+RegisterHotKey set, 2, 16399, 66
+CopyFileW "~/config.ini", "<copy>", 1
+WritePrivateProfileStringW "hotkey", "modifiers", "15", "<copy>"
+WritePrivateProfileStringW "hotkey", "key", "66", "<copy>"
+WritePrivateProfileStringW null, null, null, "<copy>"
+CreateFileW "<copy>", 3221225472, 1, 128 | FlushFileBuffers set | CloseHandle set
+GetPrivateProfileIntW "hotkey", "modifiers", 0, "<copy>"
+GetPrivateProfileIntW "hotkey", "key", 0, "<copy>" | MoveFileExW "<copy>", "~/config.ini", 9
 WritePrivateProfileStringW null, null, null, "~/config.ini" | UnregisterHotKey set, 1
 IsWindowEnabled set | IsDlgButtonChecked set, 1002
 RegOpenKeyExW "Software\Microsoft\Windows\CurrentVersion\Run", 3
@@ -293,40 +280,30 @@ RegQueryValueExW "QuorvelDeskClip" | RegSetValueExW "QuorvelDeskClip", 1, <size>
 RegQueryValueExW "QuorvelDeskClip" | RegQueryValueExW "QuorvelDeskClip" | RegCloseKey
 EndDialog set, 1 | UnhookWindowsHookEx set | PeekMessageW set, 786, 786, 1 | DestroyIcon set | DestroyIcon set
 LoadImageW set, 102, 1, 16, 16, 32768
-Shell_NotifyIconW 1, 7, 32769, set, "Quorvel Desk Clip — Ctrl+B", "", 0, 0
+Shell_NotifyIconW 1, 7, 32769, set, "Quorvel Desk Clip — Ctrl+Alt+Shift+Win+B", "", 0, 0
 )"));
-        press({VK_LCONTROL, 'B'});
+        press({VK_LCONTROL, VK_LMENU, VK_LSHIFT, VK_LWIN, 'B'});
         await("the sheet", sheetIsUp);
     });
 }
 
-// A window that answers, but not as this version does.
 TEST(Roads, aSecondStartMeetsAnOlderOne) {
     atDesktop([] {
+        SecondStart early;
         SecondProcess second([] {
             runToItsEnd();
             return readRoad().main;
         });
-        const HANDLE mutex = CreateMutexW(nullptr, FALSE, u"Local\\QuorvelDeskClip-v1");
-        WNDCLASSW older{};
-        older.lpszClassName = trayWindowClass;
-        older.lpfnWndProc = [](HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
-            return message < 0xC000 ? DefWindowProcW(window, message, wparam, lparam) : 0;
-        };
-        RegisterClassW(&older);
-        CreateWindowExW(0, trayWindowClass, u"", WS_POPUP, 0, 0, 0, 0, nullptr, nullptr, nullptr,
-                        nullptr);
-        std::atomic<bool> done = false;
-        std::string road;
-        std::thread other([&] { road = second.run(), done = true; });
-        desktop::waitUntil([&] {
-            MSG message;
-            PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE);
-            return done.load();
-        });
-        other.join();
-        CloseHandle(mutex);
-        EXPECT_EQ(road, lines(R"(
+        useHost();
+        // The first one has no window yet.
+        Handle mutex(CreateMutexW(nullptr, FALSE, u"Local\\QuorvelDeskClip-v1"));
+        EXPECT_TRUE(early.run().starts_with("0|Quorvel Clip|An older or unresponsive"));
+        EXPECT_FALSE(std::filesystem::exists(user::dataFolder()));
+        mutex.reset();
+        const Program program;
+        activationMessage = 0;  // It does not know the second one's.
+        clickTray(1);
+        EXPECT_EQ(second.run(), lines(R"(
 SetProcessDpiAwarenessContext
 RegisterWindowMessageW "QuorvelDeskClip.ActivateSettings.v1"
 CreateMutexW "Local\QuorvelDeskClip-v1" | FindWindowW "QuorvelDeskClip", null
@@ -343,25 +320,27 @@ CloseHandle set
 TEST(Roads, aFailureInAProcedureEndsTheProgram) {
     atDesktop([] {
         Program program;
-        startRecording({100, 100, 420, 340});
-        openMenu();
-        desktop::startCallLog();
+        startRecording();
         const Path folder = std::exchange(recordingsFolder, "\xff");
+        openMenu();
         choose(3);
         await("the box", [] { return !box().empty(); });
         recordingsFolder = folder;
-        EXPECT_EQ(box(), "Quorvel Desk Clip|filesystem error: Cannot convert character sequence: "
-                         "Invalid or incomplete multibyte or wide character");
         press({VK_RETURN});
         EXPECT_EQ(program.awaitEnd(), 1);
-        std::string end;
-        for (const desktop::LoggedCall& call : desktop::callLog())
-            if (call.operation != "sleep" && !unheard.contains(call.operation))
-                end += lineOf(call) + '\n';
-        EXPECT_EQ(end.substr(end.find("Finalize")), finishing + lines(R"(
+        const Road road = readRoad();
+        EXPECT_EQ(road.main.substr(road.main.find("CreatePopupMenu")), lines(R"-(
+CreatePopupMenu
+AppendMenuW set, 1, 1, "Record region" | AppendMenuW set, 0, 2, "Stop recording (Esc)"
+AppendMenuW set, 0, 3, "Open recent clips" | AppendMenuW set, 1, 4, "Settings…"
+AppendMenuW set, 2048, 0, null | AppendMenuW set, 0, 6, "Exit"
+GetCursorPos | SetForegroundWindow set | TrackPopupMenu 386, 1900, 1060 | DestroyMenu set
+PostMessageW set, 0, 0 | PostQuitMessage 1
+MessageBoxW null, "filesystem error: Cannot convert character sequence: Invalid or incomplete multibyte or wide character", "Quorvel Desk Clip", 16
 IsWindow set | DestroyWindow set | UnhookWindowsHookEx set
 UnregisterHotKey set, 1 | Shell_NotifyIconW 2, 0, 0, null, "", "", 0, 0
 PostQuitMessage 0 | CoUninitialize | CloseHandle set
-)"));
+)-"));
+        EXPECT_TRUE(road::normalized(road.worker).ends_with(finishing));
     });
 }

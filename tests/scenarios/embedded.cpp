@@ -5,17 +5,15 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "demo/person.h"
-#include "platform/control.h"
 #include "platform/hosts/host.h"
 #include "tests/scenarios/native.h"
 
-namespace user::desk {
+namespace user {
 
-void open() {
+void openDesktop() {
     setenv("EMBEDDED_DESKTOP", "user", 1);
     useHost();
-    desktop::setMonitors({{screen(), 1, 96}});
+    desktop::setMonitors({{{0, 0, 1920, 1080}}});
     desktop::paintDesktop([](const desktop::Canvas& canvas) {
         std::fill_n(canvas.pixels, canvas.stride * canvas.height, ground);
     });
@@ -25,7 +23,7 @@ void useHost() { host::use(host::memoryHost()); }
 void openAgain() {}
 
 void clickTray(int button) {
-    desktop::movePointer(1900, 1060);
+    move(1900, 1060);
     desktop::clickTray(button == 3 ? WM_RBUTTONDOWN : WM_LBUTTONDOWN);
     desktop::clickTray(button == 3 ? WM_RBUTTONUP : WM_LBUTTONUP);
 }
@@ -41,15 +39,13 @@ bool othersGet(const std::vector<UINT>& keys) {
     desktop::inputOfOthers();
     press(keys);
     press({VK_F12});
-    bool wanted = false, last = false;
+    std::set<UINT> passed;
     await("a key for others", [&] {
-        for (const desktop::PassedInput& input : desktop::inputOfOthers()) {
-            wanted |= input.isKey && input.pressed && input.key == keys.back();
-            last |= input.isKey && input.pressed && input.key == VK_F12;
-        }
-        return last;
+        for (const desktop::PassedInput& input : desktop::inputOfOthers())
+            if (input.isKey && input.pressed) passed.insert(input.key);
+        return passed.contains(VK_F12);
     });
-    return wanted;
+    return passed.contains(keys.back());
 }
 
 void takeShortcut(UINT modifiers, UINT key) { desktop::takeHotKey(modifiers, key); }
@@ -58,7 +54,7 @@ void takeForeground() { desktop::takeForeground(); }
 void restartShell() {
     desktop::startCallLog();
     desktop::restartShell();
-    await("the icon", [] { return !person::callsOf("Shell_NotifyIconW").empty(); });
+    await("the icon", [] { return !callsOf("Shell_NotifyIconW").empty(); });
 }
 
 void endSession(bool reallyEnds) {
@@ -78,4 +74,4 @@ Path pastedFile() {
     return path.substr(0, path.find(WCHAR{0}));
 }
 
-}  // namespace user::desk
+}  // namespace user

@@ -1,18 +1,18 @@
 // The user of the native program, which runs on a thread of the test's process, so that what it
 // shows can be read. The two desktops differ in embedded.cpp and x11.cpp.
 
+#include "tests/scenarios/native.h"
+
 #include <signal.h>
 #include <sys/prctl.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
 
-#include "demo/person.h"
-#include "platform/control.h"
 #include "tests/clip_reader.h"
-#include "tests/scenarios/native.h"
 
 namespace user {
 
@@ -33,12 +33,6 @@ void makeUserFolders() {
     setenv("XDG_RUNTIME_DIR", (homeFolder / "run").c_str(), 1);
 }
 
-const desktop::ShownControl* find(const desktop::ShownDialog& dialog, int id) {
-    for (const desktop::ShownControl& one : dialog.controls)
-        if (one.id == id) return &one;
-    return nullptr;
-}
-
 }  // namespace
 
 void atDesktop(const std::function<void()>& body, const std::function<void()>& afterwards) {
@@ -48,7 +42,7 @@ void atDesktop(const std::function<void()>& body, const std::function<void()>& a
     if (child == 0) {
         makeUserFolders();
         try {
-            desk::open();
+            openDesktop();
             body();
         } catch (const std::exception& failure) {
             ADD_FAILURE() << failure.what();
@@ -65,25 +59,16 @@ void atDesktop(const std::function<void()>& body, const std::function<void()>& a
 
 bool waitUntil(const std::function<bool()>& condition) { return desktop::waitUntil(condition); }
 
-void await(const char* what, const std::function<bool()>& condition) {
-    EXPECT_TRUE(waitUntil(condition)) << "waited in vain for " << what;
-}
-
 Path home() { return homeFolder; }
 Path dataFolder() { return homeFolder / "data" / "Quorvel Desk Clip"; }
 
 const std::uint32_t dim = 0x1F2D40, outline = 0xC2D0E3;
-
-RECT screen() { return {0, 0, 1920, 1080}; }
-std::uint32_t pixel(int x, int y) { return desk::pixel(x, y); }
 
 void press(const std::vector<UINT>& keys) { person::pressKeys(keys); }
 void move(int x, int y) { person::hands.movePointer(x, y); }
 void holdButton(int button) { person::hands.pressButton(button); }
 void releaseButton(int button) { person::hands.releaseButton(button); }
 
-void clickTray(int button) { desk::clickTray(button); }
-void doubleClickTray() { desk::doubleClickTray(); }
 bool menuIsOpen() { return !desktop::openMenu().empty(); }
 
 void choose(UINT entry) {
@@ -94,31 +79,17 @@ void choose(UINT entry) {
     press({VK_RETURN});
 }
 
-bool othersGet(const std::vector<UINT>& keys) { return desk::othersGet(keys); }
-void takeShortcut(UINT modifiers, UINT key) { desk::takeShortcut(modifiers, key); }
-void takeForeground() { desk::takeForeground(); }
-
-void holdInstance() {
-    desk::useHost();
-    CreateMutexW(nullptr, FALSE, TEXT("Local\\QuorvelDeskClip-v1"));
-}
-
-void restartShell() { desk::restartShell(); }
-void endSession(bool reallyEnds) { desk::endSession(reallyEnds); }
-
 bool sheetIsUp() { return person::sheetIsUp(); }
 bool frameIsUp() { return person::frameIsUp(); }
 std::string trayTip() { return desktop::trayTip(); }
 
 void awaitNotice(const std::string& text) {
-    const auto isThere = [&] {
+    await(text.c_str(), [&] {
         const auto all = desktop::balloons();
         for (std::size_t at = noticesAwaited; at < all.size(); ++at)
             if (all[at].text == text) return noticesAwaited = at + 1, true;
         return false;
-    };
-    EXPECT_TRUE(waitUntil(isThere))
-        << text << ", but last: " << (noticeIsNew() ? desktop::balloons().back().text : "nothing");
+    });
 }
 
 bool noticeIsNew() { return desktop::balloons().size() > noticesAwaited; }
@@ -141,9 +112,10 @@ bool settingsAreOpen() {
 }
 
 ControlView control(int id) {
-    const auto dialog = desktop::openDialog();
-    const desktop::ShownControl* const one = dialog ? find(*dialog, id) : nullptr;
-    return one ? ControlView{one->text, one->checked, one->enabled, one->bounds} : ControlView{};
+    if (const auto dialog = desktop::openDialog())
+        for (const desktop::ShownControl& one : dialog->controls)
+            if (one.id == id) return {one.text, one.checked, one.enabled, one.bounds};
+    return {};
 }
 
 int focus() {
@@ -153,14 +125,13 @@ int focus() {
     return 0;
 }
 
-Path pastedFile() { return desk::pastedFile(); }
-
 ClipView view(const Path& clip, int width, int height) {
     const Clip read = readClip(clip);
     EXPECT_TRUE(read.width == width && read.height == height) << read.description;
     ClipView seen;
     forEachPicture(clip, read, [&](const ClipPicture& picture) {
         ++seen.frames;
+        EXPECT_TRUE(std::abs(picture.u(0, 0) - 163) < 4 && std::abs(picture.v(0, 0) - 103) < 4);
         const auto luma = picture.planes.begin();
         const auto [darkest, brightest] = std::minmax_element(luma, luma + width * height);
         seen.darkest = std::min<int>(seen.darkest, *darkest);
@@ -171,94 +142,93 @@ ClipView view(const Path& clip, int width, int height) {
 
 WideText programPath() { return std::filesystem::canonical("/proc/self/exe").u16string(); }
 
-struct Program::State {
-    person::Program program;
+struct Program::State : person::Program {
+    using person::Program::Program;
 };
 
 Program::Program(const std::string& arguments) {
-    desk::useHost();
+    useHost();
     desktop::startCallLog();
-    state.reset(new State{person::Program(Path(arguments).u16string())});
-    await("the program's message loop", [] { return !person::callsOf("GetMessageW").empty(); });
+    state = std::make_unique<State>(Path(arguments).u16string());
+    await("the program's message loop", [] { return !callsOf("GetMessageW").empty(); });
 }
 
 Program::~Program() = default;
-bool Program::hasEnded() const { return state->program.hasEnded(); }
 
 int Program::awaitEnd() {
-    await("the program's end", [&] { return hasEnded(); });
+    await("the program's end", [&] { return state->hasEnded(); });
     return close();
 }
 
-int Program::close() { return state->program.close(); }
+int Program::close() { return state->close(); }
 
 // As long as it takes: the first of many starts outlives all others.
 std::string runToItsEnd(const std::string& arguments) {
-    desk::useHost();
+    useHost();
     desktop::startCallLog();
     person::Program program(Path(arguments).u16string());
     std::string shown;
-    while (!waitUntil([&] { return program.hasEnded() || !box().empty(); })) {
-    }
-    while (!program.hasEnded() && !box().empty()) {
+    while (!desktop::waitUntil([&] { return program.hasEnded(); }, 0.01)) {
+        if (box().empty()) continue;
         shown = "|" + box();
         press({VK_RETURN});
-        desktop::waitUntil([&] { return program.hasEnded() || box().empty(); }, 1);
+        desktop::waitUntil([] { return box().empty(); }, 1);
     }
     return std::to_string(program.close()) + shown;
 }
 
-// The process waits for a byte on the pipe `go`, and writes what its body returns to the other one.
 SecondProcess::SecondProcess(const std::function<std::string()>& body) {
-    int goEnds[2], toldEnds[2];
-    if (pipe(goEnds) != 0 || pipe(toldEnds) != 0) throw std::runtime_error("no pipe");
+    int ends[2];
+    if (socketpair(AF_UNIX, SOCK_SEQPACKET, 0, ends) != 0) throw std::runtime_error("no line");
     process = fork();
-    go = goEnds[1];
-    told = toldEnds[0];
-    close(process == 0 ? told : goEnds[0]);
-    if (process != 0) {
-        close(toldEnds[1]);
-        return;
-    }
+    line = ends[process == 0];
+    close(ends[process != 0]);
+    if (process != 0) return;
     prctl(PR_SET_PDEATHSIG, SIGKILL);
-    char byte;
-    if (read(goEnds[0], &byte, 1) != 1) _exit(1);
-    desk::openAgain();
+    char go;
+    if (recv(line, &go, 1, 0) != 1) _exit(1);
+    openAgain();
     const std::string words = body();
-    const ssize_t written = write(toldEnds[1], words.data(), words.size());
-    _exit(written > 0 ? 0 : 1);
+    send(line, words.data(), words.size(), 0);
+    _exit(0);
 }
 
 SecondProcess::~SecondProcess() {
     kill(process, SIGKILL);
-    close(go);
-    close(told);
+    close(line);
     waitpid(process, nullptr, 0);
 }
 
 std::string SecondProcess::run() {
-    std::string words(65536, '\0');  // what a pipe takes in one go
-    const bool goes = write(go, "!", 1) == 1;
-    const ssize_t length = goes ? read(told, words.data(), words.size()) : 0;
-    words.resize(length > 0 ? static_cast<std::size_t>(length) : 0);
-    return words;
+    std::string words(65536, '\0');
+    send(line, "!", 1, 0);
+    const ssize_t length = recv(line, words.data(), words.size(), 0);
+    return words.substr(0, length > 0 ? static_cast<std::size_t>(length) : 0);
 }
 
-struct SecondStart::State {
-    SecondProcess process;
+struct SecondStart::State : SecondProcess {
+    using SecondProcess::SecondProcess;
 };
 
 SecondStart::SecondStart(const std::string& arguments)
-    : state(new State{SecondProcess([arguments] { return runToItsEnd(arguments); })}) {}
+    : state(new State([arguments] { return runToItsEnd(arguments); })) {}
 SecondStart::~SecondStart() = default;
-std::string SecondStart::run() { return state->process.run(); }
+std::string SecondStart::run() { return state->run(); }
+
+HWND makeWindow(const WCHAR* name, WNDPROC procedure) {
+    WNDCLASSW description{};
+    description.lpfnWndProc = procedure;
+    description.lpszClassName = name;
+    RegisterClassW(&description);
+    return CreateWindowExW(0, name, name, WS_POPUP, 0, 0, 0, 0, nullptr, nullptr, nullptr, nullptr);
+}
 
 void dragRegion(const RECT& region, int samples) {
     desktop::startCallLog();
     drag(region);
     await("the red frame", frameIsUp);
     await("samples", [&] {
-        return static_cast<int>(person::callsOf("IMFSinkWriter::WriteSample").size()) >= samples;
+        return static_cast<int>(callsOf("IMFSinkWriter::WriteSample").size()) >= samples;
     });
 }
 

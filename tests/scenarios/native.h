@@ -1,12 +1,15 @@
-// What the two native desktops do differently for the user: the embedded one and an X11 display.
+// What the user of the native program has beside user.h.
 
 #pragma once
 
 #include <sys/types.h>
 
+#include "demo/person.h"
 #include "tests/scenarios/user.h"
 
 namespace user {
+
+using person::callsOf;
 
 Path home();  // the user's folders are in it
 
@@ -20,7 +23,7 @@ struct SecondProcess {
     std::string run();  // Lets it go; what its body returns.
 
 private:
-    int go = -1, told = -1;
+    int line = -1;
     pid_t process = 0;
 };
 
@@ -28,21 +31,12 @@ private:
 // "code|title|text of the box".
 std::string runToItsEnd(const std::string& arguments = "");
 
-namespace desk {
+HWND makeWindow(const WCHAR* name, WNDPROC procedure);  // hidden, of a class of that name
 
-void open();       // before anything else, in the process of the body
-void useHost();    // before the program starts, in its process
-void openAgain();  // in a second start's process: hands of its own
-void clickTray(int button);
-void doubleClickTray();
-bool othersGet(const std::vector<UINT>& keys);
-void takeShortcut(UINT modifiers, UINT key);
-void takeForeground();
-void restartShell();
-void endSession(bool reallyEnds);
-std::uint32_t pixel(int x, int y);
-Path pastedFile();
-
-}  // namespace desk
+// Of the two desktops: in the process of the body before anything else, before the program starts
+// there, and in a second process.
+void openDesktop();
+void useHost();
+void openAgain();
 
 }  // namespace user

@@ -4,6 +4,10 @@
 
 namespace user {
 
+void await(const char* what, const std::function<bool()>& condition) {
+    EXPECT_TRUE(waitUntil(condition)) << "waited in vain for " << what;
+}
+
 Path recordings() { return dataFolder() / "Recordings"; }
 
 std::vector<std::string> clips() {
@@ -41,6 +45,16 @@ void openSheet() {
 void clickControl(int id) {
     const RECT area = control(id).bounds;
     click((area.left + area.right) / 2, (area.top + area.bottom) / 2);
+}
+
+void awaitFocus(int id) {
+    await("the focus", [&] { return focus() == id; });
+}
+
+void openSettings() {
+    openMenu();
+    choose(4);
+    awaitFocus(ShortcutBox);
 }
 
 void tabTo(int id) {

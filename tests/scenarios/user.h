@@ -23,8 +23,6 @@
 
 namespace user {
 
-// --- The desktop -----------------------------------------------------------------------------
-
 // Runs `body` on a desktop without any trace of the program: no settings, clips or start entry, a
 // ground of one color, an empty clipboard. Natively the body runs in a process of its own, whose
 // failed expectations fail the test here. `afterwards` runs when that process has ended.
@@ -40,14 +38,11 @@ Path dataFolder();
 Path recordings();
 std::vector<std::string> clips();  // names in `recordings` that end in ".mp4", partial ones too
 
-RECT screen();                              // the primary monitor; its upper left corner is 0, 0
 std::uint32_t pixel(int x, int y);          // 0x00RRGGBB
 constexpr std::uint32_t ground = 0x3060A0;  // the color of the desktop
 extern const std::uint32_t dim;             // the ground under the sheet
 extern const std::uint32_t outline;         // of the rectangle on the sheet
 constexpr std::uint32_t frame = 0xFF4040;
-
-// --- Hands -----------------------------------------------------------------------------------
 
 void press(const std::vector<UINT>& keys);  // virtual keys: down in order, up in reverse order
 void pressShortcut();                       // Ctrl+Shift+7
@@ -65,19 +60,14 @@ void openMenu();          // right click; waits for the menu
 void choose(UINT entry);  // in the open menu, by the arrow keys and Enter
 bool menuIsOpen();
 
-// --- Other programs --------------------------------------------------------------------------
-
 // Presses and releases the keys; whether another program gets the last of them.
 bool othersGet(const std::vector<UINT>& keys);
 void takeShortcut(UINT modifiers, UINT key);  // registers the combination for another program
 void takeForeground();
-void holdInstance();  // a first instance that has no window yet
 void restartShell();  // the tray forgets its icons and starts again
 // The system asks whether the session may end, and then says whether it does. Waits for both
 // answers.
 void endSession(bool reallyEnds);
-
-// --- Eyes ------------------------------------------------------------------------------------
 
 bool sheetIsUp();                           // and in front
 bool frameIsUp();                           // the red frame, and not the sheet
@@ -98,7 +88,9 @@ bool settingsAreOpen();
 ControlView control(int id);
 int focus();  // of Settings: 0 if they are not open or another window is in front
 void clickControl(int id);
-void tabTo(int id);  // waits for the focus
+void awaitFocus(int id);
+void tabTo(int id);   // waits for the focus
+void openSettings();  // by the menu; waits for the focus
 
 // What a paste gives: the one file; empty if there is none.
 Path pastedFile();
@@ -110,18 +102,13 @@ struct ClipView {
 };
 ClipView view(const Path& clip, int width, int height);
 
-// --- The program -----------------------------------------------------------------------------
-
 // The one that this desktop runs. Its path as the start entry names it.
 WideText programPath();
 
 struct Program {
     explicit Program(const std::string& arguments = "");  // returns when the tray icon has its tip
     ~Program();                                           // ends it, if it still runs
-    Program(const Program&) = delete;
-    Program& operator=(const Program&) = delete;
 
-    bool hasEnded() const;
     int awaitEnd();  // its exit code
     int close();     // as another program would ask for it; its exit code
 
@@ -133,8 +120,6 @@ struct Program {
 struct SecondStart {
     explicit SecondStart(const std::string& arguments = "");
     ~SecondStart();
-    SecondStart(const SecondStart&) = delete;
-    SecondStart& operator=(const SecondStart&) = delete;
 
     // Runs it to its end and answers its message box: "code", or "code|title|text of the box".
     std::string run();

@@ -39,7 +39,6 @@ std::size_t noticesAwaited = 0;
 const ScratchFolder scratch;
 const HANDLE screenIsReady = CreateEventA(nullptr, TRUE, TRUE, "STAND_IN_SCREEN");
 int shortcutsOfOthers = 0;
-HANDLE heldInstance = nullptr;
 
 std::string narrow(const WCHAR* text) {
     char bytes[2000]{};
@@ -209,7 +208,6 @@ void atDesktop(const std::function<void()>& body, const std::function<void()>& a
         ADD_FAILURE() << failure.what();
     }
     for (; shortcutsOfOthers > 0; --shortcutsOfOthers) UnregisterHotKey(nullptr, shortcutsOfOthers);
-    CloseHandle(std::exchange(heldInstance, nullptr));
     afterwards();
 }
 
@@ -223,17 +221,11 @@ bool waitUntil(const std::function<bool()>& condition) {
     return false;
 }
 
-void await(const char* what, const std::function<bool()>& condition) {
-    EXPECT_TRUE(waitUntil(condition)) << "waited in vain for " << what;
-}
-
 Path dataFolder() {
     WCHAR path[MAX_PATH]{};
     GetEnvironmentVariableW(TEXT("LOCALAPPDATA"), path, MAX_PATH);
     return Path(path) / "Quorvel Desk Clip";
 }
-
-RECT screen() { return {0, 0, GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN)}; }
 
 std::uint32_t pixel(int x, int y) {
     HDC const context = GetDC(nullptr);
@@ -321,10 +313,6 @@ void takeForeground() {
     // On its virtual desktop Wine leaves menu and captured pointer to the window before.
     DWORD_PTR answer = 0;
     SendMessageTimeoutW(before, WM_CANCELMODE, 0, 0, SMTO_NORMAL, 30'000, &answer);
-}
-
-void holdInstance() {
-    heldInstance = CreateMutexW(nullptr, FALSE, TEXT("Local\\QuorvelDeskClip-v1"));
 }
 
 void restartShell() {
@@ -447,9 +435,8 @@ Program::Program(const std::string& arguments) {
 }
 
 Program::~Program() = default;
-bool Program::hasEnded() const { return state->hasEnded(); }
 int Program::awaitEnd() {
-    await("the program's end", [&] { return hasEnded(); });
+    await("the program's end", [&] { return state->hasEnded(); });
     return state->exitCode();
 }
 
