@@ -9,10 +9,9 @@
 #include <vector>
 
 struct Clip {
-    // "codec widthxheight rate matrix range sample-aspect streams=N"
+    // A line for every stream: "stream|codec|width|height|aspect|range|matrix|rate".
     std::string description;
-    int width = 0;
-    int height = 0;
+    int width = 0, height = 0;
     std::vector<std::int64_t> times;      // of the samples, in 100 ns
     std::vector<std::int64_t> durations;  // likewise
     double seconds = 0;                   // of the whole container
