@@ -1,5 +1,5 @@
 // What the live display owes the layer, where the whole program would not show a mistake: who gets
-// which key, pointer and keyboard of surfaces, when a picture is new.
+// which key and press, what is drawn where, when a frame is new.
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
@@ -33,39 +33,31 @@ namespace {
 bool isEscape(const Event& event) { return event.key == VK_ESCAPE; }
 
 TEST_F(LiveHost, hookTakesEscapeToItsEndAndLeavesTheRest) {
-    const live::Client client({100, 100, 900, 500}, "still");
     takes = isEscape;
     ASSERT_TRUE(desk->hookKeys(true));
-    live::tap('a');
-    live::tap(live::escapeKey);
-    EXPECT_EQ(heardUpTo(client, 'b'), "+a -a +b -b");
-    live::press('c');
-    live::press(live::escapeKey);
-    ASSERT_TRUE(goOnUntil([&] { return count(Event::KeyPressed, VK_ESCAPE) == 2; }));
-    live::release('c');
-    ASSERT_TRUE(cameAbout(Event::KeyReleased, 'C'));
+    EXPECT_EQ(heardAfter("a Esc b"), "+a -a +b -b");
+    live::type("+c +Esc");
+    ASSERT_TRUE(comes(Event::KeyPressed, VK_ESCAPE, 2));
+    live::type("-c");
+    ASSERT_TRUE(comes(Event::KeyReleased, 'C'));
     // The hook goes while the key that ended it is still down, and other keys are typed meanwhile.
     desk->hookKeys(false);
-    EXPECT_EQ(heardUpTo(client, 'd'), "+a -a +b -b +c -c +d -d");
-    live::release(live::escapeKey);
-    ASSERT_TRUE(goOnUntil([&] { return count(Event::KeyReleased, VK_ESCAPE) == 2; }));
-    live::tap(live::escapeKey);
-    EXPECT_EQ(heardUpTo(client, 'e'), "+a -a +b -b +c -c +d -d +Esc -Esc +e -e");
+    EXPECT_EQ(heardAfter("d"), "+a -a +b -b +c -c +d -d");
+    live::type("-Esc");
+    ASSERT_TRUE(comes(Event::KeyReleased, VK_ESCAPE, 2));
+    EXPECT_EQ(heardAfter("Esc e"), "+a -a +b -b +c -c +d -d +Esc -Esc +e -e");
 }
 
 // The hook goes while a key waits for its answer: whatever the answer, the keyboard works on.
 TEST_F(LiveHost, hookEndsUnderAWaitingKey) {
-    const live::Client client({100, 100, 900, 500}, "still");
     takes = [&](const Event& event) {
         desk->hookKeys(false);
         return isEscape(event);
     };
     ASSERT_TRUE(desk->hookKeys(true));
-    live::tap('a');
-    EXPECT_EQ(heardUpTo(client, 'b'), "+a -a +b -b");
+    EXPECT_EQ(heardAfter("a b"), "+a -a +b -b");
     ASSERT_TRUE(desk->hookKeys(true));
-    live::tap(live::escapeKey);
-    EXPECT_EQ(heardUpTo(client, 'c'), "+a -a +b -b +c -c");
+    EXPECT_EQ(heardAfter("Esc c"), "+a -a +b -b +c -c");
 }
 
 // The second of two hooked keys goes up before the host has the keyboard again after the first: it
@@ -73,117 +65,84 @@ TEST_F(LiveHost, hookEndsUnderAWaitingKey) {
 TEST_F(LiveHost, keyThatGoesUpRightAfterAnotherComesAgain) {
     takes = [](const Event&) { return true; };
     ASSERT_TRUE(desk->hookKeys(true));
-    live::press(live::controlKey);
-    live::press(live::altKey);
-    ASSERT_TRUE(cameAbout(Event::KeyPressed, VK_LMENU));
+    live::type("+Ctrl +Alt");
+    ASSERT_TRUE(comes(Event::KeyPressed, VK_LMENU));
     beforeTheKeyboardIsTaken = [] {
-        live::release(live::altKey);
+        live::type("-Alt");
         live::pixelAt(0, 0);  // carried out by now
     };
-    live::release(live::controlKey);
-    ASSERT_TRUE(cameAbout(Event::KeyReleased, VK_LCONTROL));
-    live::tap(live::altKey);
-    EXPECT_TRUE(goOnUntil([&] { return count(Event::KeyPressed, VK_LMENU) == 2; }));
-    desk->hookKeys(false);
+    live::type("-Ctrl");
+    ASSERT_TRUE(comes(Event::KeyReleased, VK_LCONTROL));
+    live::type("Alt");
+    EXPECT_TRUE(comes(Event::KeyPressed, VK_LMENU, 2));
 }
 
 TEST_F(LiveHost, hotKeyFiresOnlyWithItsModifiers) {
-    const live::Client client({100, 100, 900, 500}, "still");
     takes = [](const Event& event) {
         return event.key == '7' && event.modifiers == (MOD_CONTROL | MOD_SHIFT);
     };
     ASSERT_TRUE(desk->grabHotKey(MOD_CONTROL | MOD_SHIFT, '7'));
-    for (const xcb_keysym_t key : {live::controlKey, live::shiftKey, xcb_keysym_t('7')})
-        live::press(key);
-    ASSERT_TRUE(cameAbout(Event::KeyPressed, '7'));
-    live::release(live::controlKey);  // before the key itself: it must not stay down for the client
-    ASSERT_TRUE(goOnUntil([&] { return client.heard().ends_with("-65507"); }));
-    live::release('7');
-    live::release(live::shiftKey);
-    EXPECT_EQ(heardUpTo(client, '7'), "+65507 +65505 -65507 -65505 +7 -7");
+    live::type("+Ctrl +Shift +7");
+    ASSERT_TRUE(comes(Event::KeyPressed, '7'));
+    // Before the key itself: it must not stay down for the client.
+    EXPECT_EQ(heardAfter("-Ctrl"), "+Ctrl +Shift -Ctrl");
+    EXPECT_EQ(heardAfter("-7 -Shift 7"), "+Ctrl +Shift -Ctrl -Shift +7 -7");
     desk->releaseHotKey(MOD_CONTROL | MOD_SHIFT, '7');
 }
 
-// Another program has Alt+Esc and Ctrl+Shift+8.
 TEST_F(LiveHost, combinationsOfOthersStayTheirs) {
-    const live::Client client({100, 100, 900, 500}, "still");
-    const std::pair<int, int> taken[] = {{XCB_MOD_MASK_1, 9},
-                                         {XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_SHIFT, 17}};
-    for (const auto& [state, code] : taken)
-        xcb_grab_key(live::person(), 0, live::root(), static_cast<std::uint16_t>(state),
-                     static_cast<xcb_keycode_t>(code), XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
-    live::pixelAt(0, 0);  // carried out by now
+    ASSERT_TRUE(live::grabKey(MOD_ALT, VK_ESCAPE) && live::grabKey(MOD_CONTROL | MOD_SHIFT, '8'));
     EXPECT_FALSE(desk->grabHotKey(MOD_CONTROL | MOD_SHIFT, '8'));
     takes = isEscape;
     ASSERT_TRUE(desk->hookKeys(true));
-    live::press(live::altKey);
-    live::tap(live::escapeKey);
-    live::release(live::altKey);
-    live::tap(live::escapeKey);
-    EXPECT_EQ(heardUpTo(client, 'a'), "+65513 -65513 +a -a");
+    EXPECT_EQ(heardAfter("+Alt Esc -Alt Esc a"), "+Alt -Alt +a -a");
     EXPECT_EQ(count(Event::KeyPressed, VK_ESCAPE), 1);
-    desk->hookKeys(false);
     xcb_ungrab_key(live::person(), XCB_GRAB_ANY, live::root(), XCB_MOD_MASK_ANY);
 }
 
+TEST_F(LiveHost, heldKeyRepeatsWithoutBeingReleased) {
+    const host::Surface dialog = show({0, 600, 100, 700});
+    ASSERT_TRUE(desk->focusSurface(dialog));
+    live::type("+k");
+    EXPECT_TRUE(comes(Event::KeyPressed, 'K', 3));
+    EXPECT_EQ(count(Event::KeyReleased), 0);
+    live::type("-k");
+    EXPECT_TRUE(comes(Event::KeyReleased, 'K') && events.back().offered);
+    desk->destroySurface(dialog);
+    EXPECT_EQ(heardAfter("a"), "+a -a");
+}
+
 TEST_F(LiveHost, pressGoesThroughTheFrameAndItsDragGoesOnOutsideTheSheet) {
-    const host::Surface sheet = show({0, 0, 960, 1080}, 255, 0x181818);
-    const host::Surface frame = desk->createSurface(u"");
+    const host::Surface sheet = show({0, 0, 960, 1080}), frame = desk->createSurface(u"");
     desk->showSurface(frame, {{300, 300, 400, 360}, 255, {}, true}, true);
     live::movePointer(300, 301);
     live::pressButton(1);
     live::movePointer(1500, 200);
     live::releaseButton(1);
-    ASSERT_TRUE(cameAbout(Event::ButtonReleased));
+    ASSERT_TRUE(comes(Event::ButtonReleased));
     EXPECT_EQ(events.back().at.x, 1500);
     EXPECT_EQ(events.back().surface, sheet);
     desk->destroySurface(frame);
     desk->destroySurface(sheet);
 }
 
-// The keyboard goes to a surface, to a second one over it, and the same way back.
-TEST_F(LiveHost, keyboardGoesBackTheWayItCame) {
-    const live::Client client({100, 100, 900, 500}, "still");
-    const xcb_window_t before = live::focus();
-    const host::Surface dialog = show({0, 600, 100, 700}, 255, 1),
-                        box = show({50, 600, 90, 650}, 255, 2);
-    ASSERT_TRUE(desk->focusSurface(dialog));
-    ASSERT_TRUE(desk->focusSurface(box));
-    live::press('k');
-    EXPECT_TRUE(goOnUntil([&] { return count(Event::KeyPressed, 'K') == 3; }));
-    EXPECT_EQ(count(Event::KeyReleased), 0) << "A held key repeats without being released.";
-    live::release('k');
-    ASSERT_TRUE(cameAbout(Event::KeyReleased, 'K'));
-    EXPECT_TRUE(events.back().offered);
-    desk->destroySurface(box);
-    EXPECT_EQ(live::focus(), dialog);
-    desk->hideSurface(dialog);
-    EXPECT_EQ(live::focus(), before);
-    EXPECT_FALSE(desk->focusSurface(dialog)) << "not on the screen";
-    EXPECT_EQ(count(Event::ActivationLost), 0);
-    EXPECT_EQ(heardUpTo(client, 'a'), "+a -a");
-    desk->destroySurface(dialog);
-
-    const host::Surface menu = show({1000, 600, 1100, 700}, 255, 1);
-    ASSERT_TRUE(desk->focusSurface(menu));
-    live::movePointer(500, 300);
-    live::pressButton(1);
-    live::releaseButton(1);
-    ASSERT_TRUE(cameAbout(Event::ButtonReleased));
-    EXPECT_EQ(events.back().surface, 0u) << "A click elsewhere is told.";
-    xcb_set_input_focus(live::person(), XCB_INPUT_FOCUS_PARENT, before, XCB_CURRENT_TIME);
-    xcb_flush(live::person());
-    EXPECT_TRUE(cameAbout(Event::ActivationLost));
-    desk->destroySurface(menu);
+// Others do not know that they were covered, and a recording starts right then.
+TEST_F(LiveHost, windowsAreWholeWhenTheSheetHasGone) {
+    const host::Surface sheet = show({0, 0, 1920, 1080}, 180);
+    EXPECT_EQ(live::pixelAt(500, 300), 0x1a242du);  // 70% sheet, 30% window
+    desk->hideSurface(sheet);
+    desk->flush();
+    EXPECT_EQ(live::pixelAt(500, 300), 0x204060u);
+    desk->destroySurface(sheet);
 }
 
-TEST_F(LiveHost, pictureChangesWhereItIsRead) {
+TEST_F(LiveHost, frameIsNewWhereItIsRead) {
     ASSERT_TRUE(desk->openPictures(desk->monitors()[0].id));
     ASSERT_EQ(desk->waitForPicture(0), host::PictureState::Changed);
     ASSERT_TRUE(desk->readPicture({100, 100, 200, 200}).bytes);
     while (desk->waitForPicture(0) == host::PictureState::Changed) {
     }
-    const host::Surface beside = show({200, 100, 300, 200}, 255, 0x123456);
+    const host::Surface beside = show({200, 100, 300, 200});
     EXPECT_EQ(desk->waitForPicture(100), host::PictureState::Unchanged);
     const host::Surface inside = show({199, 199, 300, 300}, 255, 0x123456);
     EXPECT_EQ(desk->waitForPicture(5000), host::PictureState::Changed);
@@ -205,17 +164,18 @@ TEST_F(LiveHost, goesOnWithoutMemoryForPixels) {
     const rlimit noMore{static_cast<rlim_t>(next), limit.rlim_max};
     setrlimit(RLIMIT_NOFILE, &noMore);
     EXPECT_FALSE(desk->readPicture({100, 100, 200, 200}).bytes);
-    desk->destroySurface(show({0, 0, 960, 1080}, 180, 0x181818));
+    desk->destroySurface(show({0, 0, 960, 1080}, 180));
     setrlimit(RLIMIT_NOFILE, &limit);
     EXPECT_TRUE(desk->readPicture({100, 100, 200, 200}).bytes);
     desk->closePictures();
 }
 
-TEST_F(LiveHost, changeOfMonitorsIsToldAndEndsThePicture) {
+TEST_F(LiveHost, changeOfMonitorsIsReportedAndEndsTheRecording) {
     const std::uintptr_t old = desk->monitors()[0].id;
     ASSERT_TRUE(desk->openPictures(old));
-    live::setMonitor("left", {0, 0, 960, 1080}, false);
-    live::setMonitor("right", {960, 0, 1920, 1080}, true);
+    ASSERT_EQ(live::run("xrandr --setmonitor left 960/300x1080/200+0+0 none >/dev/null"), 0);
+    ASSERT_EQ(live::run("xrandr --setmonitor \\*right 960/300x1080/200+960+0 screen >/dev/null"),
+              0);
     std::map<LONG, host::Monitor> byLeft;
     ASSERT_TRUE(goOnUntil([&] {
         byLeft.clear();
@@ -223,14 +183,47 @@ TEST_F(LiveHost, changeOfMonitorsIsToldAndEndsThePicture) {
         return byLeft.size() == 2;
     }));
     EXPECT_GT(count(Event::LayoutChanged), 0);
-    EXPECT_TRUE(byLeft[960].primary);
+    EXPECT_TRUE(byLeft[960].primary && !byLeft[0].primary);
     EXPECT_EQ(byLeft[0].bounds.right, 960);
-    EXPECT_FALSE(byLeft[0].primary);
     EXPECT_TRUE(
         desktop::waitUntil([&] { return desk->waitForPicture(5) == host::PictureState::Lost; }));
     EXPECT_FALSE(desk->openPictures(old));
     EXPECT_TRUE(desk->openPictures(byLeft[960].id));
     desk->closePictures();
+}
+
+// As wide as one of its images, in the middle of the slot, and not cut by the screen's edge.
+TEST_F(LiveHost, iconIsDrawnInEveryTrayThatComes) {
+    const auto imageOf = [](int side) {
+        const int own = side < 48 ? 20 : 48;
+        return host::IconImage{std::vector<std::uint32_t>(own * own, 0xff00ff00), own};
+    };
+    const host::TrayIcon icon{imageOf, u"Tip"};
+    desk->setTrayIcon(&icon);
+    for (const auto& [height, image] : {std::pair{24, 20}, {64, 48}}) {
+        const pid_t tray =
+            live::start({"trayer", "--edge", "bottom", "--align", "right", "--widthtype", "request",
+                         "--heighttype", "pixel", "--height", std::to_string(height)});
+        ASSERT_TRUE(comes(Event::TaskbarCreated));
+        events.clear();
+        desk->setTrayIcon(&icon);
+        RECT slot{};
+        EXPECT_TRUE(goOnUntil([&] {
+            slot = live::boundsOf(live::findWindow("Tip", live::findWindow("panel")));
+            const LONG y = (slot.top + slot.bottom) / 2;
+            std::vector<LONG> drawn;
+            for (LONG x = slot.left; x < std::min(slot.right, 1920); ++x)
+                if (live::pixelAt(x, y) == 0x00ff00) drawn.push_back(x);
+            return std::ssize(drawn) == image && drawn[0] == (slot.left + slot.right - image) / 2;
+        })) << slot.left
+            << ' ' << slot.right;
+        live::movePointer(slot.left + 1, slot.top + 1);
+        EXPECT_TRUE(
+            goOnUntil([&] { return live::boundsOf(live::findWindow("Tip")).bottom <= slot.top; }));
+        live::end(tray);
+        EXPECT_TRUE(goOnUntil([] { return !live::findWindow("Tip"); }));
+    }
+    desk->setTrayIcon(nullptr);
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
-// The live display's host, driven without the rest of the layer.
+// The live display's host, driven without the rest of the layer, beside another program's window
+// that has the keyboard.
 
 #pragma once
 
@@ -17,9 +18,11 @@
 using host::Event;
 
 struct LiveHost : testing::Test {
-    LiveHost() {
+    ~LiveHost() override { desk->hookKeys(false); }
+
+    static const host::Host* open() {
         live::startDisplay();
-        desk = &host::x11Host();
+        return &host::x11Host();
     }
 
     bool mayHaveEvents(int milliseconds = 0) {
@@ -39,36 +42,34 @@ struct LiveHost : testing::Test {
             return condition();
         });
     }
-    bool cameAbout(Event::Kind kind, UINT key = 0) {
-        return goOnUntil([&] { return count(kind, key) > 0; });
-    }
     long count(Event::Kind kind, UINT key = 0) const {
-        return std::count_if(events.begin(), events.end(), [&](const Event& event) {
+        return std::ranges::count_if(events, [&](const Event& event) {
             return event.kind == kind && (key == 0 || event.key == key);
         });
     }
-    // Types a letter and waits until the client has it: everything before has arrived by then, or
-    // never will.
-    std::string heardUpTo(const live::Client& client, char letter) {
-        live::tap(static_cast<xcb_keysym_t>(letter));
-        const std::string end = std::string("-") + letter;
-        EXPECT_TRUE(goOnUntil([&] { return client.heard().ends_with(end); })) << client.heard();
+    bool comes(Event::Kind kind, UINT key = 0, long times = 1) {
+        return goOnUntil([&] { return count(kind, key) >= times; });
+    }
+    // Types and waits until the client has the last key's release: everything before has arrived by
+    // then, or never will.
+    std::string heardAfter(const std::string& keys) {
+        live::type(keys);
+        const std::string end = "-" + keys.substr(keys.find_last_of(" +-") + 1);
+        EXPECT_TRUE(goOnUntil([&] { return client.heard().ends_with(end); }));
         return client.heard();
     }
-    host::Surface show(const RECT& bounds, BYTE opacity, std::uint32_t colour) {
+    host::Surface show(const RECT& bounds, BYTE opacity = 255, std::uint32_t color = 0x181818) {
         const host::Surface surface = desk->createSurface(u"");
-        host::Placement placement;
-        placement.bounds = bounds;
-        placement.opacity = opacity;
-        desk->showSurface(surface, placement, true);
+        desk->showSurface(surface, {bounds, opacity, {}}, true);
         const int width = bounds.right - bounds.left, height = bounds.bottom - bounds.top;
-        const std::vector<std::uint32_t> pixels(static_cast<std::size_t>(width * height), colour);
+        const std::vector<std::uint32_t> pixels(static_cast<std::size_t>(width * height), color);
         desk->presentSurface(surface, {pixels.data(), width, height, width});
         desk->flush();
         return surface;
     }
 
-    const host::Host* desk;
+    const host::Host* const desk = open();
+    live::Client client{{100, 100, 900, 500}};
     std::function<bool(const Event&)> takes = [](const Event&) { return false; };
     std::vector<Event> events;
 };

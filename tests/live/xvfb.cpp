@@ -1,4 +1,4 @@
-// A display of the test's own, and a person in front of it.
+// A display of the test's own, and the user in front of it.
 
 #include "tests/live/xvfb.h"
 
@@ -9,15 +9,141 @@
 #include <xcb/xtest.h>
 
 #include <cstdlib>
-#include <fstream>
 #include <map>
 #include <memory>
 #include <sstream>
-#include <stdexcept>
 
 #include "demo/person.h"
+#include "tests/scratch.h"
 
 namespace live {
+
+namespace {
+
+using Event = std::unique_ptr<xcb_generic_event_t, decltype(&std::free)>;
+
+struct Input {
+    int type, detail;
+    POINT at{};
+};
+
+xcb_connection_t* connection = nullptr;
+const xcb_screen_t* screen = nullptr;
+
+const std::map<std::string, xcb_keysym_t> namedKeys{
+    {"Esc", 0xff1b},  {"Tab", 0xff09},   {"Enter", 0xff0d}, {"Space", 0x20},
+    {"Ctrl", 0xffe3}, {"Shift", 0xffe1}, {"Alt", 0xffe9}};
+
+// The answer to a request; null if it failed.
+template <typename Fetch, typename Cookie>
+auto await(Fetch fetch, Cookie cookie) {
+    return std::shared_ptr<std::remove_pointer_t<decltype(fetch(connection, cookie, nullptr))>>(
+        fetch(connection, cookie, nullptr), std::free);
+}
+
+Event awaitEvent(xcb_connection_t* server, int type) {
+    Event event{nullptr, std::free};
+    const auto isThere = [&] {
+        event.reset(xcb_poll_for_event(server));
+        return event && (event->response_type & 0x7f) == type;
+    };
+    if (!desktop::waitUntil(isThere)) throw std::runtime_error("an event was awaited in vain");
+    return event;
+}
+
+Path temporary(const char* name) { return std::filesystem::temp_directory_path() / name; }
+
+// The server writes its number when it can be used.
+std::string startServer(const std::string& network) {
+    const Path number = temporary("display");
+    writeFile(number, "");
+    start({"sh", "-c",
+           "exec Xvfb -displayfd 1 -screen 0 1920x1080x24 -noreset " + network + " tcp >'" +
+               number.string() + "'"});
+    if (!desktop::waitUntil([&] { return readFile(number).ends_with('\n'); }))
+        throw std::runtime_error("Xvfb did not start");
+    return ":" + std::to_string(std::stoi(readFile(number)));
+}
+
+void fake(const std::vector<Input>& inputs) {
+    for (const auto& [type, detail, at] : inputs)
+        xcb_test_fake_input(connection, static_cast<std::uint8_t>(type),
+                            static_cast<std::uint8_t>(detail), XCB_CURRENT_TIME, root(),
+                            static_cast<std::int16_t>(at.x), static_cast<std::int16_t>(at.y), 0);
+    xcb_flush(connection);
+}
+
+constexpr int firstCode = 8;
+
+std::vector<xcb_keysym_t> keySymbols() {
+    const auto map = await(xcb_get_keyboard_mapping_reply,
+                           xcb_get_keyboard_mapping(connection, firstCode, 256 - firstCode));
+    std::vector<xcb_keysym_t> symbols;
+    for (int at = 0; at < xcb_get_keyboard_mapping_keysyms_length(map.get());
+         at += map->keysyms_per_keycode)
+        symbols.push_back(xcb_get_keyboard_mapping_keysyms(map.get())[at]);
+    return symbols;
+}
+
+std::string nameOf(xcb_keycode_t code) {
+    const xcb_keysym_t symbol = keySymbols().at(code - firstCode);
+    for (const auto& [name, named] : namedKeys)
+        if (named == symbol) return name;
+    return {static_cast<char>(symbol)};
+}
+
+xcb_atom_t atom(const std::string& name) {
+    const auto length = static_cast<std::uint16_t>(name.size());
+    return await(xcb_intern_atom_reply, xcb_intern_atom(connection, 0, length, name.data()))->atom;
+}
+
+std::string textOf(xcb_window_t window, const std::string& property) {
+    const auto reply =
+        await(xcb_get_property_reply,
+              xcb_get_property(connection, 0, window, atom(property), XCB_ATOM_ANY, 0, 1000));
+    if (!reply) return {};
+    return {static_cast<char*>(xcb_get_property_value(reply.get())),
+            static_cast<std::size_t>(xcb_get_property_value_length(reply.get()))};
+}
+
+bool isShown(xcb_window_t window) {
+    const auto seen =
+        await(xcb_get_window_attributes_reply, xcb_get_window_attributes(connection, window));
+    return seen && seen->map_state == XCB_MAP_STATE_VIEWABLE;
+}
+
+xcb_window_t makeWindow(xcb_connection_t* server, xcb_window_t parent, const RECT& bounds,
+                        xcb_cw_t mask, std::uint32_t value) {
+    const xcb_window_t window = xcb_generate_id(server);
+    xcb_create_window(server, XCB_COPY_FROM_PARENT, window, parent,
+                      static_cast<std::int16_t>(bounds.left), static_cast<std::int16_t>(bounds.top),
+                      static_cast<std::uint16_t>(bounds.right - bounds.left),
+                      static_cast<std::uint16_t>(bounds.bottom - bounds.top), 0,
+                      XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, mask, &value);
+    xcb_map_window(server, window);
+    return window;
+}
+
+}  // namespace
+
+void startDisplay() {
+    if (connection) return;
+    setenv("DISPLAY", startServer("-nolisten").c_str(), 1);
+    unsetenv("DBUS_SESSION_BUS_ADDRESS");
+    unsetenv("WAYLAND_DISPLAY");
+    connect();
+}
+
+std::string startDistantDisplay() { return "127.0.0.1" + startServer("-listen"); }
+
+void connect() {
+    connection = xcb_connect(nullptr, nullptr);
+    if (xcb_connection_has_error(connection)) throw std::runtime_error("cannot open the display");
+    screen = xcb_setup_roots_iterator(xcb_get_setup(connection)).data;
+}
+
+xcb_connection_t* person() { return connection; }
+xcb_window_t root() { return screen->root; }
 
 pid_t start(const std::vector<std::string>& command) {
     std::vector<char*> arguments;
@@ -41,319 +167,66 @@ int end(pid_t program) {
     return waitFor(program);
 }
 
-namespace {
-
-xcb_connection_t* connection = nullptr;
-const xcb_screen_t* screen = nullptr;
-
-struct Freeing {
-    void operator()(void* block) const { std::free(block); }
-};
-template <typename Record>
-std::unique_ptr<Record, Freeing> own(Record* record) {
-    return std::unique_ptr<Record, Freeing>(record);
-}
-
-std::string startServer(const char* network) {
-    int ends[2];
-    if (pipe(ends) != 0) throw std::runtime_error("no pipe");
-    start({"Xvfb", "-displayfd", std::to_string(ends[1]), "-screen", "0", "1920x1080x24", network,
-           "tcp", "-noreset"});
-    close(ends[1]);
-    std::string number;
-    for (char character; read(ends[0], &character, 1) == 1 && character != '\n';)
-        number += character;
-    close(ends[0]);
-    if (number.empty()) throw std::runtime_error("Xvfb did not start");
-    return ":" + number;
-}
-
-void queue(std::uint8_t type, std::uint8_t detail, int x = 0, int y = 0) {
-    xcb_test_fake_input(connection, type, detail, XCB_CURRENT_TIME, root(),
-                        static_cast<std::int16_t>(x), static_cast<std::int16_t>(y), 0);
-}
-
-void fake(std::uint8_t type, std::uint8_t detail, int x = 0, int y = 0) {
-    queue(type, detail, x, y);
-    xcb_flush(connection);
-}
-
-}  // namespace
-
-xcb_keycode_t codeOf(xcb_keysym_t key) {
-    const xcb_setup_t& setup = *xcb_get_setup(connection);
-    const int first = setup.min_keycode, count = setup.max_keycode - first + 1;
-    const auto map = own(xcb_get_keyboard_mapping_reply(
-        connection,
-        xcb_get_keyboard_mapping(connection, setup.min_keycode, static_cast<std::uint8_t>(count)),
-        nullptr));
-    const xcb_keysym_t* const symbols = xcb_get_keyboard_mapping_keysyms(map.get());
-    for (int i = 0; i < count; ++i)
-        if (symbols[i * map->keysyms_per_keycode] == key)
-            return static_cast<xcb_keycode_t>(first + i);
-    throw std::runtime_error("no such key");
-}
-
-void startDisplay() {
-    if (connection) return;
-    const std::string display = startServer("-nolisten");
-    setenv("DISPLAY", display.c_str(), 1);
-    unsetenv("DBUS_SESSION_BUS_ADDRESS");
-    unsetenv("WAYLAND_DISPLAY");
-    connect();
-}
-
-void connect() {
-    connection = xcb_connect(nullptr, nullptr);
-    if (xcb_connection_has_error(connection)) throw std::runtime_error("cannot open the display");
-    screen = xcb_setup_roots_iterator(xcb_get_setup(connection)).data;
-}
-
-std::string startDistantDisplay() { return "127.0.0.1" + startServer("-listen"); }
-
-xcb_connection_t* person() { return connection; }
-xcb_window_t root() { return screen->root; }
-
-void press(xcb_keysym_t key) { fake(XCB_KEY_PRESS, codeOf(key)); }
-void release(xcb_keysym_t key) { fake(XCB_KEY_RELEASE, codeOf(key)); }
-void tap(xcb_keysym_t key) {
-    press(key);
-    release(key);
-}
-void movePointer(int x, int y) { fake(XCB_MOTION_NOTIFY, 0, x, y); }
-void pressButton(int button) { fake(XCB_BUTTON_PRESS, static_cast<std::uint8_t>(button)); }
-void releaseButton(int button) { fake(XCB_BUTTON_RELEASE, static_cast<std::uint8_t>(button)); }
-void click(POINT at, int button) {
-    movePointer(at.x, at.y);
-    pressButton(button);
-    releaseButton(button);
-}
-void doubleClick(POINT at) {
-    queue(XCB_MOTION_NOTIFY, 0, at.x, at.y);
-    for (int count = 0; count < 2; ++count) {
-        queue(XCB_BUTTON_PRESS, 1);
-        queue(XCB_BUTTON_RELEASE, 1);
-    }
-    xcb_flush(connection);
-}
-
-std::uint32_t pixelAt(int x, int y) {
-    const auto reply = own(xcb_get_image_reply(
-        connection,
-        xcb_get_image(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, root(), static_cast<std::int16_t>(x),
-                      static_cast<std::int16_t>(y), 1, 1, ~0u),
-        nullptr));
-    if (!reply) throw std::runtime_error("no pixel there");
-    return *reinterpret_cast<std::uint32_t*>(xcb_get_image_data(reply.get())) & 0xffffff;
-}
-
-xcb_window_t focus() {
-    return own(xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection), nullptr))
-        ->focus;
-}
-
-namespace {
-
-xcb_atom_t atom(const std::string& name) {
-    const auto length = static_cast<std::uint16_t>(name.size());
-    return own(xcb_intern_atom_reply(connection,
-                                     xcb_intern_atom(connection, 0, length, name.data()), nullptr))
-        ->atom;
-}
-
-std::string textOf(xcb_window_t window, const std::string& property) {
-    const auto reply = own(xcb_get_property_reply(
-        connection, xcb_get_property(connection, 0, window, atom(property), XCB_ATOM_ANY, 0, 1000),
-        nullptr));
-    if (!reply) return {};
-    return {static_cast<char*>(xcb_get_property_value(reply.get())),
-            static_cast<std::size_t>(xcb_get_property_value_length(reply.get()))};
-}
-
-bool isShown(xcb_window_t window, const std::string& title) {
-    const auto seen = own(xcb_get_window_attributes_reply(
-        connection, xcb_get_window_attributes(connection, window), nullptr));
-    return seen && seen->map_state == XCB_MAP_STATE_VIEWABLE &&
-           textOf(window, "_NET_WM_NAME") == title;
-}
-
-}  // namespace
-
-xcb_window_t findWindow(const std::string& title, xcb_window_t parent) {
-    const auto tree =
-        own(xcb_query_tree_reply(connection, xcb_query_tree(connection, parent), nullptr));
-    for (int i = 0; tree && i < xcb_query_tree_children_length(tree.get()); ++i) {
-        const xcb_window_t child = xcb_query_tree_children(tree.get())[i];
-        if (isShown(child, title)) return child;
-        if (const xcb_window_t found = findWindow(title, child)) return found;
-    }
-    return 0;
-}
-
-RECT boundsOf(xcb_window_t window) {
-    const auto size =
-        own(xcb_get_geometry_reply(connection, xcb_get_geometry(connection, window), nullptr));
-    const auto place = own(xcb_translate_coordinates_reply(
-        connection, xcb_translate_coordinates(connection, window, root(), 0, 0), nullptr));
-    if (!size || !place) return {};
-    return {place->dst_x, place->dst_y, place->dst_x + size->width, place->dst_y + size->height};
-}
-
-void setWorkArea(const RECT& area) {
-    const std::int32_t values[] = {area.left, area.top, area.right - area.left,
-                                   area.bottom - area.top};
-    own(xcb_request_check(connection,
-                          xcb_change_property_checked(connection, XCB_PROP_MODE_REPLACE, root(),
-                                                      atom("_NET_WORKAREA"), XCB_ATOM_CARDINAL, 32,
-                                                      4, values)));
-}
-
-// The real output belongs to the primary monitor; without it the server would add one of its own.
-void setMonitor(const std::string& name, const RECT& bounds, bool primary) {
-    std::ostringstream command;
-    command << "xrandr --setmonitor " << (primary ? "\\*" : "") << name << ' '
-            << bounds.right - bounds.left << "/300x" << bounds.bottom - bounds.top << "/200+"
-            << bounds.left << '+' << bounds.top << ' ' << (primary ? "screen" : "none")
-            << " >/dev/null";
-    if (std::system(command.str().c_str()) != 0) throw std::runtime_error("xrandr failed");
-}
-
-std::shared_ptr<xcb_generic_event_t> awaitEvent(int type) {
-    std::shared_ptr<xcb_generic_event_t> event;
-    const bool came = desktop::waitUntil([&] {
-        event.reset(xcb_poll_for_event(connection), std::free);
-        return event && (event->response_type & 0x7f) == type;
-    });
-    if (!came) throw std::runtime_error("an event was awaited in vain");
-    return event;
-}
-
-ClipboardManager::ClipboardManager() : window(xcb_generate_id(connection)) {
-    xcb_create_window(connection, 0, window, root(), 0, 0, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_ONLY,
-                      XCB_COPY_FROM_PARENT, 0, nullptr);
-    xcb_set_selection_owner(connection, window, atom("CLIPBOARD_MANAGER"), XCB_CURRENT_TIME);
-    pixelAt(0, 0);  // carried out by now
-}
-
-std::string ClipboardManager::save() const {
-    const auto asked = awaitEvent(XCB_SELECTION_REQUEST);
-    const xcb_atom_t pairs[] = {atom("image/png"), atom("IMAGE"), atom("text/uri-list"),
-                                atom("LIST")};
-    xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window, atom("PAIRS"), atom("ATOM_PAIR"),
-                        32, 4, pairs);
-    xcb_convert_selection(connection, window, atom("CLIPBOARD"), atom("MULTIPLE"), atom("PAIRS"),
-                          XCB_CURRENT_TIME);
-    xcb_flush(connection);
-    awaitEvent(XCB_SELECTION_NOTIFY);
-
-    const auto& request = reinterpret_cast<const xcb_selection_request_event_t&>(*asked);
-    char answer[32]{};
-    auto& notice = reinterpret_cast<xcb_selection_notify_event_t&>(answer);
-    notice.response_type = XCB_SELECTION_NOTIFY;
-    notice.requestor = request.requestor;
-    notice.selection = request.selection;
-    notice.target = request.target;
-    notice.property = request.property;
-    const std::string list = textOf(window, "LIST");
-    xcb_send_event(connection, 0, request.requestor, 0, answer);
-    xcb_flush(connection);
-    return list;
-}
-
-Client::Client(const RECT& bounds, const char* kind)
-    : log(std::filesystem::temp_directory_path() / "keys heard") {
-    std::filesystem::remove(log);
-    process = start({CLIENT_FOLDER "/pattern_client", std::to_string(bounds.left),
-                     std::to_string(bounds.top), std::to_string(bounds.right - bounds.left),
-                     std::to_string(bounds.bottom - bounds.top), kind, log.string()});
-    if (!desktop::waitUntil([&] { return std::filesystem::exists(log); }))
-        throw std::runtime_error("the drawing program did not start");
-}
-
-Client::~Client() {
-    kill(process, SIGKILL);
-    waitpid(process, nullptr, 0);
-}
-
-std::string Client::heard() const {
-    std::ostringstream words;
-    words << std::ifstream(log).rdbuf();
-    const std::string text = words.str();
-    return text.empty() ? text : text.substr(0, text.size() - 1);  // without the last blank
-}
-
-namespace {
+int run(const std::string& command) { return waitFor(start({"sh", "-c", command})); }
 
 // As long as the program has the combination nobody else gets it. The server hears nobody else
 // meanwhile, or the question itself would keep the combination from the program.
-bool shortcutIsTaken() {
-    xcb_grab_server(connection);
-    const auto error = own(xcb_request_check(
-        connection,
-        xcb_grab_key_checked(connection, 0, root(), XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_SHIFT,
-                             codeOf('7'), XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC)));
-    xcb_ungrab_key(connection, XCB_GRAB_ANY, root(), XCB_MOD_MASK_ANY);
-    xcb_ungrab_server(connection);
-    xcb_flush(connection);
-    return error != nullptr;
-}
-
-}  // namespace
-
-Program::Program() : process(start({PROGRAM_FILE})) {
+pid_t startProgram() {
+    const pid_t program = start({PROGRAM_FILE});
+    const auto shortcutIsTaken = [] {
+        xcb_grab_server(connection);
+        const bool taken = !grabKey(MOD_CONTROL | MOD_SHIFT, '7');
+        xcb_ungrab_key(connection, XCB_GRAB_ANY, root(), XCB_MOD_MASK_ANY);
+        xcb_ungrab_server(connection);
+        xcb_flush(connection);
+        return taken;
+    };
     if (!desktop::waitUntil(shortcutIsTaken)) throw std::runtime_error("the program did not start");
+    return program;
 }
 
-std::filesystem::path Program::clipsFolder() {
-    return std::filesystem::path(std::getenv("XDG_DATA_HOME")) / "Quorvel Desk Clip" / "Recordings";
-}
-
-bool Program::isWriting() {
-    for (const auto& entry : std::filesystem::directory_iterator(clipsFolder()))
-        if (entry.path().stem().extension() == ".partial" && entry.file_size() > 10'000)
-            return true;
-    return false;
-}
-
-std::filesystem::path Program::waitForClip() const {
-    std::filesystem::path clip;
-    desktop::waitUntil([&] {
-        for (const auto& entry : std::filesystem::directory_iterator(clipsFolder()))
-            if (entry.path().extension() == ".mp4" && entry.path().stem().extension().empty())
-                clip = entry.path();  // not "….mp4.partial.mp4"
-        return !clip.empty();
-    });
-    return clip;
+xcb_keycode_t codeOf(xcb_keysym_t key) {
+    const std::vector<xcb_keysym_t> symbols = keySymbols();
+    const auto found = std::ranges::find(symbols, key);
+    if (found == symbols.end()) throw std::runtime_error("no such key");
+    return static_cast<xcb_keycode_t>(firstCode + (found - symbols.begin()));
 }
 
 xcb_keysym_t symbolOf(UINT key) {
     static const std::map<UINT, xcb_keysym_t> others{
-        {VK_LCONTROL, controlKey}, {VK_LSHIFT, shiftKey}, {VK_LMENU, altKey},
-        {VK_LWIN, 0xffeb},         {VK_TAB, 0xff09},      {VK_RETURN, 0xff0d},
-        {VK_ESCAPE, escapeKey},    {VK_DOWN, 0xff54}};
+        {VK_LCONTROL, 0xffe3}, {VK_LSHIFT, 0xffe1}, {VK_LMENU, 0xffe9},  {VK_LWIN, 0xffeb},
+        {VK_TAB, 0xff09},      {VK_RETURN, 0xff0d}, {VK_ESCAPE, 0xff1b}, {VK_DOWN, 0xff54}};
     if (key >= 'A' && key <= 'Z') return key - 'A' + 'a';
     if (key >= VK_F1 && key <= VK_F12) return key - VK_F1 + 0xffbe;
     return others.contains(key) ? others.at(key) : key;
 }
 
-void grabKey(UINT modifiers, UINT virtualKey) {
-    const int state = (modifiers & MOD_CONTROL ? XCB_MOD_MASK_CONTROL : 0) |
-                      (modifiers & MOD_SHIFT ? XCB_MOD_MASK_SHIFT : 0);
-    xcb_grab_key(connection, 0, root(), static_cast<std::uint16_t>(state),
-                 codeOf(symbolOf(virtualKey)), XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
-    focus();  // Carried out by now.
+void press(xcb_keysym_t key) { fake({{XCB_KEY_PRESS, codeOf(key)}}); }
+void release(xcb_keysym_t key) { fake({{XCB_KEY_RELEASE, codeOf(key)}}); }
+void tap(xcb_keysym_t key) { press(key), release(key); }
+
+void type(const std::string& keys) {
+    std::istringstream words(keys);
+    for (std::string word; words >> word;) {
+        const char way = word[0];
+        if (way == '+' || way == '-') word.erase(0, 1);
+        const xcb_keysym_t key = namedKeys.contains(word) ? namedKeys.at(word) : word[0];
+        if (way != '-') press(key);
+        if (way != '+') release(key);
+    }
 }
 
-std::string pasted(const std::string& target) {
-    return outputOf("xclip -o -selection clipboard -t " + target + " 2>/dev/null");
+void movePointer(int x, int y) { fake({{XCB_MOTION_NOTIFY, 0, {x, y}}}); }
+void pressButton(int button) { fake({{XCB_BUTTON_PRESS, button}}); }
+void releaseButton(int button) { fake({{XCB_BUTTON_RELEASE, button}}); }
+
+void click(POINT at, int button) {
+    fake({{XCB_MOTION_NOTIFY, 0, at}, {XCB_BUTTON_PRESS, button}, {XCB_BUTTON_RELEASE, button}});
 }
 
-std::string outputOf(const std::string& command) {
-    FILE* const pipe = popen(command.c_str(), "r");
-    char text[4096];
-    const std::size_t length = std::fread(text, 1, sizeof text, pipe);
-    pclose(pipe);
-    return {text, length};
+void doubleClick(POINT at) {
+    const Input down{XCB_BUTTON_PRESS, 1}, up{XCB_BUTTON_RELEASE, 1};
+    fake({{XCB_MOTION_NOTIFY, 0, at}, down, up, down, up});
 }
 
 void takeHands() {
@@ -362,9 +235,108 @@ void takeHands() {
                      releaseButton};
 }
 
-void pressShortcut() {
-    takeHands();
-    person::pressShortcut();
+bool grabKey(UINT modifiers, UINT key) {
+    const int state = (modifiers & MOD_CONTROL ? XCB_MOD_MASK_CONTROL : 0) |
+                      (modifiers & MOD_SHIFT ? XCB_MOD_MASK_SHIFT : 0) |
+                      (modifiers & MOD_ALT ? XCB_MOD_MASK_1 : 0);
+    const auto cookie =
+        xcb_grab_key_checked(connection, 0, root(), static_cast<std::uint16_t>(state),
+                             codeOf(symbolOf(key)), XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
+    return !std::shared_ptr<xcb_generic_error_t>(xcb_request_check(connection, cookie), std::free);
+}
+
+std::string pasted(const std::string& target) {
+    const Path form = temporary("form");
+    run("xclip -o -selection clipboard -t " + target + " >'" + form.string() + "' 2>/dev/null");
+    return readFile(form);
+}
+
+std::string savedAtTheEnd(const std::function<void()>& end) {
+    const xcb_window_t manager =
+        makeWindow(connection, root(), {0, 0, 1, 1}, XCB_CW_OVERRIDE_REDIRECT, 1);
+    xcb_set_selection_owner(connection, manager, atom("CLIPBOARD_MANAGER"), XCB_CURRENT_TIME);
+    focus();  // carried out by now
+    end();
+    awaitEvent(connection, XCB_SELECTION_REQUEST);
+    const xcb_atom_t pairs[] = {atom("image/png"), atom("IMAGE"), atom("text/uri-list"),
+                                atom("LIST")};
+    xcb_change_property(connection, XCB_PROP_MODE_REPLACE, manager, atom("PAIRS"),
+                        atom("ATOM_PAIR"), 32, 4, pairs);
+    xcb_convert_selection(connection, manager, atom("CLIPBOARD"), atom("MULTIPLE"), atom("PAIRS"),
+                          XCB_CURRENT_TIME);
+    xcb_flush(connection);
+    awaitEvent(connection, XCB_SELECTION_NOTIFY);
+    return textOf(manager, "LIST");
+}
+
+std::uint32_t pixelAt(int x, int y) {
+    const auto reply =
+        await(xcb_get_image_reply,
+              xcb_get_image(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, root(),
+                            static_cast<std::int16_t>(x), static_cast<std::int16_t>(y), 1, 1, ~0u));
+    if (!reply) throw std::runtime_error("no pixel there");
+    return *reinterpret_cast<std::uint32_t*>(xcb_get_image_data(reply.get())) & 0xffffff;
+}
+
+xcb_window_t focus() {
+    return await(xcb_get_input_focus_reply, xcb_get_input_focus(connection))->focus;
+}
+
+xcb_window_t findWindow(const std::string& title, xcb_window_t parent) {
+    const auto tree = await(xcb_query_tree_reply, xcb_query_tree(connection, parent));
+    for (int i = tree ? xcb_query_tree_children_length(tree.get()) : 0; i-- > 0;) {
+        const xcb_window_t child = xcb_query_tree_children(tree.get())[i];
+        if (isShown(child) && textOf(child, "_NET_WM_NAME") == title) return child;
+        if (const xcb_window_t found = findWindow(title, child)) return found;
+    }
+    return 0;
+}
+
+RECT boundsOf(xcb_window_t window) {
+    const auto size = await(xcb_get_geometry_reply, xcb_get_geometry(connection, window));
+    const auto corner = await(xcb_translate_coordinates_reply,
+                              xcb_translate_coordinates(connection, window, root(), 0, 0));
+    if (!size || !corner) return {};
+    return {corner->dst_x, corner->dst_y, corner->dst_x + size->width,
+            corner->dst_y + size->height};
+}
+
+// The server repairs the strip in the request that moves the bar.
+Client::Client(const RECT& bounds) : server(xcb_connect(nullptr, nullptr)) {
+    constexpr std::uint32_t color = 0x204060;
+    window =
+        makeWindow(server, root(), bounds, XCB_CW_EVENT_MASK,
+                   XCB_EVENT_MASK_KEY_PRESS | XCB_EVENT_MASK_KEY_RELEASE | XCB_EVENT_MASK_EXPOSURE);
+    xcb_flush(server);
+    awaitEvent(server, XCB_EXPOSE);
+    const xcb_gcontext_t context = xcb_generate_id(server);
+    xcb_create_gc(server, context, window, XCB_GC_FOREGROUND, &color);
+    const xcb_rectangle_t all{0, 0, 1920, 1080};
+    xcb_poly_fill_rectangle(server, window, context, 1, &all);
+    const xcb_window_t strip =
+        makeWindow(server, window, {0, 0, 1920, 16}, XCB_CW_BACK_PIXEL, color);
+    bar = makeWindow(server, strip, {0, 0, 16, 16}, XCB_CW_BACK_PIXEL, 0xe0a020);
+    xcb_set_input_focus(server, XCB_INPUT_FOCUS_PARENT, window, XCB_CURRENT_TIME);
+    xcb_flush(server);
+    if (!desktop::waitUntil([&] { return focus() == window; }))
+        throw std::runtime_error("another program's window did not get the keyboard");
+}
+
+void Client::moveBar(int x) {
+    const std::int32_t left = x;
+    xcb_configure_window(server, bar, XCB_CONFIG_WINDOW_X, &left);
+    xcb_flush(server);
+}
+
+std::string Client::heard() {
+    while (const Event event{xcb_poll_for_event(server), std::free}) {
+        const int type = event->response_type & 0x7f;
+        if (type != XCB_KEY_PRESS && type != XCB_KEY_RELEASE) continue;
+        const auto code = reinterpret_cast<const xcb_key_press_event_t&>(*event).detail;
+        keys += (keys.empty() ? "" : " ") + std::string(type == XCB_KEY_PRESS ? "+" : "-") +
+                nameOf(code);
+    }
+    return keys;
 }
 
 }  // namespace live

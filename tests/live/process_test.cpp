@@ -1,0 +1,236 @@
+// The program in a process of its own: what other programs get from it, and what it leaves among
+// the user's files.
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdlib>
+#include <regex>
+
+#include "tests/clip_reader.h"
+#include "tests/live/session_bus.h"
+#include "tests/live/xvfb.h"
+#include "tests/scenarios/user.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr const char* command = "'" PROGRAM_FILE "'";
+
+struct Process : testing::Test {
+    Process() {
+        live::startDisplay();
+        live::takeHands();
+        umask(022);  // as most systems set it
+    }
+};
+
+bool isPrivate(const Path& folder) {
+    return live::run("test -z \"$(find '" + folder.string() + "' -perm /077)\"") == 0;
+}
+
+// The window's place and a region in its upper left corner, on the right one of two monitors.
+constexpr RECT place{1060, 400, 1860, 1000}, region{1060, 400, 1700, 880};
+constexpr POINT beside{1900, 1060};  // bare ground
+
+bool sheetIsUp() { return live::pixelAt(beside.x, beside.y) == 0x111111; }
+bool frameIsUp() { return live::pixelAt(region.left - 1, region.top + 50) == user::frame; }
+
+// The bar's place tells the time, and begins again after so many milliseconds.
+constexpr int period = 1200;
+
+struct Recording : Process {
+    Recording() {
+        live::run("xrandr --setmonitor left 960/300x1080/200+0+0 none >/dev/null");
+        live::run("xrandr --setmonitor \\*right 960/300x1080/200+960+0 screen >/dev/null");
+        live::movePointer(beside.x, beside.y);
+    }
+
+    static void openSheet() {
+        user::pressShortcut();
+        user::await("the sheet", sheetIsUp);
+    }
+    // The bar runs meanwhile.
+    void await(const char* what, const std::function<bool()>& condition) {
+        user::await(what, [&] {
+            const auto now = Clock::now().time_since_epoch() / std::chrono::milliseconds(1);
+            client.moveBar(static_cast<int>(now % period / 2));
+            return condition();
+        });
+    }
+    void record() {
+        openSheet();
+        user::drag(region);
+        await("the red frame", frameIsUp);
+    }
+
+    const live::SessionBus bus{true};
+    live::Client client{place};
+    const pid_t program = live::startProgram();
+    const Path clips = Path(std::getenv("XDG_DATA_HOME")) / "Quorvel Desk Clip" / "Recordings";
+};
+
+// How late each frame of the bar is, in milliseconds, against a start of the clip that nobody
+// knows.
+std::vector<double> delaysIn(const Path& file) {
+    const Clip clip = readClip(file);
+    EXPECT_TRUE(clip.width == 640 && clip.height == 480) << clip.description;
+    // Only what the client draws there has these; sheet and frame have others.
+    const auto isGroundOrBar = [](int luma) {
+        return std::abs(luma - 69) <= 4 || std::abs(luma - 157) <= 4;
+    };
+    std::vector<double> delays;
+    forEachPicture(file, clip, [&](const ClipPicture& picture) {
+        for (const POINT at : {POINT{0, 40}, POINT{639, 479}, POINT{300, 200}})
+            EXPECT_PRED1(isGroundOrBar, picture.luma(at.x, at.y)) << delays.size();
+        int bar = 0;
+        while (bar < 600 && picture.luma(bar, 8) < 113) ++bar;
+        const double delay = clip.times.at(delays.size()) / 10'000. - 2 * bar;
+        delays.push_back(delays.empty() ? delay : std::remainder(delay - delays[0], period));
+    });
+    EXPECT_EQ(delays.size(), clip.times.size());
+    delays.at(0) = 0;
+    return delays;
+}
+
+TEST_F(Recording, showsWhatAProgramDrewAtTheRightTime) {
+    openSheet();
+    live::click(beside);
+    await("a notice", [&] { return bus.last("body").starts_with("'Choose a region"); });
+    EXPECT_EQ(bus.last("urgency"), "NORMAL");
+
+    record();
+    const auto start = Clock::now();
+    live::type("a");
+    await("two seconds", [&] { return Clock::now() - start > std::chrono::seconds(2); });
+    EXPECT_NE(client.heard().find("+a -a"), std::string::npos);
+    kill(program, SIGXFSZ);  // as a write beyond a file's greatest size raises it
+    live::type("Esc");
+    await("the end of the frame", [] { return !frameIsUp(); });
+    await("the clip", [] { return live::pasted("text/uri-list").ends_with(".mp4\r\n"); });
+    EXPECT_EQ(client.heard().find("Esc"), std::string::npos);
+    live::type("Esc b");
+    await("Esc", [&] { return client.heard().ends_with("+Esc -Esc +b -b"); });
+
+    std::vector<double> delays;
+    std::string address = "file://";
+    for (const auto& entry : std::filesystem::directory_iterator(clips))
+        if (entry.path().extension() == ".mp4") {
+            delays = delaysIn(entry.path());
+            address += entry.path().string();
+        }
+    // On a busy machine one of the three programs may stand still for a moment.
+    EXPECT_GT(delays.size(), 15u);  // of about 60
+    std::ranges::sort(delays);
+    const auto late = std::ranges::count_if(
+        delays, [&](double delay) { return std::abs(delay - delays[delays.size() / 2]) > 3 * 34; });
+    EXPECT_LE(late, std::ssize(delays) / 10);
+
+    // Of what needs an escape the folders' names have blanks and an umlaut.
+    address = std::regex_replace(address, std::regex(" "), "%20");
+    address = std::regex_replace(address, std::regex("ä"), "%C3%A4");
+    EXPECT_EQ(live::pasted("text/uri-list"), address + "\r\n");
+    EXPECT_EQ(live::pasted("x-special/gnome-copied-files"), "copy\n" + address);
+
+    // A notice of a lost clip may interrupt the user wherever that is.
+    record();
+    await("a part of the clip", [&] {
+        return std::ranges::any_of(
+            std::filesystem::directory_iterator(clips), [](const auto& entry) {
+                return entry.path().stem().extension() == ".partial" && entry.file_size() > 10'000;
+            });
+    });
+    EXPECT_EQ(live::run("xrandr --delmonitor right >/dev/null"), 0);
+    await("a notice", [&] { return bus.last("body").starts_with("'Acquire desktop"); });
+    EXPECT_EQ(bus.last("urgency"), "CRITICAL");
+    EXPECT_EQ(live::savedAtTheEnd([&] { kill(program, SIGTERM); }), address + "\r\n");
+    EXPECT_EQ(live::waitFor(program), 0);
+    EXPECT_TRUE(isPrivate(clips.parent_path()));
+}
+
+TEST_F(Process, opensItsMenuAtTheIconAndTheFolderAsTheUsersProgram) {
+    const Path home = std::getenv("HOME"), opened = home / "opened";
+    writeFile(home / "xdg-open", "#!/bin/sh\nprintf %s \"$1\" >'" + opened.string() + "'");
+    std::filesystem::permissions(home / "xdg-open", std::filesystem::perms::owner_all);
+    setenv("PATH", (home.string() + ":" + std::getenv("PATH")).c_str(), 1);
+    const pid_t program = live::startProgram();
+    live::start({"trayer", "--edge", "bottom", "--align", "right", "--widthtype", "request"});
+    const xcb_window_t others = live::focus();
+    RECT icon{};
+    user::await("the icon", [&] {
+        const xcb_window_t panel = live::findWindow("panel");
+        const RECT before = std::exchange(
+            icon, live::boundsOf(live::findWindow("Quorvel Desk Clip — Ctrl+Shift+7", panel)));
+        return icon.right - icon.left >= 16 && before.left == icon.left;
+    });
+    const POINT at{icon.left + 5, icon.top + 5};
+    live::click(at, 3);
+    user::await("the menu", [&] { return live::focus() != others; });
+    const RECT menu = live::boundsOf(live::focus());
+    EXPECT_TRUE(menu.right == 1920 && menu.left < at.x && menu.bottom == at.y)
+        << menu.left << ' ' << menu.right << ' ' << menu.bottom;
+    live::click({menu.left + 60, menu.top + 74});  // Open clips
+    user::await("the folder", [&] { return readFile(opened).ends_with("/Recordings"); });
+    // The file manager goes on as the user set it.
+    EXPECT_EQ(std::filesystem::status(opened).permissions(), std::filesystem::perms(0644));
+    EXPECT_EQ(live::end(program), 0);
+}
+
+// A build of the program takes the place of the one that runs.
+TEST_F(Process, startEntryNamesTheProgramThatWasStarted) {
+    const live::Client others({100, 100, 900, 500});
+    const ScratchFolder folder;
+    const Path own = folder.path / "program";
+    std::filesystem::copy_file(PROGRAM_FILE, own);
+    const pid_t first = live::start({own, "--settings"});
+    user::await("the dialog", [&] { return live::focus() != others.window; });
+    live::type("Esc");
+    user::await("its end", [&] { return live::focus() == others.window; });
+    std::filesystem::rename(own, folder.path / "older");
+    EXPECT_EQ(live::run(command), 0);
+    user::await("the dialog again", [&] { return live::focus() != others.window; });
+    const RECT dialog = live::boundsOf(live::focus());
+    live::click({dialog.right - 68, dialog.top + 15});  // No taskbar has what is minimized.
+    live::type("Tab Space Enter");
+    user::await("its end", [&] { return live::focus() == others.window; });
+    EXPECT_EQ(live::end(first), 0);
+    const Path autostart = Path(std::getenv("XDG_CONFIG_HOME")) / "autostart";
+    const std::string entry = readFile(autostart / "QuorvelDeskClip.desktop");
+    EXPECT_NE(entry.find("\nExec=\"" + own.string() + "\"\n"), std::string::npos) << entry;
+    EXPECT_TRUE(isPrivate(autostart));
+}
+
+// As over a forwarded connection, where the extension is offered but no memory can be attached.
+TEST_F(Process, refusesADisplayThatSharesNoMemory) {
+    const ScratchFolder folder;
+    const std::string words = folder.path / "words";
+    EXPECT_EQ(
+        live::run("DISPLAY=" + live::startDistantDisplay() + ' ' + command + " 2>'" + words + "'"),
+        1);
+    EXPECT_EQ(readFile(words), "The display cannot share memory with this program\n");
+}
+
+TEST_F(Process, warnsOfAWaylandSessionOnce) {
+    for (const std::string sign : {"WAYLAND_DISPLAY=wayland-0 ", ""}) {
+        const ScratchFolder folder;
+        const std::string words = folder.path / "words";
+        if (sign.empty())
+            live::run("xrandr --setmonitor XWAYLAND0 1920/300x1080/200+0+0 screen >/dev/null");
+        const std::string start = sign + "exec " + command + " 2>>'" + words + "'";
+        const pid_t first = live::start({"sh", "-c", start});
+        user::await("the notice", [] {
+            return live::findWindow("Only the windows of X11 programs can be recorded.") != 0;
+        });
+        EXPECT_EQ(live::run(start), 0);
+        EXPECT_EQ(live::end(first), 0);
+        EXPECT_EQ(readFile(words),
+                  "Wayland session: only the windows of X11 programs can be recorded.\n");
+    }
+}
+
+}  // namespace
