@@ -58,7 +58,7 @@ std::string startServer(const std::string& network) {
     const Path number = temporary("display");
     writeFile(number, "");
     start({"sh", "-c",
-           "exec Xvfb -displayfd 1 -screen 0 1920x1080x24 -noreset " + network + " tcp >'" +
+           "exec Xvfb -displayfd 3 -screen 0 1920x1080x24 -noreset " + network + " tcp 3>'" +
                number.string() + "'"});
     if (!desktop::waitUntil([&] { return readFile(number).ends_with('\n'); }))
         throw std::runtime_error("Xvfb did not start");
