@@ -10,56 +10,57 @@
 
 #include "tests/scratch.h"
 
-// Everything in a folder by name: "file" and its bytes, "link" and its target, or "folder".
+// Thousands of writes through to the disk cost nothing here.
+inline const Path memory = "/dev/shm";
+
+// Everything below a folder by name: "file" and its bytes, "link" and its target, "folder", "pipe".
 using Disk = std::map<std::string, std::string>;
 
 inline Disk contentsOf(const Path& folder) {
     Disk disk;
-    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-        std::string& item = disk[entry.path().filename().string()];
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+        std::string& item = disk[entry.path().lexically_relative(folder).generic_string()];
         if (entry.is_symlink())
             item = "link " + std::filesystem::read_symlink(entry.path()).string();
+        else if (!entry.is_regular_file())
+            item = entry.is_directory() ? "folder" : "pipe";
         else
-            item = entry.is_directory() ? "folder" : "file " + readFile(entry.path());
+            item = "file " + readFile(entry.path());
     }
     return disk;
 }
 
 inline bool isFile(const Disk& disk, const std::string& name) {
-    const auto found = disk.find(name);
-    return found != disk.end() && found->second.starts_with("file ");
+    return disk.contains(name) && disk.at(name).starts_with("file ");
 }
 
 inline std::vector<std::string> ownedIn(const Disk& disk) {
     static const std::regex form("clip-[0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}\\.mp4");
     std::vector<std::string> owned;
-    std::set<std::string> seen;
     if (!isFile(disk, "completed.txt")) return owned;
     std::istringstream lines(disk.at("completed.txt").substr(5));
     for (std::string line; std::getline(lines, line);) {
         if (line.ends_with('\r') && !lines.eof()) line.pop_back();
-        if (std::regex_match(line, form) && seen.insert(line).second && isFile(disk, line))
+        if (std::regex_match(line, form) && isFile(disk, line) &&
+            std::ranges::find(owned, line) == owned.end())
             owned.push_back(line);
     }
     return owned;
 }
 
-// What the disk holds after each lasting step of the registration of a clip that is there; `inUse`
-// cannot be deleted and ends it.
-inline std::vector<Disk> stepsOfRegistration(Disk disk, const std::string& clip,
-                                             const std::string& inUse = {}) {
-    std::vector<Disk> steps;
+// What the disk holds before the registration of a clip that is there and after each lasting step.
+inline std::vector<Disk> stepsOfRegistration(Disk disk, const std::string& clip) {
+    disk.erase("completed.txt.new");
+    std::vector<Disk> steps{disk};
     std::vector<std::string> owned = ownedIn(disk);
-    if (!std::count(owned.begin(), owned.end(), clip)) owned.push_back(clip);
+    if (std::ranges::find(owned, clip) == owned.end()) owned.push_back(clip);
     const auto list = [&] {
         std::string& text = disk["completed.txt"] = "file ";
         for (const std::string& name : owned) text += name + "\r\n";
         steps.push_back(disk);
     };
-    disk.erase("completed.txt.new");
     list();
     for (; owned.size() > 5; owned.erase(owned.begin())) {
-        if (owned.front() == inUse) return steps;
         disk.erase(owned.front());
         steps.push_back(disk);
     }

@@ -8,11 +8,10 @@ struct TrayWindow {
     TrayWindow() {
         WNDCLASSW description{};
         description.lpfnWndProc = DefWindowProcW;
-        description.hInstance = GetModuleHandleW(nullptr);
         description.lpszClassName = TEXT("TestTrayWindow");
         RegisterClassW(&description);  // A second time it is there already.
         handle = CreateWindowExW(0, description.lpszClassName, TEXT(""), WS_POPUP, 0, 0, 0, 0,
-                                 nullptr, nullptr, description.hInstance, nullptr);
+                                 nullptr, nullptr, nullptr, nullptr);
     }
     ~TrayWindow() { DestroyWindow(handle); }
     TrayWindow(const TrayWindow&) = delete;
