@@ -18,41 +18,38 @@ TEST(Clipboard, blockHoldsHeaderPathAndTwoZeros) {
 }
 
 TEST(Clipboard, pathsLoseOnlyKnownPrefixes) {
-    const struct {
-        const WCHAR *given, *expected;
-    } rows[] = {
-        {TEXT("\\\\?\\C:\\x\\y"), TEXT("C:\\x\\y")},
-        {TEXT("\\\\?\\C:\\"), TEXT("C:\\")},
-        {TEXT("\\\\?\\C:"), TEXT("\\\\?\\C:")},  // six characters
-        {TEXT("\\\\?\\UNC\\server\\share"), TEXT("\\\\server\\share")},
-        {TEXT("\\\\?\\unc\\server\\share"), TEXT("\\\\?\\unc\\server\\share")},
-        {TEXT("\\\\?\\Volume{0}\\x"), TEXT("\\\\?\\Volume{0}\\x")},
-        {TEXT("C:\\x"), TEXT("C:\\x")},
-        {TEXT(""), TEXT("")},
+    const std::pair<const char*, const char*> rows[] = {
+        {"\\\\?\\C:\\x\\y", "C:\\x\\y"},
+        {"\\\\?\\C:\\", "C:\\"},
+        {"\\\\?\\C:", "\\\\?\\C:"},  // six characters
+        {"\\\\?\\UNC\\server\\share", "\\\\server\\share"},
+        {"\\\\?\\unc\\server\\share", "\\\\?\\unc\\server\\share"},
+        {"\\\\?\\Volume{0}\\x", "\\\\?\\Volume{0}\\x"},
+        {"C:\\x", "C:\\x"},
     };
-    for (const auto& row : rows)
-        EXPECT_EQ(Path(stripFinalPathPrefix(row.given)).native(), Path(row.expected).native());
+    for (const auto& [given, expected] : rows)
+        EXPECT_EQ(Path(stripFinalPathPrefix(widenBytes(given))).string(), expected);
 }
 
 TEST(Clipboard, takesOnlyAFinishedClip) {
     const TrayWindow window;
     const ScratchFolder folder;
-    makeClips(folder.path, {1});
-    writeFile(folder.path / clipName(2), "");
-    std::filesystem::create_directory(folder.path / clipName(3));
+    const auto copy = [&](const std::string& name) {
+        return copyClipToClipboard(window.handle, folder.path / name);
+    };
     for (const char* const name :
-         {"clip.mov", "clip.MP4", "clip.mp4.partial.mp4", "a.partial b.mp4", "clip"})
+         {"clip.mov", "clip.MP4", "clip.mp4.partial.mp4", "a.partial b.mp4", "clip"}) {
         writeFile(folder.path / name, "x");
-    for (const std::string& name : namesIn(folder.path))
-        EXPECT_EQ(copyClipToClipboard(window.handle, folder.path / name), name == clipName(1))
-            << name;
-    EXPECT_FALSE(copyClipToClipboard(window.handle, folder.path / clipName(4)));
-    const WideText clip = (folder.path / clipName(1)).string<WCHAR>();
-    const Handle writer =
-        ownHandle(CreateFileW(clip.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                              nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-    EXPECT_TRUE(writer);
-    EXPECT_FALSE(copyClipToClipboard(window.handle, clip));
+        EXPECT_FALSE(copy(name)) << name;
+    }
+    std::filesystem::create_directory(folder.path / "folder.mp4");
+    writeFile(folder.path / "empty.mp4", "");
+    EXPECT_FALSE(copy("missing.mp4") || copy("folder.mp4") || copy("empty.mp4"));
+    std::ofstream writer(folder.path / "clip.mp4");
+    writer << "x" << std::flush;
+    EXPECT_FALSE(copy("clip.mp4"));  // is being written
+    writer.close();
+    EXPECT_TRUE(copy("clip.mp4"));
 }
 
 }  // namespace

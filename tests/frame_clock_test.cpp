@@ -6,13 +6,9 @@
 
 namespace {
 
-constexpr std::int64_t origin = 77'000'000'123;
-
-std::int64_t microseconds(std::int64_t count) { return origin + count * 1000; }
-
 // At its exact deadline the truncations alone would give a pass the slot before.
 TEST(FrameClock, takesOneSlotAtEachDeadlineAndLeavesThoseOfALatePassEmpty) {
-    constexpr std::int64_t week = 7LL * 24 * 3600;
+    constexpr std::int64_t origin = 77'000'000'123, week = 7LL * 24 * 3600;
     constexpr struct {
         std::int64_t now, time, duration, deadline;  // microseconds, 100 ns, microseconds
     } passes[] = {
@@ -30,10 +26,10 @@ TEST(FrameClock, takesOneSlotAtEachDeadlineAndLeavesThoseOfALatePassEmpty) {
     FrameClock clock{origin, 0};
     for (const auto& pass : passes) {
         SCOPED_TRACE(pass.now);
-        const FrameSlot slot = claimSlot(clock, microseconds(pass.now));
+        const FrameSlot slot = claimSlot(clock, origin + pass.now * 1000);
         EXPECT_EQ(slot.sampleTime, pass.time);
         EXPECT_EQ(slot.sampleDuration, pass.duration);
-        EXPECT_EQ(nextDeadline(clock), microseconds(pass.deadline));
+        EXPECT_EQ(nextDeadline(clock), origin + pass.deadline * 1000);
     }
 }
 
