@@ -2,6 +2,8 @@
 # published operations. A file that includes from platform/ or demo/ or a POSIX header, or starts a program by popen,
 # asks for more and stays native; so does what plans faults.
 
+add_test(NAME Executable.isWhatWindowsExpects
+         COMMAND ${CMAKE_CURRENT_LIST_DIR}/executable.sh $<TARGET_FILE:QuorvelDeskClip>)
 add_test(NAME Executable.isTheSameWhenBuiltElsewhere
          COMMAND ${CMAKE_CURRENT_LIST_DIR}/reproducible.sh ${PROJECT_SOURCE_DIR}
                  ${PROJECT_BINARY_DIR} ${PROJECT_BINARY_DIR}/elsewhere)

@@ -1,0 +1,83 @@
+#!/bin/bash
+# executable.sh PROGRAM reads the finished program back: its kind, the guards that it asks of the system, the libraries
+# that it imports, all of which Windows takes from System32 alone, and what it carries.
+
+set -euo pipefail
+export LC_ALL=C
+tools=/usr/bin/x86_64-w64-mingw32
+
+read_back() {
+    local headers resources
+    headers=$("$tools-objdump" -p -t "$1")
+    grep -oE 'pei-x86-64|^Characteristics .*|Subsystem	.*|^DllChar.*|DLL Name.*|no symbols' <<<"$headers"
+    # It can be loaded anywhere, and loads no library at the first call.
+    grep -oE '^Entry 5 .{16} 0000[0-9a-f]*[1-9a-f]|^Entry d .{16} 00000000' <<<"$headers" | cut -c1-7
+    [ "$(stat -c %s "$1")" -ge 1200000 ] || echo small
+    # Without the bytes of the images, which the icon's directory counts, and without the manifest's frame.
+    resources=$("$tools-windres" -J coff -O rc -i "$1")
+    grep -vE '^ *(BEGIN|END)?$|^ */\*|^   Name|^  (0x|")|^[1-9] 3 ' <<<"$resources"
+    grep -E '^  " .*(name=|<desc|Level|Id=|SMI)' <<<"$resources"
+}
+
+diff - <(read_back "$1" | tr -s '[:blank:]' ' ') <<'END'
+pei-x86-64
+Characteristics 0x22e
+Subsystem 00000002 (Windows GUI)
+DllCharacteristics 00000160
+DLL Name: ADVAPI32.dll
+DLL Name: GDI32.dll
+DLL Name: KERNEL32.dll
+DLL Name: msvcrt.dll
+DLL Name: ole32.dll
+DLL Name: SHELL32.dll
+DLL Name: USER32.dll
+no symbols
+Entry 5
+Entry d
+small
+LANGUAGE 9, 1
+101 DIALOGEX 0, 0, 270, 141
+STYLE 0x80ca0840
+EXSTYLE 0x40000
+CAPTION "Quorvel Clip - Settings"
+FONT 9, "Segoe UI"
+ CONTROL "Recording &shortcut", -1, "STATIC", 0x50020000, 12, 10, 246, 10
+ CONTROL "", 1001, "EDIT", 0x50810880, 12, 24, 246, 18
+ CONTROL "Click the box, then press a key combination. Tab moves on.", -1, "STATIC", 0x50020000, 12, 46, 246, 18
+ CONTROL "Start with &Windows", 1002, "BUTTON", 0x50010003, 12, 70, 246, 12
+ CONTROL "", 1003, "STATIC", 0x50020000, 12, 86, 246, 24
+ CONTROL "&Save", 1, "BUTTON", 0x50010001, 146, 116, 53, 16
+ CONTROL "Cancel", 2, "BUTTON", 0x50010000, 205, 116, 53, 16
+102 14 /* RT_GROUP_ICON */
+ 0, 1, 9, /* Has 9 elements. */
+ "\020\020\000\000", 1, 32, 0xb4L, 1, /* Element no 1. */
+ "\024\024\000\000", 1, 32, 0xddL, 2, /* Element no 2. */
+ "\030\030\000\000", 1, 32, 0xeaL, 3, /* Element no 3. */
+ "\040\040\000\000", 1, 32, 0x134L, 4, /* Element no 4. */
+ "\050\050\000\000", 1, 32, 0x167L, 5, /* Element no 5. */
+ "\060\060\000\000", 1, 32, 0x1a6L, 6, /* Element no 6. */
+ "\100\100\000\000", 1, 32, 0x219L, 7, /* Element no 7. */
+ "\200\200\000\000", 1, 32, 0x58fL, 8, /* Element no 8. */
+ "\000\000\000\000", 1, 32, 0xd28L, 9 /* Element no 9. */
+1 VERSIONINFO
+ FILEVERSION 0, 4, 3, 0
+ PRODUCTVERSION 0, 4, 3, 0
+ FILEFLAGSMASK 0x3f
+ FILEOS 0x40004
+ FILETYPE 0x1
+ BLOCK "StringFileInfo"
+ BLOCK "040904B0"
+ VALUE "FileDescription", "Quorvel Desk Clip"
+ VALUE "FileVersion", "0.4.3.0"
+ VALUE "ProductName", "Quorvel Desk Clip"
+ VALUE "ProductVersion", "0.4.3 candidate"
+ BLOCK "VarFileInfo"
+ VALUE "Translation", 0x409, 1200
+1 24 /* RT_MANIFEST */
+ " <assemblyIdentity name=""Quorvel.Desk.Clip"" version=""0.1.0.0"" processorArchitecture=""amd64"" type=""win32""/>\n"
+ " <description>Quorvel Desk Clip</description>\n"
+ " <requestedExecutionLevel level=""asInvoker"" uiAccess=""false""/>\n"
+ " <supportedOS Id=""{8e0f7a12-bfb3-4fe8-b9a5-48fd50a15a9a}""/>\n"
+ " <dpiAwareness xmlns=""http://schemas.microsoft.com/SMI/2016/WindowsSettings"">PerMonitorV2</dpiAwareness>\n"
+ " <longPathAware xmlns=""http://schemas.microsoft.com/SMI/2016/WindowsSettings"">true</longPathAware>\n"
+END
