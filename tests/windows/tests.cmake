@@ -36,7 +36,7 @@ foreach(source IN LISTS sources)
 endforeach()
 
 add_library(shared_by_windows_tests STATIC ${shared})
-target_link_libraries(shared_by_windows_tests PUBLIC gtest clip_program ntdll)
+target_link_libraries(shared_by_windows_tests PUBLIC gtest clip_program)
 target_compile_definitions(shared_by_windows_tests PUBLIC PROGRAM_FILE="$<TARGET_FILE:QuorvelDeskClip>"
                            POINTER_FILE="${PROJECT_BINARY_DIR}/wine/pointer")
 

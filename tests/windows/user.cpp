@@ -37,7 +37,6 @@ std::vector<std::string> notices;
 std::size_t noticesAwaited = 0;
 
 const ScratchFolder scratch;
-const HANDLE screenIsReady = CreateEventA(nullptr, TRUE, TRUE, "STAND_IN_SCREEN");
 int shortcutsOfOthers = 0;
 
 std::string narrow(const WCHAR* text) {
@@ -125,7 +124,6 @@ void forgetEverything() {
     noticesAwaited = 0;
     std::filesystem::remove(callRecord());
     SetEnvironmentVariableW(TEXT("STAND_IN_RECORD"), callRecord().string<WCHAR>().c_str());
-    SetEvent(screenIsReady);
 }
 
 // The program's copy has a name of its own, for which Wine prefers the stand-ins in System32 to its
@@ -189,7 +187,7 @@ void input(const std::string& orders) {
 int writtenSamples() {
     const std::string record = readFile(callRecord());
     int count = 0;
-    for (std::size_t at = 0; (at = record.find(" WriteSample ", at)) != std::string::npos; ++at)
+    for (std::size_t at = 0; (at = record.find("WriteSample ", at)) != std::string::npos; ++at)
         ++count;
     return count;
 }
@@ -463,16 +461,9 @@ std::string SecondStart::run() {
 }
 
 void dragRegion(const RECT& region, int samples) {
-    ResetEvent(screenIsReady);
     const int before = writtenSamples();
     drag(region);
     await("the frame", frameIsUp);
-    // Wine knows no exclusion from capture: no frame comes before the sheet has gone.
-    await("the end of the sheet", [&] {
-        const int right = region.right - 2, bottom = region.bottom - 2;
-        return pixel(region.left, region.top) != dim && pixel(right, bottom) != dim;
-    });
-    SetEvent(screenIsReady);
     await("samples", [&] { return writtenSamples() >= before + samples; });
 }
 

@@ -1,147 +1,97 @@
-// Stands in for mfplat.dll and mfreadwrite.dll. The writer's file holds the pictures as they come,
+// Stands in for mfplat.dll and mfreadwrite.dll. The writer's file holds the frames as they come,
 // which no player reads: enough to be published, listed and copied.
 
 #include "tests/windows/standin/object.h"
 
-#include <mfapi.h>
-#include <mferror.h>
 #include <mfidl.h>
 #include <mfreadwrite.h>
 
-#include <algorithm>
-
 namespace {
 
-HRESULT setNumber(void* self, const GUID& key, UINT32 value) {
-    return record(self, "SetUINT32", key, value), S_OK;
-}
+constexpr auto fillSetters = [](auto& table) {
+    ACCEPT(table, SetUINT32);
+    table.SetUINT64 = [](auto*, const GUID& key, UINT64 value) -> HRESULT {
+        return record("SetUINT64", key, value >> 32, value & 0xFFFFFFFF);
+    };
+    ACCEPT(table, SetGUID);
+};
 
-HRESULT setPair(void* self, const GUID& key, UINT64 value) {
-    return record(self, "SetUINT64", key, value >> 32, value & 0xFFFFFFFF), S_OK;
-}
-
-HRESULT setIdentifier(void* self, const GUID& key, const GUID& value) {
-    return record(self, "SetGUID", key, value), S_OK;
-}
-
-template <typename Interface>
-com::Table attributesOf() {
-    return makeTable<Interface>()
-        .set(&Interface::SetUINT32, setNumber)
-        .set(&Interface::SetUINT64, setPair)
-        .set(&Interface::SetGUID, setIdentifier);
-}
-
-HRESULT lock(IMFMediaBuffer* self, BYTE** bytes, DWORD* room, DWORD* length) {
-    record(self, "Lock", room != nullptr, length != nullptr);
-    *bytes = objectOf(self)->bytes.data();
-    return S_OK;
-}
-
-HRESULT unlock(IMFMediaBuffer* self) { return record(self, "Unlock"), S_OK; }
-
-HRESULT setLength(IMFMediaBuffer* self, DWORD length) {
-    record(self, "SetCurrentLength", length);
-    objectOf(self)->length = length;
-    return S_OK;
+HRESULT lock(IMFMediaBuffer* self, BYTE** bytes, DWORD*, DWORD*) {
+    *bytes = objectOf(self).bytes.data();
+    return record("Lock");
 }
 
 HRESULT addBuffer(IMFSample* self, IMFMediaBuffer* buffer) {
-    record(self, "AddBuffer", buffer);
-    addReference(buffer);
-    objectOf(self)->held = objectOf(buffer);
-    return S_OK;
+    objectOf(self).held = &objectOf(buffer);
+    ++objectOf(buffer).references;
+    return record("AddBuffer");
 }
 
-HRESULT setTime(IMFSample* self, LONGLONG time) {
-    return record(self, "SetSampleTime", time), S_OK;
-}
-
-HRESULT setDuration(IMFSample* self, LONGLONG duration) {
-    return record(self, "SetSampleDuration", duration), S_OK;
-}
-
-HRESULT addStream(IMFSinkWriter* self, IMFMediaType* type, DWORD* index) {
-    record(self, "AddStream", type);
-    *index = 7;
-    return S_OK;
-}
-
-HRESULT setInput(IMFSinkWriter* self, DWORD index, IMFMediaType* type, IMFAttributes* parameters) {
-    record(self, "SetInputMediaType", index, type, parameters);
-    return refuses("SetInputMediaType") ? MF_E_INVALIDMEDIATYPE : S_OK;
-}
-
-HRESULT begin(IMFSinkWriter* self) { return record(self, "BeginWriting"), S_OK; }
-
-// The record tells the darkest and the brightest luma, and the first pair of chroma.
-HRESULT writeSample(IMFSinkWriter* self, DWORD index, IMFSample* sample) {
-    const Object& buffer = *objectOf(sample)->held;
-    const auto luma = buffer.bytes.begin();
-    const auto chroma = luma + buffer.length * 2 / 3;
-    const auto [darkest, brightest] = std::minmax_element(luma, chroma);
-    record(self, "WriteSample", index, sample, "luma", *darkest, *brightest, "chroma", chroma[0],
-           chroma[1]);
+HRESULT writeSample(IMFSinkWriter* self, DWORD stream, IMFSample* sample) {
+    const std::vector<BYTE>& bytes = objectOf(sample).held->bytes;
     DWORD written = 0;
-    WriteFile(objectOf(self)->file, buffer.bytes.data(), buffer.length, &written, nullptr);
-    return S_OK;
+    WriteFile(objectOf(self).file, bytes.data(), static_cast<DWORD>(bytes.size()), &written,
+              nullptr);
+    return record("WriteSample", stream);
 }
-
-HRESULT finish(IMFSinkWriter* self) { return record(self, "Finalize"), S_OK; }
 
 }  // namespace
 
+// <mfapi.h> declares these, but cannot be read together with the tables.
+extern "C" {
+
 HRESULT WINAPI MFStartup(ULONG version, DWORD flags) {
-    return record("MFStartup", version, flags), S_OK;
+    return recordExport("mfplat.dll", "MFStartup", version, flags);
 }
 
-HRESULT WINAPI MFShutdown() { return record("MFShutdown"), S_OK; }
+HRESULT WINAPI MFShutdown() { return recordExport("mfplat.dll", "MFShutdown"); }
 
-HRESULT WINAPI MFCreateAttributes(IMFAttributes** result, UINT32 room) {
-    static const com::Table table = attributesOf<IMFAttributes>();
-    handOut("attributes", table, result);
-    return record("MFCreateAttributes", room, "->", *result), S_OK;
+HRESULT WINAPI MFCreateAttributes(IMFAttributes** result, UINT32 size) {
+    create<IMFAttributes>(result, fillSetters);
+    return recordExport("mfplat.dll", "MFCreateAttributes", size);
 }
 
 HRESULT WINAPI MFCreateMediaType(IMFMediaType** result) {
-    static const com::Table table = attributesOf<IMFMediaType>();
-    handOut("type", table, result);
-    return record("MFCreateMediaType ->", *result), S_OK;
+    create<IMFMediaType>(result, fillSetters);
+    return recordExport("mfplat.dll", "MFCreateMediaType");
 }
 
-HRESULT WINAPI MFCreateMemoryBuffer(DWORD room, IMFMediaBuffer** result) {
-    static const com::Table table = makeTable<IMFMediaBuffer>()
-                                        .set(&IMFMediaBuffer::Lock, lock)
-                                        .set(&IMFMediaBuffer::Unlock, unlock)
-                                        .set(&IMFMediaBuffer::SetCurrentLength, setLength);
-    handOut("buffer", table, result)->bytes.resize(room);
-    return record("MFCreateMemoryBuffer", room, "->", *result), S_OK;
+HRESULT WINAPI MFCreateMemoryBuffer(DWORD size, IMFMediaBuffer** result) {
+    const auto fill = [](auto& table) {
+        table.Lock = lock;
+        ACCEPT(table, Unlock);
+        ACCEPT(table, SetCurrentLength);
+    };
+    create<IMFMediaBuffer>(result, fill).bytes.resize(size);
+    return recordExport("mfplat.dll", "MFCreateMemoryBuffer", size);
 }
 
 HRESULT WINAPI MFCreateSample(IMFSample** result) {
-    static const com::Table table = makeTable<IMFSample>()
-                                        .set(&IMFSample::AddBuffer, addBuffer)
-                                        .set(&IMFSample::SetSampleTime, setTime)
-                                        .set(&IMFSample::SetSampleDuration, setDuration);
-    handOut("sample", table, result);
-    return record("MFCreateSample ->", *result), S_OK;
+    create<IMFSample>(result, [](auto& table) {
+        table.AddBuffer = addBuffer;
+        ACCEPT(table, SetSampleTime);
+        ACCEPT(table, SetSampleDuration);
+    });
+    return recordExport("mfplat.dll", "MFCreateSample");
 }
 
-HRESULT WINAPI MFCreateSinkWriterFromURL(LPCWSTR path, IMFByteStream* stream,
-                                         IMFAttributes* attributes, IMFSinkWriter** result) {
-    static const com::Table table = makeTable<IMFSinkWriter>()
-                                        .set(&IMFSinkWriter::AddStream, addStream)
-                                        .set(&IMFSinkWriter::SetInputMediaType, setInput)
-                                        .set(&IMFSinkWriter::BeginWriting, begin)
-                                        .set(&IMFSinkWriter::WriteSample, writeSample)
-                                        .set(&IMFSinkWriter::Finalize, finish);
-    // A file that is there already shows as a refusal here.
-    HANDLE const file = CreateFileW(path, GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_NEW,
-                                    FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file == INVALID_HANDLE_VALUE) return HRESULT_FROM_WIN32(GetLastError());
-    handOut("writer", table, result)->file = file;
+HRESULT WINAPI MFCreateSinkWriterFromURL(LPCWSTR path, IMFByteStream*, IMFAttributes*,
+                                         IMFSinkWriter** result) {
+    const auto fill = [](auto& table) {
+        table.AddStream = [](auto*, IMFMediaType*, DWORD* index) -> HRESULT {
+            *index = 0;
+            return record("AddStream");
+        };
+        ACCEPT(table, SetInputMediaType);
+        ACCEPT(table, BeginWriting);
+        table.WriteSample = writeSample;
+        ACCEPT(table, Finalize);
+    };
+    create<IMFSinkWriter>(result, fill).file =
+        CreateFileW(path, GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_NEW, 0, nullptr);
     std::string ascii;
     for (; *path; ++path) ascii += static_cast<char>(*path);
-    record("MFCreateSinkWriterFromURL", ascii, stream, attributes, "->", *result);
-    return S_OK;
+    return recordExport("mfreadwrite.dll", "MFCreateSinkWriterFromURL \"" + ascii + "\"");
 }
+
+}  // extern "C"

@@ -1,73 +1,87 @@
-// What the stand-ins hand out, and the record of what the program does with it.
+// What the stand-ins return, and the record of what the program does with it.
 //
-// A stand-in takes the place of a system library in the program's own folder. Every operation
-// writes a line into the file that STAND_IN_RECORD names: the object, the operation, its arguments,
-// and behind "->" the objects that it hands out. An object's end is the line "name closed".
+// Every operation writes a line into the file that STAND_IN_RECORD names, in the form of
+// tests/capture_road.h: its name, and those of its arguments that are numbers or identifiers. So
+// does every release, with the interface's name.
 
 #pragma once
 
+#define CINTERFACE  // The tables of functions are filled in by hand, with what the program uses.
 #include <windows.h>
 
-#include <concepts>
+#include <array>
+#include <bit>
 #include <string>
+#include <type_traits>
+#include <typeinfo>
+#include <utility>
 #include <vector>
-
-#include "platform/com/table.h"
 
 // One record for all kinds, so that the copies of this library understand each other's objects.
 struct Object {
-    const com::Table* table = nullptr;  // First, as in every published interface.
-    std::string name;
+    const void* table;  // First, as in every published interface.
+    std::string interfaceName;
     long references = 1;
-    std::vector<BYTE> bytes;
-    DWORD length = 0;
-    LONG width = 0, height = 0;
+    std::vector<BYTE> bytes{};
+    std::vector<UINT> pixels{};
+    UINT number = 0;  // of what is enumerated; polls; a row's pixels
     HANDLE file = nullptr;
     Object* held = nullptr;
 };
 
-inline Object* objectOf(const void* object) {
-    return static_cast<Object*>(const_cast<void*>(object));
-}
+inline Object& objectOf(void* object) { return *static_cast<Object*>(object); }
+void drop(Object& object);
 
+void append(std::string& line, const GUID& id);
+void append(std::string& line, LONGLONG number);
+inline void append(std::string&, const void*) {}
 void writeLine(const std::string& line);
 
-std::string textOf(const GUID& id);
-inline std::string textOf(const std::string& text) { return text; }
-inline std::string textOf(const char* text) { return text; }
-std::string textOf(const void* object);  // its name, or "null"
-template <std::integral Number>
-std::string textOf(Number number) {
-    return std::to_string(number);
-}
-template <typename Enumerator>
-requires std::is_enum_v<Enumerator> std::string textOf(Enumerator value) {
-    return std::to_string(static_cast<int>(value));
+template <typename... Argument>
+HRESULT record(std::string line, const Argument&... arguments) {
+    (append(line, arguments), ...);
+    writeLine(line);
+    return S_OK;
 }
 
-template <typename First, typename... Part>
-void record(const First& first, const Part&... parts) {
-    writeLine((textOf(first) + ... + (" " + textOf(parts))));
+// Of the function `name`, which the program has to look for in `library`.
+void requireLibrary(const std::string& library);
+template <typename... Argument>
+HRESULT recordExport(const char* library, const std::string& name, const Argument&... arguments) {
+    requireLibrary(library);
+    return record(name, arguments...);
 }
 
-// Whether STAND_IN_REFUSES names this operation and it has not been refused yet.
-bool refuses(const char* operation);
+[[noreturn]] void endUnknownOperation();
 
-ULONG addReference(void* self);
-ULONG release(void* self);
-HRESULT refuseInterface(void* self, const IID& id, void** result);
+// Sets an operation of a table that is recorded and has no other effect.
+#define ACCEPT(table, operation)                                                                   \
+    table.operation = [](auto*, auto... arguments) -> HRESULT {                                    \
+        return record(#operation, arguments...);                                                   \
+    }
 
-template <typename Interface, typename Object = void>
-com::Table makeTable(HRESULT (*query)(Object*, const IID&, void**) = refuseInterface) {
-    return com::Table::of<Interface>(query, addReference, release);
-}
-
-// A new object of that kind, named by kind and number; the caller has the one reference.
-Object* makeObject(const char* kind, const com::Table& table);
-
-template <typename Interface>
-Object* handOut(const char* kind, const com::Table& table, Interface** result) {
-    Object* const object = makeObject(kind, table);
-    *result = reinterpret_cast<Interface*>(object);
-    return object;
+// A new object, to which the caller has the one reference. It has all the interfaces that the
+// program asks for. `fill` sets what is called of this one; anything else ends the process.
+template <typename Interface, typename Result, typename Fill>
+Object& create(Result** created, Fill fill) {
+    using Table = std::remove_cvref_t<decltype(*std::declval<Interface>().lpVtbl)>;
+    static const Table table = [&] {
+        std::array<void (*)(), sizeof(Table) / sizeof(void*)> entries;
+        entries.fill(endUnknownOperation);
+        auto filled = std::bit_cast<Table>(entries);
+        filled.QueryInterface = [](Interface* self, const IID& id, void** result) -> HRESULT {
+            ++objectOf(*result = self).references;
+            return record("QueryInterface", id);
+        };
+        filled.Release = [](Interface* self) -> ULONG {
+            record("Release " + objectOf(self).interfaceName);
+            return drop(objectOf(self)), 0;
+        };
+        fill(filled);
+        return filled;
+    }();
+    const std::string name = typeid(Interface).name();  // after its length
+    auto* const object = new Object{&table, name.substr(name.find('I'))};
+    *created = reinterpret_cast<Result*>(object);
+    return *object;
 }
