@@ -29,7 +29,7 @@ start_display() {
     # The tests send their keys from within. A window that takes the display's focus would release the modifiers that
     # the display knows and does not see held; so it knows none.
     for key in 37 50 62 64 105 108 133 134 204 205 206 207; do echo "keycode $key ="; done | xmodmap -
-    # The virtual desktop has a notification area, which a bare display lacks; its color is the scenarios' ground.
+    # The virtual desktop's color is the scenarios' ground.
     "$wine" reg add 'HKCU\Software\Wine\Explorer' /v Desktop /d Test /f
     "$wine" reg add 'HKCU\Software\Wine\Explorer\Desktops' /v Test /d 1280x1024 /f
     "$wine" reg add 'HKCU\Control Panel\Colors' /v Background /d '48 96 160' /f
