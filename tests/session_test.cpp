@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <sys/wait.h>
@@ -86,16 +87,46 @@ TEST_F(Session, usesAFolderThatIsTheUsersAlone) {
     std::filesystem::remove_all(cache / "quorvel-desk-clip");
 }
 
+// An address has no space for a long path, so the socket is reached from its folder.
+desktop::Descriptor socketAt(const Path& path, decltype(connect)* bindOrConnect) {
+    std::filesystem::current_path(path.parent_path());
+    sockaddr_un address{AF_UNIX, {}};
+    path.filename().native().copy(address.sun_path, sizeof address.sun_path - 1);
+    desktop::Descriptor made(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
+    const auto* const general = reinterpret_cast<const sockaddr*>(&address);
+    EXPECT_EQ(bindOrConnect(made.get(), general, sizeof address), 0) << path;
+    return made;
+}
+
 // Whether a packet of so many bytes, as any program can send it, gets an answer.
 bool isAnswered(const Path& mailbox, std::size_t size) {
-    std::filesystem::current_path(mailbox.parent_path());  // An address has no space for it.
-    sockaddr_un address{AF_UNIX, {}};
-    mailbox.filename().native().copy(address.sun_path, sizeof address.sun_path - 1);
-    const desktop::Descriptor line(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
-    EXPECT_EQ(connect(line.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    const desktop::Descriptor line = socketAt(mailbox, connect);
     std::uint64_t packet[4]{0xC000, 0, 0, 0};
     send(line.get(), packet, size, 0);
     return recv(line.get(), packet, sizeof packet, 0) > 0;
+}
+
+TEST_F(Session, givesUpSilentConnections) {
+    const Child child([] { desktop::openMailbox(u"SomeClass", 5); });
+    const Path mailbox = desktop::findMailbox(u"SomeClass")->path;
+    std::vector<desktop::Descriptor> silent;
+    for (int count = 0; count < 60; ++count) silent.push_back(socketAt(mailbox, connect));
+    EXPECT_TRUE(isAnswered(mailbox, 24));
+    pollfd first{silent.front().get(), POLLIN, 0};
+    EXPECT_EQ(poll(&first, 1, 30000), 1);
+}
+
+// Whatever has left them: a start must neither take one for the first instance nor fail.
+TEST_F(Session, startsDespiteLeftoverSockets) {
+    const Path session = *desktop::sessionFolder();
+    std::filesystem::remove_all(session);
+    socketAt(session, bind);
+    ASSERT_EQ(desktop::sessionFolder(), session);
+    socketAt(session / "mutex-name", bind);
+    const desktop::Descriptor nobodys = socketAt(session / "window-someclass.0.1", bind);
+    listen(nobodys.get(), 1);
+    EXPECT_TRUE(claims());
+    EXPECT_FALSE(desktop::findMailbox(u"SomeClass"));
 }
 
 TEST_F(Session, carriesRegisteredMessagesToAnotherProcess) {

@@ -42,7 +42,10 @@ struct Connection {
 };
 
 std::list<OpenMailbox> mailboxes;
-std::list<Connection> connections;  // accepted, their mail not yet read
+std::list<Connection> connections;  // accepted, their mail not yet read; oldest first
+
+constexpr int backlog = 16;
+constexpr std::size_t mostSilent = 16;  // connections that wait without a message
 
 // "window-<class>.<process>.<window>"; letters that a file name cannot hold become numbers.
 std::string classPrefix(std::u16string_view className) {
@@ -90,8 +93,7 @@ int processIn(const std::string& name, std::size_t prefixLength) {
     return process;
 }
 
-// Living windows of that class in other processes; sockets that nobody listens to any more are
-// removed.
+// Windows of that class in other running processes. Sockets without a listener are removed.
 std::vector<Mailbox> othersOf(std::u16string_view className) {
     std::vector<Mailbox> found;
     const auto folder = sessionFolder();
@@ -102,7 +104,7 @@ std::vector<Mailbox> othersOf(std::u16string_view className) {
         const std::string name = entry.path().filename();
         if (!name.starts_with(prefix)) continue;
         const int process = processIn(name, prefix.size());
-        if (process == getpid()) continue;
+        if (process <= 0 || process == getpid()) continue;
         const Descriptor probe = makeSocket();
         if (reach(probe.get(), entry.path()) == Reached::Nobody)
             unlink(entry.path().c_str());
@@ -112,9 +114,9 @@ std::vector<Mailbox> othersOf(std::u16string_view className) {
     return found;
 }
 
-void acceptAll() {
+void acceptWaiting() {
     for (const OpenMailbox& mailbox : mailboxes)
-        for (;;) {
+        for (int count = 0; count < backlog; ++count) {
             Descriptor accepted(
                 accept4(mailbox.socket.get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
             if (!accepted) break;
@@ -163,13 +165,13 @@ void openMailbox(std::u16string_view className, std::uint64_t window) {
     if (!folder) return;
     const std::string name =
         classPrefix(className) + std::to_string(getpid()) + '.' + std::to_string(window);
-    // It gets its name when it listens: before, another process would take it for a leftover.
+    // It gets its name when it listens: until then another process would take it for a leftover.
     const std::string path = *folder / name, unready = *folder / ("new-" + name);
     Descriptor socket = makeSocket();
     const Address address(unready);
     unlink(unready.c_str());
     if (!address.valid || bind(socket.get(), address.get(), sizeof address.name) != 0 ||
-        listen(socket.get(), 16) != 0 || rename(unready.c_str(), path.c_str()) != 0) {
+        listen(socket.get(), backlog) != 0 || rename(unready.c_str(), path.c_str()) != 0) {
         unlink(unready.c_str());
         return;
     }
@@ -193,7 +195,7 @@ std::vector<int> mailboxDescriptors() {
 
 void answerMail(const std::function<LRESULT(std::uint64_t window, UINT message, WPARAM wparam,
                                             LPARAM lparam)>& deliver) {
-    acceptAll();
+    acceptWaiting();
     // Taken out before it is delivered: the window's procedure may come back here.
     while (const auto taken = nextMail()) {
         const auto& [connection, mail] = *taken;
@@ -201,6 +203,8 @@ void answerMail(const std::function<LRESULT(std::uint64_t window, UINT message, 
                                        mail.wparam, static_cast<LPARAM>(mail.lparam));
         send(connection.socket.get(), &result, sizeof result, MSG_NOSIGNAL);
     }
+    // A sender writes when it has connected. One that never does must not use up the descriptors.
+    while (connections.size() > mostSilent) connections.pop_front();
 }
 
 std::optional<Mailbox> findMailbox(std::u16string_view className) {

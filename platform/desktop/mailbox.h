@@ -1,8 +1,8 @@
 // Windows of one process as others of the same session see them: found by class, sent messages to.
 //
-// Each window is a socket in the session's private folder. Its name carries class and process, so
-// that finding one needs no connection, and a socket whose process is gone is removed by whoever
-// comes across it.
+// Each window is a socket in the session's private folder. Its name contains class and process, so
+// that finding one needs no connection, and a search removes the sockets of processes that are
+// gone.
 
 #pragma once
 
@@ -25,7 +25,8 @@ void closeMailbox(std::uint64_t window);
 // Readable while mail may be waiting.
 std::vector<int> mailboxDescriptors();
 // Takes what has arrived and answers each registered message with what `deliver` returns; any other
-// gets no answer. Never waits. `deliver` may open and close mailboxes and may come back here.
+// gets no answer, and of the connections that stay silent only the newest 16 are kept. Never waits.
+// `deliver` may open and close mailboxes and may come back here.
 void answerMail(const std::function<LRESULT(std::uint64_t window, UINT message, WPARAM wparam,
                                             LPARAM lparam)>& deliver);
 

@@ -34,9 +34,9 @@ bool isOwn(const std::filesystem::path& folder) {
     return stat(folder.c_str(), &item) == 0 && item.st_uid == geteuid();
 }
 
-// Another user's folder for running programs can still be in the environment after a change of
-// user: what the superuser leaves there keeps its owner out. Where there is none, a folder that all
-// users share would let one of them take the name first.
+// Another user's runtime folder can still be in the environment after a change of user: what the
+// superuser leaves there keeps its owner out. Where there is none, a folder that all users share
+// would let one of them take the name first.
 std::filesystem::path folderForSessions() {
     const auto runtime = folderIn("XDG_RUNTIME_DIR");
     if (runtime && isOwn(*runtime)) return *runtime;
@@ -47,8 +47,9 @@ std::filesystem::path folderForSessions() {
 }
 
 bool makePrivate(const std::filesystem::path& folder) {
-    struct stat item {};
+    removeSocket(folder);
     mkdir(folder.c_str(), 0700);
+    struct stat item {};
     return lstat(folder.c_str(), &item) == 0 && S_ISDIR(item.st_mode) && item.st_uid == geteuid() &&
            (item.st_mode & 077) == 0;
 }
@@ -64,6 +65,12 @@ std::string asFileName(const std::string& name) {
 }
 
 }  // namespace
+
+void removeSocket(const std::filesystem::path& path) {
+    std::error_code ignored;
+    if (std::filesystem::symlink_status(path, ignored).type() == std::filesystem::file_type::socket)
+        std::filesystem::remove(path, ignored);
+}
 
 std::filesystem::path userDataFolder() {
     return folderIn("XDG_DATA_HOME").value_or(home() / ".local/share");

@@ -1,4 +1,4 @@
-// Where the things of this user belong.
+// The folders of the user and of the session.
 
 #pragma once
 
@@ -14,5 +14,8 @@ std::filesystem::path configFolder();    // XDG_CONFIG_HOME, or ~/.config
 // can enter: in XDG_RUNTIME_DIR if that belongs to the user, else in XDG_CACHE_HOME or ~/.cache. It
 // is made if it is missing. Empty if it cannot be made or others can enter it.
 std::optional<std::filesystem::path> sessionFolder();
+
+// Frees a name that a leftover socket has taken. No socket that is in use has such a name.
+void removeSocket(const std::filesystem::path& path);
 
 }  // namespace desktop
