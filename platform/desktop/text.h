@@ -1,4 +1,4 @@
-// UTF-16 of the published operations, UTF-8 of everything behind them.
+// UTF-16 of the published operations, UTF-8 of everything below them.
 
 #pragma once
 
@@ -10,7 +10,7 @@
 
 namespace desktop {
 
-// A lone surrogate becomes U+FFFD, a broken byte too: what is shown to a person must not throw.
+// A lone surrogate becomes U+FFFD, a broken byte too: what is shown to the user must not throw.
 std::string toUtf8(std::u16string_view text);
 std::u16string toUtf16(std::string_view text);
 
