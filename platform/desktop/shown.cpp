@@ -1,10 +1,8 @@
-// The control functions that look at what the program shows, whichever host it stands on.
+// The control functions that look at what the program shows, on any host.
 
 #include "platform/desktop/shown.h"
 
 #include <stdexcept>
-
-#include "platform/user32/message_queue.h"
 
 namespace desktop {
 
@@ -60,16 +58,6 @@ std::vector<ShownWindow> windows() {
 
 std::optional<std::vector<std::uint8_t>> clipboardBlock() {
     return withShown([](Shown& shown) { return shown.clipboard; });
-}
-
-void postToWindow(const std::string& className, UINT message, WPARAM wparam, LPARAM lparam) {
-    const HWND window = withShown([&](Shown& shown) -> HWND {
-        for (const ShownHandle& entry : shown.windows)
-            if (entry.window.className == className) return entry.handle;
-        return nullptr;
-    });
-    if (user32::post({window, message, wparam, lparam, 0, {}}) != user32::Posted::Yes)
-        throw std::runtime_error("No window of the class " + className);
 }
 
 }  // namespace desktop

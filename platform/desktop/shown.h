@@ -1,4 +1,4 @@
-// What a person sees of the program, for whoever looks from another thread.
+// What the user sees of the program, as other threads may read it.
 //
 // The user-interface thread alone owns windows, boxes and menus. It writes a copy of what matters
 // here, so that the control functions never have to wait for it.

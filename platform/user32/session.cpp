@@ -3,7 +3,9 @@
 #include "platform/user32/session.h"
 
 #include <cstdlib>
+#include <stdexcept>
 
+#include "platform/desktop/shown.h"
 #include "platform/hosts/host.h"
 #include "platform/user32/message_queue.h"
 #include "platform/user32/window.h"
@@ -44,3 +46,14 @@ void broadcast(UINT message, WPARAM wparam, LPARAM lparam) {
 }
 
 }  // namespace user32
+
+void desktop::postToWindow(const std::string& className, UINT message, WPARAM wparam,
+                           LPARAM lparam) {
+    const HWND window = withShown([&](Shown& shown) -> HWND {
+        for (const ShownHandle& entry : shown.windows)
+            if (entry.window.className == className) return entry.handle;
+        return nullptr;
+    });
+    if (user32::post({window, message, wparam, lparam, 0, {}}) != user32::Posted::Yes)
+        throw std::runtime_error("No window of the class " + className);
+}
