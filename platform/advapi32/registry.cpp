@@ -1,50 +1,187 @@
 // Registry keys and values, of which there is one key: the user's Run key.
+//
+// The key is the desktop's autostart folder. An entry there is the value itself, so what the
+// desktop's own tools show and change is what the registry says. A value's name is that of the
+// entry's file without its extension.
 
 #include <windows.h>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <mutex>
 #include <optional>
 #include <string>
+#include <vector>
 
-#include "platform/advapi32/autostart.h"
 #include "platform/desktop/call.h"
+#include "platform/desktop/descriptor.h"
 #include "platform/desktop/handle_table.h"
-#include "platform/desktop/objects.h"
 #include "platform/desktop/text.h"
-#include "platform/kernel32/error_codes.h"
+#include "platform/desktop/user_folders.h"
+#include "platform/kernel32/files.h"
 
 namespace {
 
+std::filesystem::path autostartFolder() { return desktop::configFolder() / "autostart"; }
+
+std::string entryFile(const desktop::Call& call, LPCWSTR name) {
+    const std::string title = desktop::toUtf8(name);
+    if (title.empty() || title.front() == '.' || title.find('/') != title.npos)
+        call.refuse("name of a value", title.size());
+    return autostartFolder() / (title + ".desktop");
+}
+
+LSTATUS errorAt(const std::string& file) {
+    return static_cast<LSTATUS>(kernel32::errorCode(errno, file));
+}
+
+// What a quoted argument of an Exec line cannot hold as it is. A backslash escapes the letter in
+// the argument, and one more each backslash in the line; a single per cent sign is a placeholder.
+struct Escape {
+    char letter;
+    std::string_view text;
+};
+constexpr Escape escapes[] = {{'\\', R"(\\\\)"}, {'"', R"(\\")"}, {'`', R"(\\`)"},
+                              {'$', R"(\\$)"},   {'%', "%%"},     {'\n', R"(\n)"}};
+
+std::string execLine(std::string_view program) {
+    std::string line = "\"";
+    for (const char letter : program) {
+        const auto* const escape = std::ranges::find(escapes, letter, &Escape::letter);
+        line += escape == std::end(escapes) ? std::string_view(&letter, 1) : escape->text;
+    }
+    return line + '"';
+}
+
+// Empty for a line in any other form, such as one with arguments.
+std::optional<std::string> programIn(std::string_view line) {
+    if (line.size() < 2) return std::nullopt;
+    std::string program;
+    for (std::string_view rest = line.substr(1, line.size() - 2); !rest.empty();) {
+        const auto* const escape = std::ranges::find_if(
+            escapes, [&](const Escape& each) { return rest.starts_with(each.text); });
+        const bool isPlain = escape == std::end(escapes);
+        program += isPlain ? rest.front() : escape->letter;
+        rest.remove_prefix(isPlain ? 1 : escape->text.size());
+    }
+    return execLine(program) == line ? std::optional(program) : std::nullopt;
+}
+
+struct Entry {
+    std::string exec;
+    bool isOff = false;
+};
+
+std::string trimmed(const std::string& text) {
+    const std::size_t first = text.find_first_not_of(" \t");
+    return first == text.npos ? "" : text.substr(first, text.find_last_not_of(" \t") - first + 1);
+}
+
+// Hidden is the standard's way to switch an entry off; desktops' own tools also use a key of
+// theirs, such as X-GNOME-Autostart-enabled.
+Entry parse(std::istream& input) {
+    Entry entry;
+    bool isHidden = false, isDisabled = false, inGroup = false;
+    for (std::string line; std::getline(input, line);) {
+        if (line.starts_with('[')) inGroup = trimmed(line) == "[Desktop Entry]";
+        const std::size_t equals = line.find('=');
+        if (!inGroup || equals == line.npos) continue;
+        const std::string key = trimmed(line.substr(0, equals));
+        const std::string value = trimmed(line.substr(equals + 1));
+        if (key == "Exec") entry.exec = value;
+        if (key == "Hidden") isHidden = value == "true";
+        if (key.ends_with("-Autostart-enabled")) isDisabled = value == "false";
+    }
+    entry.isOff = isHidden || isDisabled;
+    return entry;
+}
+
+struct Value {
+    DWORD type = 0;
+    std::vector<BYTE> bytes;
+};
+
+Value textValue(std::u16string_view text) {
+    Value value{REG_SZ, {}};
+    for (const char16_t unit : text) {
+        value.bytes.push_back(static_cast<BYTE>(unit));
+        value.bytes.push_back(static_cast<BYTE>(unit >> 8));
+    }
+    return value;
+}
+
+// An entry that starts a program without arguments is a text: the program's path in quotes. What
+// else has the name is a value that no program writes here. An entry that is switched off counts as
+// missing.
+LSTATUS readEntry(const std::string& file, Value& value) {
+    struct stat item {};
+    if (lstat(file.c_str(), &item) != 0) return errorAt(file);
+    value = {REG_BINARY, {}};
+    // The user put it there, and so a link, wherever it leads.
+    if (!S_ISREG(item.st_mode)) return ERROR_SUCCESS;
+    std::ifstream input(file);
+    if (!input) return errorAt(file);
+    const Entry entry = parse(input);
+    if (entry.isOff) return ERROR_FILE_NOT_FOUND;
+    const auto program = programIn(entry.exec);
+    const auto path = program ? desktop::publishedPath(*program) : std::nullopt;
+    if (path) value = textValue(u'"' + *path + u"\"" + u'\0');
+    return ERROR_SUCCESS;
+}
+
+// `command` is a path in quotes. Replaces a file of that name as a whole or not at all.
+LSTATUS writeEntry(const std::string& file, std::u16string_view command) {
+    const std::string program = desktop::toUtf8(command.substr(1, command.size() - 2));
+    const std::string entry =
+        "[Desktop Entry]\nType=Application\nName=" + std::filesystem::path(file).stem().native() +
+        "\nExec=" + execLine(program) + '\n';
+    std::string copy = file + ".XXXXXX";
+    const desktop::Descriptor output(mkostemp(copy.data(), O_CLOEXEC));
+    if (!output) return errorAt(file);
+    const auto length = static_cast<ssize_t>(entry.size());
+    if (write(output.get(), entry.data(), entry.size()) == length && fsync(output.get()) == 0 &&
+        rename(copy.c_str(), file.c_str()) == 0)
+        return ERROR_SUCCESS;
+    const LSTATUS code = errorAt(file);
+    unlink(copy.c_str());
+    return code;
+}
+
 std::mutex guard;
-desktop::HandleTable<HKEY, REGSAM> table(0x30000010);  // the rights that each was opened with
+desktop::HandleTable<HKEY, REGSAM> table(0x30000010, desktop::Object::RegistryKey);  // their rights
 
 LSTATUS failure(const desktop::Call& call) {
     return static_cast<LSTATUS>(call.code(ERROR_ACCESS_DENIED));
 }
 
-void refuseUnknown(const char* operation, HKEY parent, LPCWSTR path, DWORD options, REGSAM rights) {
-    if (parent != HKEY_CURRENT_USER) desktop::refuse(operation, "parent", 1);
-    if (desktop::lowered(path) != u"software\\microsoft\\windows\\currentversion\\run")
-        desktop::refuse(operation, "path", 1);
-    if (options) desktop::refuse(operation, "options", options);
-    if (rights == 0 || (rights & ~(KEY_QUERY_VALUE | KEY_SET_VALUE)))
-        desktop::refuse(operation, "rights", rights);
+void refuseUnknown(const desktop::Call& call, HKEY parent, LPCWSTR path, DWORD options,
+                   REGSAM rights) {
+    call.only("parent", parent, HKEY_CURRENT_USER);
+    const bool isRunKey =
+        desktop::lowered(path) == u"software\\microsoft\\windows\\currentversion\\run";
+    call.only("path", isRunKey, true);
+    call.only("options", options, 0);
+    call.only("rights", rights, KEY_QUERY_VALUE, KEY_SET_VALUE, KEY_QUERY_VALUE | KEY_SET_VALUE);
 }
 
 LSTATUS openKey(REGSAM rights, PHKEY handle) {
-    desktop::opened(desktop::Object::RegistryKey);
     const std::lock_guard lock(guard);
     *handle = table.add(rights);
     return ERROR_SUCCESS;
 }
 
-bool hasRight(const char* operation, HKEY handle, REGSAM right) {
+REGSAM rightsOf(const desktop::Call& call, HKEY handle) {
     const std::lock_guard lock(guard);
     const REGSAM* const rights = table.find(handle);
-    if (!rights) desktop::refuse(operation, "key", reinterpret_cast<std::intptr_t>(handle));
-    return *rights & right;
+    if (!rights) call.refuse("key", handle);
+    return *rights;
 }
 
 // The text of a value that an entry can hold: a path in quotes, and one terminator.
@@ -62,22 +199,22 @@ std::optional<std::u16string> commandIn(DWORD type, const BYTE* data, DWORD size
 
 LSTATUS RegOpenKeyExW(HKEY parent, LPCWSTR path, DWORD options, REGSAM rights, PHKEY key) {
     desktop::Call call("RegOpenKeyExW", path, rights);
-    refuseUnknown("RegOpenKeyExW", parent, path, options, rights);
+    refuseUnknown(call, parent, path, options, rights);
     if (call.struck()) return failure(call);
     std::error_code ignored;
-    const bool isThere = std::filesystem::is_directory(advapi32::autostartFolder(), ignored);
+    const bool isThere = std::filesystem::is_directory(autostartFolder(), ignored);
     return isThere ? openKey(rights, key) : ERROR_FILE_NOT_FOUND;
 }
 
 LSTATUS RegCreateKeyExW(HKEY parent, LPCWSTR path, DWORD reserved, LPWSTR keyClass, DWORD options,
-                        REGSAM rights, const LPSECURITY_ATTRIBUTES security, PHKEY key,
+                        REGSAM rights, LPSECURITY_ATTRIBUTES security, PHKEY key,
                         LPDWORD disposition) {
     desktop::Call call("RegCreateKeyExW", path, rights);
-    refuseUnknown("RegCreateKeyExW", parent, path, options, rights);
-    if (reserved || keyClass || security) desktop::refuse("RegCreateKeyExW", "argument", 1);
+    refuseUnknown(call, parent, path, options, rights);
+    call.only("reserved argument, class or security", reserved || keyClass || security, false);
     if (call.struck()) return failure(call);
     std::error_code error;
-    const bool isNew = std::filesystem::create_directories(advapi32::autostartFolder(), error);
+    const bool isNew = std::filesystem::create_directories(autostartFolder(), error);
     if (error) return static_cast<LSTATUS>(kernel32::errorCode(error.value()));
     if (disposition) *disposition = isNew ? REG_CREATED_NEW_KEY : REG_OPENED_EXISTING_KEY;
     return openKey(rights, key);
@@ -86,11 +223,13 @@ LSTATUS RegCreateKeyExW(HKEY parent, LPCWSTR path, DWORD reserved, LPWSTR keyCla
 LSTATUS RegQueryValueExW(HKEY key, LPCWSTR name, LPDWORD reserved, LPDWORD type, LPBYTE data,
                          LPDWORD size) {
     desktop::Call call("RegQueryValueExW", name);
-    if (reserved || !size) desktop::refuse("RegQueryValueExW", "argument", 1);
+    call.only("reserved argument or missing size", reserved || !size, false);
+    const std::string file = entryFile(call, name);
+    const REGSAM rights = rightsOf(call, key);
     if (call.struck()) return failure(call);
-    if (!hasRight("RegQueryValueExW", key, KEY_QUERY_VALUE)) return ERROR_ACCESS_DENIED;
-    advapi32::Value value;
-    if (const LSTATUS code = advapi32::readAutostart(name, value)) return code;
+    if (!(rights & KEY_QUERY_VALUE)) return ERROR_ACCESS_DENIED;
+    Value value;
+    if (const LSTATUS code = readEntry(file, value)) return code;
     const DWORD capacity = *size;
     if (type) *type = value.type;
     *size = static_cast<DWORD>(value.bytes.size());
@@ -103,26 +242,30 @@ LSTATUS RegQueryValueExW(HKEY key, LPCWSTR name, LPDWORD reserved, LPDWORD type,
 LSTATUS RegSetValueExW(HKEY key, LPCWSTR name, DWORD reserved, DWORD type, const BYTE* data,
                        DWORD size) {
     desktop::Call call("RegSetValueExW", name, type, size);
-    if (reserved) desktop::refuse("RegSetValueExW", "reserved argument", reserved);
+    call.only("reserved argument", reserved, 0);
+    const std::string file = entryFile(call, name);
+    const REGSAM rights = rightsOf(call, key);
     const auto command = commandIn(type, data, size);
-    if (!command) desktop::refuse("RegSetValueExW", "value of type", type);
+    if (!command) call.refuse("value of type", type);
     if (call.struck()) return failure(call);
-    if (!hasRight("RegSetValueExW", key, KEY_SET_VALUE)) return ERROR_ACCESS_DENIED;
-    return advapi32::writeAutostart(name, *command);
+    if (!(rights & KEY_SET_VALUE)) return ERROR_ACCESS_DENIED;
+    return writeEntry(file, *command);
 }
 
 LSTATUS RegDeleteValueW(HKEY key, LPCWSTR name) {
     desktop::Call call("RegDeleteValueW", name);
+    const std::string file = entryFile(call, name);
+    const REGSAM rights = rightsOf(call, key);
     if (call.struck()) return failure(call);
-    if (!hasRight("RegDeleteValueW", key, KEY_SET_VALUE)) return ERROR_ACCESS_DENIED;
-    return advapi32::removeAutostart(name);
+    if (!(rights & KEY_SET_VALUE)) return ERROR_ACCESS_DENIED;
+    Value value;
+    if (const LSTATUS code = readEntry(file, value)) return code;
+    return unlink(file.c_str()) == 0 ? ERROR_SUCCESS : errorAt(file);
 }
 
 LSTATUS RegCloseKey(HKEY key) {
     desktop::Call call("RegCloseKey");
     const std::lock_guard lock(guard);
-    if (!table.remove(key))
-        desktop::refuse("RegCloseKey", "key", reinterpret_cast<std::intptr_t>(key));
-    desktop::closed(desktop::Object::RegistryKey);
+    if (!table.remove(key)) call.refuse("key", key);
     return ERROR_SUCCESS;
 }

@@ -1,5 +1,5 @@
-// The doorway of every published operation: the call log, planned faults and planned process ends
-// stand here.
+// The doorway of every published operation: call log, planned faults, planned process ends,
+// refusals and the last error.
 
 #pragma once
 
@@ -25,7 +25,26 @@ std::string describeArgument(const Value& value) {
         return describe(value);
 }
 
-// One call of a published operation, from its first line to its return.
+// Ends the process with a message on the standard error stream: the program did something that the
+// layer does not know, so any result would prove nothing.
+[[noreturn]] void refuse(const char* operation, const char* what, std::int64_t value);
+
+// The result of an operation that failed: 0, null or FALSE where the last error says why, or the
+// HRESULT.
+struct Failure {
+    template <typename Result>
+    operator Result() const {
+        if constexpr (std::is_pointer_v<Result>)
+            return nullptr;
+        else
+            return static_cast<Result>(result);
+    }
+
+    HRESULT result;
+};
+
+// One call of a published operation, from its first line to its return. An operation first refuses
+// what it does not know, then asks for a planned fault, and only then has an effect.
 struct Call {
     // `name` is a literal. The arguments go to the call log if it runs: not those that only receive
     // something.
@@ -38,6 +57,23 @@ struct Call {
     Call(const Call&) = delete;
     Call& operator=(const Call&) = delete;
 
+    // Refuses bits beyond the known ones.
+    void within(const char* what, std::uint64_t value, std::uint64_t known) const {
+        if (value & ~known) refuse(what, value);
+    }
+    // Refuses any value but the known ones.
+    template <typename Value, typename... Known>
+    void only(const char* what, Value value, Known... known) const {
+        if (!(... || (value == static_cast<Value>(known)))) refuse(what, value);
+    }
+    template <typename Value>
+    [[noreturn]] void refuse(const char* what, Value value) const {
+        if constexpr (std::is_pointer_v<Value>)
+            desktop::refuse(operation, what, reinterpret_cast<std::intptr_t>(value));
+        else
+            desktop::refuse(operation, what, static_cast<std::int64_t>(value));
+    }
+
     // True if a planned fault wants this call to fail. The call then changes nothing and gives its
     // failure result. Planned failures count the calls that ask, so that a sweep meets only
     // operations that can fail; ask in every call that could, whatever else it finds out.
@@ -47,8 +83,9 @@ struct Call {
     HRESULT result(HRESULT usual) const {
         return static_cast<HRESULT>(code(static_cast<DWORD>(usual)));
     }
-    // Sets the last error to code(usual); the result is 0, which serves as FALSE.
-    int fail(DWORD usual) const;
+    // The result of a failure for code(usual). An HRESULT is the result; any other code becomes the
+    // last error.
+    Failure fail(DWORD usual) const;
 
 private:
     static bool logging();
@@ -66,8 +103,7 @@ private:
 // Logs that the program releases a reference. Nothing can be planned for it.
 void logRelease(const char* interfaceName);
 
-// Ends the process with a message on the standard error stream: the program asked for something
-// that the layer does not know, so going on would prove nothing.
-[[noreturn]] void refuse(const char* operation, const char* what, std::int64_t value);
+// The most bytes that a file of the sink writer may get, which control.h can plan; -1: no limit.
+std::int64_t diskLimit();
 
 }  // namespace desktop

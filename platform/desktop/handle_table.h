@@ -1,23 +1,29 @@
-// Records behind opaque handles. A number is never given out twice, so a dead handle stays dead.
+// Records behind opaque handles. A number is never used twice, so a dead handle stays dead.
 
 #pragma once
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <utility>
+
+#include "platform/desktop/objects.h"
 
 namespace desktop {
 
 template <typename Handle, typename Record>
 struct HandleTable {
-    // Kinds start far apart, so that a handle of one kind is not found among those of another.
-    explicit HandleTable(std::uintptr_t first) : next(first) {}
+    // Kinds start far apart, so that a handle of one kind is not found among those of another. Each
+    // record counts as an open object of `counted`, if that is given.
+    explicit HandleTable(std::uintptr_t first, std::optional<Object> counted = {})
+        : kind(counted), next(first) {}
 
     Handle add(Record record) {
         records.emplace(next, std::move(record));
+        if (kind) opened(*kind);
         return reinterpret_cast<Handle>(next++);
     }
-    // Null if there is none. The record stays where it is until it is removed.
+    // Null if there is none. The record keeps its address until it is removed.
     template <typename AnyHandle>
     Record* find(AnyHandle handle) {
         const auto found = records.find(reinterpret_cast<std::uintptr_t>(handle));
@@ -25,12 +31,15 @@ struct HandleTable {
     }
     template <typename AnyHandle>
     bool remove(AnyHandle handle) {
-        return records.erase(reinterpret_cast<std::uintptr_t>(handle)) != 0;
+        if (!records.erase(reinterpret_cast<std::uintptr_t>(handle))) return false;
+        if (kind) closed(*kind);
+        return true;
     }
 
     std::map<std::uintptr_t, Record> records;
 
 private:
+    const std::optional<Object> kind;
     std::uintptr_t next;
 };
 

@@ -14,13 +14,12 @@
 #include "platform/desktop/call.h"
 #include "platform/desktop/descriptor.h"
 #include "platform/desktop/text.h"
-#include "platform/kernel32/attributes.h"
-#include "platform/kernel32/error_codes.h"
-#include "platform/kernel32/sharing.h"
-
-namespace {
+#include "platform/kernel32/files.h"
 
 using kernel32::errorCode;
+using kernel32::Mark;
+
+namespace {
 
 // Describes a link, not what it leads to. Empty if there is no such item; errno tells why.
 std::optional<struct stat> itemAt(const std::string& path) {
@@ -52,7 +51,7 @@ DWORD obstacle(const std::string& target, bool replaces) {
     if (!replaces) return ERROR_ALREADY_EXISTS;
     const bool replaceable = !S_ISDIR(item->st_mode) && !leadsToFolder(target) &&
                              !(S_ISREG(item->st_mode) && kernel32::isReadOnly(*item)) &&
-                             !kernel32::isOpen(target.c_str());
+                             !kernel32::isMarked(target, Mark::Opened);
     return replaceable ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
 }
 
@@ -102,8 +101,7 @@ DWORD GetFileAttributesW(LPCWSTR name) {
 
 BOOL SetFileAttributesW(LPCWSTR name, DWORD attributes) {
     desktop::Call call("SetFileAttributesW", name, attributes);
-    if (attributes != FILE_ATTRIBUTE_NORMAL && attributes != FILE_ATTRIBUTE_READONLY)
-        desktop::refuse("SetFileAttributesW", "attributes", attributes);
+    call.only("attributes", attributes, FILE_ATTRIBUTE_NORMAL, FILE_ATTRIBUTE_READONLY);
     if (call.struck()) return call.fail(ERROR_ACCESS_DENIED);
     const std::string path = desktop::toUtf8(name);
     struct stat item {};
@@ -117,15 +115,14 @@ BOOL SetFileAttributesW(LPCWSTR name, DWORD attributes) {
 
 BOOL MoveFileExW(LPCWSTR from, LPCWSTR to, DWORD flags) {
     desktop::Call call("MoveFileExW", from, to, flags);
-    if ((flags & ~MOVEFILE_REPLACE_EXISTING) != MOVEFILE_WRITE_THROUGH)
-        desktop::refuse("MoveFileExW", "flags", flags);
+    call.only("flags", flags & ~MOVEFILE_REPLACE_EXISTING, MOVEFILE_WRITE_THROUGH);
     if (call.struck()) return call.fail(ERROR_ACCESS_DENIED);
     const bool replaces = flags & MOVEFILE_REPLACE_EXISTING;
     const std::string source = desktop::toUtf8(from);
     const std::string target = desktop::toUtf8(to);
     if (!itemAt(source)) return call.fail(errorCode(errno, source));
     if (source == target) return TRUE;
-    if (kernel32::deniesDelete(source.c_str())) return call.fail(ERROR_SHARING_VIOLATION);
+    if (kernel32::isMarked(source, Mark::DeniesDelete)) return call.fail(ERROR_SHARING_VIOLATION);
     if (const DWORD code = obstacle(target, replaces)) return call.fail(code);
     // The content first: a name on the disk without its content would be worth nothing.
     if (!flushFile(source)) return call.fail(errorCode(errno));
@@ -138,15 +135,14 @@ BOOL MoveFileExW(LPCWSTR from, LPCWSTR to, DWORD flags) {
 
 BOOL CopyFileW(LPCWSTR from, LPCWSTR to, BOOL failIfExists) {
     desktop::Call call("CopyFileW", from, to, failIfExists);
-    if (!failIfExists) desktop::refuse("CopyFileW", "replacing copy", failIfExists);
+    call.only("replacing copy", !failIfExists, false);
     if (call.struck()) return call.fail(ERROR_ACCESS_DENIED);
     const std::string source = desktop::toUtf8(from);
     const desktop::Descriptor file = desktop::openPlainFile(source.c_str(), O_RDONLY);
     if (!file) return call.fail(errorCode(errno, source));
     struct stat item {};
     if (fstat(file.get(), &item) != 0) return call.fail(errorCode(errno));
-    if (kernel32::isMarked(file.get(), kernel32::Mark::DeniesRead))
-        return call.fail(ERROR_SHARING_VIOLATION);
+    if (kernel32::isMarked(file.get(), Mark::DeniesRead)) return call.fail(ERROR_SHARING_VIOLATION);
     if (const DWORD code = copyTo(file.get(), item, desktop::toUtf8(to))) return call.fail(code);
     return TRUE;
 }
@@ -160,7 +156,7 @@ BOOL DeleteFileW(LPCWSTR name) {
     if (leadsToFolder(path)) return call.fail(ERROR_ACCESS_DENIED);
     if (S_ISREG(item->st_mode) && kernel32::isReadOnly(*item))
         return call.fail(ERROR_ACCESS_DENIED);
-    if (kernel32::deniesDelete(path.c_str())) return call.fail(ERROR_SHARING_VIOLATION);
+    if (kernel32::isMarked(path, Mark::DeniesDelete)) return call.fail(ERROR_SHARING_VIOLATION);
     if (unlink(path.c_str()) != 0) return call.fail(errorCode(errno, path));
     return TRUE;
 }

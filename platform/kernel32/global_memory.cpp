@@ -2,27 +2,26 @@
 
 #include "platform/kernel32/global_memory.h"
 
+#include <map>
 #include <mutex>
-#include <vector>
 
 #include "platform/desktop/call.h"
 #include "platform/desktop/handle_table.h"
-#include "platform/desktop/objects.h"
 
 namespace {
 
 struct Block {
-    std::vector<BYTE> bytes;  // never resized: the program holds its address
+    std::vector<BYTE> bytes;  // never resized: the program has its address
     int locks = 0;
-    bool handedOver = false;
 };
 
 std::mutex guard;
-desktop::HandleTable<HGLOBAL, Block> blocks(0x20000008);
+desktop::HandleTable<HGLOBAL, Block> blocks(0x20000008, desktop::Object::GlobalBlock);
+std::map<HGLOBAL, std::vector<BYTE>> blocksOfTheSystem;
 
-Block& blockAt(const char* operation, HGLOBAL handle) {
+Block& blockAt(const desktop::Call& call, HGLOBAL handle) {
     Block* const block = blocks.find(handle);
-    if (!block) desktop::refuse(operation, "block", reinterpret_cast<std::intptr_t>(handle));
+    if (!block) call.refuse("block", handle);
     return *block;
 }
 
@@ -30,65 +29,61 @@ Block& blockAt(const char* operation, HGLOBAL handle) {
 
 HGLOBAL GlobalAlloc(UINT flags, SIZE_T bytes) {
     desktop::Call call("GlobalAlloc", flags, bytes);
-    if (flags != (GMEM_MOVEABLE | GMEM_ZEROINIT)) desktop::refuse("GlobalAlloc", "flags", flags);
-    if (call.struck()) {
-        call.fail(ERROR_NOT_ENOUGH_MEMORY);
-        return nullptr;
-    }
-    desktop::opened(desktop::Object::GlobalBlock);
+    call.only("flags", flags, GMEM_MOVEABLE | GMEM_ZEROINIT);
+    if (call.struck()) return call.fail(ERROR_NOT_ENOUGH_MEMORY);
     const std::lock_guard lock(guard);
     return blocks.add({std::vector<BYTE>(bytes)});
 }
 
-LPVOID GlobalLock(HGLOBAL block) {
-    desktop::Call call("GlobalLock", block);
-    if (call.struck()) {
-        call.fail(ERROR_NOT_ENOUGH_MEMORY);
-        return nullptr;
-    }
+LPVOID GlobalLock(HGLOBAL handle) {
+    desktop::Call call("GlobalLock", handle);
     const std::lock_guard lock(guard);
-    Block& found = blockAt("GlobalLock", block);
-    ++found.locks;
-    return found.bytes.data();
+    Block& block = blockAt(call, handle);
+    if (call.struck()) return call.fail(ERROR_NOT_ENOUGH_MEMORY);
+    ++block.locks;
+    return block.bytes.data();
 }
 
-BOOL GlobalUnlock(HGLOBAL block) {
-    desktop::Call call("GlobalUnlock", block);
+BOOL GlobalUnlock(HGLOBAL handle) {
+    desktop::Call call("GlobalUnlock", handle);
     const std::lock_guard lock(guard);
-    Block& found = blockAt("GlobalUnlock", block);
-    if (found.locks == 0) desktop::refuse("GlobalUnlock", "count of locks", 0);
-    if (--found.locks > 0) return TRUE;
+    Block& block = blockAt(call, handle);
+    if (block.locks == 0) call.refuse("count of locks", 0);
+    if (--block.locks > 0) return TRUE;
     SetLastError(ERROR_SUCCESS);  // tells the unlocked block from a failure
     return FALSE;
 }
 
-HGLOBAL GlobalFree(HGLOBAL block) {
-    desktop::Call call("GlobalFree", block);
+HGLOBAL GlobalFree(HGLOBAL handle) {
+    desktop::Call call("GlobalFree", handle);
     const std::lock_guard lock(guard);
-    const Block& found = blockAt("GlobalFree", block);
-    if (found.handedOver) desktop::refuse("GlobalFree", "block, which is the system's", 1);
-    if (found.locks) desktop::refuse("GlobalFree", "locks", found.locks);
-    blocks.remove(block);
-    desktop::closed(desktop::Object::GlobalBlock);
+    call.only("locks", blockAt(call, handle).locks, 0);
+    blocks.remove(handle);
     return nullptr;
 }
 
 namespace kernel32 {
 
-void handOver(HGLOBAL block) {
+void handOver(HGLOBAL handle) {
     const std::lock_guard lock(guard);
-    blockAt("SetClipboardData", block).handedOver = true;
-    desktop::closed(desktop::Object::GlobalBlock);
+    Block* const block = blocks.find(handle);
+    if (!block) desktop::refuse("SetClipboardData", "block", 0);
+    blocksOfTheSystem[handle] = std::move(block->bytes);
+    blocks.remove(handle);
 }
 
-void discard(HGLOBAL block) {
+void discard(HGLOBAL handle) {
     const std::lock_guard lock(guard);
-    blocks.remove(block);
+    blocksOfTheSystem.erase(handle);
 }
 
-std::vector<BYTE> bytesOf(const char* operation, HGLOBAL block) {
+std::vector<BYTE> bytesOf(const char* operation, HGLOBAL handle) {
     const std::lock_guard lock(guard);
-    return blockAt(operation, block).bytes;
+    if (const auto found = blocksOfTheSystem.find(handle); found != blocksOfTheSystem.end())
+        return found->second;
+    const Block* const block = blocks.find(handle);
+    if (!block) desktop::refuse(operation, "block", reinterpret_cast<std::intptr_t>(handle));
+    return block->bytes;
 }
 
 }  // namespace kernel32

@@ -15,7 +15,7 @@
 
 namespace {
 
-// Read before anybody can replace the file: after that the link names a file that is gone.
+// Read at the start: when the file has been replaced, the link names a file that is gone.
 const std::string programFile = [] {
     std::error_code ignored;
     return std::filesystem::read_symlink("/proc/self/exe", ignored).native();
@@ -43,10 +43,10 @@ void Sleep(DWORD milliseconds) {
 
 DWORD GetModuleFileNameW(HMODULE module, LPWSTR name, DWORD capacity) {
     desktop::Call call("GetModuleFileNameW", capacity);
-    if (module) desktop::refuse("GetModuleFileNameW", "module", 1);
-    if (call.struck()) return static_cast<DWORD>(call.fail(ERROR_INVALID_HANDLE));
+    call.only("module", module, nullptr);
+    if (call.struck()) return call.fail(ERROR_INVALID_HANDLE);
     const auto path = desktop::publishedPath(programFile);
-    if (!path) return static_cast<DWORD>(call.fail(ERROR_NO_UNICODE_TRANSLATION));
+    if (!path) return call.fail(ERROR_NO_UNICODE_TRANSLATION);
     if (path->size() < capacity) {
         name[path->copy(name, path->size())] = 0;
         return static_cast<DWORD>(path->size());
@@ -57,9 +57,9 @@ DWORD GetModuleFileNameW(HMODULE module, LPWSTR name, DWORD capacity) {
     return capacity;
 }
 
-// There is one module, and nothing behind its handle.
+// There is one module, and its handle leads to nothing.
 HMODULE GetModuleHandleW(LPCWSTR name) {
     desktop::Call call("GetModuleHandleW", name);
-    if (name) desktop::refuse("GetModuleHandleW", "name", 1);
+    call.only("name", name, nullptr);
     return reinterpret_cast<HMODULE>(std::uintptr_t{0x400000});
 }

@@ -1,4 +1,5 @@
-// Private profile files.
+// Private profile files. Names compare without case; the first section and the first key of a name
+// count.
 //
 // A file with the mark of UTF-16 is read and written so; in any other every byte stands for itself,
 // whatever its code page, which keeps all of them.
@@ -8,18 +9,145 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <optional>
+#include <string>
+#include <string_view>
 
 #include "platform/desktop/call.h"
 #include "platform/desktop/descriptor.h"
 #include "platform/desktop/text.h"
-#include "platform/kernel32/attributes.h"
-#include "platform/kernel32/error_codes.h"
-#include "platform/kernel32/profile_text.h"
-#include "platform/kernel32/sharing.h"
+#include "platform/kernel32/files.h"
 
 namespace {
+
+using Text = std::u16string_view;
+
+constexpr Text lineEnd = u"\r\n";
+constexpr Text blanks = u" \t\v\f\x1A";  // The last one ended files of old.
+
+Text trimmed(Text text) {
+    const std::size_t first = text.find_first_not_of(blanks);
+    if (first == Text::npos) return {};
+    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
+}
+
+bool isSame(Text one, Text other) { return desktop::lowered(one) == desktop::lowered(other); }
+
+// CR LF, a lone LF and a lone CR all end a line.
+struct Line {
+    std::size_t begin, end, next;  // without its end; `next` is behind it
+};
+
+Line lineAt(Text text, std::size_t begin) {
+    const std::size_t end = std::min(text.find_first_of(u"\r\n", begin), text.size());
+    const bool isPair = text.substr(end, 2) == lineEnd;
+    return {begin, end, std::min(end + (isPair ? 2 : 1), text.size())};
+}
+
+// The name of the section that the line opens. It ends at the last bracket.
+std::optional<Text> header(Text line) {
+    const Text content = trimmed(line);
+    const std::size_t end = content.rfind(u']');
+    if (!content.starts_with(u'[') || end == Text::npos) return std::nullopt;
+    return trimmed(content.substr(1, end - 1));
+}
+
+// What a search for a key has found; positions in the text.
+struct Place {
+    bool hasSection = false;
+    std::size_t sectionEnd = 0;  // behind the section's last line that is not blank
+    bool hasKey = false;
+    bool hasEquals = false;
+    std::size_t valueBegin = 0, valueEnd = 0;  // everything behind the equals sign or the bare key
+};
+
+void lookAtLine(Place& place, Text text, const Line& line, Text key) {
+    const Text content = text.substr(line.begin, line.end - line.begin);
+    if (trimmed(content).empty()) return;
+    place.sectionEnd = line.next;
+    const std::size_t keyEnd = std::min(content.find(u'='), content.size());
+    if (place.hasKey || !isSame(trimmed(content.substr(0, keyEnd)), key)) return;
+    place.hasKey = true;
+    place.hasEquals = keyEnd < content.size();
+    place.valueBegin = line.begin + keyEnd + (place.hasEquals ? 1 : 0);
+    place.valueEnd = line.end;
+}
+
+Place find(Text text, Text section, Text key) {
+    Place place;
+    for (Line line = lineAt(text, 0); line.begin < text.size(); line = lineAt(text, line.next)) {
+        if (const auto name = header(text.substr(line.begin, line.end - line.begin))) {
+            if (place.hasSection) break;
+            place.hasSection = isSame(*name, section);
+            place.sectionEnd = line.next;
+        } else if (place.hasSection) {
+            lookAtLine(place, text, line, key);
+        }
+    }
+    return place;
+}
+
+template <typename... Parts>
+std::u16string joined(Parts... parts) {
+    std::u16string text;
+    ((text += parts), ...);
+    return text;
+}
+
+bool endsLine(Text text) { return text.empty() || text.back() == u'\n' || text.back() == u'\r'; }
+
+std::u16string withLines(Text text, std::size_t position, Text lines) {
+    const Text before = text.substr(0, position);
+    return joined(before, endsLine(before) ? Text() : lineEnd, lines, text.substr(position));
+}
+
+// The value without the blanks and the one pair of quotes around it.
+std::optional<std::u16string> profileValue(Text text, Text section, Text key) {
+    const Place place = find(text, section, key);
+    if (!place.hasKey) return std::nullopt;
+    Text value = trimmed(text.substr(place.valueBegin, place.valueEnd - place.valueBegin));
+    const bool isQuoted = value.size() >= 2 && value.front() == value.back() &&
+                          (value.front() == u'"' || value.front() == u'\'');
+    if (isQuoted) value = value.substr(1, value.size() - 2);
+    return std::u16string(value);
+}
+
+// The text with that value. Every character that the change does not concern stays as it is.
+std::u16string withProfileValue(Text text, Text section, Text key, Text value) {
+    const Place place = find(text, section, key);
+    const std::u16string entry = joined(key, u"=", value, lineEnd);
+    if (!place.hasSection)
+        return withLines(text, text.size(), joined(u"[", section, u"]", lineEnd, entry));
+    if (!place.hasKey) return withLines(text, place.sectionEnd, entry);
+    std::u16string changed(text);
+    const std::size_t length = place.valueEnd - place.valueBegin;
+    if (!place.hasEquals || trimmed(text.substr(place.valueBegin, length)) != value)
+        changed.replace(place.valueBegin, length, joined(place.hasEquals ? u"" : u"=", value));
+    return changed;
+}
+
+// The number that a value begins with, after a sign and in decimal, or after 0x, 0o or 0b; 0 if
+// there is none. Beyond 32 bits it wraps around.
+unsigned profileNumber(Text value) {
+    value = trimmed(value);  // The quotes may have stood around blanks.
+    const bool isNegative = value.starts_with(u'-');
+    if (isNegative || value.starts_with(u'+')) value.remove_prefix(1);
+    unsigned base = 10;
+    if (value.starts_with(u"0x")) base = 16;
+    if (value.starts_with(u"0o")) base = 8;
+    if (value.starts_with(u"0b")) base = 2;
+    if (base != 10) value.remove_prefix(2);
+    unsigned number = 0;
+    for (const char16_t letter : value) {
+        const Text digits = u"0123456789abcdef";
+        const std::size_t digit = digits.find(desktop::lowered({&letter, 1}).front());
+        if (digit >= base) break;
+        number = number * base + static_cast<unsigned>(digit);
+    }
+    return isNegative ? 0 - number : number;
+}
 
 struct Profile {
     bool isUtf16 = false;
@@ -76,17 +204,12 @@ bool writeAll(int file, const std::string& bytes) {
     return ftruncate(file, static_cast<off_t>(bytes.size())) == 0;
 }
 
-// A name without a folder would mean the system's own folder.
-std::string profilePath(const char* operation, LPCWSTR name) {
-    const std::string path = desktop::toUtf8(name);
-    if (!path.starts_with('/')) desktop::refuse(operation, "file name without a folder", 1);
-    return path;
-}
-
-// The names and values of the program are ASCII, which is the same in every code page.
-void refuseForeign(const char* operation, std::u16string_view text) {
-    for (const char16_t unit : text)
-        if (unit >= 0x80) desktop::refuse(operation, "character", unit);
+// A name without a folder would mean the system's own folder. The names and values of the program
+// are ASCII, which is the same in every code page.
+void refuseUnknown(const desktop::Call& call, LPCWSTR file, std::initializer_list<Text> texts) {
+    call.only("file name without a folder", file[0], u'/');
+    for (const Text text : texts)
+        for (const char16_t unit : text) call.within("character", unit, 0x7F);
 }
 
 // 0, or the code of the reason why the file cannot be written.
@@ -101,7 +224,7 @@ DWORD change(const std::string& path, LPCWSTR section, LPCWSTR key, LPCWSTR valu
     const auto bytes = readAll(file.get());
     if (!bytes) return kernel32::errorCode(errno);
     Profile profile = decode(*bytes);
-    profile.text = kernel32::withProfileValue(profile.text, section, key, value);
+    profile.text = withProfileValue(profile.text, section, key, value);
     return writeAll(file.get(), encode(profile)) ? ERROR_SUCCESS : kernel32::errorCode(errno);
 }
 
@@ -109,29 +232,26 @@ DWORD change(const std::string& path, LPCWSTR section, LPCWSTR key, LPCWSTR valu
 
 UINT GetPrivateProfileIntW(LPCWSTR section, LPCWSTR key, INT usual, LPCWSTR file) {
     desktop::Call call("GetPrivateProfileIntW", section, key, usual, file);
+    refuseUnknown(call, file, {section, key});
     const auto fallback = static_cast<UINT>(usual);
     if (call.struck()) return fallback;
-    refuseForeign("GetPrivateProfileIntW", section);
-    const std::string path = profilePath("GetPrivateProfileIntW", file);
-    const desktop::Descriptor opened = desktop::openPlainFile(path.c_str(), O_RDONLY);
+    const desktop::Descriptor opened =
+        desktop::openPlainFile(desktop::toUtf8(file).c_str(), O_RDONLY);
     if (!opened || kernel32::isMarked(opened.get(), kernel32::Mark::DeniesRead)) return fallback;
     const auto bytes = readAll(opened.get());
     if (!bytes) return fallback;
-    const auto value = kernel32::profileValue(decode(*bytes).text, section, key);
-    return value && !value->empty() ? kernel32::profileNumber(*value) : fallback;
+    const auto value = profileValue(decode(*bytes).text, section, key);
+    return value && !value->empty() ? profileNumber(*value) : fallback;
 }
 
 BOOL WritePrivateProfileStringW(LPCWSTR section, LPCWSTR key, LPCWSTR value, LPCWSTR file) {
     desktop::Call call("WritePrivateProfileStringW", section, key, value, file);
-    // Nothing is held back here that could be flushed; the published result of that is 0 all the
-    // same.
+    // Nothing waits here to be flushed; the published result of that is 0 all the same.
     if (!section && !key && !value) return FALSE;
-    if (!section || !key || !value)
-        desktop::refuse("WritePrivateProfileStringW", "removal of a section or key", 1);
-    for (const LPCWSTR text : {section, key, value})
-        refuseForeign("WritePrivateProfileStringW", text);
+    call.only("removal of a section or key", !section || !key || !value, false);
+    refuseUnknown(call, file, {section, key, value});
     if (call.struck()) return call.fail(ERROR_WRITE_FAULT);
-    const std::string path = profilePath("WritePrivateProfileStringW", file);
-    if (const DWORD code = change(path, section, key, value)) return call.fail(code);
+    if (const DWORD code = change(desktop::toUtf8(file), section, key, value))
+        return call.fail(code);
     return TRUE;
 }

@@ -15,10 +15,9 @@ extern "C" {
 #include <cerrno>
 #include <cstring>
 
-#include "platform/desktop/disk_limit.h"
+#include "platform/desktop/call.h"
 #include "platform/desktop/objects.h"
-#include "platform/kernel32/error_codes.h"
-#include "platform/kernel32/sharing.h"
+#include "platform/kernel32/files.h"
 
 namespace media {
 

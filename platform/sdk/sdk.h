@@ -49,7 +49,7 @@
 
 #include <objbase.h>
 
-// Some identifiers are defined wherever they are declared. Here com/guid.cpp defines all of them.
+// Some identifiers are defined wherever they are declared. Here com/com.cpp defines all of them.
 #undef EXTERN_GUID
 #define EXTERN_GUID DEFINE_GUID
 

@@ -27,7 +27,7 @@ struct Entry {
 };
 std::optional<Entry> entry;
 
-constexpr UINT face = NIF_MESSAGE | NIF_ICON | NIF_TIP;
+constexpr UINT allOfTheIcon = NIF_MESSAGE | NIF_ICON | NIF_TIP;
 
 void publishTip(const std::string& tip) {
     desktop::withShown([&](desktop::Shown& shown) { shown.trayTip = tip; });
@@ -60,18 +60,20 @@ bool isOurs(const NOTIFYICONDATAW& data) {
     return entry && entry->window == data.hWnd && entry->id == data.uID;
 }
 
-bool add(const NOTIFYICONDATAW& data) {
-    if (data.uFlags != face) desktop::refuse("Shell_NotifyIconW", "flags", data.uFlags);
-    return !isOurs(data) && showIcon(data);
+void refuseUnknown(const desktop::Call& call, DWORD command, const NOTIFYICONDATAW& data) {
+    call.only("size", data.cbSize, sizeof data);
+    call.only("command", command, NIM_ADD, NIM_MODIFY, NIM_DELETE);
+    if (command == NIM_ADD) call.only("flags", data.uFlags, allOfTheIcon);
+    if (command == NIM_MODIFY) call.only("flags", data.uFlags, allOfTheIcon, NIF_INFO);
+    if (command == NIM_MODIFY && data.uFlags == NIF_INFO)
+        call.only("balloon icon", data.dwInfoFlags, NIIF_INFO, NIIF_ERROR);
 }
 
+bool add(const NOTIFYICONDATAW& data) { return !isOurs(data) && showIcon(data); }
+
 bool modify(const NOTIFYICONDATAW& data) {
-    if (data.uFlags != face && data.uFlags != NIF_INFO)
-        desktop::refuse("Shell_NotifyIconW", "flags", data.uFlags);
     if (!isOurs(data)) return false;
-    if (data.uFlags == face) return showIcon(data);
-    if (data.dwInfoFlags != NIIF_INFO && data.dwInfoFlags != NIIF_ERROR)
-        desktop::refuse("Shell_NotifyIconW", "balloon icon", data.dwInfoFlags);
+    if (data.uFlags == allOfTheIcon) return showIcon(data);
     if (data.szInfo[0]) showBalloon(data);
     return true;
 }
@@ -108,14 +110,10 @@ void forgetTrayIcon() {
 BOOL Shell_NotifyIconW(DWORD command, NOTIFYICONDATAW* icon) {
     desktop::Call call("Shell_NotifyIconW", command, icon->uFlags, icon->uCallbackMessage,
                        icon->hIcon, icon->szTip, icon->szInfo, icon->dwInfoFlags, icon->uTimeout);
-    if (icon->cbSize != sizeof *icon) desktop::refuse("Shell_NotifyIconW", "size", icon->cbSize);
+    shell32::refuseUnknown(call, command, *icon);
     if (call.struck() || !user32::find(icon->hWnd)) return call.fail(ERROR_GEN_FAILURE);
-    bool done = false;
-    switch (command) {
-    case NIM_ADD: done = shell32::add(*icon); break;
-    case NIM_MODIFY: done = shell32::modify(*icon); break;
-    case NIM_DELETE: done = shell32::removeIcon(*icon); break;
-    default: desktop::refuse("Shell_NotifyIconW", "command", command);
-    }
+    const bool done = command == NIM_ADD      ? shell32::add(*icon)
+                      : command == NIM_MODIFY ? shell32::modify(*icon)
+                                              : shell32::removeIcon(*icon);
     return done ? TRUE : call.fail(ERROR_GEN_FAILURE);
 }

@@ -1,0 +1,204 @@
+// Open handles: files, folders and named mutexes.
+//
+// Only the name of a mutex is used: its creator is the first. A name is a file in the session's
+// folder, and each handle holds a shared lock on it. Locks end with their process, so a file
+// without a lock is a name without a holder; removing the last lock removes the file. One lock on
+// the folder makes each of these steps whole.
+
+#include <windows.h>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <memory>
+#include <mutex>
+#include <optional>
+
+#include "platform/desktop/call.h"
+#include "platform/desktop/descriptor.h"
+#include "platform/desktop/handle_table.h"
+#include "platform/desktop/text.h"
+#include "platform/desktop/user_folders.h"
+#include "platform/kernel32/files.h"
+
+namespace {
+
+using desktop::Descriptor;
+
+struct OpenFile {
+    std::shared_ptr<Descriptor> descriptor;
+    DWORD access;
+};
+
+struct Mutex {
+    std::shared_ptr<Descriptor> lock;
+    std::filesystem::path path;
+};
+
+std::mutex guard;  // of the tables
+desktop::HandleTable<HANDLE, OpenFile> files(0x104, desktop::Object::File);
+desktop::HandleTable<HANDLE, Mutex> mutexes(0x10104, desktop::Object::Mutex);
+
+template <typename Record>
+HANDLE addTo(desktop::HandleTable<HANDLE, Record>& table, Record record) {
+    const std::lock_guard lock(guard);
+    return table.add(std::move(record));
+}
+
+// A copy: another thread may close the handle.
+template <typename Record>
+std::optional<Record> findIn(desktop::HandleTable<HANDLE, Record>& table, HANDLE handle) {
+    const std::lock_guard lock(guard);
+    Record* const found = table.find(handle);
+    return found ? std::optional(*found) : std::nullopt;
+}
+
+// 0, or the code of the reason why the item may not be opened so.
+DWORD refusal(const std::string& path, DWORD access, DWORD flags) {
+    struct stat item {};
+    if (stat(path.c_str(), &item) != 0) return kernel32::errorCode(errno, path);
+    if (S_ISDIR(item.st_mode))
+        return flags == FILE_FLAG_BACKUP_SEMANTICS && !(access & GENERIC_WRITE)
+                   ? ERROR_SUCCESS
+                   : ERROR_ACCESS_DENIED;
+    if (!S_ISREG(item.st_mode)) return ERROR_ACCESS_DENIED;
+    // The superuser could write to it all the same, which is not what the bit means.
+    if ((access & GENERIC_WRITE) && kernel32::isReadOnly(item)) return ERROR_ACCESS_DENIED;
+    return ERROR_SUCCESS;
+}
+
+FILETIME fileTime(const timespec& time) {
+    constexpr ULONGLONG secondsFrom1601To1970 = 11'644'473'600;
+    const ULONGLONG ticks =
+        (static_cast<ULONGLONG>(time.tv_sec) + secondsFrom1601To1970) * 10'000'000 +
+        static_cast<ULONGLONG>(time.tv_nsec) / 100;
+    return {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
+}
+
+DWORD upper(std::uint64_t value) { return static_cast<DWORD>(value >> 32); }
+
+Descriptor lockFolder(const std::filesystem::path& folder) {
+    Descriptor opened(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (opened && flock(opened.get(), LOCK_EX) != 0) return Descriptor();
+    return opened;
+}
+
+// "Local\\x" and "x" are the same object.
+std::string objectName(const desktop::Call& call, LPCWSTR name) {
+    const std::string text = desktop::toUtf8(name);
+    const std::string session = "Local\\";
+    const std::string plain = text.starts_with(session) ? text.substr(session.size()) : text;
+    if (plain.empty() || plain.find_first_of("/\\") != std::string::npos)
+        call.refuse("separator in the name", 1);
+    return plain;
+}
+
+void releaseName(const Mutex& mutex) {
+    const Descriptor step = lockFolder(mutex.path.parent_path());
+    const bool isLast = step && flock(mutex.lock->get(), LOCK_EX | LOCK_NB) == 0;
+    if (isLast) unlink(mutex.path.c_str());
+}
+
+}  // namespace
+
+HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security,
+                   DWORD disposition, DWORD flags, HANDLE pattern) {
+    desktop::Call call("CreateFileW", name, access, share, flags);
+    call.only("security or template", security || pattern, false);
+    call.only("access", access, GENERIC_READ, GENERIC_WRITE, GENERIC_READ | GENERIC_WRITE);
+    call.within("share mode", share, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE);
+    call.only("disposition", disposition, OPEN_EXISTING);
+    call.only("flags", flags, FILE_ATTRIBUTE_NORMAL, FILE_FLAG_BACKUP_SEMANTICS);
+    const auto failed = [&call](DWORD code) {
+        call.fail(code);
+        return INVALID_HANDLE_VALUE;
+    };
+    if (call.struck()) return failed(ERROR_ACCESS_DENIED);
+    const std::string path = desktop::toUtf8(name);
+    if (const DWORD code = refusal(path, access, flags)) return failed(code);
+    // Marks need a descriptor that can read.
+    const int mode = access & GENERIC_WRITE ? O_RDWR : O_RDONLY;
+    Descriptor file(open(path.c_str(), mode | O_CLOEXEC));
+    if (!file) return failed(kernel32::errorCode(errno, path));
+    if (!kernel32::shareFile(file.get(), access, share)) return failed(ERROR_SHARING_VIOLATION);
+    return addTo(files, {std::make_shared<Descriptor>(std::move(file)), access});
+}
+
+BOOL FlushFileBuffers(HANDLE file) {
+    desktop::Call call("FlushFileBuffers", file);
+    if (call.struck()) return call.fail(ERROR_WRITE_FAULT);
+    const auto opened = findIn(files, file);
+    if (!opened) return call.fail(ERROR_INVALID_HANDLE);
+    if (!(opened->access & GENERIC_WRITE)) return call.fail(ERROR_ACCESS_DENIED);
+    if (fsync(opened->descriptor->get()) != 0) return call.fail(kernel32::errorCode(errno));
+    return TRUE;
+}
+
+BOOL GetFileInformationByHandle(HANDLE file, BY_HANDLE_FILE_INFORMATION* information) {
+    desktop::Call call("GetFileInformationByHandle", file);
+    if (call.struck()) return call.fail(ERROR_GEN_FAILURE);
+    const auto opened = findIn(files, file);
+    if (!opened) return call.fail(ERROR_INVALID_HANDLE);
+    struct stat item {};
+    if (fstat(opened->descriptor->get(), &item) != 0) return call.fail(kernel32::errorCode(errno));
+    const auto size = static_cast<std::uint64_t>(item.st_size);
+    *information = {kernel32::attributesOf(item),
+                    fileTime(item.st_ctim),
+                    fileTime(item.st_atim),
+                    fileTime(item.st_mtim),
+                    static_cast<DWORD>(item.st_dev),
+                    upper(size),
+                    static_cast<DWORD>(size),
+                    static_cast<DWORD>(item.st_nlink),
+                    upper(item.st_ino),
+                    static_cast<DWORD>(item.st_ino)};
+    return TRUE;
+}
+
+DWORD GetFinalPathNameByHandleW(HANDLE file, LPWSTR path, DWORD capacity, DWORD flags) {
+    desktop::Call call("GetFinalPathNameByHandleW", file, capacity, flags);
+    call.only("flags", flags, FILE_NAME_NORMALIZED | VOLUME_NAME_DOS);
+    if (call.struck()) return call.fail(ERROR_PATH_NOT_FOUND);
+    const auto opened = findIn(files, file);
+    if (!opened) return call.fail(ERROR_INVALID_HANDLE);
+    std::error_code error;
+    const auto link = "/proc/self/fd/" + std::to_string(opened->descriptor->get());
+    const auto target = std::filesystem::read_symlink(link, error);
+    if (error) return call.fail(kernel32::errorCode(error.value()));
+    const auto text = desktop::publishedPath(target.native());
+    if (!text) return call.fail(ERROR_NO_UNICODE_TRANSLATION);
+    const auto length = static_cast<DWORD>(text->size());
+    if (length >= capacity) return length + 1;
+    path[text->copy(path, length)] = 0;
+    return length;
+}
+
+HANDLE CreateMutexW(LPSECURITY_ATTRIBUTES security, BOOL owned, LPCWSTR name) {
+    desktop::Call call("CreateMutexW", name);
+    call.only("kind of mutex", security || owned || !name, false);
+    const std::string file = "mutex-" + objectName(call, name);
+    if (call.struck()) return call.fail(ERROR_ACCESS_DENIED);
+    const auto folder = desktop::sessionFolder();
+    if (!folder) return call.fail(ERROR_ACCESS_DENIED);
+    const std::filesystem::path path = *folder / file;
+    const Descriptor step = lockFolder(*folder);
+    desktop::removeSocket(path);
+    Descriptor lock(open(path.c_str(), O_RDONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
+    if (!step || !lock) return call.fail(ERROR_ACCESS_DENIED);
+    const bool isNew = flock(lock.get(), LOCK_EX | LOCK_NB) == 0;
+    if (flock(lock.get(), LOCK_SH) != 0) return call.fail(ERROR_ACCESS_DENIED);
+    SetLastError(isNew ? ERROR_SUCCESS : ERROR_ALREADY_EXISTS);
+    return addTo(mutexes, {std::make_shared<Descriptor>(std::move(lock)), path});
+}
+
+BOOL CloseHandle(HANDLE handle) {
+    desktop::Call call("CloseHandle", handle);
+    if (const auto mutex = findIn(mutexes, handle)) releaseName(*mutex);
+    const std::lock_guard lock(guard);
+    if (!mutexes.remove(handle) && !files.remove(handle)) call.refuse("handle", handle);
+    return TRUE;
+}
