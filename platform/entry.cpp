@@ -9,7 +9,7 @@
 #include <cstdio>
 #include <exception>
 
-#include "platform/desktop/text.h"
+#include "platform/core/text.h"
 #include "platform/hosts/host.h"
 #include "platform/user32/message_queue.h"
 

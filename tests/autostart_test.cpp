@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/desktop/user_folders.h"
+#include "platform/core/user_folders.h"
 #include "tests/scratch.h"
 
 namespace {

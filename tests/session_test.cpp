@@ -12,9 +12,9 @@
 
 #include <functional>
 
-#include "platform/desktop/descriptor.h"
-#include "platform/desktop/mailbox.h"
-#include "platform/desktop/user_folders.h"
+#include "platform/core/descriptor.h"
+#include "platform/core/mailbox.h"
+#include "platform/core/user_folders.h"
 #include "platform/hosts/host.h"
 #include "tests/scratch.h"
 

@@ -20,11 +20,11 @@
 #include <string>
 #include <vector>
 
-#include "platform/desktop/call.h"
-#include "platform/desktop/descriptor.h"
-#include "platform/desktop/handle_table.h"
-#include "platform/desktop/text.h"
-#include "platform/desktop/user_folders.h"
+#include "platform/core/call.h"
+#include "platform/core/descriptor.h"
+#include "platform/core/handle_table.h"
+#include "platform/core/text.h"
+#include "platform/core/user_folders.h"
 #include "platform/kernel32/files.h"
 
 namespace {

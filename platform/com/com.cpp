@@ -10,8 +10,8 @@
 #include <string_view>
 
 #include "platform/com/table.h"
-#include "platform/desktop/call.h"
-#include "platform/desktop/objects.h"
+#include "platform/core/call.h"
+#include "platform/core/objects.h"
 
 // The one identifier that its header declares without a value.
 const IID IID_IUnknown = {0, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};

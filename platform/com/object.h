@@ -7,8 +7,8 @@
 #include <atomic>
 
 #include "platform/com/table.h"
-#include "platform/desktop/call.h"
-#include "platform/desktop/objects.h"
+#include "platform/core/call.h"
+#include "platform/core/objects.h"
 
 namespace com {
 

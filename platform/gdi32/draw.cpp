@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "platform/desktop/call.h"
+#include "platform/core/call.h"
 #include "platform/gdi32/brush.h"
 #include "platform/gdi32/objects.h"
 #include "platform/gdi32/text.h"

@@ -2,9 +2,9 @@
 
 #include "platform/gdi32/objects.h"
 
-#include "platform/desktop/call.h"
-#include "platform/desktop/handle_table.h"
-#include "platform/desktop/objects.h"
+#include "platform/core/call.h"
+#include "platform/core/handle_table.h"
+#include "platform/core/objects.h"
 #include "platform/gdi32/brush.h"
 
 namespace {

@@ -6,7 +6,7 @@
 
 #include <memory>
 
-#include "platform/desktop/text.h"
+#include "platform/core/text.h"
 
 namespace gdi {
 

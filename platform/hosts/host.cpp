@@ -4,7 +4,7 @@
 
 #include <atomic>
 
-#include "platform/desktop/call.h"
+#include "platform/core/call.h"
 
 namespace host {
 

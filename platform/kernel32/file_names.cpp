@@ -11,9 +11,9 @@
 #include <filesystem>
 #include <optional>
 
-#include "platform/desktop/call.h"
-#include "platform/desktop/descriptor.h"
-#include "platform/desktop/text.h"
+#include "platform/core/call.h"
+#include "platform/core/descriptor.h"
+#include "platform/core/text.h"
 #include "platform/kernel32/files.h"
 
 using kernel32::errorCode;
@@ -44,7 +44,7 @@ void flushFolderOf(const std::string& path) {
     if (opened) fsync(opened.get());
 }
 
-// 0, or the code of the reason why the item at `target` stands in the way.
+// 0, or the code of the reason why the item at `target` is in the way.
 DWORD obstacle(const std::string& target, bool replaces) {
     const auto item = itemAt(target);
     if (!item) return errno == ENOENT ? ERROR_SUCCESS : errorCode(errno, target);

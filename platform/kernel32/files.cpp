@@ -9,7 +9,7 @@
 #include <csignal>
 #include <filesystem>
 
-#include "platform/desktop/descriptor.h"
+#include "platform/core/descriptor.h"
 
 namespace kernel32 {
 
@@ -32,7 +32,7 @@ void setMark(int descriptor, Mark mark) {
     fcntl(descriptor, F_OFD_SETLK, &lock);
 }
 
-// Other programs mark nothing. A read lease is granted only while nobody has the file open for
+// Other programs mark nothing. A read lease is granted only while no program has the file open for
 // writing, so asking for one answers the question. The signal of a lease that is broken in
 // between must not end the process.
 bool someoneWrites(int descriptor) {

@@ -5,8 +5,8 @@
 #include <map>
 #include <mutex>
 
-#include "platform/desktop/call.h"
-#include "platform/desktop/handle_table.h"
+#include "platform/core/call.h"
+#include "platform/core/handle_table.h"
 
 namespace {
 

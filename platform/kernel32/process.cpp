@@ -10,8 +10,8 @@
 #include <filesystem>
 #include <thread>
 
-#include "platform/desktop/call.h"
-#include "platform/desktop/text.h"
+#include "platform/core/call.h"
+#include "platform/core/text.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // Private profile files. Names compare without case; the first section and the first key of a name
 // count.
 //
-// A file with the mark of UTF-16 is read and written so; in any other every byte stands for itself,
+// A file with the mark of UTF-16 is read and written so; in any other every byte is a character,
 // whatever its code page, which keeps all of them.
 
 #include <windows.h>
@@ -15,9 +15,9 @@
 #include <string>
 #include <string_view>
 
-#include "platform/desktop/call.h"
-#include "platform/desktop/descriptor.h"
-#include "platform/desktop/text.h"
+#include "platform/core/call.h"
+#include "platform/core/descriptor.h"
+#include "platform/core/text.h"
 #include "platform/kernel32/files.h"
 
 namespace {
@@ -25,7 +25,7 @@ namespace {
 using Text = std::u16string_view;
 
 constexpr Text lineEnd = u"\r\n";
-constexpr Text blanks = u" \t\v\f\x1A";  // The last one ended files of old.
+constexpr Text blanks = u" \t\v\f\x1A";  // The last one ended text files of DOS.
 
 Text trimmed(Text text) {
     const std::size_t first = text.find_first_not_of(blanks);
@@ -37,7 +37,7 @@ bool isSame(Text one, Text other) { return desktop::lowered(one) == desktop::low
 
 // CR LF, a lone LF and a lone CR all end a line.
 struct Line {
-    std::size_t begin, end, next;  // without its end; `next` is behind it
+    std::size_t begin, end, next;  // without its end; `next` follows it
 };
 
 Line lineAt(Text text, std::size_t begin) {
@@ -54,39 +54,39 @@ std::optional<Text> header(Text line) {
     return trimmed(content.substr(1, end - 1));
 }
 
-// What a search for a key has found; positions in the text.
-struct Place {
+// The result of a search for a key; positions in the text.
+struct Match {
     bool hasSection = false;
-    std::size_t sectionEnd = 0;  // behind the section's last line that is not blank
+    std::size_t sectionEnd = 0;  // after the section's last line that is not blank
     bool hasKey = false;
     bool hasEquals = false;
-    std::size_t valueBegin = 0, valueEnd = 0;  // everything behind the equals sign or the bare key
+    std::size_t valueBegin = 0, valueEnd = 0;  // all after the equals sign or the bare key
 };
 
-void lookAtLine(Place& place, Text text, const Line& line, Text key) {
+void lookAtLine(Match& match, Text text, const Line& line, Text key) {
     const Text content = text.substr(line.begin, line.end - line.begin);
     if (trimmed(content).empty()) return;
-    place.sectionEnd = line.next;
+    match.sectionEnd = line.next;
     const std::size_t keyEnd = std::min(content.find(u'='), content.size());
-    if (place.hasKey || !isSame(trimmed(content.substr(0, keyEnd)), key)) return;
-    place.hasKey = true;
-    place.hasEquals = keyEnd < content.size();
-    place.valueBegin = line.begin + keyEnd + (place.hasEquals ? 1 : 0);
-    place.valueEnd = line.end;
+    if (match.hasKey || !isSame(trimmed(content.substr(0, keyEnd)), key)) return;
+    match.hasKey = true;
+    match.hasEquals = keyEnd < content.size();
+    match.valueBegin = line.begin + keyEnd + (match.hasEquals ? 1 : 0);
+    match.valueEnd = line.end;
 }
 
-Place find(Text text, Text section, Text key) {
-    Place place;
+Match find(Text text, Text section, Text key) {
+    Match match;
     for (Line line = lineAt(text, 0); line.begin < text.size(); line = lineAt(text, line.next)) {
         if (const auto name = header(text.substr(line.begin, line.end - line.begin))) {
-            if (place.hasSection) break;
-            place.hasSection = isSame(*name, section);
-            place.sectionEnd = line.next;
-        } else if (place.hasSection) {
-            lookAtLine(place, text, line, key);
+            if (match.hasSection) break;
+            match.hasSection = isSame(*name, section);
+            match.sectionEnd = line.next;
+        } else if (match.hasSection) {
+            lookAtLine(match, text, line, key);
         }
     }
-    return place;
+    return match;
 }
 
 template <typename... Parts>
@@ -105,9 +105,9 @@ std::u16string withLines(Text text, std::size_t position, Text lines) {
 
 // The value without the blanks and the one pair of quotes around it.
 std::optional<std::u16string> profileValue(Text text, Text section, Text key) {
-    const Place place = find(text, section, key);
-    if (!place.hasKey) return std::nullopt;
-    Text value = trimmed(text.substr(place.valueBegin, place.valueEnd - place.valueBegin));
+    const Match match = find(text, section, key);
+    if (!match.hasKey) return std::nullopt;
+    Text value = trimmed(text.substr(match.valueBegin, match.valueEnd - match.valueBegin));
     const bool isQuoted = value.size() >= 2 && value.front() == value.back() &&
                           (value.front() == u'"' || value.front() == u'\'');
     if (isQuoted) value = value.substr(1, value.size() - 2);
@@ -116,22 +116,22 @@ std::optional<std::u16string> profileValue(Text text, Text section, Text key) {
 
 // The text with that value. Every character that the change does not concern stays as it is.
 std::u16string withProfileValue(Text text, Text section, Text key, Text value) {
-    const Place place = find(text, section, key);
+    const Match match = find(text, section, key);
     const std::u16string entry = joined(key, u"=", value, lineEnd);
-    if (!place.hasSection)
+    if (!match.hasSection)
         return withLines(text, text.size(), joined(u"[", section, u"]", lineEnd, entry));
-    if (!place.hasKey) return withLines(text, place.sectionEnd, entry);
+    if (!match.hasKey) return withLines(text, match.sectionEnd, entry);
     std::u16string changed(text);
-    const std::size_t length = place.valueEnd - place.valueBegin;
-    if (!place.hasEquals || trimmed(text.substr(place.valueBegin, length)) != value)
-        changed.replace(place.valueBegin, length, joined(place.hasEquals ? u"" : u"=", value));
+    const std::size_t length = match.valueEnd - match.valueBegin;
+    if (!match.hasEquals || trimmed(text.substr(match.valueBegin, length)) != value)
+        changed.replace(match.valueBegin, length, joined(match.hasEquals ? u"" : u"=", value));
     return changed;
 }
 
 // The number that a value begins with, after a sign and in decimal, or after 0x, 0o or 0b; 0 if
 // there is none. Beyond 32 bits it wraps around.
 unsigned profileNumber(Text value) {
-    value = trimmed(value);  // The quotes may have stood around blanks.
+    value = trimmed(value);  // The quotes may have enclosed blanks.
     const bool isNegative = value.starts_with(u'-');
     if (isNegative || value.starts_with(u'+')) value.remove_prefix(1);
     unsigned base = 10;

@@ -9,7 +9,7 @@
 #include <variant>
 #include <vector>
 
-#include "platform/desktop/call.h"
+#include "platform/core/call.h"
 #include "platform/com/object.h"
 
 namespace media {

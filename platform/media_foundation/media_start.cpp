@@ -10,8 +10,8 @@ extern "C" {
 
 #include <atomic>
 
-#include "platform/desktop/call.h"
-#include "platform/desktop/objects.h"
+#include "platform/core/call.h"
+#include "platform/core/objects.h"
 
 namespace {
 

@@ -15,8 +15,8 @@ extern "C" {
 #include <cerrno>
 #include <cstring>
 
-#include "platform/desktop/call.h"
-#include "platform/desktop/objects.h"
+#include "platform/core/call.h"
+#include "platform/core/objects.h"
 #include "platform/kernel32/files.h"
 
 namespace media {

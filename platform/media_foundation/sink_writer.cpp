@@ -10,7 +10,7 @@
 #include <optional>
 #include <system_error>
 
-#include "platform/desktop/text.h"
+#include "platform/core/text.h"
 #include "platform/media_foundation/clip_encoder.h"
 #include "platform/media_foundation/media_start.h"
 #include "platform/media_foundation/media_types.h"

@@ -6,10 +6,10 @@
 #include <filesystem>
 #include <string_view>
 
-#include "platform/desktop/call.h"
-#include "platform/desktop/objects.h"
-#include "platform/desktop/text.h"
-#include "platform/desktop/user_folders.h"
+#include "platform/core/call.h"
+#include "platform/core/objects.h"
+#include "platform/core/text.h"
+#include "platform/core/user_folders.h"
 #include "platform/hosts/host.h"
 
 HRESULT SHGetKnownFolderPath(REFKNOWNFOLDERID folder, DWORD flags, HANDLE token, PWSTR* path) {

@@ -6,10 +6,10 @@
 
 #include <optional>
 
-#include "platform/desktop/call.h"
-#include "platform/desktop/mailbox.h"
-#include "platform/desktop/shown.h"
-#include "platform/desktop/text.h"
+#include "platform/core/call.h"
+#include "platform/core/mailbox.h"
+#include "platform/core/shown.h"
+#include "platform/core/text.h"
 #include "platform/hosts/host.h"
 #include "platform/media_foundation/media_start.h"
 #include "platform/user32/icon.h"

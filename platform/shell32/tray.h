@@ -7,7 +7,7 @@
 namespace shell32 {
 
 void reportTrayMouse(UINT message);  // to the icon's window, posted
-// The shell has started anew: the icon is gone, and every window hears of it.
+// The shell has restarted: the icon is gone, and every window is told.
 void restartTray();
 void forgetTrayIcon();
 

@@ -4,7 +4,7 @@
 
 #include <utility>
 
-#include "platform/desktop/call.h"
+#include "platform/core/call.h"
 #include "platform/hosts/host.h"
 #include "platform/user32/modal.h"
 #include "platform/user32/mouse.h"

@@ -11,10 +11,10 @@
 #include <shellapi.h>
 #include <shlobj.h>
 
-#include "platform/desktop/call.h"
-#include "platform/desktop/objects.h"
-#include "platform/desktop/shown.h"
-#include "platform/desktop/text.h"
+#include "platform/core/call.h"
+#include "platform/core/objects.h"
+#include "platform/core/shown.h"
+#include "platform/core/text.h"
 #include "platform/hosts/host.h"
 #include "platform/kernel32/global_memory.h"
 #include "platform/user32/window.h"

@@ -1,6 +1,6 @@
 // What a window does with the messages that its procedure passes on.
 
-#include "platform/desktop/call.h"
+#include "platform/core/call.h"
 #include "platform/user32/message_queue.h"
 #include "platform/user32/window.h"
 

@@ -6,9 +6,9 @@
 #include <algorithm>
 #include <utility>
 
-#include "platform/desktop/call.h"
-#include "platform/desktop/shown.h"
-#include "platform/desktop/text.h"
+#include "platform/core/call.h"
+#include "platform/core/shown.h"
+#include "platform/core/text.h"
 #include "platform/user32/activation.h"
 #include "platform/user32/dialog_template.h"
 #include "platform/user32/message_queue.h"

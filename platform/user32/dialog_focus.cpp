@@ -1,6 +1,6 @@
 // Which control of the dialog has the focus, which one gets it next, and what a click on one does.
 
-#include "platform/desktop/call.h"
+#include "platform/core/call.h"
 #include "platform/user32/activation.h"
 #include "platform/user32/dialog.h"
 

@@ -1,6 +1,6 @@
 // The published operations on a dialog's controls.
 
-#include "platform/desktop/call.h"
+#include "platform/core/call.h"
 #include "platform/user32/dialog.h"
 
 using user32::Control;

@@ -5,8 +5,8 @@
 #include <cstring>
 #include <span>
 
-#include "platform/desktop/call.h"
-#include "platform/desktop/text.h"
+#include "platform/core/call.h"
+#include "platform/core/text.h"
 #include "platform/user32/resources.h"
 
 namespace user32 {

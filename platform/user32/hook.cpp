@@ -5,8 +5,8 @@
 #include <map>
 #include <utility>
 
-#include "platform/desktop/call.h"
-#include "platform/desktop/objects.h"
+#include "platform/core/call.h"
+#include "platform/core/objects.h"
 #include "platform/user32/keys.h"
 #include "platform/user32/message_queue.h"
 #include "platform/user32/thread.h"

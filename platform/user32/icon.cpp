@@ -9,9 +9,9 @@
 #include <memory>
 #include <optional>
 
-#include "platform/desktop/call.h"
-#include "platform/desktop/handle_table.h"
-#include "platform/desktop/objects.h"
+#include "platform/core/call.h"
+#include "platform/core/handle_table.h"
+#include "platform/core/objects.h"
 #include "platform/user32/monitor.h"
 #include "platform/user32/resources.h"
 #include "platform/user32/thread.h"

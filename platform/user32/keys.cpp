@@ -6,7 +6,7 @@
 #include <array>
 #include <string_view>
 
-#include "platform/desktop/call.h"
+#include "platform/core/call.h"
 #include "platform/hosts/host.h"
 #include "platform/user32/input.h"
 

@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <vector>
 
-#include "platform/desktop/call.h"
-#include "platform/desktop/handle_table.h"
-#include "platform/desktop/objects.h"
-#include "platform/desktop/shown.h"
-#include "platform/desktop/text.h"
+#include "platform/core/call.h"
+#include "platform/core/handle_table.h"
+#include "platform/core/objects.h"
+#include "platform/core/shown.h"
+#include "platform/core/text.h"
 #include "platform/user32/activation.h"
 #include "platform/user32/look.h"
 #include "platform/user32/message_queue.h"

@@ -4,9 +4,9 @@
 #include <map>
 #include <vector>
 
-#include "platform/desktop/call.h"
-#include "platform/desktop/shown.h"
-#include "platform/desktop/text.h"
+#include "platform/core/call.h"
+#include "platform/core/shown.h"
+#include "platform/core/text.h"
 #include "platform/user32/activation.h"
 #include "platform/user32/look.h"
 #include "platform/user32/message_queue.h"

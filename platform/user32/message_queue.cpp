@@ -14,7 +14,7 @@
 #include <set>
 #include <vector>
 
-#include "platform/desktop/mailbox.h"
+#include "platform/core/mailbox.h"
 #include "platform/hosts/host.h"
 #include "platform/user32/input.h"
 #include "platform/user32/session.h"

@@ -2,11 +2,11 @@
 
 #include <unistd.h>
 
-#include "platform/desktop/call.h"
-#include "platform/desktop/handle_table.h"
-#include "platform/desktop/mailbox.h"
-#include "platform/desktop/shown.h"
-#include "platform/desktop/text.h"
+#include "platform/core/call.h"
+#include "platform/core/handle_table.h"
+#include "platform/core/mailbox.h"
+#include "platform/core/shown.h"
+#include "platform/core/text.h"
 #include "platform/user32/message_queue.h"
 #include "platform/user32/thread.h"
 #include "platform/user32/window.h"

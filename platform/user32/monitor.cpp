@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "platform/desktop/call.h"
+#include "platform/core/call.h"
 #include "platform/gdi32/canvas.h"
 #include "platform/user32/window.h"
 

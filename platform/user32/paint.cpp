@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "platform/desktop/call.h"
-#include "platform/desktop/objects.h"
+#include "platform/core/call.h"
+#include "platform/core/objects.h"
 #include "platform/gdi32/objects.h"
 #include "platform/user32/window.h"
 

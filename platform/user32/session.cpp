@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <stdexcept>
 
-#include "platform/desktop/shown.h"
+#include "platform/core/shown.h"
 #include "platform/hosts/host.h"
 #include "platform/user32/message_queue.h"
 #include "platform/user32/window.h"

@@ -5,8 +5,8 @@
 #include <thread>
 #include <atomic>
 
-#include "platform/desktop/call.h"
-#include "platform/desktop/shown.h"
+#include "platform/core/call.h"
+#include "platform/core/shown.h"
 #include "platform/hosts/host.h"
 #include "platform/shell32/tray.h"
 #include "platform/user32/hook.h"

@@ -6,8 +6,8 @@
 #include <chrono>
 #include <vector>
 
-#include "platform/desktop/call.h"
-#include "platform/desktop/objects.h"
+#include "platform/core/call.h"
+#include "platform/core/objects.h"
 #include "platform/user32/window.h"
 
 namespace user32 {

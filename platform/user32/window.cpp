@@ -5,11 +5,11 @@
 #include <algorithm>
 #include <map>
 
-#include "platform/desktop/call.h"
-#include "platform/desktop/handle_table.h"
-#include "platform/desktop/mailbox.h"
-#include "platform/desktop/objects.h"
-#include "platform/desktop/text.h"
+#include "platform/core/call.h"
+#include "platform/core/handle_table.h"
+#include "platform/core/mailbox.h"
+#include "platform/core/objects.h"
+#include "platform/core/text.h"
 #include "platform/user32/activation.h"
 #include "platform/user32/clipboard.h"
 #include "platform/user32/hot_key.h"

@@ -1,9 +1,9 @@
 // Where a window is, whether it is seen, and how: opacity, region, exclusion from captures.
 
-#include "platform/desktop/call.h"
-#include "platform/desktop/objects.h"
-#include "platform/desktop/shown.h"
-#include "platform/desktop/text.h"
+#include "platform/core/call.h"
+#include "platform/core/objects.h"
+#include "platform/core/shown.h"
+#include "platform/core/text.h"
 #include "platform/gdi32/objects.h"
 #include "platform/user32/activation.h"
 #include "platform/user32/window.h"

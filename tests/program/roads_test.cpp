@@ -9,7 +9,7 @@
 #include <set>
 
 #include "app/application.h"
-#include "platform/desktop/call.h"
+#include "platform/core/call.h"
 #include "tests/capture_road.h"
 #include "tests/scenarios/native.h"
 

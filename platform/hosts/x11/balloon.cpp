@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/desktop/text.h"
+#include "platform/core/text.h"
 #include "platform/hosts/x11/display.h"
 #include "platform/hosts/x11/monitor.h"
 #include "platform/hosts/x11/note.h"

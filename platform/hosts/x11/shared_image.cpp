@@ -7,7 +7,7 @@
 
 #include <cstdlib>
 
-#include "platform/desktop/descriptor.h"
+#include "platform/core/descriptor.h"
 
 namespace host::x11 {
 

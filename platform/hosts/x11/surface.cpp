@@ -9,7 +9,7 @@
 #include <cstring>
 #include <map>
 
-#include "platform/desktop/text.h"
+#include "platform/core/text.h"
 #include "platform/hosts/x11/display.h"
 #include "platform/hosts/x11/shared_image.h"
 #include "platform/hosts/x11/sheet.h"

@@ -9,7 +9,7 @@
 #include <cstdlib>
 #include <optional>
 
-#include "platform/desktop/text.h"
+#include "platform/core/text.h"
 #include "platform/hosts/x11/display.h"
 #include "platform/hosts/x11/monitor.h"
 #include "platform/hosts/x11/note.h"

@@ -1,6 +1,6 @@
 // The user's folders by the rules of the XDG base directories.
 
-#include "platform/desktop/user_folders.h"
+#include "platform/core/user_folders.h"
 
 #include <pwd.h>
 #include <sys/stat.h>

@@ -1,6 +1,6 @@
 // Text between 16 and 8 bits.
 
-#include "platform/desktop/text.h"
+#include "platform/core/text.h"
 
 #include <glib.h>
 

@@ -1,6 +1,6 @@
 // The counters of open objects, and waiting for what they or anything else will become.
 
-#include "platform/desktop/objects.h"
+#include "platform/core/objects.h"
 
 #include <array>
 #include <atomic>
@@ -8,7 +8,7 @@
 #include <thread>
 
 #include "platform/control.h"
-#include "platform/desktop/call.h"
+#include "platform/core/call.h"
 
 namespace desktop {
 

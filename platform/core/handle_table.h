@@ -1,4 +1,4 @@
-// Records behind opaque handles. A number is never used twice, so a dead handle stays dead.
+// Records with opaque handles. A number is never used twice, so a dead handle stays dead.
 
 #pragma once
 
@@ -7,7 +7,7 @@
 #include <optional>
 #include <utility>
 
-#include "platform/desktop/objects.h"
+#include "platform/core/objects.h"
 
 namespace desktop {
 

@@ -3,7 +3,7 @@
 // Planned failures are counted where an operation asks for them; stalls and ends where it begins.
 // In everyday use, with nothing planned and no log running, a call costs two atomic reads.
 
-#include "platform/desktop/call.h"
+#include "platform/core/call.h"
 
 #include <unistd.h>
 
@@ -15,7 +15,7 @@
 #include <mutex>
 
 #include "platform/control.h"
-#include "platform/desktop/text.h"
+#include "platform/core/text.h"
 
 namespace desktop {
 

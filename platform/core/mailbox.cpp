@@ -3,7 +3,7 @@
 // A message is one connection: the sender connects, sends the four numbers, and waits for one
 // number as the answer. Sequenced packets keep each of them whole.
 
-#include "platform/desktop/mailbox.h"
+#include "platform/core/mailbox.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -18,9 +18,9 @@
 #include <filesystem>
 #include <list>
 
-#include "platform/desktop/descriptor.h"
-#include "platform/desktop/text.h"
-#include "platform/desktop/user_folders.h"
+#include "platform/core/descriptor.h"
+#include "platform/core/text.h"
+#include "platform/core/user_folders.h"
 
 namespace desktop {
 

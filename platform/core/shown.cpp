@@ -1,6 +1,6 @@
 // The control functions that look at what the program shows, on any host.
 
-#include "platform/desktop/shown.h"
+#include "platform/core/shown.h"
 
 #include <stdexcept>
 
