@@ -177,11 +177,13 @@ LSTATUS openKey(REGSAM rights, PHKEY handle) {
     return ERROR_SUCCESS;
 }
 
-REGSAM rightsOf(const desktop::Call& call, HKEY handle) {
+// 0, or the code with which the call fails.
+LSTATUS refusal(desktop::Call& call, HKEY handle, REGSAM right) {
     const std::lock_guard lock(guard);
     const REGSAM* const rights = table.find(handle);
     if (!rights) call.refuse("key", handle);
-    return *rights;
+    if (call.struck()) return failure(call);
+    return *rights & right ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
 }
 
 // The text of a value that an entry can hold: a path in quotes, and one terminator.
@@ -225,9 +227,7 @@ LSTATUS RegQueryValueExW(HKEY key, LPCWSTR name, LPDWORD reserved, LPDWORD type,
     desktop::Call call("RegQueryValueExW", name);
     call.only("reserved argument or missing size", reserved || !size, false);
     const std::string file = entryFile(call, name);
-    const REGSAM rights = rightsOf(call, key);
-    if (call.struck()) return failure(call);
-    if (!(rights & KEY_QUERY_VALUE)) return ERROR_ACCESS_DENIED;
+    if (const LSTATUS code = refusal(call, key, KEY_QUERY_VALUE)) return code;
     Value value;
     if (const LSTATUS code = readEntry(file, value)) return code;
     const DWORD capacity = *size;
@@ -244,20 +244,16 @@ LSTATUS RegSetValueExW(HKEY key, LPCWSTR name, DWORD reserved, DWORD type, const
     desktop::Call call("RegSetValueExW", name, type, size);
     call.only("reserved argument", reserved, 0);
     const std::string file = entryFile(call, name);
-    const REGSAM rights = rightsOf(call, key);
     const auto command = commandIn(type, data, size);
     if (!command) call.refuse("value of type", type);
-    if (call.struck()) return failure(call);
-    if (!(rights & KEY_SET_VALUE)) return ERROR_ACCESS_DENIED;
+    if (const LSTATUS code = refusal(call, key, KEY_SET_VALUE)) return code;
     return writeEntry(file, *command);
 }
 
 LSTATUS RegDeleteValueW(HKEY key, LPCWSTR name) {
     desktop::Call call("RegDeleteValueW", name);
     const std::string file = entryFile(call, name);
-    const REGSAM rights = rightsOf(call, key);
-    if (call.struck()) return failure(call);
-    if (!(rights & KEY_SET_VALUE)) return ERROR_ACCESS_DENIED;
+    if (const LSTATUS code = refusal(call, key, KEY_SET_VALUE)) return code;
     Value value;
     if (const LSTATUS code = readEntry(file, value)) return code;
     return unlink(file.c_str()) == 0 ? ERROR_SUCCESS : errorAt(file);
