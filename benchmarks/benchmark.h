@@ -4,16 +4,9 @@
 
 #include <algorithm>
 #include <chrono>
-#include <filesystem>
-#include <functional>
 
 void measureConversion();
 void measureLedger();
-// The program is left alone for `seconds` at a time.
-void measureIdleness(int seconds);
-
-// Runs it in a child process, with a new folder as home and no session bus. Throws if it fails.
-void inOwnProcess(const char* name, const std::function<void(const std::filesystem::path&)>& body);
 
 // The least time of several rounds, in milliseconds: what the work takes while nothing else
 // disturbs it.

@@ -1,12 +1,13 @@
 #!/usr/bin/env python3
 """Measures recordings of the program on an Xvfb, and the same ones made by ffmpeg.
 
-    recordings.py PROGRAM CONTENT_CLIENT OUT_FOLDER compare|start|memory [quick]
+    recordings.py PROGRAM CONTENT_CLIENT OUT_FOLDER compare|start|memory|idle [quick]
 
 compare: the same content recorded by both, in turns; prints a table and one line for each aim, and
          writes OUT_FOLDER/side_by_side.svg
 start:   from the start to the tray icon, and from the release of the mouse to the first sample
 memory:  over a take of five minutes, and over 40 takes
+idle:    wake-ups, system calls and processor time of the program that nobody uses; each is to be 0
 
 All figures are read from outside: the processes' accounts in /proc, and the finished files. The X
 server and the content are not part of the cost.
@@ -99,10 +100,11 @@ class Take:
 class Program:
     """The program in a folder of its own, and what its user does."""
 
-    def __init__(self, command, folder):
+    def __init__(self, command, folder, keeps_bus=False):
         for name in ("HOME", "XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_RUNTIME_DIR"):
             os.environ[name] = str(folder)
-        os.environ.pop("DBUS_SESSION_BUS_ADDRESS", None)
+        if not keeps_bus:
+            os.environ.pop("DBUS_SESSION_BUS_ADDRESS", None)
         self.command = command
         self.recordings = folder / "Quorvel Desk Clip" / "Recordings"
 
@@ -329,11 +331,70 @@ def measure_memory(program, client, _out, quick, root):
               ", ".join(f"{each:.0f}" for each in found[takes // 4 - 1::takes // 4]))
 
 
+def wake_ups(process):
+    total = 0
+    for status in pathlib.Path(f"/proc/{process.pid}/task").glob("*/status"):
+        for line in status.read_text().splitlines():
+            if line.startswith("voluntary_ctxt_switches:"):
+                total += int(line.split()[1])
+    return total
+
+
+@contextlib.contextmanager
+def notification_service(wanted):
+    if not wanted:
+        yield
+        return
+    read, write = os.pipe()
+    with running(["dbus-daemon", "--session", "--nofork", f"--print-address={write}"], pass_fds=[write]):
+        os.close(write)
+        with os.fdopen(read) as answer:
+            os.environ["DBUS_SESSION_BUS_ADDRESS"] = answer.readline().strip()
+        with running(["dunst"]):
+            await_condition("the notification service", lambda: subprocess.run(
+                ["dbus-send", "--session", "--print-reply", "--dest=org.freedesktop.Notifications",
+                 "/org/freedesktop/Notifications", "org.freedesktop.Notifications.GetServerInformation"],
+                capture_output=True).returncode == 0)
+            yield
+        os.environ.pop("DBUS_SESSION_BUS_ADDRESS")
+
+
+def measure_idle(program, client, _out, quick, root):
+    seconds = 5 if quick else 60
+    print(f"Doing nothing for {seconds} s       wake-ups  system calls  CPU seconds")
+    for name, records, service in (("after the start", False, False), ("after a clip, with notices", True, True),
+                                   ("after a clip, without notices", True, False)):
+        folder = root / name
+        folder.mkdir()
+        with display(1920, 1080), notification_service(service):
+            recorder = Program(program, folder, keeps_bus=service)
+            with running([program]) as process:
+                await_condition("the settings file", (recorder.recordings.parent / "config.ini").exists)
+                if records:
+                    recorder.begin(1280, 720)
+                    time.sleep(1)
+                    recorder.end()
+                time.sleep(8)  # until the last notice has closed
+                calls = folder / "calls"
+                tracer = subprocess.Popen(["strace", "-f", "-qq", "-o", str(calls), "-p", str(process.pid)])
+                time.sleep(2)  # Attaching wakes every thread.
+                before = wake_ups(process), calls.stat().st_size, cpu_seconds(process)
+                time.sleep(seconds)
+                after = wake_ups(process), calls.stat().st_size, cpu_seconds(process)
+                with calls.open() as log:
+                    log.seek(before[1])
+                    made = sum(1 for _ in log)
+                tracer.send_signal(signal.SIGINT)
+                tracer.wait()
+                print(f"  {name:<32}{after[0] - before[0]:>6}{made:>14}{after[2] - before[2]:>13.2f}")
+
+
 def main():
     program, client, out, section = sys.argv[1:5]
     out = pathlib.Path(out)
     out.mkdir(exist_ok=True)
-    sections = {"compare": compare_all, "start": measure_start, "memory": measure_memory}
+    sections = {"compare": compare_all, "start": measure_start, "memory": measure_memory,
+                "idle": measure_idle}
     with tempfile.TemporaryDirectory() as root:
         sections[section](program, client, out, "quick" in sys.argv[5:], pathlib.Path(root))
 

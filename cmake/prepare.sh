@@ -16,7 +16,7 @@ native_test_packages=(
 )
 windows_test_packages=(googletest wine64 fonts-wine xvfb xdotool x11-xserver-utils)
 package_packages=(dpkg-dev file)
-bench_packages=(libyuv-dev xvfb dbus-daemon strace ffmpeg xdotool trayer gnuplot-nox python3)
+bench_packages=(libyuv-dev xvfb dbus-daemon dbus-bin dunst strace ffmpeg xdotool trayer gnuplot-nox python3)
 
 # What could not be done because something is missing; told at the very end.
 left_out=()
