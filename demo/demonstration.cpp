@@ -3,10 +3,10 @@
 //
 //     demonstration FOLDER
 //
-// Pictures of what the person sees go to FOLDER, clips and settings below FOLDER/data. Three
-// threads take part: the program's, the person's, and the main thread, which waits for the person's
-// last step or for Ctrl+C. On Ctrl+C it closes the program as a person would, which finishes a
-// running clip, and leaves without waiting for the script.
+// Screenshots go to FOLDER, those of the recording ten times a second to FOLDER/film, clips and
+// settings below FOLDER/data. The program and the person have a thread each; the main thread waits
+// for the person's last step or for Ctrl+C. On Ctrl+C it closes the program as a person would,
+// which finishes a running clip, and leaves without waiting for the script.
 
 #include <windows.h>
 #include <shlobj.h>
@@ -15,6 +15,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -65,7 +66,29 @@ void photograph(const Path& file, const char* subject, const std::optional<RECT>
     say("  picture of " + std::string(subject) + ": " + file.string());
 }
 
-// A window of that class and what lies round it.
+// Screenshots of everything, ten a second, as long as it exists.
+struct Film {
+    explicit Film(const Path& folder) {
+        std::filesystem::remove_all(folder);
+        std::filesystem::create_directories(folder);
+        camera = std::thread([this, folder] {
+            auto due = std::chrono::steady_clock::now();
+            for (int number = 1000; !ended; ++number) {
+                desktop::saveScreenshot((folder / (std::to_string(number) + ".png")).string());
+                std::this_thread::sleep_until(due += std::chrono::milliseconds(100));
+            }
+        });
+    }
+    ~Film() {
+        ended = true;
+        camera.join();
+    }
+
+    std::atomic<bool> ended = false;
+    std::thread camera;
+};
+
+// A window of that class and what is around it.
 RECT surroundingsOf(const char* className) {
     constexpr LONG margin = 40;
     for (const desktop::ShownWindow& window : desktop::windows())
@@ -147,6 +170,8 @@ Path useTheProgram(const person::Program& program, const Path& folder) {
     pause(.5);
     lookAtTheSettings(program, folder);
 
+    const Film film(folder / "film");
+    pause(.5);
     say("The person presses Ctrl+Shift+7: a dim sheet covers the monitor.");
     person::pressShortcut();
     waitFor(program, "the dim sheet", person::sheetIsUp);
@@ -165,6 +190,7 @@ Path useTheProgram(const person::Program& program, const Path& folder) {
     waitFor(program, "the clip on the clipboard",
             [] { return noticed("Copied — paste the video file."); });
     photograph(folder / "5-desktop.png", "the desktop with the notice");
+    pause(1);
     say("The clip is on the clipboard, ready to paste.");
     return clipOnClipboard();
 }
