@@ -71,6 +71,9 @@ bool focusEvent(const xcb_generic_event_t& event) {
         change.mode == XCB_NOTIFY_MODE_NORMAL || change.mode == XCB_NOTIFY_MODE_WHILE_GRABBED;
     if (type == XCB_FOCUS_IN || !real || change.detail == XCB_NOTIFY_DETAIL_POINTER) return true;
     if (change.event != focusedSurface()) return true;
+    // It may have come back since: a box has opened above this window and closed again.
+    const auto now = await(xcb_get_input_focus_reply, xcb_get_input_focus(connection()));
+    if (now && now->focus == change.event) return true;
     focusOrder.clear();
     watchClicksElsewhere(false);
     report({.kind = Event::ActivationLost});
