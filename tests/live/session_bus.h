@@ -24,13 +24,11 @@ struct SessionBus {
         daemon = start({"sh", "-c",
                         "exec dbus-daemon --nofork --nosyslog --config-file='" +
                             (folder.path / "conf").string() + "' 2>/dev/null"});
-        if (hasService)
-            service = start({"sh", "-c", "exec dunst -print >'" + notices + "' 2>/dev/null"});
-        const std::string name =
-            hasService ? "org.freedesktop.Notifications" : "org.freedesktop.DBus";
-        if (!desktop::waitUntil(
-                [&] { return run("gdbus wait -e -t 1 " + name + " 2>/dev/null") == 0; }))
-            throw std::runtime_error("no session bus");
+        await("org.freedesktop.DBus");
+        if (!hasService) return;
+        // It ends if there is no bus yet.
+        service = start({"sh", "-c", "exec dunst -print >'" + notices + "' 2>/dev/null"});
+        await("org.freedesktop.Notifications");
     }
     ~SessionBus() {
         end(daemon);
@@ -39,6 +37,12 @@ struct SessionBus {
     }
     SessionBus(const SessionBus&) = delete;
     SessionBus& operator=(const SessionBus&) = delete;
+
+    static void await(const std::string& name) {
+        if (!desktop::waitUntil(
+                [&] { return run("gdbus wait -e -t 1 " + name + " 2>/dev/null") == 0; }))
+            throw std::runtime_error("no " + name);
+    }
 
     // What the service writes of the last notice: its "body", "urgency", "id" and others.
     std::string last(const std::string& field) const {
