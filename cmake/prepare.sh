@@ -1,4 +1,4 @@
-# Sourced by run, test and bench, from the root of the project: installs what is missing and builds.
+# Sourced by run, test, bench and package, from the root of the project: installs what is missing and builds.
 
 set -uo pipefail
 
@@ -28,7 +28,7 @@ leave_out() {
 tell_what_was_left_out() {
     local line
     for line in "${left_out[@]+"${left_out[@]}"}"; do
-        echo "NOT RUN: ${line^^}" >&2
+        echo "NOT RUN: $line" >&2
     done
     [ ${#left_out[@]} -eq 0 ]
 }
