@@ -136,7 +136,8 @@ std::vector<MenuEntry> openMenu();  // empty: none open
 struct ShownWindow {
     std::string className, title;
     RECT bounds;
-    bool visible, foreground;
+    bool visible, foreground, inTaskbar;
+    UINT cursor;  // over it: IDC_ARROW or IDC_CROSS as a number; 0 while it has set none
 };
 std::vector<ShownWindow> windows();
 

@@ -35,6 +35,7 @@ namespace {
 
 TEST(Capture, startsAtZeroHoweverLongTheThreadIsHeldUp) {
     const ScratchFolder folder;
+    SetProcessDpiAwarenessContext(DPI_AWARENESS_CONTEXT_PER_MONITOR_AWARE_V2);
     const HMONITOR monitor = MonitorFromPoint({}, MONITOR_DEFAULTTONEAREST);
     std::atomic<bool> stopFlag = false;
     desktop::startCallLog();
@@ -53,6 +54,7 @@ TEST(Capture, startsAtZeroHoweverLongTheThreadIsHeldUp) {
 // beyond one of them.
 TEST(Capture, takesARegionThatIsWithinItsMonitor) {
     desktop::setMonitors({{{0, 0, 640, 480}}, {{-320, -240, 0, 0}}});
+    SetProcessDpiAwarenessContext(DPI_AWARENESS_CONTEXT_PER_MONITOR_AWARE_V2);
     const HMONITOR monitor = MonitorFromPoint({-1, -1}, MONITOR_DEFAULTTONEAREST);
     for (const CaptureRegion& region :
          {CaptureRegion{-320, -240, 0, 0}, {-320, -220, -20, 0}, {-300, -240, 0, -20}}) {

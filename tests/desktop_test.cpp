@@ -47,7 +47,7 @@ struct DesktopTest : testing::Test {
         for (HWND* const made : {&window, &other})
             *made = CreateWindowExW(0, TEXT("desktoptest"), TEXT(""), WS_POPUP, 0, 0, 0, 0, nullptr,
                                     nullptr, nullptr, nullptr);
-        SetWindowPos(window, HWND_TOPMOST, 100, 100, 50, 50, SWP_SHOWWINDOW);
+        SetWindowPos(window, HWND_TOPMOST, 100, 100, 50, 50, SWP_SHOWWINDOW | SWP_NOACTIVATE);
         takeAll();
         told.clear();
         desktop::inputOfOthers();
@@ -123,13 +123,99 @@ TEST_F(DesktopTest, keysMeetTheHookThenTheHotKeyThenTheWindow) {
     takeAll();
     EXPECT_TRUE(desktop::inputOfOthers().empty()) << "nor its release";
 
-    SetForegroundWindow(window);
+    EXPECT_FALSE(SetForegroundWindow(window)) << "The user is elsewhere.";
+    desktop::movePointer(120, 120);
+    desktop::pressButton(1);
+    desktop::releaseButton(1);
+    takeAll();
+    EXPECT_TRUE(SetForegroundWindow(window));
     pressKeys({'7'});
     EXPECT_EQ(takeAll(), (Messages{WM_KEYDOWN, WM_KEYUP}));
     desktop::takeForeground();
     pressKeys({'7'});
     EXPECT_EQ(takeAll(), Messages{});
     EXPECT_EQ(keysPassed(), Messages{'7'});
+}
+
+// Each press of the key is another program's answer to the one before, as in a flood.
+TEST_F(DesktopTest, aFloodOfKeysHoldsNothingUp) {
+    static int floods = 0;
+    const auto flood = [](int, WPARAM message, LPARAM) -> LRESULT {
+        if (message == WM_KEYDOWN && ++floods < 10'000) desktop::pressKey('F');
+        return 0;
+    };
+    const HHOOK hook = SetWindowsHookExW(WH_KEYBOARD_LL, flood, GetModuleHandleW(nullptr), 0);
+    desktop::pressKey('F');
+    PostMessageW(window, noted, 0, 0);
+    MSG message;
+    EXPECT_TRUE(PeekMessageW(&message, window, noted, noted, PM_REMOVE));
+    EXPECT_LT(floods, 1000);
+    UnhookWindowsHookEx(hook);
+    takeAll();
+    desktop::releaseKey('F');
+    takeAll();
+}
+
+TEST_F(DesktopTest, aHookThatAnswersLateIsPassedOver) {
+    const auto hookKeys = [](HOOKPROC procedure) {
+        return SetWindowsHookExW(WH_KEYBOARD_LL, procedure, GetModuleHandleW(nullptr), 0);
+    };
+    const HHOOK slow = hookKeys([](int, WPARAM, LPARAM) -> LRESULT { return Sleep(310), 1; });
+    desktop::pressKey('8');
+    takeAll();
+    EXPECT_EQ(keysPassed(), Messages{'8'});
+    for (int misses = 0; misses < 10; ++misses) desktop::pressKey('8');
+    Sleep(310);  // The thread does not look at its queue.
+    takeAll();
+    EXPECT_FALSE(UnhookWindowsHookEx(slow)) << "The system has taken it away.";
+    const HHOOK quick = hookKeys(eatSevens);
+    pressKeys({'7'});
+    takeAll();
+    EXPECT_EQ(keysPassed(), Messages(10, '8'));
+    EXPECT_TRUE(UnhookWindowsHookEx(quick));
+    desktop::releaseKey('8');
+    takeAll();
+}
+
+// Other windows stay below one that is topmost, and an extended style alone makes none so.
+TEST_F(DesktopTest, onlyOrdersChangeWhatIsTopmost) {
+    const auto front = [] { return desktop::windows().front().bounds.left; };
+    SetWindowPos(other, nullptr, 120, 100, 50, 50, SWP_SHOWWINDOW | SWP_NOZORDER);
+    SetForegroundWindow(other);
+    EXPECT_EQ(front(), 100);
+    SetWindowLongPtrW(window, GWL_EXSTYLE, 0);
+    SetWindowLongPtrW(other, GWL_EXSTYLE, WS_EX_TOPMOST);
+    SetForegroundWindow(other);
+    EXPECT_EQ(front(), 100);
+    SetWindowPos(other, HWND_TOPMOST, 120, 100, 50, 50, SWP_NOACTIVATE);
+    EXPECT_EQ(front(), 120);
+}
+
+TEST_F(DesktopTest, thePointerIsAnnouncedAndAPressActivates) {
+    desktop::movePointer(120, 120);
+    desktop::pressButton(1);
+    takeAll();
+    Messages heard;
+    for (const MSG& entry : told) heard.push_back(entry.message);
+    EXPECT_EQ(heard,
+              (Messages{WM_NCHITTEST, WM_SETCURSOR, WM_MOUSEMOVE, WM_NCHITTEST, WM_MOUSEACTIVATE,
+                        WM_ACTIVATE, WM_SETFOCUS, WM_SETCURSOR, WM_LBUTTONDOWN}));
+    desktop::releaseButton(1);
+    takeAll();
+}
+
+TEST_F(DesktopTest, aPlannedFaultComesBeforeAnyResult) {
+    OpenClipboard(window);
+    for (const auto& [operation, run] : std::initializer_list<std::pair<const char*, BOOL (*)()>>{
+             {"OpenClipboard", [] { return OpenClipboard(nullptr); }},
+             {"SetForegroundWindow", [] { return SetForegroundWindow(nullptr); }},
+             {"RegisterHotKey", [] { return RegisterHotKey(nullptr, 1, MOD_NOREPEAT, 'K'); }}}) {
+        desktop::planFault({desktop::Fault::Fail, operation, 1, ERROR_DISK_FULL});
+        EXPECT_FALSE(run());
+        EXPECT_EQ(GetLastError(), DWORD{ERROR_DISK_FULL}) << operation;
+        desktop::clearFaults();
+    }
+    CloseClipboard();
 }
 
 TEST_F(DesktopTest, captureTellsItsLoser) {

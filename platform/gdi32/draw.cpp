@@ -10,16 +10,16 @@
 // A brush that could not be made paints nothing.
 int FillRect(HDC context, const RECT* rectangle, HBRUSH brush) {
     desktop::Call call("FillRect", context, rectangle, brush);
-    if (call.struck() || !brush) return call.fail(ERROR_INVALID_HANDLE);
     const gdi::PaintContext& target = gdi::contextOf(context, "FillRect");
+    if (call.struck() || !brush) return call.fail(ERROR_INVALID_HANDLE);
     gdi::fill(target.canvas, *rectangle, gdi::brushPixel(brush, "FillRect"));
     return 1;
 }
 
 int FrameRect(HDC context, const RECT* rectangle, HBRUSH brush) {
     desktop::Call call("FrameRect", context, rectangle, brush);
-    if (call.struck() || !brush) return call.fail(ERROR_INVALID_HANDLE);
     const gdi::PaintContext& target = gdi::contextOf(context, "FrameRect");
+    if (call.struck() || !brush) return call.fail(ERROR_INVALID_HANDLE);
     gdi::frame(target.canvas, *rectangle, gdi::brushPixel(brush, "FrameRect"));
     return 1;
 }

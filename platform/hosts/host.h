@@ -8,6 +8,7 @@
 
 #include <windows.h>
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -57,6 +58,8 @@ struct Event {
     Surface surface = 0;       // that the pointer event is for; 0: what lies there is not ours
     bool offered = true;       // false: a key event that was passed on before and now comes to a window of ours
     std::uint64_t token = 0;   // the host's own, for finishInput
+    // When a key moved: an answer of the hooks that comes later than theirs may is dropped. Unset: there is no limit.
+    std::chrono::steady_clock::time_point time{};
 };
 
 struct Placement {

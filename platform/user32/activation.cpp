@@ -16,6 +16,8 @@ namespace {
 
 HWND front = nullptr;
 HWND diverted = nullptr;
+bool entitled = true;
+std::chrono::steady_clock::time_point begun;
 
 void tell(HWND window, bool active) {
     if (!window) return;
@@ -47,8 +49,20 @@ HWND foreground() { return front; }
 HWND keyTarget() { return diverted ? diverted : front; }
 void divertKeys(HWND menuWindow) { diverted = menuWindow; }
 
+bool mayTakeForeground() { return front || entitled; }
+void allowForeground() { entitled = true; }
+
+// The display knows nothing of a hidden window that has the foreground, so it cannot report that a
+// press elsewhere takes it away.
+void noteInput(const host::Event& press, bool ours) {
+    if (press.time != host::Event{}.time && press.time < begun) return;
+    entitled = ours;
+    if (!ours && front && !find(front)->visible) loseActivation();
+}
+
 // A hidden window can have the foreground; only a visible one can have the display's own focus.
 bool activate(HWND window) {
+    if (!mayTakeForeground()) return false;
     Window* const record = find(window);
     if (record->visible && !host::current().focusSurface(record->surface)) return false;
     raise(*record);
@@ -56,9 +70,12 @@ bool activate(HWND window) {
     return true;
 }
 
-void activateByPress(HWND window) {
+void activateByPress(HWND window, UINT message) {
     const Window* const record = find(window);
-    if (record && canBeActive(*record) && front != window && diverted != window) activate(window);
+    if (!record || !canBeActive(*record) || front == window || diverted == window) return;
+    const LRESULT answer = send(window, WM_MOUSEACTIVATE, reinterpret_cast<WPARAM>(window),
+                                MAKELPARAM(HTCLIENT, message));
+    if (answer == MA_ACTIVATE && find(window)) activate(window);
 }
 
 void leaveActivation(HWND window) {
@@ -73,19 +90,26 @@ void leaveActivation(HWND window) {
     }
 }
 
+// A menu whose owner is not in front stays.
 void loseActivation() {
-    endMenu(0);
+    entitled = false;
+    if (front) endMenu(0);
     if (capture()) releaseCapture();
     moveFront(nullptr);
+}
+
+void beginActivation() {
+    entitled = true;
+    begun = std::chrono::steady_clock::now();
 }
 
 }  // namespace user32
 
 BOOL SetForegroundWindow(HWND window) {
     desktop::Call call("SetForegroundWindow", window);
-    if (!user32::find(window)) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
     if (call.struck()) return call.fail(ERROR_ACCESS_DENIED);
-    return user32::activate(window);
+    if (!user32::find(window)) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
+    return user32::activate(window) ? TRUE : call.fail(ERROR_ACCESS_DENIED);
 }
 
 HWND GetForegroundWindow() {

@@ -80,9 +80,10 @@ void loseClipboard(HWND window) {
 
 BOOL OpenClipboard(HWND window) {
     desktop::Call call("OpenClipboard", window);
+    if (call.struck()) return call.fail(ERROR_ACCESS_DENIED);
     if (!user32::find(window)) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
     if (user32::isOpen) return user32::openedBy == window ? TRUE : call.fail(ERROR_ACCESS_DENIED);
-    if (call.struck() || !host::current().openClipboard()) return call.fail(ERROR_ACCESS_DENIED);
+    if (!host::current().openClipboard()) return call.fail(ERROR_ACCESS_DENIED);
     user32::isOpen = true;
     user32::openedBy = window;
     desktop::opened(desktop::Object::Clipboard);
@@ -92,8 +93,8 @@ BOOL OpenClipboard(HWND window) {
 // Tells the owner so far, and makes the window that opened the clipboard the new one.
 BOOL EmptyClipboard() {
     desktop::Call call("EmptyClipboard");
-    if (!user32::isOpen) return call.fail(ERROR_CLIPBOARD_NOT_OPEN);
     if (call.struck()) return call.fail(ERROR_ACCESS_DENIED);
+    if (!user32::isOpen) return call.fail(ERROR_CLIPBOARD_NOT_OPEN);
     if (user32::owner) user32::send(user32::owner, WM_DESTROYCLIPBOARD, 0, 0);
     user32::owner = user32::openedBy;
     user32::dropHeld();
@@ -105,10 +106,10 @@ BOOL EmptyClipboard() {
 HANDLE SetClipboardData(UINT format, HANDLE block) {
     desktop::Call call("SetClipboardData", format, block);
     if (format != CF_HDROP) desktop::refuse("SetClipboardData", "format", format);
+    const std::vector<std::uint8_t> bytes = kernel32::bytesOf("SetClipboardData", block);
+    if (call.struck()) return call.fail(ERROR_ACCESS_DENIED), nullptr;
     if (!user32::isOpen || user32::owner != user32::openedBy)
         return call.fail(ERROR_CLIPBOARD_NOT_OPEN), nullptr;
-    if (call.struck()) return call.fail(ERROR_ACCESS_DENIED), nullptr;
-    const std::vector<std::uint8_t> bytes = kernel32::bytesOf("SetClipboardData", block);
     if (!user32::offer(bytes)) return call.fail(ERROR_ACCESS_DENIED), nullptr;
     user32::dropHeld();
     kernel32::handOver(block);

@@ -1,5 +1,7 @@
 // What a window does with the messages that its procedure passes on.
 
+#include <utility>
+
 #include "platform/core/call.h"
 #include "platform/user32/message_queue.h"
 #include "platform/user32/window.h"
@@ -12,6 +14,9 @@ namespace {
 bool isKnown(UINT message) {
     switch (message) {
     case WM_NULL:
+    case WM_GETMINMAXINFO:
+    case WM_NCCALCSIZE:
+    case WM_SIZE:
     case WM_CREATE:
     case WM_DESTROY:
     case WM_NCDESTROY:
@@ -34,12 +39,24 @@ bool isKnown(UINT message) {
     }
 }
 
+LRESULT setCursor(HWND window, UINT spot) {
+    Window* const record = find(window);
+    if (!record || !record->cursor || spot != HTCLIENT) return FALSE;
+    if (record->cursor == std::exchange(record->shownCursor, record->cursor)) return TRUE;
+    host::current().setCursor(record->surface, record->cursor);
+    publishWindows();
+    return TRUE;
+}
+
 }  // namespace
 
-LRESULT answerMessage(HWND window, UINT message, WPARAM wparam, LPARAM) {
+LRESULT answerMessage(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
     switch (message) {
     case WM_NCCREATE:
     case WM_QUERYENDSESSION: return TRUE;
+    case WM_NCHITTEST: return HTCLIENT;
+    case WM_MOUSEACTIVATE: return MA_ACTIVATE;
+    case WM_SETCURSOR: return setCursor(window, LOWORD(lparam));
     case WM_CLOSE: destroyWindow(window); return 0;
     case WM_SYSCOMMAND:
         if ((wparam & 0xFFF0) == SC_CLOSE) return send(window, WM_CLOSE, 0, 0);

@@ -2,6 +2,7 @@
 
 #include "platform/user32/hook.h"
 
+#include <chrono>
 #include <map>
 #include <utility>
 
@@ -21,6 +22,17 @@ std::map<std::uintptr_t, HOOKPROC> hooks;
 std::uintptr_t nextNumber = 0x31000000;
 std::uintptr_t currentNumber = 0;
 const host::Event* currentEvent = nullptr;
+
+// The system waits so long for an answer. After more misses than that it takes the hooks away
+// without a word.
+constexpr std::chrono::milliseconds timeLimit{300};
+constexpr int mostMisses = 10;
+int misses = 0;
+
+bool isLate(const host::Event& event) {
+    return event.time.time_since_epoch().count() &&
+           std::chrono::steady_clock::now() - event.time > timeLimit;
+}
 
 LRESULT callBelow(std::uintptr_t number, int code, WPARAM wparam, LPARAM lparam) {
     auto found = hooks.lower_bound(number);
@@ -43,15 +55,27 @@ KBDLLHOOKSTRUCT recordOf(const host::Event& event) {
     return record;
 }
 
+// What the hooks say, if they are called at all, comes too late to eat the event.
+bool miss() {
+    if (++misses <= mostMisses) return false;
+    for (std::size_t count = hooks.size(); count > 0; --count)
+        desktop::closed(desktop::Object::Hook);
+    forgetHooks();
+    return false;
+}
+
 }  // namespace
 
 bool hooksEat(const host::Event& event, UINT message) {
     if (hooks.empty()) return false;
+    if (isLate(event)) return miss();
     KBDLLHOOKSTRUCT record = recordOf(event);
     const host::Event* const outer = std::exchange(currentEvent, &event);
     const LRESULT answer =
         callBelow(nextNumber, HC_ACTION, message, reinterpret_cast<LPARAM>(&record));
     currentEvent = outer;
+    if (isLate(event)) return miss();
+    misses = 0;
     return answer != 0;
 }
 
@@ -60,6 +84,7 @@ const host::Event* hookedEvent() { return currentEvent; }
 void forgetHooks() {
     if (!hooks.empty()) host::current().hookKeys(false);
     hooks.clear();
+    misses = 0;
 }
 
 }  // namespace user32
@@ -69,8 +94,8 @@ HHOOK SetWindowsHookExW(int kind, HOOKPROC procedure, HINSTANCE module, DWORD th
     user32::enterUserInterface();
     if (kind != WH_KEYBOARD_LL) desktop::refuse("SetWindowsHookExW", "kind", kind);
     if (thread) desktop::refuse("SetWindowsHookExW", "thread", thread);
-    if (!module) return call.fail(ERROR_HOOK_NEEDS_HMOD), nullptr;
     if (call.struck()) return call.fail(ERROR_ACCESS_DENIED), nullptr;
+    if (!module) return call.fail(ERROR_HOOK_NEEDS_HMOD), nullptr;
     if (user32::hooks.empty() && !host::current().hookKeys(true))
         return call.fail(ERROR_ACCESS_DENIED), nullptr;
     desktop::opened(desktop::Object::Hook);

@@ -61,12 +61,13 @@ BOOL RegisterHotKey(HWND window, int id, UINT modifiers, UINT key) {
     constexpr UINT all = MOD_ALT | MOD_CONTROL | MOD_SHIFT | MOD_WIN;
     if (!(modifiers & MOD_NOREPEAT) || modifiers & ~(all | MOD_NOREPEAT))
         desktop::refuse("RegisterHotKey", "modifiers", modifiers);
-    if (!user32::find(window)) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
-    const UINT held = modifiers & all;
     for (const user32::HotKey& entry : user32::hotKeys)
         if (entry.window == window && entry.id == id)
             desktop::refuse("RegisterHotKey", "id that is in use", id);
-    if (call.struck() || user32::combination(held, key) != user32::hotKeys.end() ||
+    const UINT held = modifiers & all;
+    if (call.struck()) return call.fail(ERROR_HOTKEY_ALREADY_REGISTERED);
+    if (!user32::find(window)) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
+    if (user32::combination(held, key) != user32::hotKeys.end() ||
         !host::current().grabHotKey(held, key))
         return call.fail(ERROR_HOTKEY_ALREADY_REGISTERED);
     desktop::opened(desktop::Object::HotKey);

@@ -52,11 +52,14 @@ void offerKey(const Event& event) {
     }
     passedDown[key] = press;
     eatenDown[key] = false;
-    if (event.offered && press && isHotKey(event, repeat))
+    if (event.offered && press && isHotKey(event, repeat)) {
+        allowForeground();
         return host::current().finishInput(event, true);
+    }
     // A hidden window may have the foreground, but on a display that others use too the keys are
     // theirs.
     const bool ours = keyTarget() && find(keyTarget())->visible;
+    if (press) noteInput(event, ours);
     host::current().finishInput(event, ours);
     if (ours) waiting = event;
 }
@@ -73,7 +76,7 @@ void handle(const Event& event) {
     case Event::PointerMoved:
     case Event::ButtonPressed:
     case Event::ButtonReleased: waiting = event; return;
-    case Event::TrayMouse: return shell32::reportTrayMouse(event.message);
+    case Event::TrayMouse: allowForeground(); return shell32::reportTrayMouse(event.message);
     case Event::ActivationLost: return loseActivation();
     case Event::Exposed: return presentAgain(event.surface);
     case Event::LayoutChanged: return broadcast(WM_DISPLAYCHANGE, 32, 0);
@@ -100,33 +103,59 @@ UINT withoutSide(UINT key) {
 bool resolve(const Event& event, MSG& message) {
     if (event.kind != Event::KeyPressed && event.kind != Event::KeyReleased)
         return pointerMessage(event, message);
-    message = {keyTarget(), keyMessage(event), withoutSide(event.key), keyParameter(event), 0, {}};
-    return message.hwnd != nullptr;
+    const Window* const target = find(keyTarget());
+    if (!target) return false;
+    // The window under a modal box can have the foreground; keys do nothing there.
+    message = {keyTarget(),
+               target->enabled ? keyMessage(event) : UINT{WM_NULL},
+               withoutSide(event.key),
+               keyParameter(event),
+               0,
+               {}};
+    return true;
+}
+
+// What a window hears before a pointer message: without a capture it decides whether the pointer is
+// on its client area, whether a press activates it, and how the pointer looks. False: the message
+// is none of its client area's.
+bool announcePointer(const MSG& message) {
+    if (message.message == WM_NULL || capture() == message.hwnd) return true;
+    const LRESULT spot =
+        send(message.hwnd, WM_NCHITTEST, 0, MAKELPARAM(message.pt.x, message.pt.y));
+    const bool isPressed = message.message == WM_LBUTTONDOWN || message.message == WM_RBUTTONDOWN ||
+                           message.message == WM_MBUTTONDOWN;
+    if (isPressed && spot == HTCLIENT) activateByPress(message.hwnd, message.message);
+    send(message.hwnd, WM_SETCURSOR, reinterpret_cast<WPARAM>(message.hwnd),
+         MAKELPARAM(spot, message.message));
+    return spot == HTCLIENT && find(message.hwnd);
 }
 
 }  // namespace
 
-void takeEvents() {
+bool takeEvents() {
+    constexpr int most = 64;
     Event event;
-    while (!waiting && host::current().nextEvent(event)) handle(event);
-}
-
-bool takeInput(MSG& message, const Filter& filter) {
-    for (; waiting; takeEvents()) {
-        const Event event = *waiting;
-        const bool pointer = event.kind <= Event::ButtonReleased;
-        MSG candidate{};
-        const bool forWindow = resolve(event, candidate);
-        if (forWindow && !passes(filter, candidate)) return false;
-        waiting.reset();
-        takenModifiers = event.modifiers;
-        if (pointer) host::current().finishInput(event, forWindow);
-        if (!forWindow) continue;
-        if (event.kind == Event::ButtonPressed) activateByPress(candidate.hwnd);
-        message = candidate;
-        return true;
+    for (int taken = 0; taken < most; ++taken) {
+        if (waiting || !host::current().nextEvent(event)) return true;
+        handle(event);
     }
     return false;
+}
+
+Input takeInput(MSG& message, const Filter& filter) {
+    if (!waiting) return Input::None;
+    const Event event = *waiting;
+    const bool pointer = event.kind <= Event::ButtonReleased;
+    MSG candidate{};
+    const bool forWindow = resolve(event, candidate);
+    if (forWindow && !passes(filter, candidate)) return Input::None;
+    waiting.reset();
+    takenModifiers = event.modifiers;
+    if (pointer) host::current().finishInput(event, forWindow);
+    if (event.kind == Event::ButtonPressed) noteInput(event, forWindow);
+    if (!forWindow || (pointer && !announcePointer(candidate))) return Input::Dropped;
+    message = candidate;
+    return Input::Taken;
 }
 
 UINT modifiersOfInput() { return takenModifiers; }

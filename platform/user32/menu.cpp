@@ -1,6 +1,7 @@
 // Popup menus: built, shown, and run in a loop of their own.
 
 #include <algorithm>
+#include <atomic>
 #include <vector>
 
 #include "platform/core/call.h"
@@ -41,6 +42,10 @@ struct OpenMenu {
     UINT chosen = 0;
 };
 OpenMenu menu;
+
+// The owner of the last menu, until the program has posted it a message. Before that the system
+// closes the owner's next menu as soon as it opens.
+std::atomic<HWND> unsettled{nullptr};
 
 int heightOf(const Entry& entry) { return scaled(entry.separator ? 9 : 28, menu.dpi); }
 
@@ -145,7 +150,7 @@ void pressKey(WPARAM key) {
     }
 }
 
-// The menu has the capture, so presses outside come here too and close it.
+// The menu of a foreground window has the capture, so presses outside come here too and close it.
 LRESULT menuProcedure(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
     const POINT at{GET_X_LPARAM(lparam), GET_Y_LPARAM(lparam)};
     Window& record = *find(window);
@@ -164,6 +169,7 @@ LRESULT menuProcedure(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
     case WM_KEYDOWN:
     case WM_SYSKEYDOWN: pressKey(wparam); break;
     case WM_CAPTURECHANGED: endMenu(0); break;
+    default: return answerMessage(window, message, wparam, lparam);
     }
     return 0;
 }
@@ -177,7 +183,8 @@ void publish() {
     desktop::withShown([&](desktop::Shown& shown) { shown.menu = entries; });
 }
 
-void openAt(POINT at, const Menu& entries) {
+// Keys, and presses elsewhere, reach the menu only if its owner has the foreground.
+void openAt(POINT at, const Menu& entries, HWND owner) {
     menu = {};
     menu.entries = entries;
     menu.dpi = nearestMonitor(at).dpi;
@@ -194,14 +201,17 @@ void openAt(POINT at, const Menu& entries) {
     menu.window = window.handle;
     setVisible(window, true);
     raise(window);
-    host::current().focusSurface(window.surface);
-    setCapture(window.handle);
-    divertKeys(window.handle);
+    if (foreground() == owner) {
+        host::current().focusSurface(window.surface);
+        setCapture(window.handle);
+        divertKeys(window.handle);
+    }
     publish();
 }
 
-void close() {
+void close(HWND owner) {
     divertKeys(nullptr);
+    unsettled = owner;
     menu.done = true;
     publish();
     if (capture() == menu.window) releaseCapture();
@@ -217,8 +227,11 @@ void endMenu(UINT id) {
     menu.chosen = id;
 }
 
+void settleMenuOf(HWND owner) { unsettled.compare_exchange_strong(owner, nullptr); }
+
 void forgetMenu() {
     menu = {};
+    unsettled = nullptr;
     divertKeys(nullptr);
     desktop::withShown([](desktop::Shown& shown) { shown.menu.clear(); });
 }
@@ -234,9 +247,9 @@ HMENU CreatePopupMenu() {
 
 BOOL AppendMenuW(HMENU menu, UINT flags, UINT_PTR id, LPCWSTR text) {
     desktop::Call call("AppendMenuW", menu, flags, id, text);
-    user32::Menu* const found = user32::menus.find(menu);
     if (flags != MF_STRING && flags != MF_GRAYED && flags != MF_SEPARATOR)
         desktop::refuse("AppendMenuW", "flags", flags);
+    user32::Menu* const found = user32::menus.find(menu);
     if (call.struck() || !found) return call.fail(ERROR_INVALID_MENU_HANDLE);
     const bool separator = flags == MF_SEPARATOR;
     found->push_back({static_cast<UINT>(id), text ? text : u"", flags == MF_STRING, separator});
@@ -251,15 +264,16 @@ BOOL TrackPopupMenu(HMENU menu, UINT flags, int x, int y, int reserved, HWND own
     if (flags != (TPM_RIGHTBUTTON | TPM_NONOTIFY | TPM_RETURNCMD))
         desktop::refuse("TrackPopupMenu", "flags", flags);
     if (reserved || excluded) desktop::refuse("TrackPopupMenu", "reserved", reserved);
+    if (call.struck()) return call.fail(ERROR_NOT_ENOUGH_MEMORY);
     const user32::Menu* const entries = user32::menus.find(menu);
     if (!entries) return call.fail(ERROR_INVALID_MENU_HANDLE);
     if (!user32::find(owner)) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
     if (!user32::menu.done) return call.fail(ERROR_POPUP_ALREADY_ACTIVE);
-    if (call.struck()) return call.fail(ERROR_NOT_ENOUGH_MEMORY);
-    user32::openAt({x, y}, *entries);
+    if (user32::unsettled.exchange(nullptr) == owner) return 0;
+    user32::openAt({x, y}, *entries, owner);
     user32::runLoop([&] { return user32::menu.done || !user32::isLive(owner); });
     const UINT chosen = user32::menu.done ? user32::menu.chosen : 0;
-    user32::close();
+    user32::close(owner);
     if (!user32::isLive(owner)) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
     return static_cast<BOOL>(chosen);
 }

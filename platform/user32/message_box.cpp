@@ -110,6 +110,10 @@ LRESULT boxProcedure(HWND handle, UINT message, WPARAM wparam, LPARAM lparam) {
         if (wparam == VK_F4) box.done = true;
         break;
     case WM_CLOSE: box.done = true; break;
+    case WM_KEYUP:
+    case WM_SYSKEYUP:
+    case WM_MOUSEMOVE: break;
+    default: return answerMessage(handle, message, wparam, lparam);
     }
     return 0;
 }
@@ -175,8 +179,8 @@ int MessageBoxW(HWND owner, LPCWSTR text, LPCWSTR title, UINT kind) {
     user32::enterUserInterface();
     if (kind != MB_ICONERROR && kind != MB_ICONWARNING && kind != MB_ICONINFORMATION)
         desktop::refuse("MessageBoxW", "kind", kind);
-    if (owner && !user32::find(owner)) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
     if (call.struck()) return call.fail(ERROR_NOT_ENOUGH_MEMORY);
+    if (owner && !user32::find(owner)) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
     user32::Box box;
     box.text = text;
     box.icon = kind;

@@ -16,6 +16,7 @@
 
 #include "platform/core/mailbox.h"
 #include "platform/hosts/host.h"
+#include "platform/user32/activation.h"
 #include "platform/user32/input.h"
 #include "platform/user32/session.h"
 #include "platform/user32/thread.h"
@@ -88,6 +89,7 @@ bool findPaint(MSG& message, const Filter& filter) {
 
 void answerMail() {
     desktop::answerMail([](std::uint64_t window, UINT message, WPARAM wparam, LPARAM lparam) {
+        if (message == desktop::registeredMessage(foregroundMail)) return allowForeground(), LRESULT{1};
         return send(reinterpret_cast<HWND>(window), message, wparam, lparam);
     });
 }
@@ -100,6 +102,24 @@ void waitForAnything() {
     forgetWakes();
 }
 
+// Everything but painting and timers. What others post or ask for does not wait until a flood of
+// input for other programs is over.
+Found look(MSG& message, const Filter& filter) {
+    for (bool again = true; again;) {
+        answerMail();
+        if (endAsked.exchange(false)) endSession();
+        again = !takeEvents();
+        if (takePosted(message, filter)) return Found::Message;
+        if (quitPosted) return Found::Quit;
+        switch (takeInput(message, filter)) {
+        case Input::Taken: return Found::Message;
+        case Input::Dropped: again = true; break;
+        case Input::None: break;
+        }
+    }
+    return Found::Nothing;
+}
+
 }  // namespace
 
 bool passes(const Filter& filter, const MSG& message) {
@@ -110,17 +130,13 @@ bool passes(const Filter& filter, const MSG& message) {
 
 Found peek(MSG& message, const Filter& filter) {
     enterUserInterface();
-    answerMail();
-    if (endAsked.exchange(false)) endSession();
-    takeEvents();
-    const bool found = takePosted(message, filter);
-    if (!found && quitPosted) return Found::Quit;
-    if (!found && !takeInput(message, filter) && !findPaint(message, filter) &&
-        !takeTimer(message, filter))
-        return Found::Nothing;
+    Found found = look(message, filter);
+    if (found == Found::Nothing && (findPaint(message, filter) || takeTimer(message, filter)))
+        found = Found::Message;
+    if (found != Found::Message) return found;
     message.time = messageTime();
     message.pt = host::current().pointer();
-    return Found::Message;
+    return found;
 }
 
 Found waitFor(MSG& message) {

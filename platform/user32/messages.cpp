@@ -7,7 +7,9 @@
 #include "platform/core/mailbox.h"
 #include "platform/core/shown.h"
 #include "platform/core/text.h"
+#include "platform/user32/activation.h"
 #include "platform/user32/message_queue.h"
+#include "platform/user32/modal.h"
 #include "platform/user32/thread.h"
 #include "platform/user32/window.h"
 
@@ -65,6 +67,7 @@ BOOL PostMessageW(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
     case user32::Posted::Full: return call.fail(ERROR_NOT_ENOUGH_QUOTA);
     case user32::Posted::Yes: break;
     }
+    user32::settleMenuOf(window);
     return TRUE;
 }
 
@@ -79,9 +82,9 @@ LRESULT SendMessageTimeoutW(HWND window, UINT message, WPARAM wparam, LPARAM lpa
     desktop::Call call("SendMessageTimeoutW", window, message, wparam, lparam, flags, milliseconds);
     if (flags != (SMTO_BLOCK | SMTO_ABORTIFHUNG))
         desktop::refuse("SendMessageTimeoutW", "flags", flags);
+    if (call.struck()) return call.fail(ERROR_TIMEOUT);
     const desktop::Mailbox* const mailbox = strangers.find(window);
     if (!mailbox && !user32::isLive(window)) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
-    if (call.struck()) return call.fail(ERROR_TIMEOUT);
     if (!mailbox) {
         *result = static_cast<DWORD_PTR>(user32::send(window, message, wparam, lparam));
         return TRUE;
@@ -126,9 +129,16 @@ DWORD GetWindowThreadProcessId(HWND window, LPDWORD process) {
     return *process;
 }
 
-// Nothing on these desktops keeps a program from coming to the front.
+// Only a program that may take the foreground itself can pass the right on. It travels to a window
+// of the other process, which FindWindowW has found.
 BOOL AllowSetForegroundWindow(DWORD process) {
     desktop::Call call("AllowSetForegroundWindow", process);
     if (process == 0) desktop::refuse("AllowSetForegroundWindow", "process", process);
-    return call.struck() ? call.fail(ERROR_ACCESS_DENIED) : TRUE;
+    if (call.struck() || !user32::mayTakeForeground()) return call.fail(ERROR_ACCESS_DENIED);
+    for (const auto& [handle, mailbox] : strangers.records)
+        if (static_cast<DWORD>(mailbox.process) == process)
+            return desktop::sendMail(mailbox, desktop::registeredMessage(user32::foregroundMail), 0,
+                                     0, 0),
+                   TRUE;
+    return call.fail(ERROR_INVALID_PARAMETER);
 }

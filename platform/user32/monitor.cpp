@@ -3,6 +3,7 @@
 #include "platform/user32/monitor.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "platform/core/call.h"
 #include "platform/gdi32/canvas.h"
@@ -11,6 +12,8 @@
 namespace user32 {
 
 namespace {
+
+bool aware = false;
 
 std::int64_t distance(const RECT& area, POINT at) {
     const std::int64_t across = std::max({area.left - at.x, 0, at.x - (area.right - 1)});
@@ -49,19 +52,27 @@ host::Monitor nearestMonitor(POINT at) {
     return nearest == all.end() ? host::Monitor{} : *nearest;
 }
 
+void expectDpiAwareness(const char* operation) {
+    if (!aware) desktop::refuse(operation, "DPI awareness", 0);
+}
+
+void forgetDpiAwareness() { aware = false; }
+
 }  // namespace user32
 
 HMONITOR MonitorFromPoint(POINT point, DWORD otherwise) {
     desktop::Call call("MonitorFromPoint", point.x, point.y, otherwise);
     if (otherwise != MONITOR_DEFAULTTONEAREST)
         desktop::refuse("MonitorFromPoint", "otherwise", otherwise);
+    user32::expectDpiAwareness("MonitorFromPoint");
     return reinterpret_cast<HMONITOR>(user32::nearestMonitor(point).id);
 }
 
 BOOL GetMonitorInfoW(HMONITOR monitor, MONITORINFO* information) {
     desktop::Call call("GetMonitorInfoW", monitor);
-    if (information->cbSize != sizeof *information) return call.fail(ERROR_INVALID_PARAMETER);
+    user32::expectDpiAwareness("GetMonitorInfoW");
     if (call.struck()) return call.fail(ERROR_INVALID_MONITOR_HANDLE);
+    if (information->cbSize != sizeof *information) return call.fail(ERROR_INVALID_PARAMETER);
     for (const host::Monitor& entry : host::current().monitors())
         if (reinterpret_cast<HMONITOR>(entry.id) == monitor) {
             information->rcMonitor = information->rcWork = entry.bounds;
@@ -71,17 +82,20 @@ BOOL GetMonitorInfoW(HMONITOR monitor, MONITORINFO* information) {
     return call.fail(ERROR_INVALID_MONITOR_HANDLE);
 }
 
-// Every coordinate of the layer is a physical pixel, whatever is asked for.
+// The call is refused where the program's manifest has decided already, which asks for the same: so
+// a refusal, planned or not, leaves the program aware.
 BOOL SetProcessDpiAwarenessContext(DPI_AWARENESS_CONTEXT context) {
     desktop::Call call("SetProcessDpiAwarenessContext");
     if (context != DPI_AWARENESS_CONTEXT_PER_MONITOR_AWARE_V2)
         desktop::refuse("SetProcessDpiAwarenessContext", "context",
                         reinterpret_cast<std::intptr_t>(context));
-    return call.struck() ? call.fail(ERROR_ACCESS_DENIED) : TRUE;
+    const bool decided = std::exchange(user32::aware, true);
+    return call.struck() || decided ? call.fail(ERROR_ACCESS_DENIED) : TRUE;
 }
 
 UINT GetDpiForWindow(HWND window) {
     desktop::Call call("GetDpiForWindow", window);
+    user32::expectDpiAwareness("GetDpiForWindow");
     const user32::Window* const record = user32::find(window);
     if (!record) return static_cast<UINT>(call.fail(ERROR_INVALID_WINDOW_HANDLE));
     const RECT& bounds = record->bounds;

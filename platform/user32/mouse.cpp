@@ -8,6 +8,7 @@
 #include "platform/core/objects.h"
 #include "platform/user32/activation.h"
 #include "platform/user32/message_queue.h"
+#include "platform/user32/monitor.h"
 #include "platform/user32/window.h"
 
 namespace user32 {
@@ -75,9 +76,9 @@ void releaseCapture() {
 
 HWND SetCapture(HWND window) {
     desktop::Call call("SetCapture", window);
-    const HWND before = user32::capture();
     if (call.struck() || !user32::find(window))
         return call.fail(ERROR_INVALID_WINDOW_HANDLE), nullptr;
+    const HWND before = user32::capture();
     user32::setCapture(window);
     return before;
 }
@@ -95,6 +96,7 @@ BOOL ReleaseCapture() {
 
 BOOL GetCursorPos(LPPOINT point) {
     desktop::Call call("GetCursorPos");
+    user32::expectDpiAwareness("GetCursorPos");
     if (call.struck()) return call.fail(ERROR_ACCESS_DENIED);
     *point = host::current().pointer();
     return TRUE;

@@ -25,9 +25,9 @@ void present(Window& window) {
 
 BOOL InvalidateRect(HWND window, const RECT* rectangle, BOOL erase) {
     desktop::Call call("InvalidateRect", window, rectangle, erase);
+    if (rectangle) desktop::refuse("InvalidateRect", "part of a window", rectangle->left);
     user32::Window* const record = user32::find(window);
     if (call.struck() || !record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
-    if (rectangle) desktop::refuse("InvalidateRect", "part of a window", rectangle->left);
     user32::invalidate(*record, erase != FALSE);
     return TRUE;
 }

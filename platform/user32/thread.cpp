@@ -9,9 +9,11 @@
 #include "platform/core/shown.h"
 #include "platform/hosts/host.h"
 #include "platform/shell32/tray.h"
+#include "platform/user32/activation.h"
 #include "platform/user32/hook.h"
 #include "platform/user32/message_queue.h"
 #include "platform/user32/modal.h"
+#include "platform/user32/monitor.h"
 #include "platform/user32/mouse.h"
 #include "platform/user32/window.h"
 
@@ -29,6 +31,7 @@ void endProgram() {
     forgetClasses();
     shell32::forgetTrayIcon();
     forgetMessages();
+    forgetDpiAwareness();
     owner = std::thread::id{};
 }
 
@@ -48,6 +51,7 @@ void enterUserInterface() {
     if (!owner.compare_exchange_strong(nobody, std::this_thread::get_id()))
         desktop::refuse("user interface", "second thread", 0);
     ending.entered = true;
+    beginActivation();
     host::current();  // Asking without a choice stops the process, here rather than somewhere
                       // later.
     desktop::withShown([](desktop::Shown& shown) { shown = {}; });

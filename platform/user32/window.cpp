@@ -62,7 +62,11 @@ const std::vector<HWND>& windowOrder() { return order; }
 
 void moveToFront(HWND window) {
     std::erase(order, window);
-    order.insert(order.begin(), window);
+    const bool topmost = (find(window)->extendedStyle & WS_EX_TOPMOST) != 0;
+    const auto place = std::find_if(order.begin(), order.end(), [&](HWND other) {
+        return topmost || !(find(other)->extendedStyle & WS_EX_TOPMOST);
+    });
+    order.insert(place, window);
 }
 
 Window& addWindow(const Creation& creation) {
@@ -71,16 +75,16 @@ Window& addWindow(const Creation& creation) {
     record.className = creation.className;
     record.title = creation.title;
     record.procedure = creation.procedure;
+    record.cursor = creation.cursor;
     record.style = creation.style;
     record.extendedStyle = creation.extendedStyle;
     record.bounds = creation.bounds;
     record.ofTheLayer = creation.ofTheLayer;
     record.surface = host::current().createSurface(creation.title);
-    host::current().setCursor(record.surface, creation.cursor);
     const HWND handle = table.add(std::move(record));
     Window& window = *table.find(handle);
     window.handle = handle;
-    order.insert(order.begin(), handle);
+    moveToFront(handle);
     admitWindow(handle);
     if (!creation.ofTheLayer) {
         desktop::opened(desktop::Object::Window);
@@ -180,8 +184,14 @@ HWND CreateWindowExW(DWORD extendedStyle, LPCWSTR className, LPCWSTR title, DWOR
     const HWND window = user32::addWindow(creation).handle;
     CREATESTRUCTW record = creationRecord(creation, instance, parameter);
     const auto address = reinterpret_cast<LPARAM>(&record);
-    const bool wanted = user32::send(window, WM_NCCREATE, 0, address) != 0 &&
-                        user32::send(window, WM_CREATE, 0, address) != -1;
+    MINMAXINFO limits{};
+    RECT client = creation.bounds;
+    user32::send(window, WM_GETMINMAXINFO, 0, reinterpret_cast<LPARAM>(&limits));
+    const bool wanted =
+        user32::send(window, WM_NCCREATE, 0, address) != 0 &&
+        (user32::send(window, WM_NCCALCSIZE, FALSE, reinterpret_cast<LPARAM>(&client)),
+         user32::send(window, WM_CREATE, 0, address) != -1);
+    if (wanted) user32::send(window, WM_SIZE, SIZE_RESTORED, MAKELPARAM(width, height));
     if (wanted) return window;
     if (user32::find(window)) user32::destroyWindow(window);
     return nullptr;
@@ -196,21 +206,25 @@ BOOL DestroyWindow(HWND window) {
 
 LONG_PTR GetWindowLongPtrW(HWND window, int index) {
     desktop::Call call("GetWindowLongPtrW", window, index);
+    if (index != GWLP_USERDATA) desktop::refuse("GetWindowLongPtrW", "index", index);
     const user32::Window* const record = user32::find(window);
     if (!record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
-    if (index != GWLP_USERDATA) desktop::refuse("GetWindowLongPtrW", "index", index);
     return record->userData;
 }
 
 LONG_PTR SetWindowLongPtrW(HWND window, int index, LONG_PTR value) {
     desktop::Call call("SetWindowLongPtrW", window, index, value);
+    if (index != GWLP_USERDATA && index != GWL_EXSTYLE)
+        desktop::refuse("SetWindowLongPtrW", "index", index);
+    if (index == GWL_EXSTYLE && value & ~static_cast<LONG_PTR>(knownExtendedStyles))
+        desktop::refuse("SetWindowLongPtrW", "extended style", value);
     user32::Window* const record = user32::find(window);
     if (call.struck() || !record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
     if (index == GWLP_USERDATA) return std::exchange(record->userData, value);
-    if (index != GWL_EXSTYLE) desktop::refuse("SetWindowLongPtrW", "index", index);
-    if (value & ~static_cast<LONG_PTR>(knownExtendedStyles))
-        desktop::refuse("SetWindowLongPtrW", "extended style", value);
-    const DWORD before = std::exchange(record->extendedStyle, static_cast<DWORD>(value));
+    // Only an order makes a window topmost, or stops it from being so.
+    const DWORD before = record->extendedStyle;
+    record->extendedStyle =
+        (static_cast<DWORD>(value) & ~DWORD{WS_EX_TOPMOST}) | (before & WS_EX_TOPMOST);
     if (!(value & WS_EX_LAYERED)) record->opacity.reset();
     if (record->visible) user32::updatePlacement(*record, false);
     return before;

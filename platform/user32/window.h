@@ -19,6 +19,8 @@ struct Window {
     HWND handle = nullptr;
     std::u16string className, title;
     WNDPROC procedure = nullptr;
+    UINT cursor = 0;       // its class's: IDC_ARROW or IDC_CROSS as a number, 0 for none
+    UINT shownCursor = 0;  // set by the default answer to WM_SETCURSOR
     DWORD style = 0;
     DWORD extendedStyle = 0;
     LONG_PTR userData = 0;
@@ -42,12 +44,12 @@ struct Window {
 // Null if the handle is dead.
 Window* find(HWND window);
 const std::vector<HWND>& windowOrder();  // topmost first
-void moveToFront(HWND window);           // in that order
+void moveToFront(HWND window);           // in that order, as far as its style allows
 
 struct Creation {
     std::u16string className, title;
     WNDPROC procedure = nullptr;
-    UINT cursor = 0;  // IDC_ARROW or IDC_CROSS as a number
+    UINT cursor = 0;
     DWORD style = 0, extendedStyle = 0;
     RECT bounds{};
     bool ofTheLayer = false;
@@ -65,6 +67,7 @@ LRESULT send(HWND window, UINT message, WPARAM wparam, LPARAM lparam);
 // --- window_place.cpp
 void setVisible(Window& window, bool visible);
 void place(Window& window, const RECT& bounds);
+// To the front of the windows that are topmost as it is: those stay above the others.
 void raise(Window& window);
 // Tells the host where and how the window is to be seen.
 void updatePlacement(Window& window, bool raised);

@@ -24,6 +24,11 @@ host::Placement placementOf(const Window& window) {
     return placement;
 }
 
+bool isInTaskbar(const Window& window) {
+    return window.visible && !window.ofTheLayer &&
+           (window.extendedStyle & WS_EX_APPWINDOW || !(window.extendedStyle & WS_EX_TOOLWINDOW));
+}
+
 // A window that nobody sees can still be painted on.
 void fitPixels(Window& window) {
     const auto count =
@@ -55,30 +60,43 @@ void setVisible(Window& window, bool visible) {
     if (window.visible == visible) return;
     window.visible = visible;
     updatePlacement(window, false);
-    if (visible) invalidate(window, true);
+    if (!visible) return;
+    invalidate(window, true);
+    // The window may have come below the pointer, which then looks as the window says.
+    send(window.handle, WM_SETCURSOR, reinterpret_cast<WPARAM>(window.handle),
+         MAKELPARAM(HTCLIENT, WM_MOUSEMOVE));
 }
 
 void place(Window& window, const RECT& bounds) {
     const int before = width(window), beforeDown = height(window);
     window.bounds = bounds;
-    if (!window.visible) return;
-    updatePlacement(window, false);
-    if (width(window) != before || height(window) != beforeDown) invalidate(window, true);
+    const bool resized = width(window) != before || height(window) != beforeDown;
+    if (window.visible) updatePlacement(window, false);
+    if (window.visible && resized) invalidate(window, true);
+    if (resized)
+        send(window.handle, WM_SIZE, SIZE_RESTORED, MAKELPARAM(width(window), height(window)));
 }
 
 void raise(Window& window) {
     moveToFront(window.handle);
     if (window.visible) updatePlacement(window, true);
     if (window.box) raise(*find(window.box));
+    if (window.extendedStyle & WS_EX_TOPMOST) return;
+    const std::vector<HWND> order = windowOrder();
+    for (auto above = order.rbegin(); above != order.rend(); ++above) {
+        Window& other = *find(*above);
+        if (other.extendedStyle & WS_EX_TOPMOST && isSeen(other)) updatePlacement(other, true);
+    }
 }
 
 void publishWindows() {
     std::vector<desktop::ShownHandle> all;
     for (const HWND handle : windowOrder()) {
         const Window& window = *find(handle);
-        all.push_back({handle,
-                       {desktop::toUtf8(window.className), desktop::toUtf8(window.title),
-                        window.bounds, window.visible, foreground() == handle}});
+        all.push_back(
+            {handle,
+             {desktop::toUtf8(window.className), desktop::toUtf8(window.title), window.bounds,
+              window.visible, foreground() == handle, isInTaskbar(window), window.shownCursor}});
     }
     desktop::withShown([&](desktop::Shown& shown) { shown.windows = std::move(all); });
 }
@@ -89,10 +107,10 @@ using user32::find;
 
 BOOL ShowWindow(HWND window, int command) {
     desktop::Call call("ShowWindow", window, command);
-    user32::Window* const record = find(window);
-    if (!record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
     if (command != SW_HIDE && command != SW_SHOW && command != SW_RESTORE)
         desktop::refuse("ShowWindow", "command", command);
+    user32::Window* const record = find(window);
+    if (!record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
     const bool before = record->visible;
     if (command == SW_RESTORE) record->minimized = false;
     const bool visible = command != SW_HIDE && !record->minimized;
@@ -118,16 +136,18 @@ BOOL FlashWindowEx(FLASHWINFO* flash) {
 
 BOOL SetWindowPos(HWND window, HWND after, int x, int y, int width, int height, UINT flags) {
     desktop::Call call("SetWindowPos", window, after, x, y, width, height, flags);
-    user32::Window* const record = find(window);
-    if (call.struck() || !record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
     constexpr UINT known = SWP_NOZORDER | SWP_NOACTIVATE | SWP_SHOWWINDOW;
     if (flags & ~known) desktop::refuse("SetWindowPos", "flags", flags);
     const bool ordered = !(flags & SWP_NOZORDER);
     if (ordered && after != HWND_TOPMOST)
         desktop::refuse("SetWindowPos", "order", reinterpret_cast<std::intptr_t>(after));
+    user32::Window* const record = find(window);
+    if (call.struck() || !record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
+    if (ordered) record->extendedStyle |= WS_EX_TOPMOST;
     user32::place(*record, {x, y, x + width, y + height});
     if (flags & SWP_SHOWWINDOW) user32::setVisible(*record, true);
     if (ordered) user32::raise(*record);
+    if (!(flags & SWP_NOACTIVATE)) user32::activate(window);
     return TRUE;
 }
 
@@ -146,9 +166,9 @@ BOOL SetLayeredWindowAttributes(HWND window, COLORREF key, BYTE alpha, DWORD fla
 // Takes the region over. The size of the window does not change it.
 int SetWindowRgn(HWND window, HRGN region, BOOL redraw) {
     desktop::Call call("SetWindowRgn", window, region, redraw);
+    if (redraw) desktop::refuse("SetWindowRgn", "redraw", redraw);
     user32::Window* const record = find(window);
     if (call.struck() || !record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
-    if (redraw) desktop::refuse("SetWindowRgn", "redraw", redraw);
     if (region) {
         auto taken = gdi::takeRegion(region);
         if (!taken) return call.fail(ERROR_INVALID_HANDLE);

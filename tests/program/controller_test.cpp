@@ -162,6 +162,7 @@ void visitLoop(const std::function<void()>& action) {
 
 void setUp() {
     alarm(60);  // A loop that does not end fails the row.
+    SetProcessDpiAwarenessContext(DPI_AWARENESS_CONTEXT_PER_MONITOR_AWARE_V2);
     instanceHandle = GetModuleHandleW(nullptr);
     activationMessage = RegisterWindowMessageW(u"activation");
     taskbarCreatedMessage = RegisterWindowMessageW(u"TaskbarCreated");

@@ -34,6 +34,7 @@ std::string recordOneClip() {
 void atJob(const std::function<void()>& body) {
     atDesktop([&] {
         useHost();
+        SetProcessDpiAwarenessContext(DPI_AWARENESS_CONTEXT_PER_MONITOR_AWARE_V2);
         desktop::setMonitors({{{-1920, 0, 0, 1080}}, {{0, 0, 1920, 1080}}});
         targetMonitor = MonitorFromPoint({}, MONITOR_DEFAULTTONEAREST);
         recordingsFolder = recordings();

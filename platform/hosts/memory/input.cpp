@@ -27,6 +27,7 @@ void queueInput(Desktop& desktop, host::Event::Kind kind, int button, UINT key) 
     event.button = button;
     event.key = key;
     event.modifiers = modifiersHeld(desktop);
+    event.time = std::chrono::steady_clock::now();
     queueEvent(desktop, event);
 }
 
