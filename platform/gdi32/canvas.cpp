@@ -1,24 +1,57 @@
-// Rectangles and flat colours in memory.
+// Painting by cairo and pango, on surfaces that share the canvas's memory.
 
 #include "platform/gdi32/canvas.h"
 
+#include <pango/pangocairo.h>
+
 #include <algorithm>
+
+#include "platform/core/text.h"
 
 namespace gdi {
 
 namespace {
 
-RECT whole(const Canvas& canvas) { return {0, 0, canvas.width, canvas.height}; }
+struct Release {
+    void operator()(PangoLayout* layout) const { g_object_unref(layout); }
+    void operator()(PangoFontDescription* font) const { pango_font_description_free(font); }
+};
+using Layout = std::unique_ptr<PangoLayout, Release>;
 
-std::uint32_t over(std::uint32_t above, std::uint32_t below) {
-    const std::uint32_t rest = 255 - (above >> 24);
-    std::uint32_t result = 0xFF000000;
-    for (int shift = 0; shift < 24; shift += 8) {
-        const std::uint32_t channel =
-            (below >> shift & 0xFF) * rest / 255 + (above >> shift & 0xFF);
-        result |= std::min(channel, 255u) << shift;
-    }
-    return result;
+Layout layoutOf(const Cairo& context, std::u16string_view text, const Face& face, int width) {
+    Layout layout(pango_cairo_create_layout(context.get()));
+    const std::unique_ptr<PangoFontDescription, Release> font(
+        pango_font_description_from_string("DejaVu Sans"));
+    pango_font_description_set_absolute_size(font.get(), face.height * PANGO_SCALE);
+    if (face.bold) pango_font_description_set_weight(font.get(), PANGO_WEIGHT_BOLD);
+    pango_layout_set_font_description(layout.get(), font.get());
+    const std::string utf8 = desktop::toUtf8(text);
+    pango_layout_set_text(layout.get(), utf8.data(), static_cast<int>(utf8.size()));
+    if (width > 0) pango_layout_set_width(layout.get(), width * PANGO_SCALE);
+    pango_layout_set_wrap(layout.get(), PANGO_WRAP_WORD_CHAR);
+    return layout;
+}
+
+SIZE sizeOf(const Layout& layout) {
+    int across = 0, down = 0;
+    pango_layout_get_pixel_size(layout.get(), &across, &down);
+    return {across, down};
+}
+
+void underline(const Layout& layout, std::u16string_view text, int index) {
+    const auto at = static_cast<std::size_t>(index);
+    PangoAttribute* const line = pango_attr_underline_new(PANGO_UNDERLINE_SINGLE);
+    line->start_index = static_cast<guint>(desktop::toUtf8(text.substr(0, at)).size());
+    line->end_index = static_cast<guint>(desktop::toUtf8(text.substr(0, at + 1)).size());
+    PangoAttrList* const list = pango_attr_list_new();
+    pango_attr_list_insert(list, line);
+    pango_layout_set_attributes(layout.get(), list);
+    pango_attr_list_unref(list);
+}
+
+void addRectangle(const Cairo& context, const RECT& area) {
+    cairo_rectangle(context.get(), area.left, area.top, area.right - area.left,
+                    area.bottom - area.top);
 }
 
 }  // namespace
@@ -39,26 +72,40 @@ RECT moved(const RECT& area, int right, int down) {
     return {area.left + right, area.top + down, area.right + right, area.bottom + down};
 }
 
+RECT centered(const RECT& area, SIZE size) {
+    const LONG left = (area.left + area.right - size.cx) / 2;
+    const LONG top = (area.top + area.bottom - size.cy) / 2;
+    return {left, top, left + size.cx, top + size.cy};
+}
+
 std::vector<RECT> difference(const RECT& area, const RECT& hole) {
     const RECT cut = intersection(area, hole);
     if (isEmpty(cut)) return {area};
-    std::vector<RECT> rest;
-    const auto keep = [&](const RECT& piece) {
-        if (!isEmpty(piece)) rest.push_back(piece);
-    };
-    keep({area.left, area.top, area.right, cut.top});
-    keep({area.left, cut.top, cut.left, cut.bottom});
-    keep({cut.right, cut.top, area.right, cut.bottom});
-    keep({area.left, cut.bottom, area.right, area.bottom});
+    std::vector<RECT> rest{{area.left, area.top, area.right, cut.top},
+                           {area.left, cut.top, cut.left, cut.bottom},
+                           {cut.right, cut.top, area.right, cut.bottom},
+                           {area.left, cut.bottom, area.right, area.bottom}};
+    std::erase_if(rest, isEmpty);
     return rest;
 }
 
+Cairo cairoOn(const Canvas& canvas, cairo_format_t format) {
+    const CairoSurface surface(
+        cairo_image_surface_create_for_data(reinterpret_cast<unsigned char*>(canvas.pixels), format,
+                                            canvas.width, canvas.height, canvas.stride * 4));
+    return Cairo(cairo_create(surface.get()));
+}
+
+void setColor(const Cairo& context, std::uint32_t color) {
+    cairo_set_source_rgb(context.get(), (color >> 16 & 0xFF) / 255.0, (color >> 8 & 0xFF) / 255.0,
+                         (color & 0xFF) / 255.0);
+}
+
 void fill(const Canvas& canvas, const RECT& area, std::uint32_t color) {
-    const RECT inside = intersection(area, whole(canvas));
-    for (LONG y = inside.top; y < inside.bottom; ++y) {
-        std::uint32_t* const row = canvas.pixels + static_cast<std::ptrdiff_t>(y) * canvas.stride;
-        std::fill(row + inside.left, row + inside.right, color);
-    }
+    const Cairo context = cairoOn(canvas);
+    setColor(context, color);
+    addRectangle(context, area);
+    if (!isEmpty(area)) cairo_fill(context.get());
 }
 
 void frame(const Canvas& canvas, const RECT& area, std::uint32_t color, int thickness) {
@@ -69,14 +116,48 @@ void frame(const Canvas& canvas, const RECT& area, std::uint32_t color, int thic
 }
 
 void blend(const Canvas& canvas, POINT at, const std::vector<std::uint32_t>& pixels, int side) {
-    const RECT inside = intersection({at.x, at.y, at.x + side, at.y + side}, whole(canvas));
-    for (LONG y = inside.top; y < inside.bottom; ++y)
-        for (LONG x = inside.left; x < inside.right; ++x) {
-            std::uint32_t& below =
-                canvas.pixels[static_cast<std::ptrdiff_t>(y) * canvas.stride + x];
-            const auto source = static_cast<std::size_t>((y - at.y) * side + x - at.x);
-            below = over(pixels[source], below);
-        }
+    if (!side) return;
+    // The source is only read.
+    const CairoSurface source(cairo_image_surface_create_for_data(
+        reinterpret_cast<unsigned char*>(const_cast<std::uint32_t*>(pixels.data())),
+        CAIRO_FORMAT_ARGB32, side, side, side * 4));
+    const Cairo context = cairoOn(canvas);
+    cairo_set_source_surface(context.get(), source.get(), at.x, at.y);
+    cairo_paint(context.get());
+}
+
+SIZE measureText(std::u16string_view text, const Face& face, int width) {
+    std::uint32_t pixel = 0;
+    return sizeOf(layoutOf(cairoOn({&pixel, 1, 1, 1}), text, face, width));
+}
+
+void drawText(const Canvas& canvas, const RECT& area, std::u16string_view text,
+              const TextStyle& style) {
+    if (isEmpty(area) || text.empty()) return;
+    const Cairo context = cairoOn(canvas);
+    addRectangle(context, area);
+    cairo_clip(context.get());
+    const Layout layout = layoutOf(context, text, style.face, area.right - area.left);
+    if (style.underlined >= 0) underline(layout, text, style.underlined);
+    if (style.selected) {
+        const SIZE size = sizeOf(layout);
+        fill(canvas, {area.left, area.top, area.left + size.cx, area.top + size.cy}, 0x0067C0);
+    }
+    setColor(context, style.color);
+    cairo_move_to(context.get(), area.left, area.top);
+    pango_cairo_show_layout(context.get(), layout.get());
 }
 
 }  // namespace gdi
+
+// What the sanitizers may find in the libraries that this file uses, which were built without them.
+// They ask for these by name.
+extern "C" const char* __lsan_default_suppressions();
+extern "C" const char* __lsan_default_suppressions() { return "leak:libfontconfig\n"; }
+extern "C" const char* __lsan_default_options();
+extern "C" const char* __lsan_default_options() { return "print_suppressions=0"; }
+extern "C" const char* __tsan_default_suppressions();
+extern "C" const char* __tsan_default_suppressions() {
+    return "race:libfontconfig\nrace:libglib\nrace:libpango\nrace:libcairo\n"
+           "deadlock:libdbus\n";
+}

@@ -1,15 +1,20 @@
-// Pixels in memory and the few ways in which the layer changes them.
+// Pixels in memory and everything that is painted on them: areas, icons, text, and cairo's own
+// shapes.
 
 #pragma once
 
 #include <windows.h>
 
+#include <cairo.h>
+
 #include <cstdint>
+#include <memory>
+#include <string_view>
 #include <vector>
 
 namespace gdi {
 
-// Not owned. Blue in the lowest byte, as everywhere behind the published operations.
+// Not owned. Blue in the lowest byte, as everywhere below the published operations.
 struct Canvas {
     std::uint32_t* pixels = nullptr;
     int width = 0;
@@ -25,14 +30,44 @@ RECT intersection(const RECT& a, const RECT& b);  // empty ones are all zero
 bool isEmpty(const RECT& area);
 bool contains(const RECT& area, POINT at);
 RECT moved(const RECT& area, int right, int down);
+RECT centered(const RECT& area, SIZE size);
 // What is left of `area` outside `hole`: up to four rectangles.
 std::vector<RECT> difference(const RECT& area, const RECT& hole);
 
-// Both cut the area to the canvas. The frame is `thickness` wide and lies inside the area.
+struct CairoCloser {
+    void operator()(cairo_t* context) const { cairo_destroy(context); }
+    void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
+};
+using Cairo = std::unique_ptr<cairo_t, CairoCloser>;
+using CairoSurface = std::unique_ptr<cairo_surface_t, CairoCloser>;
+// Draws straight into the canvas. With alpha the pixels are premultiplied.
+Cairo cairoOn(const Canvas& canvas, cairo_format_t format = CAIRO_FORMAT_RGB24);
+void setColor(const Cairo& context, std::uint32_t color);
+
+// The frame is `thickness` wide and inside the area.
 void fill(const Canvas& canvas, const RECT& area, std::uint32_t color);
 void frame(const Canvas& canvas, const RECT& area, std::uint32_t color, int thickness = 1);
-
-// Puts a picture with premultiplied alpha on the canvas.
+// A square image with premultiplied alpha.
 void blend(const Canvas& canvas, POINT at, const std::vector<std::uint32_t>& pixels, int side);
+
+struct Face {
+    int height = 12;  // of the letters' em square, in pixels
+    bool bold = false;
+};
+// The bitmap font that a fresh paint context has: lines 16 pixels apart, never scaled.
+constexpr Face systemFace{13, true};
+
+struct TextStyle {
+    Face face;
+    std::uint32_t color = 0;
+    int underlined = -1;    // index of the character with a line below it
+    bool selected = false;  // on the selection's color
+};
+
+// Size of the text, broken into lines no wider than `width` pixels; 0: only at line feeds.
+SIZE measureText(std::u16string_view text, const Face& face, int width = 0);
+// Starts at the top left, breaks lines at the area's width and cuts what does not fit.
+void drawText(const Canvas& canvas, const RECT& area, std::u16string_view text,
+              const TextStyle& style);
 
 }  // namespace gdi

@@ -1,11 +1,12 @@
-// Brushes and regions: made, combined, deleted.
+// Brushes and regions, and what the program paints with them on a window.
 
 #include "platform/gdi32/objects.h"
+
+#include <utility>
 
 #include "platform/core/call.h"
 #include "platform/core/handle_table.h"
 #include "platform/core/objects.h"
-#include "platform/gdi32/brush.h"
 
 namespace {
 
@@ -25,6 +26,13 @@ std::vector<RECT> subtract(const std::vector<RECT>& from, const std::vector<RECT
         rest = pieces;
     }
     return rest;
+}
+
+std::uint32_t brushPixel(HBRUSH brush, const char* operation) {
+    if (brush == whiteBrush) return gdi::pixelOf(RGB(255, 255, 255));
+    const COLORREF* const color = brushes.find(brush);
+    if (!color) desktop::refuse(operation, "no brush", reinterpret_cast<std::intptr_t>(brush));
+    return gdi::pixelOf(*color);
 }
 
 int kindOf(const std::vector<RECT>& region) {
@@ -58,13 +66,6 @@ std::optional<std::vector<RECT>> takeRegion(HRGN region) {
     regions.remove(region);
     desktop::closed(desktop::Object::Region);
     return taken;
-}
-
-std::uint32_t brushPixel(HBRUSH brush, const char* operation) {
-    if (brush == whiteBrush) return pixelOf(RGB(255, 255, 255));
-    const COLORREF* const color = brushes.find(brush);
-    if (!color) desktop::refuse(operation, "no brush", reinterpret_cast<std::intptr_t>(brush));
-    return pixelOf(*color);
 }
 
 }  // namespace gdi
@@ -110,4 +111,50 @@ BOOL DeleteObject(HGDIOBJ object) {
     if (brushes.remove(object)) return desktop::closed(desktop::Object::Brush), TRUE;
     if (gdi::takeRegion(static_cast<HRGN>(object))) return TRUE;
     desktop::refuse("DeleteObject", "no such object", reinterpret_cast<std::intptr_t>(object));
+}
+
+// A brush that could not be made paints nothing.
+int FillRect(HDC context, const RECT* rectangle, HBRUSH brush) {
+    desktop::Call call("FillRect", context, rectangle, brush);
+    const gdi::PaintContext& target = gdi::contextOf(context, "FillRect");
+    if (call.struck() || !brush) return call.fail(ERROR_INVALID_HANDLE);
+    gdi::fill(target.canvas, *rectangle, brushPixel(brush, "FillRect"));
+    return 1;
+}
+
+int FrameRect(HDC context, const RECT* rectangle, HBRUSH brush) {
+    desktop::Call call("FrameRect", context, rectangle, brush);
+    const gdi::PaintContext& target = gdi::contextOf(context, "FrameRect");
+    if (call.struck() || !brush) return call.fail(ERROR_INVALID_HANDLE);
+    gdi::frame(target.canvas, *rectangle, brushPixel(brush, "FrameRect"));
+    return 1;
+}
+
+int SetBkMode(HDC context, int mode) {
+    desktop::Call call("SetBkMode", context, mode);
+    if (mode != TRANSPARENT) desktop::refuse("SetBkMode", "mode", mode);
+    gdi::PaintContext& found = gdi::contextOf(context, "SetBkMode");
+    const int before = found.opaqueText ? OPAQUE : TRANSPARENT;
+    found.opaqueText = false;
+    return before;
+}
+
+COLORREF SetTextColor(HDC context, COLORREF color) {
+    desktop::Call call("SetTextColor", context, color);
+    gdi::PaintContext& found = gdi::contextOf(context, "SetTextColor");
+    return std::exchange(found.textColor, color);
+}
+
+int DrawTextW(HDC context, LPCWSTR text, int length, LPRECT rectangle, UINT format) {
+    desktop::Call call("DrawTextW", context, text, length, rectangle, format);
+    if (length != -1) desktop::refuse("DrawTextW", "length", length);
+    if (format != DT_WORDBREAK) desktop::refuse("DrawTextW", "format", format);
+    const gdi::PaintContext& found = gdi::contextOf(context, "DrawTextW");
+    if (found.opaqueText) desktop::refuse("DrawTextW", "background mode", OPAQUE);
+    if (call.struck()) return call.fail(ERROR_INVALID_HANDLE);
+    gdi::TextStyle style;
+    style.face = gdi::systemFace;
+    style.color = gdi::pixelOf(found.textColor);
+    gdi::drawText(found.canvas, *rectangle, text, style);
+    return gdi::measureText(text, style.face, rectangle->right - rectangle->left).cy;
 }

@@ -1,4 +1,4 @@
-// Brushes, regions and paint contexts behind their handles.
+// Brushes, regions and paint contexts, by their handles.
 
 #pragma once
 

@@ -1,7 +1,5 @@
 // The tray icon, its tip and its balloons.
 
-#include "platform/shell32/tray.h"
-
 #include <shellapi.h>
 
 #include <optional>
@@ -12,9 +10,9 @@
 #include "platform/core/text.h"
 #include "platform/hosts/host.h"
 #include "platform/media_foundation/media_start.h"
-#include "platform/user32/icon.h"
+#include "platform/user32/input.h"
 #include "platform/user32/message_queue.h"
-#include "platform/user32/session.h"
+#include "platform/user32/resources.h"
 #include "platform/user32/window.h"
 
 namespace shell32 {
@@ -78,32 +76,36 @@ bool modify(const NOTIFYICONDATAW& data) {
     return true;
 }
 
-bool removeIcon(const NOTIFYICONDATAW& data) {
-    if (!isOurs(data)) return false;
-    forgetTrayIcon();
-    return true;
-}
-
-}  // namespace
-
-void reportTrayMouse(UINT message) {
-    if (entry)
-        user32::post(
-            {entry->window, entry->callback, entry->id, static_cast<LPARAM>(message), 0, {}});
-}
-
-void restartTray() {
-    entry.reset();
-    publishTip("");
-    user32::broadcast(desktop::registeredMessage(u"TaskbarCreated"), 0, 0);
-}
-
-void forgetTrayIcon() {
+void forgetIcon() {
     if (!entry) return;
     entry.reset();
     host::current().setTrayIcon(nullptr);
     publishTip("");
 }
+
+bool removeIcon(const NOTIFYICONDATAW& data) {
+    if (!isOurs(data)) return false;
+    forgetIcon();
+    return true;
+}
+
+// Mouse messages are posted to the icon's window. A shell that has started again has forgotten the
+// icon, and every window hears of it.
+void takeEvent(const host::Event& event) {
+    if (event.kind == host::Event::TaskbarCreated) {
+        entry.reset();
+        publishTip("");
+        user32::broadcast(desktop::registeredMessage(u"TaskbarCreated"), 0, 0);
+    } else if (entry) {
+        user32::post(
+            {entry->window, entry->callback, entry->id, static_cast<LPARAM>(event.message), 0, {}});
+    }
+}
+
+const bool registered = user32::setTrayAction(takeEvent) &&
+                        user32::registerFor(user32::Moment::ThreadEnds, [](HWND) { forgetIcon(); });
+
+}  // namespace
 
 }  // namespace shell32
 

@@ -1,20 +1,20 @@
-// Foreground, focus and what their changes bring about.
+// Foreground, focus and capture, and what their changes cause.
 
-#include "platform/user32/activation.h"
+#include "platform/user32/input.h"
 
 #include <utility>
 
 #include "platform/core/call.h"
+#include "platform/core/objects.h"
 #include "platform/hosts/host.h"
-#include "platform/user32/modal.h"
-#include "platform/user32/mouse.h"
+#include "platform/user32/message_queue.h"
 #include "platform/user32/window.h"
 
 namespace user32 {
 
 namespace {
 
-HWND front = nullptr;
+HWND capturing = nullptr;
 HWND diverted = nullptr;
 bool entitled = true;
 std::chrono::steady_clock::time_point begun;
@@ -26,9 +26,9 @@ void tell(HWND window, bool active) {
 }
 
 void moveFront(HWND window) {
-    if (front == window) return;
-    tell(std::exchange(front, window), false);
-    if (front == window) tell(window, true);
+    if (foreground() == window) return;
+    tell(setForeground(window), false);
+    if (foreground() == window) tell(window, true);
     publishWindows();
 }
 
@@ -45,11 +45,10 @@ HWND nextActive() {
 
 }  // namespace
 
-HWND foreground() { return front; }
-HWND keyTarget() { return diverted ? diverted : front; }
+HWND keyTarget() { return diverted ? diverted : foreground(); }
 void divertKeys(HWND menuWindow) { diverted = menuWindow; }
 
-bool mayTakeForeground() { return front || entitled; }
+bool mayTakeForeground() { return foreground() || entitled; }
 void allowForeground() { entitled = true; }
 
 // The display knows nothing of a hidden window that has the foreground, so it cannot report that a
@@ -57,7 +56,7 @@ void allowForeground() { entitled = true; }
 void noteInput(const host::Event& press, bool ours) {
     if (press.time != host::Event{}.time && press.time < begun) return;
     entitled = ours;
-    if (!ours && front && !find(front)->visible) loseActivation();
+    if (!ours && foreground() && !find(foreground())->visible) loseActivation();
 }
 
 // A hidden window can have the foreground; only a visible one can have the display's own focus.
@@ -72,15 +71,40 @@ bool activate(HWND window) {
 
 void activateByPress(HWND window, UINT message) {
     const Window* const record = find(window);
-    if (!record || !canBeActive(*record) || front == window || diverted == window) return;
+    if (!record || !canBeActive(*record) || foreground() == window || diverted == window) return;
     const LRESULT answer = send(window, WM_MOUSEACTIVATE, reinterpret_cast<WPARAM>(window),
                                 MAKELPARAM(HTCLIENT, message));
     if (answer == MA_ACTIVATE && find(window)) activate(window);
 }
 
+// A menu that has the capture closes with it.
+void loseActivation() {
+    entitled = false;
+    releaseCapture();
+    moveFront(nullptr);
+}
+
+HWND capture() { return capturing; }
+
+void setCapture(HWND window) {
+    const HWND loser = std::exchange(capturing, window);
+    if (!loser) desktop::opened(desktop::Object::MouseCapture);
+    if (loser) send(loser, WM_CAPTURECHANGED, 0, reinterpret_cast<LPARAM>(window));
+}
+
+void releaseCapture() {
+    const HWND loser = std::exchange(capturing, nullptr);
+    if (!loser) return;
+    desktop::closed(desktop::Object::MouseCapture);
+    send(loser, WM_CAPTURECHANGED, 0, 0);
+}
+
+namespace {
+
+// The next window of ours takes over, or the program that was there before.
 void leaveActivation(HWND window) {
     if (capture() == window) releaseCapture();
-    if (front != window) return;
+    if (foreground() != window) return;
     const HWND next = nextActive();
     if (next) {
         activate(next);
@@ -90,29 +114,46 @@ void leaveActivation(HWND window) {
     }
 }
 
-// A menu whose owner is not in front stays.
-void loseActivation() {
-    entitled = false;
-    if (front) endMenu(0);
-    if (capture()) releaseCapture();
-    moveFront(nullptr);
-}
+const bool registered = registerFor(Moment::WindowHides, leaveActivation) &&
+                        setMailAction(foregroundMail, allowForeground) &&
+                        registerFor(Moment::ThreadBegins, [](HWND) {
+                            entitled = true;
+                            begun = std::chrono::steady_clock::now();
+                        });
 
-void beginActivation() {
-    entitled = true;
-    begun = std::chrono::steady_clock::now();
-}
+}  // namespace
 
 }  // namespace user32
+
+using namespace user32;
 
 BOOL SetForegroundWindow(HWND window) {
     desktop::Call call("SetForegroundWindow", window);
     if (call.struck()) return call.fail(ERROR_ACCESS_DENIED);
-    if (!user32::find(window)) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
-    return user32::activate(window) ? TRUE : call.fail(ERROR_ACCESS_DENIED);
+    if (!find(window)) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
+    return activate(window) ? TRUE : call.fail(ERROR_ACCESS_DENIED);
 }
 
 HWND GetForegroundWindow() {
     desktop::Call call("GetForegroundWindow");
-    return user32::foreground();
+    return foreground();
+}
+
+HWND SetCapture(HWND window) {
+    desktop::Call call("SetCapture", window);
+    if (call.struck() || !find(window)) return call.fail(ERROR_INVALID_WINDOW_HANDLE), nullptr;
+    const HWND before = capture();
+    setCapture(window);
+    return before;
+}
+
+HWND GetCapture() {
+    desktop::Call call("GetCapture");
+    return capture();
+}
+
+BOOL ReleaseCapture() {
+    desktop::Call call("ReleaseCapture");
+    releaseCapture();
+    return TRUE;
 }

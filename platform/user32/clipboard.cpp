@@ -1,7 +1,5 @@
 // Files on the clipboard.
 
-#include "platform/user32/clipboard.h"
-
 #include <cstring>
 #include <optional>
 #include <string>
@@ -36,7 +34,7 @@ void dropHeld() {
     if (held) kernel32::discard(std::exchange(held, nullptr));
 }
 
-// The paths behind the DROPFILES record: each ends with a zero, the list with another.
+// The paths after the DROPFILES record: each ends with a zero, the list with another.
 std::vector<std::u16string> pathsIn(const std::vector<std::uint8_t>& block) {
     DROPFILES header;
     if (block.size() < sizeof header) desktop::refuse("SetClipboardData", "size", block.size());
@@ -69,23 +67,26 @@ void close() {
     desktop::closed(desktop::Object::Clipboard);
 }
 
-}  // namespace
-
-void loseClipboard(HWND window) {
+// A window that is gone has the clipboard neither open nor as its own; what is on it stays.
+const bool registered = registerFor(Moment::WindowIsDestroyed, [](HWND window) {
     if (isOpen && openedBy == window) close();
     if (owner == window) owner = nullptr;
-}
+});
+
+}  // namespace
 
 }  // namespace user32
+
+using namespace user32;
 
 BOOL OpenClipboard(HWND window) {
     desktop::Call call("OpenClipboard", window);
     if (call.struck()) return call.fail(ERROR_ACCESS_DENIED);
-    if (!user32::find(window)) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
-    if (user32::isOpen) return user32::openedBy == window ? TRUE : call.fail(ERROR_ACCESS_DENIED);
+    if (!find(window)) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
+    if (isOpen) return openedBy == window ? TRUE : call.fail(ERROR_ACCESS_DENIED);
     if (!host::current().openClipboard()) return call.fail(ERROR_ACCESS_DENIED);
-    user32::isOpen = true;
-    user32::openedBy = window;
+    isOpen = true;
+    openedBy = window;
     desktop::opened(desktop::Object::Clipboard);
     return TRUE;
 }
@@ -94,11 +95,11 @@ BOOL OpenClipboard(HWND window) {
 BOOL EmptyClipboard() {
     desktop::Call call("EmptyClipboard");
     if (call.struck()) return call.fail(ERROR_ACCESS_DENIED);
-    if (!user32::isOpen) return call.fail(ERROR_CLIPBOARD_NOT_OPEN);
-    if (user32::owner) user32::send(user32::owner, WM_DESTROYCLIPBOARD, 0, 0);
-    user32::owner = user32::openedBy;
-    user32::dropHeld();
-    user32::publishBlock(std::nullopt);
+    if (!isOpen) return call.fail(ERROR_CLIPBOARD_NOT_OPEN);
+    if (owner) send(owner, WM_DESTROYCLIPBOARD, 0, 0);
+    owner = openedBy;
+    dropHeld();
+    publishBlock(std::nullopt);
     host::current().clearClipboard();
     return TRUE;
 }
@@ -108,33 +109,32 @@ HANDLE SetClipboardData(UINT format, HANDLE block) {
     if (format != CF_HDROP) desktop::refuse("SetClipboardData", "format", format);
     const std::vector<std::uint8_t> bytes = kernel32::bytesOf("SetClipboardData", block);
     if (call.struck()) return call.fail(ERROR_ACCESS_DENIED), nullptr;
-    if (!user32::isOpen || user32::owner != user32::openedBy)
-        return call.fail(ERROR_CLIPBOARD_NOT_OPEN), nullptr;
-    if (!user32::offer(bytes)) return call.fail(ERROR_ACCESS_DENIED), nullptr;
-    user32::dropHeld();
+    if (!isOpen || owner != openedBy) return call.fail(ERROR_CLIPBOARD_NOT_OPEN), nullptr;
+    if (!offer(bytes)) return call.fail(ERROR_ACCESS_DENIED), nullptr;
+    dropHeld();
     kernel32::handOver(block);
-    user32::held = block;
-    user32::publishBlock(bytes);
+    held = block;
+    publishBlock(bytes);
     return block;
 }
 
 HANDLE GetClipboardData(UINT format) {
     desktop::Call call("GetClipboardData", format);
     if (format != CF_HDROP) desktop::refuse("GetClipboardData", "format", format);
-    if (!user32::isOpen) return call.fail(ERROR_CLIPBOARD_NOT_OPEN), nullptr;
-    return user32::held;
+    if (!isOpen) return call.fail(ERROR_CLIPBOARD_NOT_OPEN), nullptr;
+    return held;
 }
 
 BOOL CloseClipboard() {
     desktop::Call call("CloseClipboard");
-    if (!user32::isOpen) return call.fail(ERROR_CLIPBOARD_NOT_OPEN);
-    user32::close();
+    if (!isOpen) return call.fail(ERROR_CLIPBOARD_NOT_OPEN);
+    close();
     return TRUE;
 }
 
 UINT DragQueryFileW(HDROP drop, UINT index, LPWSTR path, UINT capacity) {
     desktop::Call call("DragQueryFileW", drop, index);
-    const auto paths = user32::pathsIn(kernel32::bytesOf("DragQueryFileW", drop));
+    const auto paths = pathsIn(kernel32::bytesOf("DragQueryFileW", drop));
     if (index == 0xFFFFFFFF) return static_cast<UINT>(paths.size());
     if (index >= paths.size()) return 0;
     if (!path) return static_cast<UINT>(paths[index].size());

@@ -1,28 +1,24 @@
-// A modal dialog from its template to its result: its loop, and what it does with the messages that
-// the program's procedure leaves to it.
+// A modal dialog from its first message to its result: its loop, what it does with the messages
+// that its procedure leaves to it, and the published operations on it and its controls.
 
 #include "platform/user32/dialog.h"
 
-#include <algorithm>
+#include <map>
 #include <utility>
 
 #include "platform/core/call.h"
 #include "platform/core/shown.h"
 #include "platform/core/text.h"
-#include "platform/user32/activation.h"
-#include "platform/user32/dialog_template.h"
+#include "platform/user32/input.h"
+#include "platform/user32/menu.h"
 #include "platform/user32/message_queue.h"
-#include "platform/user32/modal.h"
-#include "platform/user32/monitor.h"
-#include "platform/user32/thread.h"
-
-#include <windowsx.h>
+#include "platform/user32/window.h"
 
 namespace user32 {
 
 namespace {
 
-std::optional<Dialog> open;
+std::map<HWND, Dialog> dialogs;
 
 desktop::ShownControl shownControl(const Dialog& dialog, const Control& control) {
     const RECT& bounds = find(dialog.window)->bounds;
@@ -35,28 +31,33 @@ desktop::ShownControl shownControl(const Dialog& dialog, const Control& control)
             gdi::moved(areaOf(dialog, control), bounds.left, bounds.top)};
 }
 
-void publish(const Dialog* dialog) {
-    std::optional<desktop::ShownDialog> shownDialog;
-    if (dialog && find(dialog->window)->visible) {
-        shownDialog.emplace();
-        shownDialog->title = desktop::toUtf8(find(dialog->window)->title);
-        for (const Control& control : dialog->controls)
-            shownDialog->controls.push_back(shownControl(*dialog, control));
-    }
-    desktop::withShown([&](desktop::Shown& shown) { shown.dialog = shownDialog; });
+// Message boxes are published as such.
+void publish(const Dialog& dialog) {
+    const Window& window = *find(dialog.window);
+    if (window.ofTheLayer) return;
+    std::optional<desktop::ShownDialog> seen;
+    if (window.visible) seen.emplace().title = desktop::toUtf8(window.title);
+    for (const Control& control : dialog.controls)
+        if (seen) seen->controls.push_back(shownControl(dialog, control));
+    desktop::withShown([&](desktop::Shown& shown) { shown.dialog = seen; });
 }
 
 // The system's menu of a window: what its caption's buttons do. It opens below the caption.
 void runSystemMenu(const Dialog& dialog) {
     const RECT& bounds = find(dialog.window)->bounds;
-    const HMENU menu = CreatePopupMenu();
-    if (canMinimize()) AppendMenuW(menu, MF_STRING, SC_MINIMIZE, TEXT("Minimize"));
-    AppendMenuW(menu, MF_STRING, SC_CLOSE, TEXT("Close"));
-    const BOOL chosen =
-        TrackPopupMenu(menu, TPM_RIGHTBUTTON | TPM_NONOTIFY | TPM_RETURNCMD, bounds.left,
-                       bounds.top + captionOf(dialog).bottom, 0, dialog.window, nullptr);
-    DestroyMenu(menu);
-    if (chosen) send(dialog.window, WM_SYSCOMMAND, static_cast<WPARAM>(chosen), 0);
+    std::vector<MenuItem> items{{SC_CLOSE, u"Close"}};
+    if (canMinimize(dialog)) items.insert(items.begin(), {SC_MINIMIZE, u"Minimize"});
+    const POINT corner{bounds.left, bounds.top + captionOf(dialog).bottom};
+    const UINT chosen = runMenu(items, corner, dialog.window);
+    if (chosen) send(dialog.window, WM_SYSCOMMAND, chosen, 0);
+}
+
+// Only the program opens it again: nothing here presses the taskbar's button.
+void minimize(const Dialog& dialog) {
+    Window& window = *find(dialog.window);
+    window.minimized = true;
+    setVisible(window, false);
+    announce(Moment::WindowHides, dialog.window);
 }
 
 void runSystemCommand(Dialog& dialog, WPARAM command) {
@@ -96,139 +97,209 @@ LRESULT answerByDefault(Dialog& dialog, UINT message, WPARAM wparam, LPARAM lpar
     }
 }
 
-// Keys and pointer belong to the controls and the caption. True: nothing else is to be done.
-bool takeInputMessage(Dialog& dialog, UINT message, WPARAM wparam, LPARAM lparam) {
-    const POINT at{GET_X_LPARAM(lparam), GET_Y_LPARAM(lparam)};
-    const UINT key = static_cast<UINT>(wparam);
-    switch (message) {
-    case WM_KEYDOWN:
-    case WM_SYSKEYDOWN: return pressKey(dialog, key, message == WM_SYSKEYDOWN), true;
-    case WM_KEYUP:
-    case WM_SYSKEYUP: return releaseKey(dialog, key), true;
-    case WM_LBUTTONDOWN: return pressPointer(dialog, at), true;
-    case WM_MOUSEMOVE: return movePointer(dialog, at), true;
-    case WM_LBUTTONUP: return releasePointer(dialog, at), true;
-    case WM_CAPTURECHANGED: return losePointer(dialog), true;
-    case WM_PAINT: return paint(dialog), true;
-    default: return false;
-    }
-}
-
 LRESULT dialogProcedure(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
     Dialog* const dialog = findDialog(window);
     if (!dialog || takeInputMessage(*dialog, message, wparam, lparam)) return 0;
+    if (message == WM_PAINT) {
+        paintWindow(*find(window), [&](const gdi::Canvas& canvas) { paint(*dialog, canvas); });
+        return 0;
+    }
     if (dialog->procedure(window, message, wparam, lparam)) return 0;
     return answerByDefault(*dialog, message, wparam, lparam);
 }
 
-void makeDialog(const DialogTemplate& description, DLGPROC procedure) {
-    constexpr DWORD style = WS_POPUP | WS_CAPTION | WS_SYSMENU | WS_MINIMIZEBOX;
-    if (description.style != (style | DS_CENTER | DS_SETFONT))
-        desktop::refuse("DialogBoxParamW", "style", description.style);
-    if (description.extendedStyle != WS_EX_APPWINDOW)
-        desktop::refuse("DialogBoxParamW", "extended style", description.extendedStyle);
-    const host::Monitor monitor = primaryMonitor();
-    open.emplace();
-    open->procedure = procedure;
-    open->width = description.width;
-    open->height = description.height;
-    open->controls = description.controls;
-    setDpi(*open, monitor.dpi);
-    Creation creation;
-    creation.className = u"#32770";
-    creation.title = description.title;
-    creation.procedure = dialogProcedure;
-    creation.cursor = static_cast<UINT>(reinterpret_cast<std::uintptr_t>(IDC_ARROW));
-    creation.style = style;
-    creation.extendedStyle = description.extendedStyle;
-    creation.bounds = centeredOn(*open, monitor.bounds);
-    open->window = addWindow(creation).handle;
+void setBoxOf(HWND owner, HWND box) {
+    if (!owner || !isLive(owner)) return;
+    find(owner)->enabled = !box;
+    find(owner)->box = box;
 }
 
 // The procedure hears of the font before anything is set up. Where it leaves the focus to the
 // system, it may have disabled the control that was to get it.
-void initialise(LPARAM parameter) {
-    send(open->window, WM_SETFONT, 0, 0);
-    setFocus(*open, nextTabStop(*open, nowhere, false), true);
-    const auto control = reinterpret_cast<WPARAM>(focused(*open)->handle);
-    if (!open->procedure(open->window, WM_INITDIALOG, control, parameter))
+void initialize(Dialog& dialog, LPARAM parameter) {
+    send(dialog.window, WM_SETFONT, 0, 0);
+    setFocus(dialog, nextTabStop(dialog, nowhere, false), true);
+    const auto control = reinterpret_cast<WPARAM>(focused(dialog)->handle);
+    if (!dialog.procedure(dialog.window, WM_INITDIALOG, control, parameter))
         desktop::refuse("DialogBoxParamW", "focus set by the program", 0);
-    if (open->done) return;
-    setFocus(*open, nextTabStop(*open, nowhere, false), true);
-    setVisible(*find(open->window), true);
-    activate(open->window);
-    showChange(*open);
+    if (dialog.done) return;
+    setFocus(dialog, nextTabStop(dialog, nowhere, false), true);
+    setVisible(*find(dialog.window), true);
+    activate(dialog.window);
+    showChange(dialog);
 }
 
-// A quit ends the loop without a result, and stays for the loop outside.
-INT_PTR finish() {
-    const INT_PTR result = open->done ? open->result : 1;
-    destroyWindow(open->window);
-    publish(nullptr);
-    open.reset();
-    return result;
-}
+const bool registered = registerFor(Moment::ThreadEnds, [](HWND) { dialogs.clear(); });
 
 }  // namespace
 
-Dialog* openDialog() { return open ? &*open : nullptr; }
-
-Dialog* findDialog(HWND window) { return open && open->window == window ? &*open : nullptr; }
-
-Control* findControl(HWND control) {
-    if (!open || !control) return nullptr;
-    for (Control& entry : open->controls)
-        if (entry.handle == control) return &entry;
-    return nullptr;
+INT_PTR runDialog(Dialog description, Creation creation, const host::Monitor& monitor,
+                  LPARAM parameter) {
+    creation.className = u"#32770";
+    creation.procedure = dialogProcedure;
+    creation.cursor = static_cast<UINT>(reinterpret_cast<std::uintptr_t>(IDC_ARROW));
+    creation.bounds = gdi::centered(monitor.bounds, sizeOf(description));
+    description.window = addWindow(creation).handle;
+    const auto place = dialogs.emplace(description.window, std::move(description)).first;
+    Dialog& dialog = place->second;
+    for (Control& control : dialog.controls) {
+        static std::uintptr_t nextHandle = 0x26000000;
+        control.handle = reinterpret_cast<HWND>(nextHandle++);
+    }
+    setBoxOf(dialog.owner, dialog.window);
+    initialize(dialog, parameter);
+    runLoop([&] { return dialog.done; });
+    if (!dialog.done) endDialog(dialog, 1);
+    const INT_PTR result = dialog.result;
+    destroyWindow(dialog.window);
+    dialogs.erase(place);
+    return result;
 }
 
-Control* findControl(HWND window, int id) {
-    Dialog* const dialog = findDialog(window);
-    if (!dialog) return nullptr;
-    const auto found = std::find_if(dialog->controls.begin(), dialog->controls.end(),
-                                    [&](const Control& control) { return control.id == id; });
-    return found == dialog->controls.end() ? nullptr : &*found;
+// The owner is enabled first, so that it can take over.
+void endDialog(Dialog& dialog, INT_PTR result) {
+    dialog.done = true;
+    dialog.result = result;
+    setBoxOf(dialog.owner, nullptr);
+    setVisible(*find(dialog.window), false);
+    announce(Moment::WindowHides, dialog.window);
+    publish(dialog);
+}
+
+Dialog* findDialog(HWND window) {
+    const auto found = dialogs.find(window);
+    return found == dialogs.end() ? nullptr : &found->second;
 }
 
 void showChange(Dialog& dialog) {
     invalidate(*find(dialog.window), false);
-    publish(&dialog);
+    publish(dialog);
 }
-
-void sendCommand(const Dialog& dialog, const Control& control, WORD notification) {
-    const WPARAM command = static_cast<WORD>(control.id) | WPARAM{notification} << 16;
-    send(dialog.window, WM_COMMAND, command, reinterpret_cast<LPARAM>(control.handle));
-}
-
-void forgetDialog() { open.reset(); }
 
 }  // namespace user32
+
+using namespace user32;
 
 INT_PTR DialogBoxParamW(HINSTANCE instance, LPCWSTR name, HWND owner, DLGPROC procedure,
                         LPARAM parameter) {
     const auto id = reinterpret_cast<std::uintptr_t>(name);
     desktop::Call call("DialogBoxParamW", instance, id, owner);
-    user32::enterUserInterface();
+    enterUserInterface();
     if (!IS_INTRESOURCE(name)) desktop::refuse("DialogBoxParamW", "name that is text", 1);
     if (owner) desktop::refuse("DialogBoxParamW", "owner", 1);
-    if (user32::open) desktop::refuse("DialogBoxParamW", "second dialog", 1);
+    for (const auto& [window, other] : dialogs)
+        if (!find(window)->ofTheLayer) desktop::refuse("DialogBoxParamW", "second dialog", 1);
     if (call.struck()) return call.fail(ERROR_NOT_ENOUGH_MEMORY), -1;
-    const auto description = user32::readDialogTemplate(id);
+    auto description = readDialogTemplate(id);
     if (!description) return call.fail(ERROR_RESOURCE_NAME_NOT_FOUND), -1;
-    user32::makeDialog(*description, procedure);
-    user32::initialise(parameter);
-    user32::runLoop([] { return user32::open->done; });
-    return user32::finish();
+    constexpr DWORD style = WS_POPUP | WS_CAPTION | WS_SYSMENU | WS_MINIMIZEBOX;
+    if (description->style != (style | DS_CENTER | DS_SETFONT))
+        desktop::refuse("DialogBoxParamW", "style", description->style);
+    if (description->extendedStyle != WS_EX_APPWINDOW)
+        desktop::refuse("DialogBoxParamW", "extended style", description->extendedStyle);
+    const host::Monitor monitor = primaryMonitor();
+    Creation creation;
+    creation.title = description->title;
+    creation.style = style;
+    creation.extendedStyle = description->extendedStyle;
+    description->dialog.procedure = procedure;
+    setDpi(description->dialog, monitor.dpi);
+    return runDialog(std::move(description->dialog), creation, monitor, parameter);
 }
 
-// The dialog vanishes at once, but its loop ends only when it next looks.
 BOOL EndDialog(HWND window, INT_PTR result) {
     desktop::Call call("EndDialog", window, result);
-    user32::Dialog* const dialog = user32::findDialog(window);
+    Dialog* const dialog = findDialog(window);
     if (!dialog) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
-    dialog->done = true;
-    dialog->result = result;
-    user32::setVisible(*user32::find(window), false);
-    user32::leaveActivation(window);
+    endDialog(*dialog, result);
     return TRUE;
+}
+
+namespace {
+
+// The control that the condition holds for, and its dialog, to be shown again after a change.
+struct FoundControl {
+    Dialog* dialog = nullptr;
+    Control* control = nullptr;
+    explicit operator bool() const { return control != nullptr; }
+    Control* operator->() const { return control; }
+};
+template <typename Condition>
+FoundControl findControl(Condition condition) {
+    for (auto& [window, dialog] : dialogs)
+        for (Control& control : dialog.controls)
+            if (condition(dialog, control)) return {&dialog, &control};
+    return {};
+}
+FoundControl controlOf(HWND handle) {
+    return findControl(
+        [&](const Dialog&, const Control& control) { return handle && control.handle == handle; });
+}
+FoundControl controlOf(HWND window, int id) {
+    return findControl([&](const Dialog& dialog, const Control& control) {
+        return dialog.window == window && control.id == id;
+    });
+}
+
+}  // namespace
+
+HWND GetDlgItem(HWND dialog, int id) {
+    desktop::Call call("GetDlgItem", dialog, id);
+    const FoundControl control = controlOf(dialog, id);
+    if (!control) return call.fail(ERROR_CONTROL_ID_NOT_FOUND), nullptr;
+    return control->handle;
+}
+
+BOOL SetDlgItemTextW(HWND dialog, int id, LPCWSTR text) {
+    desktop::Call call("SetDlgItemTextW", dialog, id, text);
+    const FoundControl control = controlOf(dialog, id);
+    if (call.struck() || !control) return call.fail(ERROR_CONTROL_ID_NOT_FOUND);
+    control->text = text;
+    control->selected = false;
+    showChange(*control.dialog);
+    return TRUE;
+}
+
+UINT IsDlgButtonChecked(HWND dialog, int id) {
+    desktop::Call call("IsDlgButtonChecked", dialog, id);
+    const FoundControl control = controlOf(dialog, id);
+    return control && control->checked ? BST_CHECKED : BST_UNCHECKED;
+}
+
+BOOL CheckDlgButton(HWND dialog, int id, UINT check) {
+    desktop::Call call("CheckDlgButton", dialog, id, check);
+    if (check > BST_CHECKED) desktop::refuse("CheckDlgButton", "check", check);
+    const FoundControl control = controlOf(dialog, id);
+    if (call.struck() || !control) return call.fail(ERROR_CONTROL_ID_NOT_FOUND);
+    control->checked = check == BST_CHECKED;
+    showChange(*control.dialog);
+    return TRUE;
+}
+
+// A control that is disabled loses the focus. The result is whether it was disabled before.
+BOOL EnableWindow(HWND window, BOOL enable) {
+    desktop::Call call("EnableWindow", window, enable);
+    const FoundControl control = controlOf(window);
+    if (!control) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
+    const bool wasDisabled = !control->enabled;
+    control->enabled = enable != FALSE;
+    if (!enable && focused(*control.dialog) == control.control)
+        setFocus(*control.dialog, nowhere, false);
+    showChange(*control.dialog);
+    return wasDisabled;
+}
+
+BOOL IsWindowEnabled(HWND window) {
+    desktop::Call call("IsWindowEnabled", window);
+    const FoundControl control = controlOf(window);
+    if (!control) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
+    return control->enabled;
+}
+
+// Null while another program has the foreground.
+HWND GetFocus() {
+    desktop::Call call("GetFocus");
+    const Dialog* const dialog = findDialog(foreground());
+    const Control* const control = dialog ? focused(*dialog) : nullptr;
+    return control ? control->handle : foreground();
 }

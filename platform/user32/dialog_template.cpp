@@ -1,6 +1,6 @@
 // Reads a dialog of the extended form: a head, then the controls, each at a multiple of four.
 
-#include "platform/user32/dialog_template.h"
+#include "platform/user32/dialog.h"
 
 #include <cstring>
 #include <span>
@@ -74,7 +74,6 @@ ControlKind kindOf(const Control& control) {
 }
 
 Control takeControl(Reader& reader) {
-    static std::uintptr_t nextHandle = 0x26000000;
     Control control;
     reader.align();
     reader.take<DWORD>();  // help
@@ -86,11 +85,10 @@ Control takeControl(Reader& reader) {
     control.text = reader.takeText();
     expect("data of a control", reader.take<WORD>(), 0);
     control.kind = kindOf(control);
-    control.handle = reinterpret_cast<HWND>(nextHandle++);
     return control;
 }
 
-// The face is whatever stands in for the one that is named; it is always nine points high here.
+// A substitute replaces the face that is named; it is always nine points high here.
 void takeFont(Reader& reader) {
     expect("points of the font", reader.take<WORD>(), 9);
     expect("weight of the font", reader.take<WORD>(), 0);
@@ -104,22 +102,23 @@ std::optional<DialogTemplate> readDialogTemplate(std::uintptr_t id) {
     const auto resource = findResource(RT_DIALOG, id);
     if (!resource) return std::nullopt;
     Reader reader{*resource};
-    DialogTemplate dialog;
+    DialogTemplate made;
     expect("version of the template", reader.take<DWORD>(), 0xFFFF0001);
     reader.take<DWORD>();  // help
-    dialog.extendedStyle = reader.take<DWORD>();
-    dialog.style = reader.take<DWORD>();
+    made.extendedStyle = reader.take<DWORD>();
+    made.style = reader.take<DWORD>();
     const WORD count = reader.take<WORD>();
     const RECT units = takeUnits(reader);
-    dialog.width = units.right - units.left;
-    dialog.height = units.bottom - units.top;
+    made.dialog.width = units.right - units.left;
+    made.dialog.height = units.bottom - units.top;
     expect("menu", reader.take<WORD>(), 0);
     expect("class", reader.take<WORD>(), 0);
-    dialog.title = reader.takeText();
-    expect("styles without a font", dialog.style & DS_SETFONT, DS_SETFONT);
+    made.title = reader.takeText();
+    expect("styles without a font", made.style & DS_SETFONT, DS_SETFONT);
     takeFont(reader);
-    for (WORD index = 0; index < count; ++index) dialog.controls.push_back(takeControl(reader));
-    return dialog;
+    for (WORD index = 0; index < count; ++index)
+        made.dialog.controls.push_back(takeControl(reader));
+    return made;
 }
 
 }  // namespace user32

@@ -1,19 +1,13 @@
-// The road of an event: host, hook, hot key, window.
+// The way of an event: host, hook, hot key, window.
 
 #include "platform/user32/input.h"
 
 #include <bitset>
 #include <optional>
 
+#include "platform/core/call.h"
 #include "platform/hosts/host.h"
-#include "platform/shell32/tray.h"
-#include "platform/user32/activation.h"
-#include "platform/user32/hook.h"
-#include "platform/user32/hot_key.h"
-#include "platform/user32/keys.h"
-#include "platform/user32/modal.h"
-#include "platform/user32/mouse.h"
-#include "platform/user32/session.h"
+#include "platform/user32/message_queue.h"
 #include "platform/user32/window.h"
 
 namespace user32 {
@@ -24,6 +18,7 @@ using host::Event;
 
 std::optional<Event> waiting;  // pointer or key event for a window
 UINT takenModifiers = 0;
+void (*trayEvent)(const Event& event) = nullptr;
 std::bitset<256> passedDown;  // keys whose press went past the hooks
 std::bitset<256> eatenDown;   // keys whose press a hook ate: nobody else sees them as down
 
@@ -76,14 +71,54 @@ void handle(const Event& event) {
     case Event::PointerMoved:
     case Event::ButtonPressed:
     case Event::ButtonReleased: waiting = event; return;
-    case Event::TrayMouse: allowForeground(); return shell32::reportTrayMouse(event.message);
+    case Event::TrayMouse: allowForeground(); break;
     case Event::ActivationLost: return loseActivation();
     case Event::Exposed: return presentAgain(event.surface);
     case Event::LayoutChanged: return broadcast(WM_DISPLAYCHANGE, 32, 0);
-    case Event::SessionQuery: return askForSessionEnd();
+    case Event::SessionQuery: return tellAll(WM_QUERYENDSESSION, 0, 0);
     case Event::SessionEnd: return tellSessionEnd(event.message != 0);
-    case Event::TaskbarCreated: return shell32::restartTray();
+    case Event::TaskbarCreated: break;
     }
+    if (trayEvent) trayEvent(event);
+}
+
+WPARAM buttons = 0;  // MK_ bits of those that are held
+
+// The host knows what else covers the windows of ours.
+HWND windowOf(host::Surface surface) {
+    for (const HWND window : windowOrder())
+        if (surface && find(window)->surface == surface) return window;
+    return nullptr;
+}
+
+WPARAM bitOf(int button) {
+    if (button == 1) return MK_LBUTTON;
+    return button == 2 ? MK_MBUTTON : MK_RBUTTON;
+}
+
+UINT messageOf(const host::Event& event) {
+    if (event.kind == host::Event::PointerMoved) return WM_MOUSEMOVE;
+    const UINT press = event.button == 1   ? WM_LBUTTONDOWN
+                       : event.button == 2 ? WM_MBUTTONDOWN
+                                           : WM_RBUTTONDOWN;
+    return event.kind == host::Event::ButtonPressed ? press : press + 1;
+}
+
+bool pointerMessage(const host::Event& event, MSG& message) {
+    const HWND window = capture() ? capture() : windowOf(event.surface);
+    if (event.kind == host::Event::ButtonPressed) buttons |= bitOf(event.button);
+    if (event.kind == host::Event::ButtonReleased) buttons &= ~bitOf(event.button);
+    if (!window) return false;
+    const Window& record = *find(window);
+    const RECT& bounds = record.bounds;
+    const WPARAM held = buttons | (event.modifiers & MOD_SHIFT ? MK_SHIFT : 0u) |
+                        (event.modifiers & MOD_CONTROL ? MK_CONTROL : 0u);
+    // Under a modal box: the disabled window takes the press away from others and does nothing with
+    // it.
+    message = {window, record.enabled ? messageOf(event) : UINT{WM_NULL},
+               held,   MAKELPARAM(event.at.x - bounds.left, event.at.y - bounds.top),
+               0,      event.at};
+    return true;
 }
 
 // Bits of a key message's LPARAM: repeat count, scan code, extended key, Alt held, release.
@@ -130,8 +165,6 @@ bool announcePointer(const MSG& message) {
     return spot == HTCLIENT && find(message.hwnd);
 }
 
-}  // namespace
-
 bool takeEvents() {
     constexpr int most = 64;
     Event event;
@@ -142,28 +175,50 @@ bool takeEvents() {
     return false;
 }
 
-Input takeInput(MSG& message, const Filter& filter) {
-    if (!waiting) return Input::None;
+InputSource::Taken takeInput(MSG& message, const Filter& filter) {
+    if (!waiting) return InputSource::Taken::None;
     const Event event = *waiting;
     const bool pointer = event.kind <= Event::ButtonReleased;
     MSG candidate{};
     const bool forWindow = resolve(event, candidate);
-    if (forWindow && !passes(filter, candidate)) return Input::None;
+    if (forWindow && !passes(filter, candidate)) return InputSource::Taken::None;
     waiting.reset();
     takenModifiers = event.modifiers;
     if (pointer) host::current().finishInput(event, forWindow);
     if (event.kind == Event::ButtonPressed) noteInput(event, forWindow);
-    if (!forWindow || (pointer && !announcePointer(candidate))) return Input::Dropped;
+    if (!forWindow || (pointer && !announcePointer(candidate))) return InputSource::Taken::Dropped;
     message = candidate;
-    return Input::Taken;
+    return InputSource::Taken::Message;
 }
+
+const bool registered = setInputSource({takeEvents, takeInput});
+
+}  // namespace
 
 UINT modifiersOfInput() { return takenModifiers; }
 
-bool isDown(UINT key) {
-    const Event* const hooked = hookedEvent();
-    if (hooked && hooked->key == key) return passedDown[key & 0xFF];
-    return !eatenDown[key & 0xFF] && host::current().keyIsDown(key);
-}
+bool setTrayAction(void (*action)(const Event&)) { return trayEvent = action, true; }
 
 }  // namespace user32
+
+using namespace user32;
+
+// The top bit tells that the key is down. The state is the one before an event that a hook is
+// looking at.
+SHORT GetAsyncKeyState(int code) {
+    desktop::Call call("GetAsyncKeyState", code);
+    const UINT key = static_cast<UINT>(code);
+    const Event* const hooked = hookedEvent();
+    const bool isDown = hooked && hooked->key == key
+                            ? passedDown[key & 0xFF]
+                            : !eatenDown[key & 0xFF] && host::current().keyIsDown(key);
+    return isDown ? static_cast<SHORT>(0x8000) : SHORT{0};
+}
+
+BOOL GetCursorPos(LPPOINT point) {
+    desktop::Call call("GetCursorPos");
+    expectDpiAwareness("GetCursorPos");
+    if (call.struck()) return call.fail(ERROR_ACCESS_DENIED);
+    *point = host::current().pointer();
+    return TRUE;
+}

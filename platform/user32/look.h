@@ -1,11 +1,10 @@
-// How menus and boxes look: colours, sizes at 96 dots an inch, and the parts that they share.
+// Colors, sizes and parts that menus and dialogs share. Lengths are for 96 dots an inch.
 
 #pragma once
 
 #include <string_view>
 
 #include "platform/gdi32/canvas.h"
-#include "platform/gdi32/text.h"
 
 namespace user32::look {
 
@@ -14,11 +13,10 @@ constexpr std::uint32_t border = 0x8A8A8A, line = 0xD6D6D6, accent = 0x0067C0, l
 
 gdi::Face textFace(UINT dpi);  // nine point
 
-struct ButtonState {
-    bool isDefault = false, focused = false, pressed = false, enabled = true;
-};
-void button(const gdi::Canvas& canvas, const RECT& area, std::u16string_view text, UINT dpi,
-            const ButtonState& state);
+// One line in the middle of the area's height; returns the area that the text covers.
+RECT drawLine(const gdi::Canvas& canvas, const RECT& area, std::u16string_view text,
+              const gdi::TextStyle& style);
+
 // The title line with its text, and the close button at its right end.
 void caption(const gdi::Canvas& canvas, const RECT& area, std::u16string_view title, UINT dpi,
              bool active);

@@ -1,4 +1,4 @@
-// The order in which messages come out, and waiting for them.
+// The order in which messages come out, waiting for them, timers, and the end of the session.
 
 #include "platform/user32/message_queue.h"
 
@@ -9,18 +9,17 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cstdlib>
 #include <deque>
 #include <mutex>
-#include <set>
+#include <stdexcept>
 #include <vector>
 
+#include "platform/core/call.h"
 #include "platform/core/mailbox.h"
+#include "platform/core/objects.h"
+#include "platform/core/shown.h"
 #include "platform/hosts/host.h"
-#include "platform/user32/activation.h"
-#include "platform/user32/input.h"
-#include "platform/user32/session.h"
-#include "platform/user32/thread.h"
-#include "platform/user32/timer.h"
 #include "platform/user32/window.h"
 
 namespace user32 {
@@ -33,7 +32,6 @@ constexpr std::size_t mostPosted = 10'000;
 struct Shared {
     std::mutex mutex;
     std::deque<MSG> posted;
-    std::set<HWND> live;
     // Messages that nobody read before the thread ended. They may own memory, which is kept
     // reachable.
     std::vector<MSG> abandoned;
@@ -43,6 +41,10 @@ Shared& shared() {
     static auto* const record = new Shared;
     return *record;
 }
+
+InputSource input{};
+const char16_t* actionMail = nullptr;
+void (*mailAction)() = nullptr;
 
 std::atomic<bool> endAsked{false};
 bool quitPosted = false;
@@ -87,9 +89,66 @@ bool findPaint(MSG& message, const Filter& filter) {
     return false;
 }
 
+using Clock = std::chrono::steady_clock;
+
+struct Timer {
+    HWND window;
+    UINT_PTR id;
+    std::chrono::milliseconds period;
+    Clock::time_point due;
+};
+std::vector<Timer> timers;
+
+auto position(HWND window, UINT_PTR id) {
+    return std::find_if(timers.begin(), timers.end(), [&](const Timer& timer) {
+        return timer.window == window && timer.id == id;
+    });
+}
+
+MSG messageOf(const Timer& timer) { return {timer.window, WM_TIMER, timer.id, 0, 0, {}}; }
+
+bool takeTimer(MSG& message, const Filter& filter) {
+    const Clock::time_point now = Clock::now();
+    Timer* first = nullptr;
+    for (Timer& timer : timers)
+        if (timer.due <= now && passes(filter, messageOf(timer)) &&
+            (!first || timer.due < first->due))
+            first = &timer;
+    if (!first) return false;
+    first->due = now + first->period;
+    message = messageOf(*first);
+    return true;
+}
+
+int millisecondsToTimer() {
+    if (timers.empty()) return -1;
+    const auto first = std::min_element(
+        timers.begin(), timers.end(), [](const Timer& a, const Timer& b) { return a.due < b.due; });
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(first->due - Clock::now());
+    return static_cast<int>(std::max<std::int64_t>(left.count(), 0));
+}
+
+void killTimersOf(HWND window) {
+    const auto gone =
+        std::erase_if(timers, [&](const Timer& timer) { return timer.window == window; });
+    for (std::size_t count = 0; count < gone; ++count) desktop::closed(desktop::Object::Timer);
+}
+
+// With its timers and everything posted to it.
+void dismissWindow(HWND window) {
+    killTimersOf(window);
+    const std::lock_guard lock(shared().mutex);
+    for (const MSG& message : shared().posted)
+        if (message.hwnd == window) shared().abandoned.push_back(message);
+    std::erase_if(shared().posted, [&](const MSG& message) { return message.hwnd == window; });
+}
+
+const bool registered = registerFor(Moment::WindowIsDestroyed, dismissWindow) &&
+                        registerFor(Moment::ThreadEnds, [](HWND) { quitPosted = false; });
+
 void answerMail() {
     desktop::answerMail([](std::uint64_t window, UINT message, WPARAM wparam, LPARAM lparam) {
-        if (message == desktop::registeredMessage(foregroundMail)) return allowForeground(), LRESULT{1};
+        if (message == desktop::registeredMessage(actionMail)) return mailAction(), LRESULT{1};
         return send(reinterpret_cast<HWND>(window), message, wparam, lparam);
     });
 }
@@ -102,20 +161,23 @@ void waitForAnything() {
     forgetWakes();
 }
 
+void endSession() {
+    tellAll(WM_QUERYENDSESSION, 0, 0);
+    tellSessionEnd(true);
+}
+
 // Everything but painting and timers. What others post or ask for does not wait until a flood of
 // input for other programs is over.
 Found look(MSG& message, const Filter& filter) {
     for (bool again = true; again;) {
         answerMail();
         if (endAsked.exchange(false)) endSession();
-        again = !takeEvents();
+        again = !input.takeEvents();
         if (takePosted(message, filter)) return Found::Message;
         if (quitPosted) return Found::Quit;
-        switch (takeInput(message, filter)) {
-        case Input::Taken: return Found::Message;
-        case Input::Dropped: again = true; break;
-        case Input::None: break;
-        }
+        const InputSource::Taken taken = input.take(message, filter);
+        if (taken == InputSource::Taken::Message) return Found::Message;
+        again |= taken == InputSource::Taken::Dropped;
     }
     return Found::Nothing;
 }
@@ -180,7 +242,7 @@ void runLoop(const std::function<bool()>& done) {
 Posted post(const MSG& message) {
     {
         const std::lock_guard lock(shared().mutex);
-        if (!shared().live.contains(message.hwnd)) return Posted::NoWindow;
+        if (!isLive(message.hwnd)) return Posted::NoWindow;
         if (shared().posted.size() >= mostPosted) return Posted::Full;
         shared().posted.push_back(message);
     }
@@ -188,29 +250,76 @@ Posted post(const MSG& message) {
     return Posted::Yes;
 }
 
-bool isLive(HWND window) {
-    const std::lock_guard lock(shared().mutex);
-    return shared().live.contains(window);
-}
-
 void endSessionSoon() {
     endAsked = true;
     wake();
 }
 
-void admitWindow(HWND window) {
-    const std::lock_guard lock(shared().mutex);
-    shared().live.insert(window);
+void tellAll(UINT message, WPARAM wparam, LPARAM lparam) {
+    const std::vector<HWND> all = windowOrder();  // a copy: windows may go meanwhile
+    for (const HWND window : all) {
+        const Window* const record = find(window);
+        if (record && !record->ofTheLayer) send(window, message, wparam, lparam);
+    }
 }
 
-void dismissWindow(HWND window) {
-    const std::lock_guard lock(shared().mutex);
-    shared().live.erase(window);
-    for (const MSG& message : shared().posted)
-        if (message.hwnd == window) shared().abandoned.push_back(message);
-    std::erase_if(shared().posted, [&](const MSG& message) { return message.hwnd == window; });
+void broadcast(UINT message, WPARAM wparam, LPARAM lparam) {
+    for (const HWND window : windowOrder())
+        if (!find(window)->ofTheLayer) post({window, message, wparam, lparam, 0, {}});
 }
 
-void forgetMessages() { quitPosted = false; }
+// The process ends with the last answer; nothing that follows the message loop ever runs.
+void tellSessionEnd(bool reallyEnds) {
+    tellAll(WM_ENDSESSION, reallyEnds, 0);
+    if (!reallyEnds) return;
+    destroyAllWindows();
+    host::current().leaveClipboard();
+    std::_Exit(0);
+}
+
+bool setInputSource(const InputSource& source) { return input = source, true; }
+
+bool setMailAction(const char16_t* message, void (*action)()) {
+    actionMail = message;
+    mailAction = action;
+    return true;
+}
 
 }  // namespace user32
+
+using namespace user32;
+
+UINT_PTR SetTimer(HWND window, UINT_PTR id, UINT milliseconds, TIMERPROC procedure) {
+    desktop::Call call("SetTimer", window, id, milliseconds);
+    if (procedure) desktop::refuse("SetTimer", "procedure", 1);
+    if (call.struck()) return static_cast<UINT_PTR>(call.fail(ERROR_NOT_ENOUGH_MEMORY));
+    if (!find(window)) return static_cast<UINT_PTR>(call.fail(ERROR_INVALID_WINDOW_HANDLE));
+    const std::chrono::milliseconds period(std::max(milliseconds, 10u));
+    const auto found = position(window, id);
+    if (found == timers.end())
+        desktop::opened(desktop::Object::Timer);
+    else
+        timers.erase(found);
+    timers.push_back({window, id, period, Clock::now() + period});
+    return id;
+}
+
+BOOL KillTimer(HWND window, UINT_PTR id) {
+    desktop::Call call("KillTimer", window, id);
+    const auto found = position(window, id);
+    if (found == timers.end()) return call.fail(ERROR_INVALID_PARAMETER);
+    timers.erase(found);
+    desktop::closed(desktop::Object::Timer);
+    return TRUE;
+}
+
+void desktop::postToWindow(const std::string& className, UINT message, WPARAM wparam,
+                           LPARAM lparam) {
+    const HWND window = withShown([&](Shown& shown) -> HWND {
+        for (const ShownHandle& entry : shown.windows)
+            if (entry.window.className == className) return entry.handle;
+        return nullptr;
+    });
+    if (user32::post({window, message, wparam, lparam, 0, {}}) != user32::Posted::Yes)
+        throw std::runtime_error("No window of the class " + className);
+}

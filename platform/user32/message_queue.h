@@ -35,16 +35,29 @@ DWORD messageTime();
 // leaves.
 void runLoop(const std::function<bool()>& done);
 
+// To every window that the program made: sent, or posted.
+void tellAll(UINT message, WPARAM wparam, LPARAM lparam);
+void broadcast(UINT message, WPARAM wparam, LPARAM lparam);
+// After the answers to WM_ENDSESSION; if the session really ends, the process does too.
+void tellSessionEnd(bool reallyEnds);
+
 // --- Callable from any thread
 enum class Posted { Yes, NoWindow, Full };
 Posted post(const MSG& message);
-bool isLive(HWND window);
 // The session ends for this program alone (a signal). Callable from a signal handler.
 void endSessionSoon();
 
-// --- For window.cpp and thread.cpp
-void admitWindow(HWND window);
-void dismissWindow(HWND window);  // with everything posted to it
-void forgetMessages();
+// --- For what brings input, registered at static initialization
+struct InputSource {
+    // Takes events from the host until one waits for a window. False: there may be more, but posted
+    // messages and the end of the session do not wait for all of a flood.
+    bool (*takeEvents)();
+    // The waiting event as a message. Dropped: it was not for a window of ours.
+    enum class Taken { None, Message, Dropped };
+    Taken (*take)(MSG& message, const Filter& filter);
+};
+bool setInputSource(const InputSource& source);
+// Mail with this registered message is for the action and not for a window.
+bool setMailAction(const char16_t* message, void (*action)());
 
 }  // namespace user32

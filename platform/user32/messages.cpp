@@ -1,17 +1,22 @@
-// The published operations on messages.
+// The published operations on messages, and what a window does with those that its procedure
+// passes on.
 
 #include <unistd.h>
+
+#include <algorithm>
+#include <utility>
 
 #include "platform/core/call.h"
 #include "platform/core/handle_table.h"
 #include "platform/core/mailbox.h"
 #include "platform/core/shown.h"
 #include "platform/core/text.h"
-#include "platform/user32/activation.h"
+#include "platform/user32/input.h"
 #include "platform/user32/message_queue.h"
-#include "platform/user32/modal.h"
-#include "platform/user32/thread.h"
+#include "platform/user32/menu.h"
 #include "platform/user32/window.h"
+
+namespace user32 {
 
 namespace {
 
@@ -28,13 +33,61 @@ HWND ownWindow(const std::u16string& className) {
     });
 }
 
+// Messages that the layer itself sends and whose default is to do nothing.
+bool isKnown(UINT message) {
+    constexpr UINT silent[] = {
+        WM_NULL,       WM_CREATE,     WM_DESTROY,       WM_NCDESTROY,      WM_GETMINMAXINFO,
+        WM_SIZE,       WM_NCCALCSIZE, WM_ACTIVATE,      WM_SETFOCUS,       WM_KILLFOCUS,
+        WM_KEYDOWN,    WM_KEYUP,      WM_SYSKEYUP,      WM_CAPTURECHANGED, WM_DESTROYCLIPBOARD,
+        WM_ENDSESSION, WM_ERASEBKGND, WM_DISPLAYCHANGE, WM_TIMER,          WM_HOTKEY};
+    return std::ranges::find(silent, message) != std::end(silent) ||
+           (message >= WM_MOUSEMOVE && message <= WM_MBUTTONUP) ||
+           (message >= WM_APP && message <= 0xFFFF);
+}
+
+LRESULT setCursor(HWND window, UINT spot) {
+    Window* const record = find(window);
+    if (!record || !record->cursor || spot != HTCLIENT) return FALSE;
+    if (record->cursor == std::exchange(record->shownCursor, record->cursor)) return TRUE;
+    host::current().setCursor(record->surface, record->cursor);
+    publishWindows();
+    return TRUE;
+}
+
 }  // namespace
+
+LRESULT answerMessage(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
+    switch (message) {
+    case WM_NCCREATE:
+    case WM_QUERYENDSESSION: return TRUE;
+    case WM_NCHITTEST: return HTCLIENT;
+    case WM_MOUSEACTIVATE: return MA_ACTIVATE;
+    case WM_SETCURSOR: return setCursor(window, LOWORD(lparam));
+    case WM_CLOSE: destroyWindow(window); return 0;
+    case WM_SYSCOMMAND:
+        if ((wparam & 0xFFF0) == SC_CLOSE) return send(window, WM_CLOSE, 0, 0);
+        return 0;
+    case WM_SYSKEYDOWN:
+        if (wparam == VK_F4) post({window, WM_SYSCOMMAND, SC_CLOSE, 0, 0, {}});
+        return 0;
+    case WM_PAINT:
+        if (Window* const record = find(window)) record->dirty = {};
+        return 0;
+    default:
+        if (!isKnown(message)) desktop::refuse("DefWindowProcW", "message", message);
+        return 0;
+    }
+}
+
+}  // namespace user32
+
+using namespace user32;
 
 BOOL GetMessageW(MSG* message, HWND window, UINT first, UINT last) {
     desktop::Call call("GetMessageW", window, first, last);
     if (window || first || last) desktop::refuse("GetMessageW", "filter", first);
-    if (user32::waitFor(*message) == user32::Found::Message) return message->message != WM_QUIT;
-    user32::takeQuit(*message);
+    if (waitFor(*message) == Found::Message) return message->message != WM_QUIT;
+    takeQuit(*message);
     return FALSE;
 }
 
@@ -42,10 +95,10 @@ BOOL GetMessageW(MSG* message, HWND window, UINT first, UINT last) {
 BOOL PeekMessageW(MSG* message, HWND window, UINT first, UINT last, UINT remove) {
     desktop::Call call("PeekMessageW", window, first, last, remove);
     if (remove != PM_REMOVE) desktop::refuse("PeekMessageW", "remove", remove);
-    if (window && !user32::find(window)) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
-    const user32::Found found = user32::peek(*message, {window, first, last});
-    if (found == user32::Found::Quit) user32::takeQuit(*message);
-    return found != user32::Found::Nothing;
+    if (window && !find(window)) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
+    const Found found = peek(*message, {window, first, last});
+    if (found == Found::Quit) takeQuit(*message);
+    return found != Found::Nothing;
 }
 
 // Characters are made where they are needed, by the dialogs' own keyboard handling.
@@ -56,25 +109,25 @@ BOOL TranslateMessage(const MSG* message) {
 
 LRESULT DispatchMessageW(const MSG* message) {
     desktop::Call call("DispatchMessageW", message->message);
-    return user32::send(message->hwnd, message->message, message->wParam, message->lParam);
+    return send(message->hwnd, message->message, message->wParam, message->lParam);
 }
 
 BOOL PostMessageW(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
     desktop::Call call("PostMessageW", window, message, wparam);
     if (call.struck()) return call.fail(ERROR_NOT_ENOUGH_QUOTA);
-    switch (user32::post({window, message, wparam, lparam, 0, {}})) {
-    case user32::Posted::NoWindow: return call.fail(ERROR_INVALID_WINDOW_HANDLE);
-    case user32::Posted::Full: return call.fail(ERROR_NOT_ENOUGH_QUOTA);
-    case user32::Posted::Yes: break;
+    switch (post({window, message, wparam, lparam, 0, {}})) {
+    case Posted::NoWindow: return call.fail(ERROR_INVALID_WINDOW_HANDLE);
+    case Posted::Full: return call.fail(ERROR_NOT_ENOUGH_QUOTA);
+    case Posted::Yes: break;
     }
-    user32::settleMenuOf(window);
+    settleMenuOf(window);
     return TRUE;
 }
 
 LRESULT SendMessageW(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
     desktop::Call call("SendMessageW", window, message, wparam, lparam);
-    if (!user32::find(window)) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
-    return user32::send(window, message, wparam, lparam);
+    if (!find(window)) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
+    return send(window, message, wparam, lparam);
 }
 
 LRESULT SendMessageTimeoutW(HWND window, UINT message, WPARAM wparam, LPARAM lparam, UINT flags,
@@ -84,9 +137,9 @@ LRESULT SendMessageTimeoutW(HWND window, UINT message, WPARAM wparam, LPARAM lpa
         desktop::refuse("SendMessageTimeoutW", "flags", flags);
     if (call.struck()) return call.fail(ERROR_TIMEOUT);
     const desktop::Mailbox* const mailbox = strangers.find(window);
-    if (!mailbox && !user32::isLive(window)) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
+    if (!mailbox && !isLive(window)) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
     if (!mailbox) {
-        *result = static_cast<DWORD_PTR>(user32::send(window, message, wparam, lparam));
+        *result = static_cast<DWORD_PTR>(send(window, message, wparam, lparam));
         return TRUE;
     }
     const auto answer = desktop::sendMail(*mailbox, message, wparam, lparam, milliseconds);
@@ -97,7 +150,7 @@ LRESULT SendMessageTimeoutW(HWND window, UINT message, WPARAM wparam, LPARAM lpa
 
 void PostQuitMessage(int code) {
     desktop::Call call("PostQuitMessage", code);
-    user32::postQuit(code);
+    postQuit(code);
 }
 
 UINT RegisterWindowMessageW(LPCWSTR text) {
@@ -108,7 +161,7 @@ UINT RegisterWindowMessageW(LPCWSTR text) {
 
 BOOL IsWindow(HWND window) {
     desktop::Call call("IsWindow", window);
-    return user32::isLive(window);
+    return isLive(window);
 }
 
 HWND FindWindowW(LPCWSTR className, LPCWSTR title) {
@@ -123,7 +176,7 @@ HWND FindWindowW(LPCWSTR className, LPCWSTR title) {
 DWORD GetWindowThreadProcessId(HWND window, LPDWORD process) {
     desktop::Call call("GetWindowThreadProcessId", window);
     const desktop::Mailbox* const mailbox = strangers.find(window);
-    if (call.struck() || (!mailbox && !user32::isLive(window)))
+    if (call.struck() || (!mailbox && !isLive(window)))
         return static_cast<DWORD>(call.fail(ERROR_INVALID_WINDOW_HANDLE));
     *process = static_cast<DWORD>(mailbox ? mailbox->process : getpid());
     return *process;
@@ -134,11 +187,15 @@ DWORD GetWindowThreadProcessId(HWND window, LPDWORD process) {
 BOOL AllowSetForegroundWindow(DWORD process) {
     desktop::Call call("AllowSetForegroundWindow", process);
     if (process == 0) desktop::refuse("AllowSetForegroundWindow", "process", process);
-    if (call.struck() || !user32::mayTakeForeground()) return call.fail(ERROR_ACCESS_DENIED);
+    if (call.struck() || !mayTakeForeground()) return call.fail(ERROR_ACCESS_DENIED);
     for (const auto& [handle, mailbox] : strangers.records)
         if (static_cast<DWORD>(mailbox.process) == process)
-            return desktop::sendMail(mailbox, desktop::registeredMessage(user32::foregroundMail), 0,
-                                     0, 0),
+            return desktop::sendMail(mailbox, desktop::registeredMessage(foregroundMail), 0, 0, 0),
                    TRUE;
     return call.fail(ERROR_INVALID_PARAMETER);
+}
+
+LRESULT DefWindowProcW(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
+    desktop::Call call("DefWindowProcW", message);
+    return answerMessage(window, message, wparam, lparam);
 }

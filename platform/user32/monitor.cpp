@@ -1,19 +1,19 @@
 // Monitors, their scale and the sizes that follow from it.
 
-#include "platform/user32/monitor.h"
+#include "platform/user32/window.h"
 
 #include <algorithm>
 #include <utility>
 
 #include "platform/core/call.h"
 #include "platform/gdi32/canvas.h"
-#include "platform/user32/window.h"
 
 namespace user32 {
 
 namespace {
 
 bool aware = false;
+const bool registered = registerFor(Moment::ThreadEnds, [](HWND) { aware = false; });
 
 std::int64_t distance(const RECT& area, POINT at) {
     const std::int64_t across = std::max({area.left - at.x, 0, at.x - (area.right - 1)});
@@ -52,25 +52,30 @@ host::Monitor nearestMonitor(POINT at) {
     return nearest == all.end() ? host::Monitor{} : *nearest;
 }
 
+host::Monitor monitorOf(const Window& window) {
+    const RECT& bounds = window.bounds;
+    return nearestMonitor({(bounds.left + bounds.right) / 2, (bounds.top + bounds.bottom) / 2});
+}
+
 void expectDpiAwareness(const char* operation) {
     if (!aware) desktop::refuse(operation, "DPI awareness", 0);
 }
 
-void forgetDpiAwareness() { aware = false; }
-
 }  // namespace user32
+
+using namespace user32;
 
 HMONITOR MonitorFromPoint(POINT point, DWORD otherwise) {
     desktop::Call call("MonitorFromPoint", point.x, point.y, otherwise);
     if (otherwise != MONITOR_DEFAULTTONEAREST)
         desktop::refuse("MonitorFromPoint", "otherwise", otherwise);
-    user32::expectDpiAwareness("MonitorFromPoint");
-    return reinterpret_cast<HMONITOR>(user32::nearestMonitor(point).id);
+    expectDpiAwareness("MonitorFromPoint");
+    return reinterpret_cast<HMONITOR>(nearestMonitor(point).id);
 }
 
 BOOL GetMonitorInfoW(HMONITOR monitor, MONITORINFO* information) {
     desktop::Call call("GetMonitorInfoW", monitor);
-    user32::expectDpiAwareness("GetMonitorInfoW");
+    expectDpiAwareness("GetMonitorInfoW");
     if (call.struck()) return call.fail(ERROR_INVALID_MONITOR_HANDLE);
     if (information->cbSize != sizeof *information) return call.fail(ERROR_INVALID_PARAMETER);
     for (const host::Monitor& entry : host::current().monitors())
@@ -89,29 +94,26 @@ BOOL SetProcessDpiAwarenessContext(DPI_AWARENESS_CONTEXT context) {
     if (context != DPI_AWARENESS_CONTEXT_PER_MONITOR_AWARE_V2)
         desktop::refuse("SetProcessDpiAwarenessContext", "context",
                         reinterpret_cast<std::intptr_t>(context));
-    const bool decided = std::exchange(user32::aware, true);
+    const bool decided = std::exchange(aware, true);
     return call.struck() || decided ? call.fail(ERROR_ACCESS_DENIED) : TRUE;
 }
 
 UINT GetDpiForWindow(HWND window) {
     desktop::Call call("GetDpiForWindow", window);
-    user32::expectDpiAwareness("GetDpiForWindow");
-    const user32::Window* const record = user32::find(window);
+    expectDpiAwareness("GetDpiForWindow");
+    const Window* const record = find(window);
     if (!record) return static_cast<UINT>(call.fail(ERROR_INVALID_WINDOW_HANDLE));
-    const RECT& bounds = record->bounds;
-    return user32::nearestMonitor(
-               {(bounds.left + bounds.right) / 2, (bounds.top + bounds.bottom) / 2})
-        .dpi;
+    return monitorOf(*record).dpi;
 }
 
 int GetSystemMetrics(int index) {
     desktop::Call call("GetSystemMetrics", index);
-    return user32::metric("GetSystemMetrics", index, user32::primaryMonitor().dpi);
+    return metric("GetSystemMetrics", index, primaryMonitor().dpi);
 }
 
 int GetSystemMetricsForDpi(int index, UINT dpi) {
     desktop::Call call("GetSystemMetricsForDpi", index, dpi);
-    return user32::metric("GetSystemMetricsForDpi", index, dpi);
+    return metric("GetSystemMetricsForDpi", index, dpi);
 }
 
 HRESULT DwmFlush() {

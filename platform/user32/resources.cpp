@@ -1,4 +1,5 @@
-// Finds a resource in the compiled block.
+// Finds a resource in the compiled block, and makes icons: a group names its images, each of them a
+// PNG.
 //
 // An entry is: size of the data, size of the header, type, name (each 0xFFFF and a number, or text
 // up to a zero), padding, sixteen bytes of no interest here, the data, padding. Everything starts
@@ -6,11 +7,22 @@
 
 #include "platform/user32/resources.h"
 
+#include <algorithm>
 #include <cstring>
+#include <memory>
+#include <optional>
+
+#include "platform/core/call.h"
+#include "platform/core/handle_table.h"
+#include "platform/core/objects.h"
+#include "platform/gdi32/canvas.h"
+#include "platform/user32/window.h"
 
 namespace user32 {
 
 namespace {
+
+desktop::HandleTable<HICON, Icon> icons(0x24000000);
 
 using Bytes = std::span<const std::uint8_t>;
 
@@ -23,7 +35,7 @@ Number numberAt(Bytes bytes, std::size_t at) {
 
 std::size_t padded(std::size_t at) { return (at + 3) & ~std::size_t{3}; }
 
-// Reads a type or name and moves `at` behind it; 0 for one that is text.
+// Reads a type or name and moves `at` past it; 0 for one that is text.
 std::uint16_t takeName(Bytes bytes, std::size_t& at) {
     if (numberAt<std::uint16_t>(bytes, at) == 0xFFFF) {
         at += 4;
@@ -32,6 +44,83 @@ std::uint16_t takeName(Bytes bytes, std::size_t& at) {
     while (at + 2 <= bytes.size() && numberAt<std::uint16_t>(bytes, at) != 0) at += 2;
     at += 2;
     return 0;
+}
+
+struct Image {
+    int side;
+    std::uintptr_t id;
+};
+
+std::vector<Image> imagesOf(Bytes group) {
+    constexpr std::size_t header = 6, entry = 14;
+    std::vector<Image> images;
+    for (std::size_t at = header; at + entry <= group.size(); at += entry)
+        images.push_back({group[at] == 0 ? 256 : group[at],
+                          static_cast<std::uintptr_t>(group[at + 12] | group[at + 13] << 8)});
+    return images;
+}
+
+// The image that is to be scaled down least, or the largest one if all are too small.
+std::uintptr_t bestImage(Bytes group, int side) {
+    Image best{};
+    for (const Image& each : imagesOf(group)) {
+        const bool better =
+            best.side < side ? each.side > best.side : each.side >= side && each.side < best.side;
+        if (better) best = each;
+    }
+    return best.id;
+}
+
+cairo_status_t readBytes(void* closure, unsigned char* target, unsigned int length) {
+    Bytes& rest = *static_cast<Bytes*>(closure);
+    if (length > rest.size()) return CAIRO_STATUS_READ_ERROR;
+    std::memcpy(target, rest.data(), length);
+    rest = rest.subspan(length);
+    return CAIRO_STATUS_SUCCESS;
+}
+
+std::vector<std::uint32_t> scaledPixels(cairo_surface_t* image, int side) {
+    std::vector<std::uint32_t> pixels(static_cast<std::size_t>(side) *
+                                      static_cast<std::size_t>(side));
+    const gdi::Cairo context = gdi::cairoOn({pixels.data(), side, side, side}, CAIRO_FORMAT_ARGB32);
+    const double scale = static_cast<double>(side) / cairo_image_surface_get_width(image);
+    cairo_scale(context.get(), scale, scale);
+    cairo_set_source_surface(context.get(), image, 0, 0);
+    cairo_paint(context.get());
+    return pixels;
+}
+
+std::optional<Icon> readIcon(std::uintptr_t id, int side) {
+    const auto group = findResource(RT_GROUP_ICON, id);
+    if (!group) return std::nullopt;
+    auto image = findResource(RT_ICON, bestImage(*group, side));
+    if (!image) return std::nullopt;
+    const gdi::CairoSurface decoded(cairo_image_surface_create_from_png_stream(readBytes, &*image));
+    if (cairo_surface_status(decoded.get()) != CAIRO_STATUS_SUCCESS) return std::nullopt;
+    return Icon{side, scaledPixels(decoded.get(), side), false, id};
+}
+
+HICON sharedIcon(std::uintptr_t id, int side) {
+    for (const auto& [handle, icon] : icons.records)
+        if (icon.shared && icon.id == id && icon.side == side)
+            return reinterpret_cast<HICON>(handle);
+    auto icon = readIcon(id, side);
+    if (!icon) return nullptr;
+    icon->shared = true;
+    return icons.add(std::move(*icon));
+}
+
+HICON ownIcon(std::uintptr_t id, int side) {
+    auto icon = readIcon(id, side);
+    if (!icon) return nullptr;
+    desktop::opened(desktop::Object::Icon);
+    return icons.add(std::move(*icon));
+}
+
+std::uintptr_t numberOf(const char* operation, LPCWSTR name) {
+    const auto number = reinterpret_cast<std::uintptr_t>(name);
+    if (!IS_INTRESOURCE(name)) desktop::refuse(operation, "name that is text", 1);
+    return number;
 }
 
 }  // namespace
@@ -52,4 +141,61 @@ std::optional<Bytes> findResource(const WCHAR* type, std::uintptr_t id) {
     return std::nullopt;
 }
 
+const Icon* findIcon(HICON icon) { return icons.find(icon); }
+
+host::IconImage drawnImage(std::uintptr_t id, int side) {
+    const auto group = findResource(RT_GROUP_ICON, id);
+    if (!group) return {};
+    int drawn = 256;
+    for (const Image& each : imagesOf(*group)) drawn = std::min(drawn, each.side);
+    for (const Image& each : imagesOf(*group))
+        if (each.side <= side) drawn = std::max(drawn, each.side);
+    auto icon = readIcon(id, drawn);
+    return icon ? host::IconImage{std::move(icon->pixels), drawn} : host::IconImage{};
+}
+
 }  // namespace user32
+
+using namespace user32;
+
+HICON LoadIconW(HINSTANCE instance, LPCWSTR name) {
+    const std::uintptr_t id = numberOf("LoadIconW", name);
+    desktop::Call call("LoadIconW", instance, id);
+    enterUserInterface();
+    const int side = scaled(32, primaryMonitor().dpi);
+    const HICON icon = call.struck() ? nullptr : sharedIcon(id, side);
+    if (!icon) call.fail(ERROR_RESOURCE_NAME_NOT_FOUND);
+    return icon;
+}
+
+// The system's own cursors are known by their numbers, which serve as handles.
+HCURSOR LoadCursorW(HINSTANCE instance, LPCWSTR name) {
+    const std::uintptr_t id = numberOf("LoadCursorW", name);
+    desktop::Call call("LoadCursorW", instance, id);
+    if (instance || (name != IDC_ARROW && name != IDC_CROSS))
+        desktop::refuse("LoadCursorW", "cursor", static_cast<std::int64_t>(id));
+    if (call.struck()) return call.fail(ERROR_RESOURCE_NAME_NOT_FOUND), nullptr;
+    return reinterpret_cast<HCURSOR>(id);
+}
+
+HANDLE LoadImageW(HINSTANCE instance, LPCWSTR name, UINT kind, int width, int height, UINT flags) {
+    const std::uintptr_t id = numberOf("LoadImageW", name);
+    desktop::Call call("LoadImageW", instance, id, kind, width, height, flags);
+    enterUserInterface();
+    if (kind != IMAGE_ICON) desktop::refuse("LoadImageW", "kind", kind);
+    if (flags & ~UINT{LR_SHARED}) desktop::refuse("LoadImageW", "flags", flags);
+    if (width != height || width <= 0) desktop::refuse("LoadImageW", "size", width);
+    HICON icon = nullptr;
+    if (!call.struck()) icon = flags & LR_SHARED ? sharedIcon(id, width) : ownIcon(id, width);
+    if (!icon) call.fail(ERROR_RESOURCE_NAME_NOT_FOUND);
+    return icon;
+}
+
+BOOL DestroyIcon(HICON icon) {
+    desktop::Call call("DestroyIcon", icon);
+    const Icon* const found = findIcon(icon);
+    if (!found || found->shared) return call.fail(ERROR_INVALID_CURSOR_HANDLE);
+    icons.remove(icon);
+    desktop::closed(desktop::Object::Icon);
+    return TRUE;
+}

@@ -1,22 +1,22 @@
-// Window classes, and windows from birth to death.
+// Who the user-interface thread is and what happens when it ends; window classes, and windows from
+// their creation to their destruction.
 
 #include "platform/user32/window.h"
 
 #include <algorithm>
+#include <atomic>
 #include <map>
+#include <mutex>
+#include <set>
+#include <thread>
+#include <utility>
 
 #include "platform/core/call.h"
 #include "platform/core/handle_table.h"
 #include "platform/core/mailbox.h"
 #include "platform/core/objects.h"
+#include "platform/core/shown.h"
 #include "platform/core/text.h"
-#include "platform/user32/activation.h"
-#include "platform/user32/clipboard.h"
-#include "platform/user32/hot_key.h"
-#include "platform/user32/message_queue.h"
-#include "platform/user32/mouse.h"
-#include "platform/user32/thread.h"
-#include "platform/user32/timer.h"
 
 namespace user32 {
 
@@ -31,16 +31,40 @@ struct Class {
 std::map<std::u16string, Class> classes;  // by the name in lower case
 desktop::HandleTable<HWND, Window> table(0x10010);
 std::vector<HWND> order;
+HWND front = nullptr;
+
+// What other threads ask about.
+std::mutex liveMutex;
+std::set<HWND> live;
+
+// Exists before any static object registers.
+std::vector<void (*)(HWND)>& actionsAt(Moment moment) {
+    static std::map<Moment, std::vector<void (*)(HWND)>> all;
+    return all[moment];
+}
+
+std::atomic<std::thread::id> owner{};
+
+struct Ending {
+    bool entered = false;
+    ~Ending() {
+        if (!entered) return;
+        announce(Moment::ThreadEnds);
+        owner = std::thread::id{};
+    }
+};
+thread_local Ending ending;
 
 std::uint64_t mailboxId(HWND window) { return reinterpret_cast<std::uintptr_t>(window); }
 
 // Everything that the published rules take away together with a window.
 void forget(HWND window) {
     const Window& record = *find(window);
-    killTimersOf(window);
-    releaseHotKeysOf(window);
-    loseClipboard(window);
-    dismissWindow(window);
+    {
+        const std::lock_guard lock(liveMutex);
+        live.erase(window);
+    }
+    announce(Moment::WindowIsDestroyed, window);
     host::current().destroySurface(record.surface);
     if (!record.ofTheLayer) {
         desktop::closeMailbox(mailboxId(window));
@@ -51,7 +75,24 @@ void forget(HWND window) {
     publishWindows();
 }
 
+const bool registered = registerFor(Moment::ThreadEnds, [](HWND) {
+    destroyAllWindows();
+    classes.clear();
+});
+
 }  // namespace
+
+void enterUserInterface() {
+    if (ending.entered) return;
+    std::thread::id nobody{};
+    if (!owner.compare_exchange_strong(nobody, std::this_thread::get_id()))
+        desktop::refuse("user interface", "second thread", 0);
+    ending.entered = true;
+    // Asking without a choice stops the process, here rather than somewhere later.
+    host::current();
+    desktop::withShown([](desktop::Shown& shown) { shown = {}; });
+    announce(Moment::ThreadBegins);
+}
 
 Window* find(HWND window) {
     enterUserInterface();
@@ -59,6 +100,8 @@ Window* find(HWND window) {
 }
 
 const std::vector<HWND>& windowOrder() { return order; }
+HWND foreground() { return front; }
+HWND setForeground(HWND window) { return std::exchange(front, window); }
 
 void moveToFront(HWND window) {
     std::erase(order, window);
@@ -72,20 +115,16 @@ void moveToFront(HWND window) {
 Window& addWindow(const Creation& creation) {
     enterUserInterface();
     Window record;
-    record.className = creation.className;
-    record.title = creation.title;
-    record.procedure = creation.procedure;
-    record.cursor = creation.cursor;
-    record.style = creation.style;
-    record.extendedStyle = creation.extendedStyle;
-    record.bounds = creation.bounds;
-    record.ofTheLayer = creation.ofTheLayer;
+    static_cast<Creation&>(record) = creation;
     record.surface = host::current().createSurface(creation.title);
     const HWND handle = table.add(std::move(record));
     Window& window = *table.find(handle);
     window.handle = handle;
     moveToFront(handle);
-    admitWindow(handle);
+    {
+        const std::lock_guard lock(liveMutex);
+        live.insert(handle);
+    }
     if (!creation.ofTheLayer) {
         desktop::opened(desktop::Object::Window);
         desktop::openMailbox(creation.className, mailboxId(handle));
@@ -95,9 +134,8 @@ Window& addWindow(const Creation& creation) {
 }
 
 void destroyWindow(HWND window) {
-    Window* const record = find(window);
-    setVisible(*record, false);
-    leaveActivation(window);
+    setVisible(*find(window), false);
+    announce(Moment::WindowHides, window);
     send(window, WM_DESTROY, 0, 0);
     send(window, WM_NCDESTROY, 0, 0);
     if (find(window)) forget(window);
@@ -107,12 +145,23 @@ void destroyAllWindows() {
     while (!order.empty()) {
         const HWND window = order.front();
         setVisible(*find(window), false);
-        leaveActivation(window);
+        announce(Moment::WindowHides, window);
         forget(window);
     }
 }
 
-void forgetClasses() { classes.clear(); }
+bool isLive(HWND window) {
+    const std::lock_guard lock(liveMutex);
+    return live.contains(window);
+}
+
+bool registerFor(Moment moment, void (*action)(HWND)) {
+    return actionsAt(moment).push_back(action), true;
+}
+
+void announce(Moment moment, HWND window) {
+    for (const auto action : actionsAt(moment)) action(window);
+}
 
 LRESULT send(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
     const Window* const record = find(window);
@@ -121,39 +170,25 @@ LRESULT send(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
 
 }  // namespace user32
 
+using namespace user32;
+
 ATOM RegisterClassW(const WNDCLASSW* windowClass) {
     desktop::Call call("RegisterClassW", windowClass->lpszClassName);
-    user32::enterUserInterface();
+    enterUserInterface();
     if (windowClass->style != 0) desktop::refuse("RegisterClassW", "style", windowClass->style);
     if (windowClass->hbrBackground) desktop::refuse("RegisterClassW", "background", 1);
     const std::u16string name = windowClass->lpszClassName;
     if (call.struck()) return static_cast<ATOM>(call.fail(ERROR_NOT_ENOUGH_MEMORY));
     const auto cursor = reinterpret_cast<std::uintptr_t>(windowClass->hCursor);
-    const bool isNew = user32::classes
+    const bool isNew = classes
                            .insert({desktop::lowered(name),
                                     {name, windowClass->lpfnWndProc, static_cast<UINT>(cursor)}})
                            .second;
     if (!isNew) return static_cast<ATOM>(call.fail(ERROR_CLASS_ALREADY_EXISTS));
-    return static_cast<ATOM>(0xC000 + user32::classes.size());
+    return static_cast<ATOM>(0xC000 + classes.size());
 }
 
 namespace {
-
-CREATESTRUCTW creationRecord(const user32::Creation& creation, HINSTANCE instance,
-                             LPVOID parameter) {
-    CREATESTRUCTW record{};
-    record.lpCreateParams = parameter;
-    record.hInstance = instance;
-    record.x = creation.bounds.left;
-    record.y = creation.bounds.top;
-    record.cx = creation.bounds.right - creation.bounds.left;
-    record.cy = creation.bounds.bottom - creation.bounds.top;
-    record.style = static_cast<LONG>(creation.style);
-    record.dwExStyle = creation.extendedStyle;
-    record.lpszClass = creation.className.c_str();
-    record.lpszName = creation.title.c_str();
-    return record;
-}
 
 constexpr DWORD knownExtendedStyles = WS_EX_LAYERED | WS_EX_TOOLWINDOW | WS_EX_TOPMOST |
                                       WS_EX_TRANSPARENT | WS_EX_NOACTIVATE | WS_EX_APPWINDOW;
@@ -165,49 +200,59 @@ HWND CreateWindowExW(DWORD extendedStyle, LPCWSTR className, LPCWSTR title, DWOR
                      LPVOID parameter) {
     desktop::Call call("CreateWindowExW", extendedStyle, className, title, style, x, y, width,
                        height);
-    user32::enterUserInterface();
+    enterUserInterface();
     if (style != WS_POPUP) desktop::refuse("CreateWindowExW", "style", style);
     if (extendedStyle & ~knownExtendedStyles)
         desktop::refuse("CreateWindowExW", "extended style", extendedStyle);
     if (parent || menu) desktop::refuse("CreateWindowExW", "parent or menu", 1);
     if (call.struck()) return call.fail(ERROR_NOT_ENOUGH_MEMORY), nullptr;
-    const auto found = user32::classes.find(desktop::lowered(className));
-    if (found == user32::classes.end()) return call.fail(ERROR_CANNOT_FIND_WND_CLASS), nullptr;
-    const user32::Creation creation{found->second.name,
-                                    title ? title : u"",
-                                    found->second.procedure,
-                                    found->second.cursor,
-                                    style | WS_CLIPSIBLINGS,
-                                    extendedStyle,
-                                    {x, y, x + width, y + height},
-                                    false};
-    const HWND window = user32::addWindow(creation).handle;
-    CREATESTRUCTW record = creationRecord(creation, instance, parameter);
+    const auto found = classes.find(desktop::lowered(className));
+    if (found == classes.end()) return call.fail(ERROR_CANNOT_FIND_WND_CLASS), nullptr;
+    const Creation creation{found->second.name,
+                            title ? title : u"",
+                            found->second.procedure,
+                            found->second.cursor,
+                            style | WS_CLIPSIBLINGS,
+                            extendedStyle,
+                            {x, y, x + width, y + height},
+                            false};
+    const HWND window = addWindow(creation).handle;
+    CREATESTRUCTW record{};
+    record.lpCreateParams = parameter;
+    record.hInstance = instance;
+    record.x = x;
+    record.y = y;
+    record.cx = width;
+    record.cy = height;
+    record.style = static_cast<LONG>(creation.style);
+    record.dwExStyle = extendedStyle;
+    record.lpszClass = creation.className.c_str();
+    record.lpszName = creation.title.c_str();
     const auto address = reinterpret_cast<LPARAM>(&record);
     MINMAXINFO limits{};
     RECT client = creation.bounds;
-    user32::send(window, WM_GETMINMAXINFO, 0, reinterpret_cast<LPARAM>(&limits));
+    send(window, WM_GETMINMAXINFO, 0, reinterpret_cast<LPARAM>(&limits));
     const bool wanted =
-        user32::send(window, WM_NCCREATE, 0, address) != 0 &&
-        (user32::send(window, WM_NCCALCSIZE, FALSE, reinterpret_cast<LPARAM>(&client)),
-         user32::send(window, WM_CREATE, 0, address) != -1);
-    if (wanted) user32::send(window, WM_SIZE, SIZE_RESTORED, MAKELPARAM(width, height));
+        send(window, WM_NCCREATE, 0, address) != 0 &&
+        send(window, WM_NCCALCSIZE, FALSE, reinterpret_cast<LPARAM>(&client)) == 0 &&
+        send(window, WM_CREATE, 0, address) != -1;
+    if (wanted) send(window, WM_SIZE, SIZE_RESTORED, MAKELPARAM(width, height));
     if (wanted) return window;
-    if (user32::find(window)) user32::destroyWindow(window);
+    if (find(window)) destroyWindow(window);
     return nullptr;
 }
 
 BOOL DestroyWindow(HWND window) {
     desktop::Call call("DestroyWindow", window);
-    if (!user32::find(window)) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
-    user32::destroyWindow(window);
+    if (!find(window)) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
+    destroyWindow(window);
     return TRUE;
 }
 
 LONG_PTR GetWindowLongPtrW(HWND window, int index) {
     desktop::Call call("GetWindowLongPtrW", window, index);
     if (index != GWLP_USERDATA) desktop::refuse("GetWindowLongPtrW", "index", index);
-    const user32::Window* const record = user32::find(window);
+    const Window* const record = find(window);
     if (!record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
     return record->userData;
 }
@@ -218,7 +263,7 @@ LONG_PTR SetWindowLongPtrW(HWND window, int index, LONG_PTR value) {
         desktop::refuse("SetWindowLongPtrW", "index", index);
     if (index == GWL_EXSTYLE && value & ~static_cast<LONG_PTR>(knownExtendedStyles))
         desktop::refuse("SetWindowLongPtrW", "extended style", value);
-    user32::Window* const record = user32::find(window);
+    Window* const record = find(window);
     if (call.struck() || !record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
     if (index == GWLP_USERDATA) return std::exchange(record->userData, value);
     // Only an order makes a window topmost, or stops it from being so.
@@ -226,6 +271,6 @@ LONG_PTR SetWindowLongPtrW(HWND window, int index, LONG_PTR value) {
     record->extendedStyle =
         (static_cast<DWORD>(value) & ~DWORD{WS_EX_TOPMOST}) | (before & WS_EX_TOPMOST);
     if (!(value & WS_EX_LAYERED)) record->opacity.reset();
-    if (record->visible) user32::updatePlacement(*record, false);
+    if (record->visible) updatePlacement(*record, false);
     return before;
 }

@@ -1,36 +1,55 @@
-// Windows of this program: their records, classes, order and place on the screen.
+// The one user-interface thread and its windows: their records, classes, order, position, painting
+// and monitors.
 //
-// Everything here belongs to the user-interface thread.
+// The thread is the first one that asks for a window, a message or a hook. It alone touches the
+// records of this folder, so none of them has a lock; what other threads may see is in
+// desktop/shown.h and in the message queue. When the thread ends, everything of it goes as the
+// system would take it: windows, timers, hot keys, hooks, the tray icon. A later thread can then
+// follow it.
 
 #pragma once
 
 #include <windows.h>
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "platform/gdi32/canvas.h"
 #include "platform/hosts/host.h"
 
 namespace user32 {
 
-struct Window {
-    HWND handle = nullptr;
+// Makes the calling thread the user-interface thread if there is none; stops the process if there
+// is another.
+void enterUserInterface();
+
+// What modules do at these moments, in no order among them. They register at static initialization;
+// the result only serves to be stored. Hiding is also a part of destruction.
+enum class Moment { ThreadBegins, ThreadEnds, WindowHides, WindowIsDestroyed };
+bool registerFor(Moment moment, void (*action)(HWND));
+void announce(Moment moment, HWND window = nullptr);
+
+struct Creation {
     std::u16string className, title;
     WNDPROC procedure = nullptr;
-    UINT cursor = 0;       // its class's: IDC_ARROW or IDC_CROSS as a number, 0 for none
+    UINT cursor = 0;  // IDC_ARROW or IDC_CROSS as a number, 0 for none
+    DWORD style = 0, extendedStyle = 0;
+    // On the virtual desktop. The client area is the same: frames are painted by the window itself.
+    RECT bounds{};
+    bool ofTheLayer = false;  // a menu or a box: not one that the program made
+};
+
+struct Window : Creation {
+    HWND handle = nullptr;
     UINT shownCursor = 0;  // set by the default answer to WM_SETCURSOR
-    DWORD style = 0;
-    DWORD extendedStyle = 0;
     LONG_PTR userData = 0;
-    RECT bounds{};  // on the virtual desktop; the client area is the same, frames are painted by
-                    // the window itself
     bool visible = false;
     bool enabled = true;
-    HWND box = nullptr;  // a message box of it, which stays above
     bool minimized = false;
-    bool ofTheLayer = false;                  // a menu or a box: not one that the program made
+    HWND box = nullptr;                       // a message box of it, which stays above
     std::optional<BYTE> opacity;              // layered windows show nothing before it is set
     std::optional<std::vector<RECT>> region;  // in window coordinates; none: the whole window
     bool excludedFromCapture = false;
@@ -43,23 +62,17 @@ struct Window {
 
 // Null if the handle is dead.
 Window* find(HWND window);
+HWND foreground();                       // null: another program's
+HWND setForeground(HWND window);         // the record of it alone; the one before
 const std::vector<HWND>& windowOrder();  // topmost first
 void moveToFront(HWND window);           // in that order, as far as its style allows
 
-struct Creation {
-    std::u16string className, title;
-    WNDPROC procedure = nullptr;
-    UINT cursor = 0;
-    DWORD style = 0, extendedStyle = 0;
-    RECT bounds{};
-    bool ofTheLayer = false;
-};
 // Adds the record without any message.
 Window& addWindow(const Creation& creation);
-// WM_DESTROY, WM_NCDESTROY, then everything that hangs on the window goes.
+// WM_DESTROY, WM_NCDESTROY, then everything that belongs to the window goes.
 void destroyWindow(HWND window);
 void destroyAllWindows();  // without messages: the thread has ended
-void forgetClasses();
+bool isLive(HWND window);  // any thread
 
 // Calls the window's procedure; 0 if the window is dead.
 LRESULT send(HWND window, UINT message, WPARAM wparam, LPARAM lparam);
@@ -71,20 +84,29 @@ void place(Window& window, const RECT& bounds);
 void raise(Window& window);
 // Tells the host where and how the window is to be seen.
 void updatePlacement(Window& window, bool raised);
-// Copies what a person sees of the windows to desktop/shown.h.
+// Copies what a user sees of the windows to desktop/shown.h.
 void publishWindows();
 // Something of it can be on the screen.
 bool isSeen(const Window& window);
-
-// --- default_procedure.cpp
-// What DefWindowProcW does; stops the process at a message that it does not know.
-LRESULT answerMessage(HWND window, UINT message, WPARAM wparam, LPARAM lparam);
-
-// --- paint.cpp
-void invalidate(Window& window, bool erase);
-void present(Window& window);
-
 int width(const Window& window);
 int height(const Window& window);
+void invalidate(Window& window, bool erase);
+void present(Window& window);
+// Its pixels; what is painted on them is presented, and nothing is left to paint.
+void paintWindow(Window& window, const std::function<void(const gdi::Canvas&)>& paint);
+
+// --- monitor.cpp
+int scaled(int length, UINT dpi);  // from 96 dots an inch, rounded
+host::Monitor primaryMonitor();
+host::Monitor nearestMonitor(POINT at);
+host::Monitor monitorOf(const Window& window);  // that has its middle
+
+// Stops the process if it asks for positions before it has said that it knows of scales: Windows
+// would convert them, which is not done here.
+void expectDpiAwareness(const char* operation);
+
+// --- messages.cpp
+// What DefWindowProcW does; stops the process at a message that it does not know.
+LRESULT answerMessage(HWND window, UINT message, WPARAM wparam, LPARAM lparam);
 
 }  // namespace user32

@@ -1,11 +1,14 @@
-// Where a window is, whether it is seen, and how: opacity, region, exclusion from captures.
+// Where a window is, whether it is seen, and how: opacity, region, exclusion from captures, and
+// painting.
+
+#include <utility>
 
 #include "platform/core/call.h"
 #include "platform/core/objects.h"
 #include "platform/core/shown.h"
 #include "platform/core/text.h"
 #include "platform/gdi32/objects.h"
-#include "platform/user32/activation.h"
+#include "platform/user32/input.h"
 #include "platform/user32/window.h"
 
 namespace user32 {
@@ -27,6 +30,10 @@ host::Placement placementOf(const Window& window) {
 bool isInTaskbar(const Window& window) {
     return window.visible && !window.ofTheLayer &&
            (window.extendedStyle & WS_EX_APPWINDOW || !(window.extendedStyle & WS_EX_TOOLWINDOW));
+}
+
+gdi::Canvas canvasOf(Window& window) {
+    return {window.pixels.data(), width(window), height(window), width(window)};
 }
 
 // A window that nobody sees can still be painted on.
@@ -101,28 +108,46 @@ void publishWindows() {
     desktop::withShown([&](desktop::Shown& shown) { shown.windows = std::move(all); });
 }
 
+// Always the whole window: nothing here is worth painting in parts.
+void invalidate(Window& window, bool erase) {
+    window.dirty = {0, 0, width(window), height(window)};
+    window.erase |= erase;
+}
+
+void present(Window& window) {
+    if (!isSeen(window)) return;
+    host::current().presentSurface(
+        window.surface, {window.pixels.data(), width(window), height(window), width(window)});
+}
+
+void paintWindow(Window& window, const std::function<void(const gdi::Canvas&)>& paint) {
+    paint(canvasOf(window));
+    window.dirty = {};
+    present(window);
+}
+
 }  // namespace user32
 
-using user32::find;
+using namespace user32;
 
 BOOL ShowWindow(HWND window, int command) {
     desktop::Call call("ShowWindow", window, command);
     if (command != SW_HIDE && command != SW_SHOW && command != SW_RESTORE)
         desktop::refuse("ShowWindow", "command", command);
-    user32::Window* const record = find(window);
+    Window* const record = find(window);
     if (!record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
     const bool before = record->visible;
     if (command == SW_RESTORE) record->minimized = false;
     const bool visible = command != SW_HIDE && !record->minimized;
-    user32::setVisible(*record, visible);
-    if (command == SW_HIDE) user32::leaveActivation(window);
-    if (visible && !before) user32::activate(window);
+    setVisible(*record, visible);
+    if (command == SW_HIDE) announce(Moment::WindowHides, window);
+    if (visible && !before) activate(window);
     return before;
 }
 
 BOOL IsIconic(HWND window) {
     desktop::Call call("IsIconic", window);
-    const user32::Window* const record = find(window);
+    const Window* const record = find(window);
     return record && record->minimized;
 }
 
@@ -131,7 +156,7 @@ BOOL FlashWindowEx(FLASHWINFO* flash) {
     desktop::Call call("FlashWindowEx", flash->hwnd, flash->dwFlags, flash->uCount,
                        flash->dwTimeout);
     if (flash->dwFlags != FLASHW_TRAY) desktop::refuse("FlashWindowEx", "flags", flash->dwFlags);
-    return flash->hwnd == user32::foreground();
+    return flash->hwnd == foreground();
 }
 
 BOOL SetWindowPos(HWND window, HWND after, int x, int y, int width, int height, UINT flags) {
@@ -141,25 +166,25 @@ BOOL SetWindowPos(HWND window, HWND after, int x, int y, int width, int height, 
     const bool ordered = !(flags & SWP_NOZORDER);
     if (ordered && after != HWND_TOPMOST)
         desktop::refuse("SetWindowPos", "order", reinterpret_cast<std::intptr_t>(after));
-    user32::Window* const record = find(window);
+    Window* const record = find(window);
     if (call.struck() || !record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
     if (ordered) record->extendedStyle |= WS_EX_TOPMOST;
-    user32::place(*record, {x, y, x + width, y + height});
-    if (flags & SWP_SHOWWINDOW) user32::setVisible(*record, true);
-    if (ordered) user32::raise(*record);
-    if (!(flags & SWP_NOACTIVATE)) user32::activate(window);
+    place(*record, {x, y, x + width, y + height});
+    if (flags & SWP_SHOWWINDOW) setVisible(*record, true);
+    if (ordered) raise(*record);
+    if (!(flags & SWP_NOACTIVATE)) activate(window);
     return TRUE;
 }
 
 BOOL SetLayeredWindowAttributes(HWND window, COLORREF key, BYTE alpha, DWORD flags) {
     desktop::Call call("SetLayeredWindowAttributes", window, key, alpha, flags);
     if (flags != LWA_ALPHA) desktop::refuse("SetLayeredWindowAttributes", "flags", flags);
-    user32::Window* const record = find(window);
+    Window* const record = find(window);
     if (call.struck() || !record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
-    if (!user32::isLayered(*record)) return call.fail(ERROR_INVALID_PARAMETER);
-    if (!record->opacity) user32::invalidate(*record, true);
+    if (!isLayered(*record)) return call.fail(ERROR_INVALID_PARAMETER);
+    if (!record->opacity) invalidate(*record, true);
     record->opacity = alpha;
-    if (record->visible) user32::updatePlacement(*record, false);
+    if (record->visible) updatePlacement(*record, false);
     return TRUE;
 }
 
@@ -167,7 +192,7 @@ BOOL SetLayeredWindowAttributes(HWND window, COLORREF key, BYTE alpha, DWORD fla
 int SetWindowRgn(HWND window, HRGN region, BOOL redraw) {
     desktop::Call call("SetWindowRgn", window, region, redraw);
     if (redraw) desktop::refuse("SetWindowRgn", "redraw", redraw);
-    user32::Window* const record = find(window);
+    Window* const record = find(window);
     if (call.struck() || !record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
     if (region) {
         auto taken = gdi::takeRegion(region);
@@ -176,7 +201,7 @@ int SetWindowRgn(HWND window, HRGN region, BOOL redraw) {
     } else {
         record->region.reset();
     }
-    if (record->visible) user32::updatePlacement(*record, false);
+    if (record->visible) updatePlacement(*record, false);
     return TRUE;
 }
 
@@ -184,17 +209,54 @@ BOOL SetWindowDisplayAffinity(HWND window, DWORD affinity) {
     desktop::Call call("SetWindowDisplayAffinity", window, affinity);
     if (affinity != WDA_EXCLUDEFROMCAPTURE)
         desktop::refuse("SetWindowDisplayAffinity", "affinity", affinity);
-    user32::Window* const record = find(window);
+    Window* const record = find(window);
     if (call.struck() || !record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
     record->excludedFromCapture = true;
-    if (record->visible) user32::updatePlacement(*record, false);
+    if (record->visible) updatePlacement(*record, false);
     return TRUE;
 }
 
 BOOL GetClientRect(HWND window, LPRECT rectangle) {
     desktop::Call call("GetClientRect", window);
-    const user32::Window* const record = find(window);
+    const Window* const record = find(window);
     if (call.struck() || !record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
-    *rectangle = {0, 0, user32::width(*record), user32::height(*record)};
+    *rectangle = {0, 0, width(*record), height(*record)};
+    return TRUE;
+}
+
+BOOL InvalidateRect(HWND window, const RECT* rectangle, BOOL erase) {
+    desktop::Call call("InvalidateRect", window, rectangle, erase);
+    if (rectangle) desktop::refuse("InvalidateRect", "part of a window", rectangle->left);
+    Window* const record = find(window);
+    if (call.struck() || !record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
+    invalidate(*record, erase != FALSE);
+    return TRUE;
+}
+
+// Validates the window, erases it if that is due, and opens a context that is clipped to what was
+// out of date.
+HDC BeginPaint(HWND window, PAINTSTRUCT* paint) {
+    desktop::Call call("BeginPaint", window);
+    *paint = {};
+    Window* const record = find(window);
+    if (!record) return call.fail(ERROR_INVALID_WINDOW_HANDLE), nullptr;
+    if (record->painting) desktop::refuse("BeginPaint", "painting already", 1);
+    paint->rcPaint = std::exchange(record->dirty, {});
+    const bool erase = std::exchange(record->erase, false);
+    record->painting = gdi::openContext(canvasOf(*record));
+    paint->hdc = record->painting;
+    desktop::opened(desktop::Object::PaintContext);
+    if (erase)
+        paint->fErase = !send(window, WM_ERASEBKGND, reinterpret_cast<WPARAM>(paint->hdc), 0);
+    return paint->hdc;
+}
+
+BOOL EndPaint(HWND window, const PAINTSTRUCT* paint) {
+    desktop::Call call("EndPaint", window);
+    Window* const record = find(window);
+    if (!record || record->painting != paint->hdc) desktop::refuse("EndPaint", "not painting", 1);
+    gdi::closeContext(std::exchange(record->painting, nullptr));
+    desktop::closed(desktop::Object::PaintContext);
+    present(*record);
     return TRUE;
 }

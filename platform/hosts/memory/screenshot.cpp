@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <stdexcept>
 
-#include "platform/gdi32/text.h"
+#include "platform/gdi32/canvas.h"
 #include "platform/hosts/memory/desktop.h"
 
 namespace memory {
