@@ -10,9 +10,9 @@
 
 namespace {
 
-desktop::HandleTable<HBRUSH, COLORREF> brushes(0x21000000);
-desktop::HandleTable<HRGN, std::vector<RECT>> regions(0x22000000);
-desktop::HandleTable<HDC, gdi::PaintContext> contexts(0x23000000);
+desktop::HandleTable<HBRUSH, COLORREF> brushes(0x21000000, desktop::Object::Brush);
+desktop::HandleTable<HRGN, std::vector<RECT>> regions(0x22000000, desktop::Object::Region);
+desktop::HandleTable<HDC, gdi::PaintContext> contexts(0x23000000, desktop::Object::PaintContext);
 
 // Stock objects stand outside the table: they are never deleted.
 const HBRUSH whiteBrush = reinterpret_cast<HBRUSH>(std::uintptr_t{0x20000001});
@@ -64,7 +64,6 @@ std::optional<std::vector<RECT>> takeRegion(HRGN region) {
     if (!found) return std::nullopt;
     std::vector<RECT> taken = std::move(*found);
     regions.remove(region);
-    desktop::closed(desktop::Object::Region);
     return taken;
 }
 
@@ -72,28 +71,26 @@ std::optional<std::vector<RECT>> takeRegion(HRGN region) {
 
 HBRUSH CreateSolidBrush(COLORREF color) {
     desktop::Call call("CreateSolidBrush", color);
-    if (call.struck()) return call.fail(ERROR_NOT_ENOUGH_MEMORY), nullptr;
-    desktop::opened(desktop::Object::Brush);
+    if (call.struck()) return call.fail(ERROR_NOT_ENOUGH_MEMORY);
     return brushes.add(color);
 }
 
 HGDIOBJ GetStockObject(int object) {
     desktop::Call call("GetStockObject", object);
-    if (object != WHITE_BRUSH) desktop::refuse("GetStockObject", "object", object);
+    call.only("object", object, WHITE_BRUSH);
     return whiteBrush;
 }
 
 HRGN CreateRectRgn(int left, int top, int right, int bottom) {
     desktop::Call call("CreateRectRgn", left, top, right, bottom);
-    if (call.struck()) return call.fail(ERROR_NOT_ENOUGH_MEMORY), nullptr;
-    desktop::opened(desktop::Object::Region);
+    if (call.struck()) return call.fail(ERROR_NOT_ENOUGH_MEMORY);
     const RECT area{left, top, right, bottom};
     return regions.add(gdi::isEmpty(area) ? std::vector<RECT>{} : std::vector<RECT>{area});
 }
 
 int CombineRgn(HRGN target, HRGN first, HRGN second, int mode) {
     desktop::Call call("CombineRgn", target, first, second, mode);
-    if (mode != RGN_DIFF) desktop::refuse("CombineRgn", "mode", mode);
+    call.only("mode", mode, RGN_DIFF);
     std::vector<RECT>* const result = regions.find(target);
     const std::vector<RECT>* const from = regions.find(first);
     const std::vector<RECT>* const what = regions.find(second);
@@ -108,9 +105,8 @@ BOOL DeleteObject(HGDIOBJ object) {
     desktop::Call call("DeleteObject", object);
     if (!object) return call.fail(ERROR_INVALID_HANDLE);
     if (object == whiteBrush) return TRUE;
-    if (brushes.remove(object)) return desktop::closed(desktop::Object::Brush), TRUE;
-    if (gdi::takeRegion(static_cast<HRGN>(object))) return TRUE;
-    desktop::refuse("DeleteObject", "no such object", reinterpret_cast<std::intptr_t>(object));
+    if (brushes.remove(object) || regions.remove(object)) return TRUE;
+    call.refuse("no such object", reinterpret_cast<std::intptr_t>(object));
 }
 
 // A brush that could not be made paints nothing.
@@ -132,7 +128,7 @@ int FrameRect(HDC context, const RECT* rectangle, HBRUSH brush) {
 
 int SetBkMode(HDC context, int mode) {
     desktop::Call call("SetBkMode", context, mode);
-    if (mode != TRANSPARENT) desktop::refuse("SetBkMode", "mode", mode);
+    call.only("mode", mode, TRANSPARENT);
     gdi::PaintContext& found = gdi::contextOf(context, "SetBkMode");
     const int before = found.opaqueText ? OPAQUE : TRANSPARENT;
     found.opaqueText = false;
@@ -147,10 +143,10 @@ COLORREF SetTextColor(HDC context, COLORREF color) {
 
 int DrawTextW(HDC context, LPCWSTR text, int length, LPRECT rectangle, UINT format) {
     desktop::Call call("DrawTextW", context, text, length, rectangle, format);
-    if (length != -1) desktop::refuse("DrawTextW", "length", length);
-    if (format != DT_WORDBREAK) desktop::refuse("DrawTextW", "format", format);
+    if (length != -1) call.refuse("length", length);
+    call.only("format", format, DT_WORDBREAK);
     const gdi::PaintContext& found = gdi::contextOf(context, "DrawTextW");
-    if (found.opaqueText) desktop::refuse("DrawTextW", "background mode", OPAQUE);
+    if (found.opaqueText) call.refuse("background mode", OPAQUE);
     if (call.struck()) return call.fail(ERROR_INVALID_HANDLE);
     gdi::TextStyle style;
     style.face = gdi::systemFace;

@@ -141,7 +141,7 @@ HWND GetForegroundWindow() {
 
 HWND SetCapture(HWND window) {
     desktop::Call call("SetCapture", window);
-    if (call.struck() || !find(window)) return call.fail(ERROR_INVALID_WINDOW_HANDLE), nullptr;
+    if (call.struck() || !find(window)) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
     const HWND before = capture();
     setCapture(window);
     return before;

@@ -106,11 +106,11 @@ BOOL EmptyClipboard() {
 
 HANDLE SetClipboardData(UINT format, HANDLE block) {
     desktop::Call call("SetClipboardData", format, block);
-    if (format != CF_HDROP) desktop::refuse("SetClipboardData", "format", format);
+    call.only("format", format, CF_HDROP);
     const std::vector<std::uint8_t> bytes = kernel32::bytesOf("SetClipboardData", block);
-    if (call.struck()) return call.fail(ERROR_ACCESS_DENIED), nullptr;
-    if (!isOpen || owner != openedBy) return call.fail(ERROR_CLIPBOARD_NOT_OPEN), nullptr;
-    if (!offer(bytes)) return call.fail(ERROR_ACCESS_DENIED), nullptr;
+    if (call.struck()) return call.fail(ERROR_ACCESS_DENIED);
+    if (!isOpen || owner != openedBy) return call.fail(ERROR_CLIPBOARD_NOT_OPEN);
+    if (!offer(bytes)) return call.fail(ERROR_ACCESS_DENIED);
     dropHeld();
     kernel32::handOver(block);
     held = block;
@@ -120,8 +120,8 @@ HANDLE SetClipboardData(UINT format, HANDLE block) {
 
 HANDLE GetClipboardData(UINT format) {
     desktop::Call call("GetClipboardData", format);
-    if (format != CF_HDROP) desktop::refuse("GetClipboardData", "format", format);
-    if (!isOpen) return call.fail(ERROR_CLIPBOARD_NOT_OPEN), nullptr;
+    call.only("format", format, CF_HDROP);
+    if (!isOpen) return call.fail(ERROR_CLIPBOARD_NOT_OPEN);
     return held;
 }
 

@@ -31,15 +31,26 @@ desktop::ShownControl shownControl(const Dialog& dialog, const Control& control)
             gdi::moved(areaOf(dialog, control), bounds.left, bounds.top)};
 }
 
-// Message boxes are published as such.
-void publish(const Dialog& dialog) {
-    const Window& window = *find(dialog.window);
-    if (window.ofTheLayer) return;
-    std::optional<desktop::ShownDialog> seen;
-    if (window.visible) seen.emplace().title = desktop::toUtf8(window.title);
-    for (const Control& control : dialog.controls)
-        if (seen) seen->controls.push_back(shownControl(dialog, control));
-    desktop::withShown([&](desktop::Shown& shown) { shown.dialog = seen; });
+// The visible ones: the program's dialog, and the layer's own, which are message boxes.
+void publish() {
+    std::optional<desktop::ShownDialog> dialog;
+    std::vector<desktop::ShownBox> boxes;
+    for (const auto& [handle, each] : dialogs) {
+        const Window& window = *find(handle);
+        const std::string title = desktop::toUtf8(window.title);
+        if (!window.visible) continue;
+        if (window.ofTheLayer) {
+            boxes.push_back({title, desktop::toUtf8(each.controls[1].text), each.controls[0].sign});
+            continue;
+        }
+        dialog.emplace().title = title;
+        for (const Control& control : each.controls)
+            dialog->controls.push_back(shownControl(each, control));
+    }
+    desktop::withShown([&](desktop::Shown& shown) {
+        shown.dialog = dialog;
+        shown.boxes = boxes;
+    });
 }
 
 // The system's menu of a window: what its caption's buttons do. It opens below the caption.
@@ -129,7 +140,10 @@ void initialize(Dialog& dialog, LPARAM parameter) {
     showChange(dialog);
 }
 
-const bool registered = registerFor(Moment::ThreadEnds, [](HWND) { dialogs.clear(); });
+const bool registered = registerFor(Moment::ThreadEnds, [](HWND) {
+    dialogs.clear();
+    publish();
+});
 
 }  // namespace
 
@@ -163,7 +177,7 @@ void endDialog(Dialog& dialog, INT_PTR result) {
     setBoxOf(dialog.owner, nullptr);
     setVisible(*find(dialog.window), false);
     announce(Moment::WindowHides, dialog.window);
-    publish(dialog);
+    publish();
 }
 
 Dialog* findDialog(HWND window) {
@@ -173,7 +187,7 @@ Dialog* findDialog(HWND window) {
 
 void showChange(Dialog& dialog) {
     invalidate(*find(dialog.window), false);
-    publish(dialog);
+    publish();
 }
 
 }  // namespace user32
@@ -185,18 +199,17 @@ INT_PTR DialogBoxParamW(HINSTANCE instance, LPCWSTR name, HWND owner, DLGPROC pr
     const auto id = reinterpret_cast<std::uintptr_t>(name);
     desktop::Call call("DialogBoxParamW", instance, id, owner);
     enterUserInterface();
-    if (!IS_INTRESOURCE(name)) desktop::refuse("DialogBoxParamW", "name that is text", 1);
-    if (owner) desktop::refuse("DialogBoxParamW", "owner", 1);
+    if (!IS_INTRESOURCE(name)) call.refuse("name that is text", 1);
+    if (owner) call.refuse("owner", 1);
     for (const auto& [window, other] : dialogs)
-        if (!find(window)->ofTheLayer) desktop::refuse("DialogBoxParamW", "second dialog", 1);
+        if (!find(window)->ofTheLayer) call.refuse("second dialog", 1);
     if (call.struck()) return call.fail(ERROR_NOT_ENOUGH_MEMORY), -1;
     auto description = readDialogTemplate(id);
     if (!description) return call.fail(ERROR_RESOURCE_NAME_NOT_FOUND), -1;
     constexpr DWORD style = WS_POPUP | WS_CAPTION | WS_SYSMENU | WS_MINIMIZEBOX;
     if (description->style != (style | DS_CENTER | DS_SETFONT))
-        desktop::refuse("DialogBoxParamW", "style", description->style);
-    if (description->extendedStyle != WS_EX_APPWINDOW)
-        desktop::refuse("DialogBoxParamW", "extended style", description->extendedStyle);
+        call.refuse("style", description->style);
+    call.only("extended style", description->extendedStyle, WS_EX_APPWINDOW);
     const host::Monitor monitor = primaryMonitor();
     Creation creation;
     creation.title = description->title;
@@ -246,7 +259,7 @@ FoundControl controlOf(HWND window, int id) {
 HWND GetDlgItem(HWND dialog, int id) {
     desktop::Call call("GetDlgItem", dialog, id);
     const FoundControl control = controlOf(dialog, id);
-    if (!control) return call.fail(ERROR_CONTROL_ID_NOT_FOUND), nullptr;
+    if (!control) return call.fail(ERROR_CONTROL_ID_NOT_FOUND);
     return control->handle;
 }
 
@@ -268,7 +281,7 @@ UINT IsDlgButtonChecked(HWND dialog, int id) {
 
 BOOL CheckDlgButton(HWND dialog, int id, UINT check) {
     desktop::Call call("CheckDlgButton", dialog, id, check);
-    if (check > BST_CHECKED) desktop::refuse("CheckDlgButton", "check", check);
+    if (check > BST_CHECKED) call.refuse("check", check);
     const FoundControl control = controlOf(dialog, id);
     if (call.struck() || !control) return call.fail(ERROR_CONTROL_ID_NOT_FOUND);
     control->checked = check == BST_CHECKED;

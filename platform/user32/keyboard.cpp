@@ -235,13 +235,13 @@ using namespace user32;
 
 UINT MapVirtualKeyW(UINT code, UINT kind) {
     desktop::Call call("MapVirtualKeyW", code, kind);
-    if (kind != MAPVK_VK_TO_VSC) desktop::refuse("MapVirtualKeyW", "kind", kind);
+    call.only("kind", kind, MAPVK_VK_TO_VSC);
     return scanCodeOf(code);
 }
 
 int GetKeyNameTextW(LONG parameter, LPWSTR name, int capacity) {
     desktop::Call call("GetKeyNameTextW", parameter, capacity);
-    if (parameter & ~0xFF0000) desktop::refuse("GetKeyNameTextW", "parameter", parameter);
+    call.within("parameter", parameter, 0xFF0000);
     const std::u16string found = nameOf(static_cast<UINT>(parameter) >> 16);
     if (call.struck() || found.empty()) return call.fail(ERROR_INVALID_PARAMETER);
     const std::size_t length = found.copy(name, static_cast<std::size_t>(capacity) - 1);
@@ -252,12 +252,11 @@ int GetKeyNameTextW(LONG parameter, LPWSTR name, int capacity) {
 HHOOK SetWindowsHookExW(int kind, HOOKPROC procedure, HINSTANCE module, DWORD thread) {
     desktop::Call call("SetWindowsHookExW", kind, module, thread);
     enterUserInterface();
-    if (kind != WH_KEYBOARD_LL) desktop::refuse("SetWindowsHookExW", "kind", kind);
-    if (thread) desktop::refuse("SetWindowsHookExW", "thread", thread);
-    if (call.struck()) return call.fail(ERROR_ACCESS_DENIED), nullptr;
-    if (!module) return call.fail(ERROR_HOOK_NEEDS_HMOD), nullptr;
-    if (hooks.empty() && !host::current().hookKeys(true))
-        return call.fail(ERROR_ACCESS_DENIED), nullptr;
+    call.only("kind", kind, WH_KEYBOARD_LL);
+    if (thread) call.refuse("thread", thread);
+    if (call.struck()) return call.fail(ERROR_ACCESS_DENIED);
+    if (!module) return call.fail(ERROR_HOOK_NEEDS_HMOD);
+    if (hooks.empty() && !host::current().hookKeys(true)) return call.fail(ERROR_ACCESS_DENIED);
     desktop::opened(desktop::Object::Hook);
     hooks[nextNumber] = procedure;
     return reinterpret_cast<HHOOK>(nextNumber++);
@@ -282,10 +281,9 @@ BOOL RegisterHotKey(HWND window, int id, UINT modifiers, UINT key) {
     desktop::Call call("RegisterHotKey", window, id, modifiers, key);
     constexpr UINT all = MOD_ALT | MOD_CONTROL | MOD_SHIFT | MOD_WIN;
     if (!(modifiers & MOD_NOREPEAT) || modifiers & ~(all | MOD_NOREPEAT))
-        desktop::refuse("RegisterHotKey", "modifiers", modifiers);
+        call.refuse("modifiers", modifiers);
     for (const HotKey& entry : hotKeys)
-        if (entry.window == window && entry.id == id)
-            desktop::refuse("RegisterHotKey", "id that is in use", id);
+        if (entry.window == window && entry.id == id) call.refuse("id that is in use", id);
     const UINT held = modifiers & all;
     if (call.struck()) return call.fail(ERROR_HOTKEY_ALREADY_REGISTERED);
     if (!find(window)) return call.fail(ERROR_INVALID_WINDOW_HANDLE);

@@ -24,7 +24,7 @@ namespace {
 
 using Menu = std::vector<MenuItem>;
 
-desktop::HandleTable<HMENU, Menu> menus(0x25000000);
+desktop::HandleTable<HMENU, Menu> menus(0x25000000, desktop::Object::Menu);
 
 // The one menu that is open.
 struct OpenMenu {
@@ -230,15 +230,13 @@ using namespace user32;
 
 HMENU CreatePopupMenu() {
     desktop::Call call("CreatePopupMenu");
-    if (call.struck()) return call.fail(ERROR_NOT_ENOUGH_MEMORY), nullptr;
-    desktop::opened(desktop::Object::Menu);
+    if (call.struck()) return call.fail(ERROR_NOT_ENOUGH_MEMORY);
     return menus.add({});
 }
 
 BOOL AppendMenuW(HMENU handle, UINT flags, UINT_PTR id, LPCWSTR text) {
     desktop::Call call("AppendMenuW", handle, flags, id, text);
-    if (flags != MF_STRING && flags != MF_GRAYED && flags != MF_SEPARATOR)
-        desktop::refuse("AppendMenuW", "flags", flags);
+    call.only("flags", flags, MF_STRING, MF_GRAYED, MF_SEPARATOR);
     Menu* const found = menus.find(handle);
     if (call.struck() || !found) return call.fail(ERROR_INVALID_MENU_HANDLE);
     found->push_back(
@@ -251,9 +249,8 @@ BOOL AppendMenuW(HMENU handle, UINT flags, UINT_PTR id, LPCWSTR text) {
 BOOL TrackPopupMenu(HMENU handle, UINT flags, int x, int y, int reserved, HWND owner,
                     const RECT* excluded) {
     desktop::Call call("TrackPopupMenu", flags, x, y);
-    if (flags != (TPM_RIGHTBUTTON | TPM_NONOTIFY | TPM_RETURNCMD))
-        desktop::refuse("TrackPopupMenu", "flags", flags);
-    if (reserved || excluded) desktop::refuse("TrackPopupMenu", "reserved", reserved);
+    if (flags != (TPM_RIGHTBUTTON | TPM_NONOTIFY | TPM_RETURNCMD)) call.refuse("flags", flags);
+    if (reserved || excluded) call.refuse("reserved", reserved);
     if (call.struck()) return call.fail(ERROR_NOT_ENOUGH_MEMORY);
     const Menu* const entries = menus.find(handle);
     if (!entries) return call.fail(ERROR_INVALID_MENU_HANDLE);
@@ -268,6 +265,5 @@ BOOL TrackPopupMenu(HMENU handle, UINT flags, int x, int y, int reserved, HWND o
 BOOL DestroyMenu(HMENU handle) {
     desktop::Call call("DestroyMenu", handle);
     if (!menus.remove(handle)) return call.fail(ERROR_INVALID_MENU_HANDLE);
-    desktop::closed(desktop::Object::Menu);
     return TRUE;
 }

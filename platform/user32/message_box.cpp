@@ -1,10 +1,8 @@
-// Message boxes: dialogs with a sign, a text and OK. Their units are pixels.
+// Message boxes: dialogs with a sign, a text and OK, in this order. Their units are pixels.
 
 #include <algorithm>
 
 #include "platform/core/call.h"
-#include "platform/core/shown.h"
-#include "platform/core/text.h"
 #include "platform/user32/dialog.h"
 #include "platform/user32/look.h"
 #include "platform/user32/window.h"
@@ -57,8 +55,7 @@ Dialog boxOf(std::u16string_view title, std::u16string_view text, UINT icon, UIN
 int MessageBoxW(HWND owner, LPCWSTR text, LPCWSTR title, UINT kind) {
     desktop::Call call("MessageBoxW", owner, text, title, kind);
     enterUserInterface();
-    if (kind != MB_ICONERROR && kind != MB_ICONWARNING && kind != MB_ICONINFORMATION)
-        desktop::refuse("MessageBoxW", "kind", kind);
+    call.only("kind", kind, MB_ICONERROR, MB_ICONWARNING, MB_ICONINFORMATION);
     if (call.struck()) return call.fail(ERROR_NOT_ENOUGH_MEMORY);
     if (owner && !find(owner)) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
     const host::Monitor monitor = owner ? monitorOf(*find(owner)) : primaryMonitor();
@@ -68,9 +65,6 @@ int MessageBoxW(HWND owner, LPCWSTR text, LPCWSTR title, UINT kind) {
     creation.title = title;
     creation.style = WS_POPUP | WS_CAPTION | WS_SYSMENU;
     creation.ofTheLayer = true;
-    const desktop::ShownBox seen{desktop::toUtf8(title), desktop::toUtf8(text), kind};
-    desktop::withShown([&](desktop::Shown& shown) { shown.boxes.push_back(seen); });
     runDialog(std::move(box), creation, monitor, 0);
-    desktop::withShown([](desktop::Shown& shown) { shown.boxes.pop_back(); });
     return IDOK;
 }

@@ -291,9 +291,9 @@ using namespace user32;
 
 UINT_PTR SetTimer(HWND window, UINT_PTR id, UINT milliseconds, TIMERPROC procedure) {
     desktop::Call call("SetTimer", window, id, milliseconds);
-    if (procedure) desktop::refuse("SetTimer", "procedure", 1);
-    if (call.struck()) return static_cast<UINT_PTR>(call.fail(ERROR_NOT_ENOUGH_MEMORY));
-    if (!find(window)) return static_cast<UINT_PTR>(call.fail(ERROR_INVALID_WINDOW_HANDLE));
+    if (procedure) call.refuse("procedure", 1);
+    if (call.struck()) return call.fail(ERROR_NOT_ENOUGH_MEMORY);
+    if (!find(window)) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
     const std::chrono::milliseconds period(std::max(milliseconds, 10u));
     const auto found = position(window, id);
     if (found == timers.end())

@@ -85,7 +85,7 @@ using namespace user32;
 
 BOOL GetMessageW(MSG* message, HWND window, UINT first, UINT last) {
     desktop::Call call("GetMessageW", window, first, last);
-    if (window || first || last) desktop::refuse("GetMessageW", "filter", first);
+    if (window || first || last) call.refuse("filter", first);
     if (waitFor(*message) == Found::Message) return message->message != WM_QUIT;
     takeQuit(*message);
     return FALSE;
@@ -94,7 +94,7 @@ BOOL GetMessageW(MSG* message, HWND window, UINT first, UINT last) {
 // The quit comes out whatever the filter says, but a dead window's handle brings nothing at all.
 BOOL PeekMessageW(MSG* message, HWND window, UINT first, UINT last, UINT remove) {
     desktop::Call call("PeekMessageW", window, first, last, remove);
-    if (remove != PM_REMOVE) desktop::refuse("PeekMessageW", "remove", remove);
+    call.only("remove", remove, PM_REMOVE);
     if (window && !find(window)) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
     const Found found = peek(*message, {window, first, last});
     if (found == Found::Quit) takeQuit(*message);
@@ -133,8 +133,7 @@ LRESULT SendMessageW(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
 LRESULT SendMessageTimeoutW(HWND window, UINT message, WPARAM wparam, LPARAM lparam, UINT flags,
                             UINT milliseconds, PDWORD_PTR result) {
     desktop::Call call("SendMessageTimeoutW", window, message, wparam, lparam, flags, milliseconds);
-    if (flags != (SMTO_BLOCK | SMTO_ABORTIFHUNG))
-        desktop::refuse("SendMessageTimeoutW", "flags", flags);
+    if (flags != (SMTO_BLOCK | SMTO_ABORTIFHUNG)) call.refuse("flags", flags);
     if (call.struck()) return call.fail(ERROR_TIMEOUT);
     const desktop::Mailbox* const mailbox = strangers.find(window);
     if (!mailbox && !isLive(window)) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
@@ -155,7 +154,7 @@ void PostQuitMessage(int code) {
 
 UINT RegisterWindowMessageW(LPCWSTR text) {
     desktop::Call call("RegisterWindowMessageW", text);
-    if (call.struck()) return static_cast<UINT>(call.fail(ERROR_NOT_ENOUGH_MEMORY));
+    if (call.struck()) return call.fail(ERROR_NOT_ENOUGH_MEMORY);
     return desktop::registeredMessage(text);
 }
 
@@ -166,7 +165,7 @@ BOOL IsWindow(HWND window) {
 
 HWND FindWindowW(LPCWSTR className, LPCWSTR title) {
     desktop::Call call("FindWindowW", className, title);
-    if (title) desktop::refuse("FindWindowW", "title", 1);
+    if (title) call.refuse("title", 1);
     if (call.struck()) return nullptr;
     if (const HWND own = ownWindow(className)) return own;
     const auto mailbox = desktop::findMailbox(className);
@@ -177,7 +176,7 @@ DWORD GetWindowThreadProcessId(HWND window, LPDWORD process) {
     desktop::Call call("GetWindowThreadProcessId", window);
     const desktop::Mailbox* const mailbox = strangers.find(window);
     if (call.struck() || (!mailbox && !isLive(window)))
-        return static_cast<DWORD>(call.fail(ERROR_INVALID_WINDOW_HANDLE));
+        return call.fail(ERROR_INVALID_WINDOW_HANDLE);
     *process = static_cast<DWORD>(mailbox ? mailbox->process : getpid());
     return *process;
 }
@@ -186,7 +185,7 @@ DWORD GetWindowThreadProcessId(HWND window, LPDWORD process) {
 // of the other process, which FindWindowW has found.
 BOOL AllowSetForegroundWindow(DWORD process) {
     desktop::Call call("AllowSetForegroundWindow", process);
-    if (process == 0) desktop::refuse("AllowSetForegroundWindow", "process", process);
+    if (process == 0) call.refuse("process", process);
     if (call.struck() || !mayTakeForeground()) return call.fail(ERROR_ACCESS_DENIED);
     for (const auto& [handle, mailbox] : strangers.records)
         if (static_cast<DWORD>(mailbox.process) == process)

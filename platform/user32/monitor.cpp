@@ -67,8 +67,7 @@ using namespace user32;
 
 HMONITOR MonitorFromPoint(POINT point, DWORD otherwise) {
     desktop::Call call("MonitorFromPoint", point.x, point.y, otherwise);
-    if (otherwise != MONITOR_DEFAULTTONEAREST)
-        desktop::refuse("MonitorFromPoint", "otherwise", otherwise);
+    call.only("otherwise", otherwise, MONITOR_DEFAULTTONEAREST);
     expectDpiAwareness("MonitorFromPoint");
     return reinterpret_cast<HMONITOR>(nearestMonitor(point).id);
 }
@@ -92,8 +91,7 @@ BOOL GetMonitorInfoW(HMONITOR monitor, MONITORINFO* information) {
 BOOL SetProcessDpiAwarenessContext(DPI_AWARENESS_CONTEXT context) {
     desktop::Call call("SetProcessDpiAwarenessContext");
     if (context != DPI_AWARENESS_CONTEXT_PER_MONITOR_AWARE_V2)
-        desktop::refuse("SetProcessDpiAwarenessContext", "context",
-                        reinterpret_cast<std::intptr_t>(context));
+        call.refuse("context", reinterpret_cast<std::intptr_t>(context));
     const bool decided = std::exchange(aware, true);
     return call.struck() || decided ? call.fail(ERROR_ACCESS_DENIED) : TRUE;
 }
@@ -102,7 +100,7 @@ UINT GetDpiForWindow(HWND window) {
     desktop::Call call("GetDpiForWindow", window);
     expectDpiAwareness("GetDpiForWindow");
     const Window* const record = find(window);
-    if (!record) return static_cast<UINT>(call.fail(ERROR_INVALID_WINDOW_HANDLE));
+    if (!record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
     return monitorOf(*record).dpi;
 }
 

@@ -173,8 +173,8 @@ HCURSOR LoadCursorW(HINSTANCE instance, LPCWSTR name) {
     const std::uintptr_t id = numberOf("LoadCursorW", name);
     desktop::Call call("LoadCursorW", instance, id);
     if (instance || (name != IDC_ARROW && name != IDC_CROSS))
-        desktop::refuse("LoadCursorW", "cursor", static_cast<std::int64_t>(id));
-    if (call.struck()) return call.fail(ERROR_RESOURCE_NAME_NOT_FOUND), nullptr;
+        call.refuse("cursor", static_cast<std::int64_t>(id));
+    if (call.struck()) return call.fail(ERROR_RESOURCE_NAME_NOT_FOUND);
     return reinterpret_cast<HCURSOR>(id);
 }
 
@@ -182,9 +182,9 @@ HANDLE LoadImageW(HINSTANCE instance, LPCWSTR name, UINT kind, int width, int he
     const std::uintptr_t id = numberOf("LoadImageW", name);
     desktop::Call call("LoadImageW", instance, id, kind, width, height, flags);
     enterUserInterface();
-    if (kind != IMAGE_ICON) desktop::refuse("LoadImageW", "kind", kind);
-    if (flags & ~UINT{LR_SHARED}) desktop::refuse("LoadImageW", "flags", flags);
-    if (width != height || width <= 0) desktop::refuse("LoadImageW", "size", width);
+    call.only("kind", kind, IMAGE_ICON);
+    call.within("flags", flags, UINT{LR_SHARED});
+    if (width != height || width <= 0) call.refuse("size", width);
     HICON icon = nullptr;
     if (!call.struck()) icon = flags & LR_SHARED ? sharedIcon(id, width) : ownIcon(id, width);
     if (!icon) call.fail(ERROR_RESOURCE_NAME_NOT_FOUND);

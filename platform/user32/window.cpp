@@ -175,16 +175,16 @@ using namespace user32;
 ATOM RegisterClassW(const WNDCLASSW* windowClass) {
     desktop::Call call("RegisterClassW", windowClass->lpszClassName);
     enterUserInterface();
-    if (windowClass->style != 0) desktop::refuse("RegisterClassW", "style", windowClass->style);
-    if (windowClass->hbrBackground) desktop::refuse("RegisterClassW", "background", 1);
+    call.only("style", windowClass->style, 0);
+    if (windowClass->hbrBackground) call.refuse("background", 1);
     const std::u16string name = windowClass->lpszClassName;
-    if (call.struck()) return static_cast<ATOM>(call.fail(ERROR_NOT_ENOUGH_MEMORY));
+    if (call.struck()) return call.fail(ERROR_NOT_ENOUGH_MEMORY);
     const auto cursor = reinterpret_cast<std::uintptr_t>(windowClass->hCursor);
     const bool isNew = classes
                            .insert({desktop::lowered(name),
                                     {name, windowClass->lpfnWndProc, static_cast<UINT>(cursor)}})
                            .second;
-    if (!isNew) return static_cast<ATOM>(call.fail(ERROR_CLASS_ALREADY_EXISTS));
+    if (!isNew) return call.fail(ERROR_CLASS_ALREADY_EXISTS);
     return static_cast<ATOM>(0xC000 + classes.size());
 }
 
@@ -201,13 +201,12 @@ HWND CreateWindowExW(DWORD extendedStyle, LPCWSTR className, LPCWSTR title, DWOR
     desktop::Call call("CreateWindowExW", extendedStyle, className, title, style, x, y, width,
                        height);
     enterUserInterface();
-    if (style != WS_POPUP) desktop::refuse("CreateWindowExW", "style", style);
-    if (extendedStyle & ~knownExtendedStyles)
-        desktop::refuse("CreateWindowExW", "extended style", extendedStyle);
-    if (parent || menu) desktop::refuse("CreateWindowExW", "parent or menu", 1);
-    if (call.struck()) return call.fail(ERROR_NOT_ENOUGH_MEMORY), nullptr;
+    call.only("style", style, WS_POPUP);
+    call.within("extended style", extendedStyle, knownExtendedStyles);
+    if (parent || menu) call.refuse("parent or menu", 1);
+    if (call.struck()) return call.fail(ERROR_NOT_ENOUGH_MEMORY);
     const auto found = classes.find(desktop::lowered(className));
-    if (found == classes.end()) return call.fail(ERROR_CANNOT_FIND_WND_CLASS), nullptr;
+    if (found == classes.end()) return call.fail(ERROR_CANNOT_FIND_WND_CLASS);
     const Creation creation{found->second.name,
                             title ? title : u"",
                             found->second.procedure,
@@ -251,7 +250,7 @@ BOOL DestroyWindow(HWND window) {
 
 LONG_PTR GetWindowLongPtrW(HWND window, int index) {
     desktop::Call call("GetWindowLongPtrW", window, index);
-    if (index != GWLP_USERDATA) desktop::refuse("GetWindowLongPtrW", "index", index);
+    call.only("index", index, GWLP_USERDATA);
     const Window* const record = find(window);
     if (!record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
     return record->userData;
@@ -259,10 +258,9 @@ LONG_PTR GetWindowLongPtrW(HWND window, int index) {
 
 LONG_PTR SetWindowLongPtrW(HWND window, int index, LONG_PTR value) {
     desktop::Call call("SetWindowLongPtrW", window, index, value);
-    if (index != GWLP_USERDATA && index != GWL_EXSTYLE)
-        desktop::refuse("SetWindowLongPtrW", "index", index);
+    call.only("index", index, GWLP_USERDATA, GWL_EXSTYLE);
     if (index == GWL_EXSTYLE && value & ~static_cast<LONG_PTR>(knownExtendedStyles))
-        desktop::refuse("SetWindowLongPtrW", "extended style", value);
+        call.refuse("extended style", value);
     Window* const record = find(window);
     if (call.struck() || !record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
     if (index == GWLP_USERDATA) return std::exchange(record->userData, value);

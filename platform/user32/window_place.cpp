@@ -132,8 +132,7 @@ using namespace user32;
 
 BOOL ShowWindow(HWND window, int command) {
     desktop::Call call("ShowWindow", window, command);
-    if (command != SW_HIDE && command != SW_SHOW && command != SW_RESTORE)
-        desktop::refuse("ShowWindow", "command", command);
+    call.only("command", command, SW_HIDE, SW_SHOW, SW_RESTORE);
     Window* const record = find(window);
     if (!record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
     const bool before = record->visible;
@@ -155,17 +154,17 @@ BOOL IsIconic(HWND window) {
 BOOL FlashWindowEx(FLASHWINFO* flash) {
     desktop::Call call("FlashWindowEx", flash->hwnd, flash->dwFlags, flash->uCount,
                        flash->dwTimeout);
-    if (flash->dwFlags != FLASHW_TRAY) desktop::refuse("FlashWindowEx", "flags", flash->dwFlags);
+    call.only("flags", flash->dwFlags, FLASHW_TRAY);
     return flash->hwnd == foreground();
 }
 
 BOOL SetWindowPos(HWND window, HWND after, int x, int y, int width, int height, UINT flags) {
     desktop::Call call("SetWindowPos", window, after, x, y, width, height, flags);
     constexpr UINT known = SWP_NOZORDER | SWP_NOACTIVATE | SWP_SHOWWINDOW;
-    if (flags & ~known) desktop::refuse("SetWindowPos", "flags", flags);
+    call.within("flags", flags, known);
     const bool ordered = !(flags & SWP_NOZORDER);
     if (ordered && after != HWND_TOPMOST)
-        desktop::refuse("SetWindowPos", "order", reinterpret_cast<std::intptr_t>(after));
+        call.refuse("order", reinterpret_cast<std::intptr_t>(after));
     Window* const record = find(window);
     if (call.struck() || !record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
     if (ordered) record->extendedStyle |= WS_EX_TOPMOST;
@@ -178,7 +177,7 @@ BOOL SetWindowPos(HWND window, HWND after, int x, int y, int width, int height, 
 
 BOOL SetLayeredWindowAttributes(HWND window, COLORREF key, BYTE alpha, DWORD flags) {
     desktop::Call call("SetLayeredWindowAttributes", window, key, alpha, flags);
-    if (flags != LWA_ALPHA) desktop::refuse("SetLayeredWindowAttributes", "flags", flags);
+    call.only("flags", flags, LWA_ALPHA);
     Window* const record = find(window);
     if (call.struck() || !record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
     if (!isLayered(*record)) return call.fail(ERROR_INVALID_PARAMETER);
@@ -191,7 +190,7 @@ BOOL SetLayeredWindowAttributes(HWND window, COLORREF key, BYTE alpha, DWORD fla
 // Takes the region over. The size of the window does not change it.
 int SetWindowRgn(HWND window, HRGN region, BOOL redraw) {
     desktop::Call call("SetWindowRgn", window, region, redraw);
-    if (redraw) desktop::refuse("SetWindowRgn", "redraw", redraw);
+    if (redraw) call.refuse("redraw", redraw);
     Window* const record = find(window);
     if (call.struck() || !record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
     if (region) {
@@ -207,8 +206,7 @@ int SetWindowRgn(HWND window, HRGN region, BOOL redraw) {
 
 BOOL SetWindowDisplayAffinity(HWND window, DWORD affinity) {
     desktop::Call call("SetWindowDisplayAffinity", window, affinity);
-    if (affinity != WDA_EXCLUDEFROMCAPTURE)
-        desktop::refuse("SetWindowDisplayAffinity", "affinity", affinity);
+    call.only("affinity", affinity, WDA_EXCLUDEFROMCAPTURE);
     Window* const record = find(window);
     if (call.struck() || !record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
     record->excludedFromCapture = true;
@@ -226,7 +224,7 @@ BOOL GetClientRect(HWND window, LPRECT rectangle) {
 
 BOOL InvalidateRect(HWND window, const RECT* rectangle, BOOL erase) {
     desktop::Call call("InvalidateRect", window, rectangle, erase);
-    if (rectangle) desktop::refuse("InvalidateRect", "part of a window", rectangle->left);
+    if (rectangle) call.refuse("part of a window", rectangle->left);
     Window* const record = find(window);
     if (call.struck() || !record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
     invalidate(*record, erase != FALSE);
@@ -239,13 +237,12 @@ HDC BeginPaint(HWND window, PAINTSTRUCT* paint) {
     desktop::Call call("BeginPaint", window);
     *paint = {};
     Window* const record = find(window);
-    if (!record) return call.fail(ERROR_INVALID_WINDOW_HANDLE), nullptr;
-    if (record->painting) desktop::refuse("BeginPaint", "painting already", 1);
+    if (!record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
+    if (record->painting) call.refuse("painting already", 1);
     paint->rcPaint = std::exchange(record->dirty, {});
     const bool erase = std::exchange(record->erase, false);
     record->painting = gdi::openContext(canvasOf(*record));
     paint->hdc = record->painting;
-    desktop::opened(desktop::Object::PaintContext);
     if (erase)
         paint->fErase = !send(window, WM_ERASEBKGND, reinterpret_cast<WPARAM>(paint->hdc), 0);
     return paint->hdc;
@@ -254,9 +251,8 @@ HDC BeginPaint(HWND window, PAINTSTRUCT* paint) {
 BOOL EndPaint(HWND window, const PAINTSTRUCT* paint) {
     desktop::Call call("EndPaint", window);
     Window* const record = find(window);
-    if (!record || record->painting != paint->hdc) desktop::refuse("EndPaint", "not painting", 1);
+    if (!record || record->painting != paint->hdc) call.refuse("not painting", 1);
     gdi::closeContext(std::exchange(record->painting, nullptr));
-    desktop::closed(desktop::Object::PaintContext);
     present(*record);
     return TRUE;
 }
