@@ -70,6 +70,9 @@ struct Canvas {
     POINT origin;
 };
 void paintDesktop(const std::function<void(const Canvas&)>& painter);
+// The next frames of the duplication, also of one that is opened later, are so many in which only the
+// pointer moved; the image that is due comes after them.
+void addPointerFrames(int count);
 
 void movePointer(int x, int y);
 void pressButton(int button);  // 1 left, 2 middle, 3 right

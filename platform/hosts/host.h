@@ -70,8 +70,9 @@ struct Placement {
     bool excludedFromCapture = false;
 };
 
-// How the desktop answers the duplication.
-enum class PictureState { Changed, Unchanged, Lost };
+// How the desktop answers the duplication. PointerMoved: a frame without an image, because only the
+// pointer moved; it may be the first one, and the image that is due still comes as Changed.
+enum class PictureState { Changed, PointerMoved, Unchanged, Lost };
 
 // Whoever has it can read the bytes for as long as he likes; the next readPicture may change them.
 struct CapturedPicture {
@@ -133,7 +134,7 @@ struct Host {
     void (*flush)();
 
     // The picture without excluded surfaces. Called on one thread at a time, not the user-interface thread.
-    // openPictures: a fresh view of the monitor, to which the first waitForPicture answers Changed; false: refused
+    // openPictures: a fresh view of the monitor, whose first image is a Changed of waitForPicture; false: refused
     // (locked desktop). waitForPicture: Changed once the picture differs from the last Changed. Lost is final.
     bool (*openPictures)(std::uintptr_t monitor);
     PictureState (*waitForPicture)(DWORD milliseconds);

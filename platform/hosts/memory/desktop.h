@@ -46,6 +46,7 @@ struct Desktop {
     std::uint64_t version = 1;     // grows with every change that a capture can see
     std::uint64_t generation = 1;  // grows when running captures are lost
     std::uint64_t seenVersion = 0, seenGeneration = 0;
+    int pointerFrames = 0;  // still to come, before the next image
 
     // surface.cpp
     std::map<host::Surface, Surface> surfaces;

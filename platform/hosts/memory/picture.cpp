@@ -131,9 +131,15 @@ host::PictureState waitForPicture(DWORD milliseconds) {
     Desktop& desktop = theDesktop();
     std::unique_lock lock(desktop.mutex);
     const auto isLost = [&] { return desktop.generation != desktop.seenGeneration; };
-    const auto isNew = [&] { return isLost() || desktop.version != desktop.seenVersion; };
+    const auto isNew = [&] {
+        return isLost() || desktop.pointerFrames > 0 || desktop.version != desktop.seenVersion;
+    };
     desktop.pictureChanged.wait_for(lock, std::chrono::milliseconds(milliseconds), isNew);
     if (isLost()) return host::PictureState::Lost;
+    if (desktop.pointerFrames > 0) {
+        --desktop.pointerFrames;
+        return host::PictureState::PointerMoved;
+    }
     const bool changed = std::exchange(desktop.seenVersion, desktop.version) != desktop.version;
     return changed ? host::PictureState::Changed : host::PictureState::Unchanged;
 }
@@ -152,6 +158,13 @@ host::CapturedPicture readPicture(const RECT& area) {
 }  // namespace memory
 
 namespace desktop {
+
+void addPointerFrames(int count) {
+    memory::Desktop& record = memory::theDesktop();
+    const std::lock_guard lock(record.mutex);
+    record.pointerFrames += count;
+    record.pictureChanged.notify_all();
+}
 
 std::uint32_t capturedPixel(int x, int y) {
     std::uint32_t pixel = 0;
