@@ -86,6 +86,7 @@ void endSession(bool reallyEnds);
 void holdClipboard(bool held); // another program keeps the clipboard open
 void takeHotKey(UINT modifiers, UINT key);  // another program has registered it
 void limitDisk(std::int64_t bytes);         // writes of the sink writer beyond this many bytes fail; -1: no limit
+void holdEncoder(bool hold);                // while held, samples wait for the encoder
 
 // Key and pointer events that no window, hook or hot key of the program took, since the last call.
 struct PassedInput {

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "platform/media_foundation/attributes.h"
-#include "platform/media_foundation/video_format.h"
+#include "platform/media_foundation/mp4_file.h"
 
 namespace media {
 

@@ -1,9 +1,10 @@
-// One H.264 stream in an MP4 file, written with libavformat through a file of our own, so that the
-// reason why a write failed is not lost on the way and a limit on the disk can be tried out.
+// Written with libavformat through a file of our own, so that the reason why a write failed is not
+// lost and tests can limit the disk.
 
 #include "platform/media_foundation/mp4_file.h"
 
 extern "C" {
+#include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
 #include <libavutil/mem.h>
 }
@@ -13,7 +14,6 @@ extern "C" {
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
 
 #include "platform/core/call.h"
 #include "platform/core/objects.h"
@@ -25,9 +25,9 @@ namespace {
 
 constexpr int bufferBytes = 64 * 1024;
 
-// In 100 ns a thirtieth of a second is no whole number; the file's clock ticks so that a picture
-// is. Times on the pictures' grid are kept exactly, others to a thousandth of a picture.
-constexpr int ticksAPicture = 1000;
+// A thirtieth of a second is no whole number of 100 ns. The file's clock keeps times on the grid of
+// frames exactly, others to a thousandth of a frame.
+constexpr int ticksPerFrame = 1000;
 
 HRESULT resultOf(int error) { return HRESULT_FROM_WIN32(kernel32::errorCode(error)); }
 
@@ -92,14 +92,14 @@ std::int64_t Mp4File::seek(void* file, std::int64_t offset, int origin) {
     return position < 0 ? AVERROR(errno) : position;
 }
 
-// A failed write is reported by libavformat a call or two later; our own note has the reason and
-// comes first.
+// libavformat reports a failed write a call or two later and without the system's reason, so the
+// noted one comes first.
 void Mp4File::check(int result) const {
     if (FAILED(fileFailure)) throw Failure{fileFailure};
     checked(result);
 }
 
-void Mp4File::begin(const VideoFormat& format, std::span<const std::uint8_t> headers) {
+void Mp4File::begin(const AVCodecContext& codec) {
     checked(avformat_alloc_output_context2(&context, nullptr, "mp4", nullptr));
     auto* const buffer = static_cast<std::uint8_t*>(av_malloc(bufferBytes));
     context->pb = buffer
@@ -107,52 +107,31 @@ void Mp4File::begin(const VideoFormat& format, std::span<const std::uint8_t> hea
                       : nullptr;
     AVStream* const stream = avformat_new_stream(context, nullptr);
     if (!context->pb || !stream) throw Failure{E_OUTOFMEMORY};
-
-    stream->time_base = {1, ticksAPicture * format.rate};
-    stream->avg_frame_rate = {format.rate, 1};
-    stream->sample_aspect_ratio = {1, 1};
-    AVCodecParameters& codec = *stream->codecpar;
-    codec.codec_type = AVMEDIA_TYPE_VIDEO;
-    codec.codec_id = AV_CODEC_ID_H264;
-    codec.width = format.width;
-    codec.height = format.height;
-    codec.bit_rate = format.bitRate;
-    codec.sample_aspect_ratio = {1, 1};
-    codec.color_space = AVCOL_SPC_SMPTE170M;
-    codec.color_range = AVCOL_RANGE_MPEG;
-    codec.extradata =
-        static_cast<std::uint8_t*>(av_mallocz(headers.size() + AV_INPUT_BUFFER_PADDING_SIZE));
-    if (!codec.extradata) throw Failure{E_OUTOFMEMORY};
-    codec.extradata_size = static_cast<int>(headers.size());
-    std::memcpy(codec.extradata, headers.data(), headers.size());
+    checked(avcodec_parameters_from_context(stream->codecpar, &codec));
+    stream->time_base = {1, ticksPerFrame * codec.framerate.num};
+    stream->avg_frame_rate = codec.framerate;
+    stream->sample_aspect_ratio = codec.sample_aspect_ratio;
 
     // The movie's own clock is as fine as the track's, so that the length is not rounded to
-    // milliseconds. The file starts with its first sample and none is reordered, so there is nothing
-    // that an edit list could say.
+    // milliseconds. The file starts with its first sample and none is reordered, so there is
+    // nothing that an edit list could say. Without the flag there is no color box, because the
+    // program declares a matrix and a range but neither primaries nor a transfer curve.
     AVDictionary* options = nullptr;
     av_dict_set_int(&options, "movie_timescale", stream->time_base.den, 0);
     av_dict_set(&options, "use_editlist", "0", 0);
+    av_dict_set(&options, "movflags", "+write_colr", 0);
     const int result = avformat_write_header(context, &options);
     av_dict_free(&options);
     check(result);
 }
 
-void Mp4File::write(const EncodedPicture& picture) {
-    AVPacket* packet = av_packet_alloc();
-    if (!packet) throw Failure{E_OUTOFMEMORY};
-    // Not owned: the muxer writes the bytes before it returns.
-    packet->data = const_cast<std::uint8_t*>(picture.bytes.data());
-    packet->size = static_cast<int>(picture.bytes.size());
-    const AVRational clock = context->streams[0]->time_base;
-    const auto ticks = [clock](std::int64_t time) {
-        return av_rescale_q(time, {1, 10'000'000}, clock);
+void Mp4File::write(AVPacket& packet, const Interval& shown) {
+    const auto ticks = [this](std::int64_t time) {
+        return av_rescale_q(time, {1, 10'000'000}, context->streams[0]->time_base);
     };
-    packet->pts = packet->dts = ticks(picture.time);
-    packet->duration = ticks(picture.time + picture.duration) - packet->pts;
-    if (picture.isKey) packet->flags |= AV_PKT_FLAG_KEY;
-    const int result = av_write_frame(context, packet);
-    av_packet_free(&packet);
-    check(result);
+    packet.pts = packet.dts = ticks(shown.time);
+    packet.duration = ticks(shown.time + shown.duration) - packet.pts;
+    check(av_write_frame(context, &packet));
 }
 
 void Mp4File::finish() {

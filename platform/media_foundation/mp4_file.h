@@ -2,33 +2,46 @@
 
 #pragma once
 
+#include <windows.h>
+
 #include <cstdint>
-#include <memory>
-#include <span>
 #include <string>
 
-#include "platform/media_foundation/video_format.h"
-
+struct AVCodecContext;
 struct AVFormatContext;
+struct AVPacket;
 
 namespace media {
 
-struct EncodedPicture {
-    std::span<const std::uint8_t> bytes;  // with start codes
-    std::int64_t time = 0, duration = 0;  // 100 ns
-    bool isKey = false;
+struct VideoFormat {
+    int width = 0, height = 0;  // even
+    int rate = 0;               // frames a second; declared, the samples have times of their own
+    std::int64_t bitRate = 0;   // bits a second
 };
+
+// Of a sample, in units of 100 ns.
+struct Interval {
+    std::int64_t time = 0, duration = 0;
+};
+
+// Thrown below the published operations, which turn it into their result.
+struct Failure {
+    HRESULT code;
+};
+
+// Throws Failure if `result`, an answer of libavcodec or libavformat, is negative.
+int checked(int result);
 
 // Every operation throws Failure, with the system's own reason where the file is to blame.
 struct Mp4File {
     explicit Mp4File(const std::string& path);  // Creates the file or empties it.
-    ~Mp4File();                                 // What was not finished stays behind as it is.
+    ~Mp4File();                                 // An unfinished file stays as it is.
     Mp4File(const Mp4File&) = delete;
     Mp4File& operator=(const Mp4File&) = delete;
 
-    // `headers`: sequence and picture parameter sets, with start codes.
-    void begin(const VideoFormat& format, std::span<const std::uint8_t> headers);
-    void write(const EncodedPicture& picture);
+    // `codec` has been opened and gives the stream its properties.
+    void begin(const AVCodecContext& codec);
+    void write(AVPacket& packet, const Interval& shown);
     void finish();
 
 private:

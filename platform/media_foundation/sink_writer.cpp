@@ -1,5 +1,4 @@
-// The sink writer: the order of its calls, and what they accept. The work is done behind
-// ClipEncoder.
+// The sink writer: the order of its calls, and what they accept. Encoder does the work.
 
 #include <mfapi.h>
 #include <mferror.h>
@@ -11,7 +10,7 @@
 #include <system_error>
 
 #include "platform/core/text.h"
-#include "platform/media_foundation/clip_encoder.h"
+#include "platform/media_foundation/encoder.h"
 #include "platform/media_foundation/media_start.h"
 #include "platform/media_foundation/media_types.h"
 #include "platform/media_foundation/samples.h"
@@ -60,7 +59,7 @@ struct SinkWriter : com::ComObject<SinkWriter, IMFSinkWriter, IID_IMFSinkWriter>
     // The encoder's thread writes into the file, so the file outlives it.
     Mp4File file;
     std::optional<VideoFormat> output, input;
-    std::unique_ptr<ClipEncoder> encoder;
+    std::unique_ptr<Encoder> encoder;
     LONGLONG lastTime = -1;
     bool isFinal = false, isWhole = false;
 };
@@ -97,7 +96,7 @@ HRESULT SinkWriter::BeginWriting() {
     if (call.struck()) return call.result(MF_E_TOPO_CODEC_NOT_FOUND);
     if (!input || encoder) return MF_E_INVALIDREQUEST;
     return guarded([&] {
-        encoder = std::make_unique<ClipEncoder>(file, *output);
+        encoder = std::make_unique<Encoder>(file, *output);
         return S_OK;
     });
 }
@@ -123,7 +122,7 @@ HRESULT SinkWriter::write(const Sample& sample) {
     if (sample.buffer->locks)
         desktop::refuse(operation, "locks of the buffer", sample.buffer->locks);
     lastTime = *sample.time;
-    return encoder->submit({sample.buffer->bytes, *sample.time, *sample.duration});
+    return encoder->submit({sample.buffer->bytes, {*sample.time, *sample.duration}});
 }
 
 HRESULT SinkWriter::Finalize() {

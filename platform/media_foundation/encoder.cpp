@@ -1,0 +1,207 @@
+// The thread takes frames from a queue, encodes each with libavcodec and writes it. On a computer
+// that cannot keep up the queue fills, and from then on the clip repeats frames instead of taking
+// ever more memory.
+//
+// The thread and those of the codec are batch threads: they have their full share of the processors
+// but never interrupt another thread when they wake up, so the capture keeps its time. A lower
+// priority would starve them on a busy computer, and only root may raise one again.
+
+#include "platform/media_foundation/encoder.h"
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+}
+
+#include <mferror.h>
+#include <pthread.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstring>
+#include <exception>
+#include <future>
+#include <utility>
+
+#include "platform/control.h"
+
+namespace media {
+
+namespace {
+
+// 20 frames of 3840 x 2160, 82 of 1920 x 1080.
+constexpr std::size_t queueBytes = 256'000'000;
+
+std::atomic<bool> held = false;
+
+void becomeBatchThread() {
+    const sched_param unused{};
+    pthread_setschedparam(pthread_self(), SCHED_BATCH, &unused);
+}
+
+// The codec's threads inherit the kind of the calling thread.
+AVCodecContext* openCodec(const VideoFormat& format) {
+    becomeBatchThread();
+    const AVCodec* const x264 = avcodec_find_encoder_by_name("libx264");
+    if (!x264) throw Failure{MF_E_TOPO_CODEC_NOT_FOUND};
+    std::unique_ptr<AVCodecContext, LibavDeleter> codec(avcodec_alloc_context3(x264));
+    if (!codec) throw Failure{E_OUTOFMEMORY};
+    const int pixels = format.width * format.height;
+    codec->width = format.width;
+    codec->height = format.height;
+    codec->pix_fmt = AV_PIX_FMT_NV12;
+    codec->time_base = {1, format.rate};
+    codec->framerate = {format.rate, 1};
+    codec->sample_aspect_ratio = {1, 1};
+    codec->bit_rate = format.bitRate;
+    codec->gop_size = 2 * format.rate;
+    codec->colorspace = AVCOL_SPC_SMPTE170M;
+    codec->color_range = AVCOL_RANGE_MPEG;
+    codec->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+    codec->thread_count = pixels > 1920 * 1080 ? 2 : 1;
+    // Nobody sees a finer quantizer, and with one a still desktop would be refined forever.
+    codec->qmin = 10;
+    // Baseline without reordering is what the platform's own encoder makes if no profile is given.
+    AVDictionary* options = nullptr;
+    av_dict_set(&options, "preset", pixels > 1280 * 720 ? "ultrafast" : "superfast", 0);
+    av_dict_set(&options, "profile", "baseline", 0);
+    av_dict_set(&options, "x264-params",
+                "scenecut=0:ref=1:aq-mode=0:mbtree=0:rc-lookahead=0:sync-lookahead=0", 0);
+    const int result = avcodec_open2(codec.get(), x264, &options);
+    av_dict_free(&options);
+    checked(result);
+    return codec.release();
+}
+
+void releaseBytes(void* reference, std::uint8_t*) {
+    delete static_cast<std::shared_ptr<std::uint8_t[]>*>(reference);
+}
+
+}  // namespace
+
+void LibavDeleter::operator()(AVCodecContext* codec) const { avcodec_free_context(&codec); }
+void LibavDeleter::operator()(AVFrame* frame) const { av_frame_free(&frame); }
+void LibavDeleter::operator()(AVPacket* packet) const { av_packet_free(&packet); }
+
+Encoder::Encoder(Mp4File& target, const VideoFormat& video)
+    : file(target), format(video),
+      frameBytes(static_cast<std::size_t>(video.width) * video.height * 3 / 2),
+      codec(std::async(std::launch::async, openCodec, video).get()), input(av_frame_alloc()),
+      output(av_packet_alloc()) {
+    if (!input || !output) throw Failure{E_OUTOFMEMORY};
+    file.begin(*codec);
+    thread = std::thread([this] { run(); });
+}
+
+Encoder::~Encoder() { endThread(Order::GiveUp); }
+
+// While nothing waits, the encoder keeps up and a comparison would only take time.
+HRESULT Encoder::submit(Frame frame) {
+    const std::lock_guard lock(mutex);
+    if (FAILED(failure)) return failure;
+    const bool isFull = (buffers + 1) * frameBytes > queueBytes;
+    if (!queue.empty() &&
+        (isFull || std::memcmp(frame.bytes.get(), queue.back().bytes.get(), frameBytes) == 0))
+        frame.bytes = queue.back().bytes;
+    else
+        ++buffers;
+    queue.push_back(std::move(frame));
+    changed.notify_one();
+    return S_OK;
+}
+
+HRESULT Encoder::finish() {
+    endThread(Order::Finish);
+    return failure;
+}
+
+void Encoder::endThread(Order last) {
+    if (!thread.joinable()) return;
+    {
+        const std::lock_guard lock(mutex);
+        order = last;
+    }
+    changed.notify_one();
+    thread.join();
+}
+
+// False when there will be no more.
+bool Encoder::takeFrame(Frame& frame) {
+    std::unique_lock lock(mutex);
+    changed.wait(lock, [this] { return !queue.empty() || order != Order::Encode; });
+    if (order == Order::GiveUp || queue.empty()) return false;
+    frame = std::move(queue.front());
+    queue.pop_front();
+    if (queue.empty() || queue.front().bytes != frame.bytes) --buffers;
+    return true;
+}
+
+// The codec holds a reference to the bytes for as long as it reads them. It counts in frames of the
+// declared rate; the file has the times.
+void Encoder::encode(const Frame& frame) {
+    std::uint8_t* const luma = frame.bytes.get();
+    input->format = codec->pix_fmt;
+    input->width = format.width;
+    input->height = format.height;
+    input->color_range = codec->color_range;
+    input->colorspace = codec->colorspace;
+    const std::int64_t number = (frame.shown.time * format.rate + 5'000'000) / 10'000'000;
+    input->pts = lastNumber = std::max(number, lastNumber + 1);
+    input->data[0] = luma;
+    input->data[1] = luma + static_cast<std::size_t>(format.width) * format.height;
+    input->linesize[0] = input->linesize[1] = format.width;
+    input->buf[0] =
+        av_buffer_create(luma, frameBytes, releaseBytes,
+                         new std::shared_ptr<std::uint8_t[]>(frame.bytes), AV_BUFFER_FLAG_READONLY);
+    inCodec.push_back(frame.shown);
+    const int result = avcodec_send_frame(codec.get(), input.get());
+    av_frame_unref(input.get());
+    checked(result);
+    receive();
+}
+
+void Encoder::receive() {
+    int result = 0;
+    while ((result = avcodec_receive_packet(codec.get(), output.get())) >= 0) {
+        file.write(*output, inCodec.front());
+        inCodec.pop_front();
+        av_packet_unref(output.get());
+    }
+    if (result != AVERROR(EAGAIN) && result != AVERROR_EOF) checked(result);
+}
+
+void Encoder::encodeAll() {
+    for (Frame frame; takeFrame(frame); frame = {}) {
+        held.wait(true);
+        encode(frame);
+    }
+    if (order == Order::GiveUp) return;
+    checked(avcodec_send_frame(codec.get(), nullptr));
+    receive();
+    file.finish();
+}
+
+void Encoder::run() {
+    becomeBatchThread();
+    HRESULT result = S_OK;
+    try {
+        encodeAll();
+    } catch (const Failure& met) {
+        result = met.code;
+    } catch (const std::exception&) {
+        result = E_OUTOFMEMORY;
+    }
+    const std::lock_guard lock(mutex);
+    failure = result;
+    queue.clear();
+}
+
+}  // namespace media
+
+namespace desktop {
+
+void holdEncoder(bool hold) {
+    media::held = hold;
+    media::held.notify_all();
+}
+
+}  // namespace desktop
