@@ -1,20 +1,64 @@
-// Reads what a program asked for out of its attributes.
+// Attribute stores, media types among them, and what the layer reads from them.
 
 #pragma once
 
-#include "platform/media_foundation/attributes.h"
+#include <mfobjects.h>
+
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "platform/com/object.h"
+#include "platform/core/call.h"
 #include "platform/media_foundation/mp4_file.h"
 
 namespace media {
 
-// Stops the process at an attribute or a value that the sink writer does not know, or where one
-// that it needs is missing.
-void checkWriterAttributes(const AttributeValues& attributes);
+using Value = std::variant<UINT32, UINT64, GUID>;
+using AttributeValues = std::vector<std::pair<GUID, Value>>;
 
-// An H.264 or an NV12 type. Throws Failure (MF_E_INVALIDMEDIATYPE) where an attribute is missing or
-// the size cannot be encoded; an unknown attribute or value stops the process. The bit rate of an
-// NV12 type is 0.
-VideoFormat readOutputType(const AttributeValues& type);
-VideoFormat readInputType(const AttributeValues& type);
+void setValue(AttributeValues& attributes, REFGUID key, const Value& value);
+
+template <typename Self, typename Interface, const IID&... ids>
+struct AttributeStore : com::ComObject<Self, Interface, ids...> {
+    HRESULT SetUINT32(REFGUID key, UINT32 value) {
+        desktop::Call call("IMFAttributes::SetUINT32", key, value);
+        return store(call, key, value);
+    }
+    HRESULT SetUINT64(REFGUID key, UINT64 value) {
+        desktop::Call call("IMFAttributes::SetUINT64", key, value >> 32, value & 0xFFFFFFFF);
+        return store(call, key, value);
+    }
+    HRESULT SetGUID(REFGUID key, REFGUID value) {
+        desktop::Call call("IMFAttributes::SetGUID", key, value);
+        return store(call, key, value);
+    }
+
+    static void fill(com::Table& table) {
+        table.set(&IMFAttributes::SetUINT32, com::member<&AttributeStore::SetUINT32>);
+        table.set(&IMFAttributes::SetUINT64, com::member<&AttributeStore::SetUINT64>);
+        table.set(&IMFAttributes::SetGUID, com::member<&AttributeStore::SetGUID>);
+    }
+
+    AttributeValues values;
+
+private:
+    HRESULT store(desktop::Call& call, REFGUID key, const Value& value) {
+        if (call.struck()) return call.result(E_OUTOFMEMORY);
+        setValue(values, key, value);
+        return S_OK;
+    }
+};
+
+struct Attributes : AttributeStore<Attributes, IMFAttributes, IID_IMFAttributes> {};
+struct MediaType : AttributeStore<MediaType, IMFMediaType, IID_IMFAttributes, IID_IMFMediaType> {};
+
+// Each stops the process at an unknown attribute or value, and throws Failure
+// (MF_E_INVALIDMEDIATYPE) if one is missing.
+void checkWriterAttributes(AttributeValues attributes);
+// An H.264 or an NV12 type, also refused with Failure for a size that cannot be encoded. The bit
+// rate of an NV12 type is 0.
+VideoFormat readOutputType(AttributeValues type);
+VideoFormat readInputType(AttributeValues type);
 
 }  // namespace media

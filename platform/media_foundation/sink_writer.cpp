@@ -1,25 +1,121 @@
-// The sink writer: the order of its calls, and what they accept. Encoder does the work.
+// The media services, samples and their buffers, and the sink writer: the order of its calls, and
+// what they accept. Encoder does the work.
+
+#include "platform/media_foundation/sink_writer.h"
 
 #include <mfapi.h>
 #include <mferror.h>
 #include <mfreadwrite.h>
 
+extern "C" {
+#include <libavutil/log.h>
+}
+
+#include <atomic>
 #include <memory>
 #include <new>
 #include <optional>
 #include <system_error>
 
+#include "platform/core/objects.h"
 #include "platform/core/text.h"
 #include "platform/media_foundation/encoder.h"
-#include "platform/media_foundation/media_start.h"
 #include "platform/media_foundation/media_types.h"
-#include "platform/media_foundation/samples.h"
 
 namespace media {
 
 namespace {
 
-// Runs what may throw behind a published operation and gives its result.
+std::atomic<int> starts = 0;
+std::atomic<int> sinkWriters = 0;
+std::atomic<bool> loss = false;
+
+struct MemoryBuffer : com::ComObject<MemoryBuffer, IMFMediaBuffer, IID_IMFMediaBuffer> {
+    // The bytes are not cleared: the program fills them, 30 times a second. Throws std::bad_alloc.
+    explicit MemoryBuffer(DWORD size) : bytes(new std::uint8_t[size]), capacity(size) {}
+    ~MemoryBuffer() {
+        for (; locks > 0; --locks) desktop::closed(desktop::Object::LockedBuffer);
+    }
+
+    HRESULT Lock(BYTE** start, DWORD* maximum, DWORD* current) {
+        desktop::Call call("IMFMediaBuffer::Lock");
+        *start = nullptr;
+        if (call.struck()) return call.result(E_FAIL);
+        *start = bytes.get();
+        if (maximum) *maximum = capacity;
+        if (current) *current = length;
+        ++locks;
+        desktop::opened(desktop::Object::LockedBuffer);
+        return S_OK;
+    }
+    HRESULT Unlock() {
+        desktop::Call call("IMFMediaBuffer::Unlock");
+        if (locks == 0) desktop::refuse("IMFMediaBuffer::Unlock", "number of locks", locks);
+        if (call.struck()) return call.result(E_FAIL);
+        --locks;
+        desktop::closed(desktop::Object::LockedBuffer);
+        return S_OK;
+    }
+    HRESULT SetCurrentLength(DWORD current) {
+        desktop::Call call("IMFMediaBuffer::SetCurrentLength", current);
+        if (call.struck()) return call.result(E_FAIL);
+        if (current > capacity) return E_INVALIDARG;
+        length = current;
+        return S_OK;
+    }
+
+    static void fill(com::Table& table) {
+        table.set(&IMFMediaBuffer::Lock, com::member<&MemoryBuffer::Lock>);
+        table.set(&IMFMediaBuffer::Unlock, com::member<&MemoryBuffer::Unlock>);
+        table.set(&IMFMediaBuffer::SetCurrentLength, com::member<&MemoryBuffer::SetCurrentLength>);
+    }
+
+    const std::shared_ptr<std::uint8_t[]> bytes;  // Outlives the buffer until it is encoded.
+    const DWORD capacity;
+    DWORD length = 0;
+    int locks = 0;
+};
+
+struct Sample : AttributeStore<Sample, IMFSample, IID_IMFAttributes, IID_IMFSample> {
+    ~Sample() {
+        if (buffer) buffer->drop();
+    }
+
+    HRESULT SetSampleTime(LONGLONG start) {
+        return set("IMFSample::SetSampleTime", shown.time, start);
+    }
+    HRESULT SetSampleDuration(LONGLONG length) {
+        return set("IMFSample::SetSampleDuration", shown.duration, length);
+    }
+    HRESULT AddBuffer(IMFMediaBuffer* added) {
+        desktop::Call call("IMFSample::AddBuffer");
+        if (buffer) desktop::refuse("IMFSample::AddBuffer", "number of buffers", 2);
+        if (call.struck()) return call.result(E_OUTOFMEMORY);
+        buffer = com::objectOf<MemoryBuffer>(added);
+        buffer->AddRef();
+        return S_OK;
+    }
+
+    static void fill(com::Table& table) {
+        AttributeStore::fill(table);
+        table.set(&IMFSample::SetSampleTime, com::member<&Sample::SetSampleTime>);
+        table.set(&IMFSample::SetSampleDuration, com::member<&Sample::SetSampleDuration>);
+        table.set(&IMFSample::AddBuffer, com::member<&Sample::AddBuffer>);
+    }
+
+    Interval shown{-1, 0};           // -1: without a time
+    MemoryBuffer* buffer = nullptr;  // The sample has a reference.
+
+private:
+    static HRESULT set(const char* operation, std::int64_t& member, LONGLONG value) {
+        desktop::Call call(operation, value);
+        if (call.struck()) return call.result(E_FAIL);
+        member = value;
+        return S_OK;
+    }
+};
+
+// Runs what may throw below a published operation and returns its result.
 template <typename Work>
 HRESULT guarded(Work work) {
     try {
@@ -28,23 +124,84 @@ HRESULT guarded(Work work) {
         return failure.code;
     } catch (const std::bad_alloc&) {
         return E_OUTOFMEMORY;
-    } catch (const std::system_error&) {  // no thread to be had
+    } catch (const std::system_error&) {  // The system has no thread left.
         return E_OUTOFMEMORY;
     }
 }
 
 struct SinkWriter : com::ComObject<SinkWriter, IMFSinkWriter, IID_IMFSinkWriter> {
-    explicit SinkWriter(const std::string& path) : file(path) { sinkWriterOpened(); }
+    explicit SinkWriter(const std::string& path) : file(path) { ++sinkWriters; }
     ~SinkWriter() {
-        sinkWriterClosed();
-        if (lastTime >= 0 && !isWhole) noteLoss();
+        --sinkWriters;
+        if (lastTime >= 0 && !isWhole) loss = true;
     }
 
-    HRESULT AddStream(IMFMediaType* type, DWORD* stream);
-    HRESULT SetInputMediaType(DWORD stream, IMFMediaType* type, IMFAttributes* parameters);
-    HRESULT BeginWriting();
-    HRESULT WriteSample(DWORD stream, IMFSample* sample);
-    HRESULT Finalize();
+    HRESULT AddStream(IMFMediaType* type, DWORD* stream) {
+        desktop::Call call("IMFSinkWriter::AddStream");
+        if (output) desktop::refuse("IMFSinkWriter::AddStream", "number of streams", 2);
+        return guarded([&] {
+            const VideoFormat asked = readOutputType(com::objectOf<MediaType>(type)->values);
+            if (call.struck()) return call.result(MF_E_INVALIDMEDIATYPE);
+            output = asked;
+            *stream = 0;
+            return S_OK;
+        });
+    }
+    HRESULT SetInputMediaType(DWORD stream, IMFMediaType* type, IMFAttributes* parameters) {
+        desktop::Call call("IMFSinkWriter::SetInputMediaType", stream);
+        if (parameters) desktop::refuse("IMFSinkWriter::SetInputMediaType", "parameters", 1);
+        return guarded([&] {
+            const VideoFormat asked = readInputType(com::objectOf<MediaType>(type)->values);
+            if (call.struck()) return call.result(MF_E_INVALIDMEDIATYPE);
+            if (!output || stream != 0) return MF_E_INVALIDSTREAMNUMBER;
+            if (encoder) return MF_E_INVALIDREQUEST;
+            if (asked.width != output->width || asked.height != output->height ||
+                asked.rate != output->rate)
+                return MF_E_INVALIDMEDIATYPE;
+            input = asked;
+            return S_OK;
+        });
+    }
+    HRESULT BeginWriting() {
+        desktop::Call call("IMFSinkWriter::BeginWriting");
+        if (call.struck()) return call.result(MF_E_TOPO_CODEC_NOT_FOUND);
+        if (!input || encoder) return MF_E_INVALIDREQUEST;
+        return guarded([&] {
+            encoder = std::make_unique<Encoder>(file, *output);
+            return S_OK;
+        });
+    }
+    HRESULT WriteSample(DWORD stream, IMFSample* published) {
+        const char* const operation = "IMFSinkWriter::WriteSample";
+        desktop::Call call(operation, stream);
+        const Sample& sample = *com::objectOf<Sample>(published);
+        const auto& [time, duration] = sample.shown;
+        if (!sample.values.empty()) desktop::refuse(operation, "attributes of the sample", 1);
+        // The first sample may have any time. No later one is put in order.
+        if (time >= 0 && time <= lastTime) desktop::refuse(operation, "time of the sample", time);
+        if (duration <= 0) desktop::refuse(operation, "duration of the sample", duration);
+        if (sample.buffer && sample.buffer->locks)
+            desktop::refuse(operation, "locks of the buffer", sample.buffer->locks);
+        if (call.struck()) return call.result(E_FAIL);
+        if (!encoder || isFinal) return MF_E_INVALIDREQUEST;
+        if (stream != 0) return MF_E_INVALIDSTREAMNUMBER;
+        if (time < 0) return MF_E_NO_SAMPLE_TIMESTAMP;
+        const DWORD length = static_cast<DWORD>(input->width * input->height * 3 / 2);
+        if (!sample.buffer || sample.buffer->length != length) return E_INVALIDARG;
+        lastTime = time;
+        return guarded([&] { return encoder->submit({sample.buffer->bytes, sample.shown}); });
+    }
+    HRESULT Finalize() {
+        desktop::Call call("IMFSinkWriter::Finalize");
+        if (encoder && lastTime < 0)
+            desktop::refuse("IMFSinkWriter::Finalize", "number of samples", 0);
+        if (call.struck()) return call.result(E_FAIL);
+        if (!encoder || isFinal) return MF_E_INVALIDREQUEST;
+        isFinal = true;
+        const HRESULT result = encoder->finish();
+        isWhole = result == S_OK;
+        return result;
+    }
 
     static void fill(com::Table& table) {
         table.set(&IMFSinkWriter::AddStream, com::member<&SinkWriter::AddStream>);
@@ -54,102 +211,70 @@ struct SinkWriter : com::ComObject<SinkWriter, IMFSinkWriter, IID_IMFSinkWriter>
         table.set(&IMFSinkWriter::Finalize, com::member<&SinkWriter::Finalize>);
     }
 
-    HRESULT write(const Sample& sample);
-
     // The encoder's thread writes into the file, so the file outlives it.
     Mp4File file;
     std::optional<VideoFormat> output, input;
     std::unique_ptr<Encoder> encoder;
-    LONGLONG lastTime = -1;
+    std::int64_t lastTime = -1;
     bool isFinal = false, isWhole = false;
 };
 
-HRESULT SinkWriter::AddStream(IMFMediaType* type, DWORD* stream) {
-    desktop::Call call("IMFSinkWriter::AddStream");
-    if (call.struck()) return call.result(MF_E_INVALIDMEDIATYPE);
-    if (output) desktop::refuse("IMFSinkWriter::AddStream", "number of streams", 2);
-    return guarded([&] {
-        output = readOutputType(com::objectOf<MediaType>(type)->values);
-        *stream = 0;
-        return S_OK;
-    });
-}
-
-HRESULT SinkWriter::SetInputMediaType(DWORD stream, IMFMediaType* type, IMFAttributes* parameters) {
-    desktop::Call call("IMFSinkWriter::SetInputMediaType", stream);
-    if (call.struck()) return call.result(MF_E_INVALIDMEDIATYPE);
-    if (parameters) desktop::refuse("IMFSinkWriter::SetInputMediaType", "parameters", 1);
-    if (!output || stream != 0) return MF_E_INVALIDSTREAMNUMBER;
-    if (encoder) return MF_E_INVALIDREQUEST;
-    return guarded([&] {
-        const VideoFormat asked = readInputType(com::objectOf<MediaType>(type)->values);
-        if (asked.width != output->width || asked.height != output->height ||
-            asked.rate != output->rate)
-            return MF_E_INVALIDMEDIATYPE;
-        input = asked;
-        return S_OK;
-    });
-}
-
-HRESULT SinkWriter::BeginWriting() {
-    desktop::Call call("IMFSinkWriter::BeginWriting");
-    if (call.struck()) return call.result(MF_E_TOPO_CODEC_NOT_FOUND);
-    if (!input || encoder) return MF_E_INVALIDREQUEST;
-    return guarded([&] {
-        encoder = std::make_unique<Encoder>(file, *output);
-        return S_OK;
-    });
-}
-
-HRESULT SinkWriter::WriteSample(DWORD stream, IMFSample* sample) {
-    desktop::Call call("IMFSinkWriter::WriteSample", stream);
-    if (call.struck()) return call.result(E_FAIL);
-    if (!encoder || isFinal) return MF_E_INVALIDREQUEST;
-    if (stream != 0) return MF_E_INVALIDSTREAMNUMBER;
-    return guarded([&] { return write(*com::objectOf<Sample>(sample)); });
-}
-
-HRESULT SinkWriter::write(const Sample& sample) {
-    const char* const operation = "IMFSinkWriter::WriteSample";
-    if (!sample.values.list.empty()) desktop::refuse(operation, "attributes of the sample", 1);
-    if (!sample.time) return MF_E_NO_SAMPLE_TIMESTAMP;
-    // Samples are not put in order, and none is before 0. The first may be later: the file starts
-    // with it.
-    if (*sample.time <= lastTime) desktop::refuse(operation, "time of the sample", *sample.time);
-    if (sample.duration.value_or(0) <= 0) desktop::refuse(operation, "duration of the sample", 0);
-    const DWORD length = static_cast<DWORD>(input->width * input->height * 3 / 2);
-    if (!sample.buffer || sample.buffer->length != length) return E_INVALIDARG;
-    if (sample.buffer->locks)
-        desktop::refuse(operation, "locks of the buffer", sample.buffer->locks);
-    lastTime = *sample.time;
-    return encoder->submit({sample.buffer->bytes, {*sample.time, *sample.duration}});
-}
-
-HRESULT SinkWriter::Finalize() {
-    desktop::Call call("IMFSinkWriter::Finalize");
-    if (call.struck()) return call.result(E_FAIL);
-    if (!encoder || isFinal) return MF_E_INVALIDREQUEST;
-    if (lastTime < 0) desktop::refuse("IMFSinkWriter::Finalize", "number of samples", 0);
-    isFinal = true;
-    const HRESULT result = encoder->finish();
-    isWhole = result == S_OK;
-    return result;
-}
-
 }  // namespace
 
+bool takeLoss() { return loss.exchange(false); }
+
 }  // namespace media
+
+HRESULT MFStartup(ULONG version, DWORD flags) {
+    desktop::Call call("MFStartup", version, flags);
+    if (version != MF_VERSION) desktop::refuse("MFStartup", "version", version);
+    if (flags != MFSTARTUP_FULL) desktop::refuse("MFStartup", "flags", flags);
+    if (call.struck()) return call.result(E_FAIL);
+    // The encoder would describe every clip on the standard error stream.
+    av_log_set_level(AV_LOG_ERROR);
+    ++media::starts;
+    desktop::opened(desktop::Object::MediaStart);
+    return S_OK;
+}
+
+// Cannot fail by plan: the program has no way to end a start whose end failed.
+HRESULT MFShutdown() {
+    desktop::Call call("MFShutdown");
+    if (media::starts == 0) desktop::refuse("MFShutdown", "number of starts", 0);
+    if (--media::starts == 0 && media::sinkWriters > 0)
+        desktop::refuse("MFShutdown", "sink writers that still exist", media::sinkWriters);
+    desktop::closed(desktop::Object::MediaStart);
+    return S_OK;
+}
+
+HRESULT MFCreateMemoryBuffer(DWORD capacity, IMFMediaBuffer** buffer) {
+    desktop::Call call("MFCreateMemoryBuffer", capacity);
+    *buffer = nullptr;
+    if (call.struck()) return call.result(E_OUTOFMEMORY);
+    return media::guarded([&] {
+        *buffer = (new media::MemoryBuffer(capacity))->published();
+        return S_OK;
+    });
+}
+
+HRESULT MFCreateSample(IMFSample** sample) {
+    desktop::Call call("MFCreateSample");
+    *sample = nullptr;
+    if (call.struck()) return call.result(E_OUTOFMEMORY);
+    *sample = (new media::Sample)->published();
+    return S_OK;
+}
 
 HRESULT MFCreateSinkWriterFromURL(LPCWSTR url, IMFByteStream* stream, IMFAttributes* attributes,
                                   IMFSinkWriter** writer) {
     desktop::Call call("MFCreateSinkWriterFromURL", url);
     *writer = nullptr;
-    if (call.struck()) return call.result(E_ACCESSDENIED);
-    if (!media::isStarted()) return MF_E_PLATFORM_NOT_INITIALIZED;
     if (stream) desktop::refuse("MFCreateSinkWriterFromURL", "byte stream", 1);
     if (!attributes) desktop::refuse("MFCreateSinkWriterFromURL", "attributes", 0);
     return media::guarded([&] {
         media::checkWriterAttributes(com::objectOf<media::Attributes>(attributes)->values);
+        if (call.struck()) return call.result(E_ACCESSDENIED);
+        if (media::starts == 0) return MF_E_PLATFORM_NOT_INITIALIZED;
         *writer = (new media::SinkWriter(desktop::toUtf8(url)))->published();
         return S_OK;
     });
