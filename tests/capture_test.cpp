@@ -81,4 +81,31 @@ TEST(Capture, takesARegionThatIsWithinItsMonitor) {
     }
 }
 
+// The program takes a frame of the pointer alone for an image: black as the first frame, and later
+// the last image again.
+TEST(Capture, takesFramesInWhichOnlyThePointerMoved) {
+    desktop::setMonitors({{{0, 0, 640, 480}}});
+    const auto paint = [](std::uint32_t color) {
+        desktop::paintDesktop([&](const desktop::Canvas& canvas) {
+            std::fill_n(canvas.pixels, canvas.stride * canvas.height, color);
+        });
+    };
+    SetProcessDpiAwarenessContext(DPI_AWARENESS_CONTEXT_PER_MONITOR_AWARE_V2);
+    paint(0xffffff);
+    desktop::addPointerFrames(1);
+    DesktopSource source =
+        openDesktopSource(MonitorFromPoint({}, MONITOR_DEFAULTTONEAREST), {0, 0, 16, 16});
+    const auto poll = [&] {
+        std::vector<std::uint8_t> frame(16 * 16 * 3 / 2);
+        return pollDesktopFrame(source, 0, frame.data()) ? frame[0] : -1;
+    };
+    EXPECT_EQ(poll(), 16);
+    EXPECT_EQ(poll(), 235);
+    paint(0);
+    desktop::addPointerFrames(1);
+    EXPECT_EQ(poll(), 235);
+    EXPECT_EQ(poll(), 16);
+    EXPECT_EQ(poll(), -1);
+}
+
 }  // namespace

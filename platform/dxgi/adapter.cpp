@@ -1,20 +1,14 @@
-// Adapters and the monitors that hang on them, as they were when the factory was made.
+// Adapters and their monitors, as they were when the factory was made.
 //
-// The first monitor has an adapter of its own and all others share a second one, so that a program
-// that takes the first adapter for the only one, or its device for everyone's, is found out. The
-// last adapter has no output, like those that draw without a graphics card.
-
-#include "platform/dxgi/adapter.h"
+// The first monitor has an adapter of its own and all others share a second one, so a program that
+// takes the first adapter for the only one, or its device for everyone's, fails. The last adapter
+// has no output, like those that draw without a graphics card.
 
 #include <algorithm>
-#include <memory>
 #include <string>
 #include <vector>
 
-#include "platform/dxgi/device.h"
-#include "platform/dxgi/duplication.h"
-#include "platform/hosts/host.h"
-#include "platform/com/object.h"
+#include "platform/dxgi/objects.h"
 
 namespace dxgi {
 
@@ -24,11 +18,30 @@ constexpr UINT adapterCount = 3;
 
 struct Output
     : com::ComObject<Output, IDXGIOutput1, IID_IDXGIObject, IID_IDXGIOutput, IID_IDXGIOutput1> {
-    Output(const host::Monitor& shown, UINT place, UINT adapterIndex)
-        : monitor(shown), number(place), adapter(adapterIndex) {}
+    Output(const host::Monitor& shown, UINT position, UINT adapterIndex)
+        : monitor(shown), number(position), adapter(adapterIndex) {}
 
-    HRESULT GetDesc(DXGI_OUTPUT_DESC* description);
-    HRESULT DuplicateOutput(IUnknown* device, IDXGIOutputDuplication** duplication);
+    HRESULT GetDesc(DXGI_OUTPUT_DESC* description) {
+        desktop::Call call("IDXGIOutput::GetDesc");
+        if (call.struck()) return call.result(E_FAIL);
+        *description = {};
+        const std::string digits = std::to_string(number + 1);
+        const std::u16string name =
+            u"\\\\.\\DISPLAY" + std::u16string(digits.begin(), digits.end());
+        name.copy(description->DeviceName, std::size(description->DeviceName) - 1);
+        description->DesktopCoordinates = monitor.bounds;
+        description->AttachedToDesktop = TRUE;
+        description->Rotation = static_cast<DXGI_MODE_ROTATION>(monitor.rotation);
+        description->Monitor = reinterpret_cast<HMONITOR>(monitor.id);
+        return S_OK;
+    }
+    HRESULT DuplicateOutput(IUnknown* device, IDXGIOutputDuplication** duplication) {
+        desktop::Call call("IDXGIOutput1::DuplicateOutput");
+        *duplication = nullptr;
+        if (call.struck()) return call.result(E_ACCESSDENIED);
+        if (com::objectOf<Device>(device)->adapter != adapter) return E_INVALIDARG;
+        return openDuplication(monitor, duplication);
+    }
 
     static void fill(com::Table& table) {
         table.set(&IDXGIOutput1::GetDesc, com::member<&Output::GetDesc>);
@@ -39,34 +52,23 @@ struct Output
     const UINT number, adapter;
 };
 
-HRESULT Output::GetDesc(DXGI_OUTPUT_DESC* description) {
-    desktop::Call call("IDXGIOutput::GetDesc");
-    if (call.struck()) return call.result(E_FAIL);
-    *description = {};
-    const std::string digits = std::to_string(number + 1);
-    const std::u16string name = u"\\\\.\\DISPLAY" + std::u16string(digits.begin(), digits.end());
-    name.copy(description->DeviceName, std::size(description->DeviceName) - 1);
-    description->DesktopCoordinates = monitor.bounds;
-    description->AttachedToDesktop = TRUE;
-    description->Rotation = static_cast<DXGI_MODE_ROTATION>(monitor.rotation);
-    description->Monitor = reinterpret_cast<HMONITOR>(monitor.id);
-    return S_OK;
-}
-
-HRESULT Output::DuplicateOutput(IUnknown* device, IDXGIOutputDuplication** duplication) {
-    desktop::Call call("IDXGIOutput1::DuplicateOutput");
-    *duplication = nullptr;
-    if (call.struck()) return call.result(E_ACCESSDENIED);
-    if (com::objectOf<Device>(device)->adapter != adapter) return E_INVALIDARG;
-    return openDuplication(monitor, duplication);
-}
-
 struct Adapter
     : com::ComObject<Adapter, IDXGIAdapter1, IID_IDXGIObject, IID_IDXGIAdapter, IID_IDXGIAdapter1> {
-    Adapter(const std::vector<host::Monitor>& present, UINT place)
-        : monitors(present), index(place) {}
+    Adapter(const std::vector<host::Monitor>& present, UINT position)
+        : monitors(present), index(position) {}
 
-    HRESULT EnumOutputs(UINT place, IDXGIOutput** output);
+    HRESULT EnumOutputs(UINT position, IDXGIOutput** output) {
+        desktop::Call call("IDXGIAdapter::EnumOutputs", position);
+        *output = nullptr;
+        if (call.struck()) return call.result(E_OUTOFMEMORY);
+        const std::size_t first = index == 0 ? 0 : index == 1 ? 1 : monitors.size();
+        const std::size_t end =
+            index == 0 ? std::min<std::size_t>(1, monitors.size()) : monitors.size();
+        if (first + position >= end) return DXGI_ERROR_NOT_FOUND;
+        const auto number = static_cast<UINT>(first + position);
+        *output = (new Output(monitors[number], number, index))->published();
+        return S_OK;
+    }
 
     static void fill(com::Table& table) {
         table.set(&IDXGIAdapter1::EnumOutputs, com::member<&Adapter::EnumOutputs>);
@@ -75,19 +77,6 @@ struct Adapter
     const std::vector<host::Monitor> monitors;
     const UINT index;
 };
-
-HRESULT Adapter::EnumOutputs(UINT place, IDXGIOutput** output) {
-    desktop::Call call("IDXGIAdapter::EnumOutputs", place);
-    *output = nullptr;
-    if (call.struck()) return call.result(E_OUTOFMEMORY);
-    const std::size_t first = index == 0 ? 0 : index == 1 ? 1 : monitors.size();
-    const std::size_t end =
-        index == 0 ? std::min<std::size_t>(1, monitors.size()) : monitors.size();
-    if (first + place >= end) return DXGI_ERROR_NOT_FOUND;
-    const auto number = static_cast<UINT>(first + place);
-    *output = (new Output(monitors[number], number, index))->published();
-    return S_OK;
-}
 
 struct Factory
     : com::ComObject<Factory, IDXGIFactory1, IID_IDXGIObject, IID_IDXGIFactory, IID_IDXGIFactory1> {

@@ -1,15 +1,10 @@
 // The graphics device: a staging texture, and the copy of a part of the desktop into it.
 //
-// Only the part that is copied is ever asked of the host, and the texture takes over the memory
-// that the host put it in.
+// The host reads only the part that is copied, and the texture takes over the host's memory.
 
-#include "platform/dxgi/device.h"
+#include "platform/dxgi/objects.h"
 
 #include <vector>
-
-#include "platform/dxgi/adapter.h"
-#include "platform/dxgi/texture.h"
-#include "platform/hosts/host.h"
 
 namespace dxgi {
 
@@ -45,13 +40,12 @@ bool fills(const D3D11_BOX& box, const Texture& target) {
            box.bottom - box.top == target.description.Height;
 }
 
-// For the processor to read when nothing could be copied.
 host::CapturedPicture blackPicture(UINT width, UINT height) {
     const auto bytes = std::make_shared<std::vector<std::uint8_t>>(std::size_t(width) * height * 4);
     return {{bytes, bytes->data()}, static_cast<int>(width * 4)};
 }
 
-// There is no result: what cannot be copied is not.
+// Has no result: a box that does not fit copies nothing.
 void Context::CopySubresourceRegion(ID3D11Resource* target, UINT targetIndex, UINT x, UINT y,
                                     UINT z, ID3D11Resource* source, UINT sourceIndex,
                                     const D3D11_BOX* box) {
@@ -64,13 +58,19 @@ void Context::CopySubresourceRegion(ID3D11Resource* target, UINT targetIndex, UI
     demand(!to.frames && from.frames, operation, "pair of textures", 0);
     demand(!to.isMapped, operation, "mapped target", 1);
     Frames& frames = *from.frames;
-    demand(frames.isHeld && frames.last == from.frame, operation, "frame that is not held any more",
+    demand(frames.isHeld && frames.last == from.frame, operation, "frame that is no longer held",
            from.frame);
     if (!fits(*box, from)) return;
     demand(fills(*box, to), operation, "part of the target", box->right);
     const LONG left = frames.bounds.left, top = frames.bounds.top;
     const RECT area{left + static_cast<LONG>(box->left), top + static_cast<LONG>(box->top),
                     left + static_cast<LONG>(box->right), top + static_cast<LONG>(box->bottom)};
+    // A frame of the pointer alone shows the last image again. The target has it already: black
+    // before the first one.
+    demand(frames.image == from.frame || frames.image == to.frame, operation,
+           "image that was not copied", frames.image);
+    if (frames.image != from.frame) return;
+    to.frame = from.frame;
     to.picture = {};  // first, so that the host can use its memory again
     to.picture = host::current().readPicture(area);
     if (!to.picture.bytes) frames.isLost = true;
@@ -81,11 +81,11 @@ HRESULT Context::Map(ID3D11Resource* resource, UINT index, D3D11_MAP kind, UINT 
     const char* const operation = "ID3D11DeviceContext::Map";
     desktop::Call call(operation, index, kind, flags);
     *mapped = {};
-    if (call.struck()) return call.result(E_OUTOFMEMORY);
     Texture& texture = *com::objectOf<Texture>(resource);
     demand(index == 0, operation, "subresource", index);
     demand(kind == D3D11_MAP_READ && flags == 0, operation, "kind of access", kind);
     demand(!texture.frames && !texture.isMapped, operation, "texture", texture.isMapped);
+    if (call.struck()) return call.result(E_OUTOFMEMORY);
     const UINT height = texture.description.Height;
     if (!texture.picture.bytes) texture.picture = blackPicture(texture.description.Width, height);
     texture.isMapped = true;
@@ -127,9 +127,9 @@ HRESULT Device::CreateTexture2D(const D3D11_TEXTURE2D_DESC* description,
                        description->Usage, description->BindFlags, description->CPUAccessFlags,
                        description->MiscFlags);
     *texture = nullptr;
-    if (call.struck()) return call.result(E_OUTOFMEMORY);
     demandStaging(*description);
     demand(!initial, "ID3D11Device::CreateTexture2D", "initial data", 1);
+    if (call.struck()) return call.result(E_OUTOFMEMORY);
     if (description->Width == 0 || description->Height == 0) return E_INVALIDARG;
     *texture = (new Texture(*description))->published();
     return S_OK;
@@ -145,13 +145,13 @@ HRESULT D3D11CreateDevice(IDXGIAdapter* adapter, D3D_DRIVER_TYPE driver, HMODULE
     desktop::Call call(operation, driver, flags, levelCount, sdkVersion);
     *device = nullptr;
     *context = nullptr;
-    if (call.struck()) return call.result(DXGI_ERROR_UNSUPPORTED);
     dxgi::demand(adapter && !software, operation, "adapter", 0);
-    if (driver != D3D_DRIVER_TYPE_UNKNOWN) return E_INVALIDARG;  // as always with an adapter
     dxgi::demand(flags == D3D11_CREATE_DEVICE_BGRA_SUPPORT, operation, "flags", flags);
     dxgi::demand(!levels && levelCount == 0, operation, "feature levels", levelCount);
-    dxgi::demand(!level, operation, "question for the feature level", 1);
+    dxgi::demand(!level, operation, "request for the feature level", 1);
     dxgi::demand(sdkVersion == D3D11_SDK_VERSION, operation, "version", sdkVersion);
+    if (call.struck()) return call.result(DXGI_ERROR_UNSUPPORTED);
+    if (driver != D3D_DRIVER_TYPE_UNKNOWN) return E_INVALIDARG;  // as always with an adapter
     *device = (new dxgi::Device(dxgi::indexOf(adapter)))->published();
     *context = (new dxgi::Context)->published();
     return S_OK;

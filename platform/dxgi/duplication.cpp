@@ -1,15 +1,11 @@
-// The duplication of an output: the desktop's pictures, one frame at a time.
+// The duplication of an output: its frames, one at a time.
 //
-// A frame is only a promise that the picture may be read until it is released. Nothing is copied
-// before somebody asks for a part of it (device.cpp).
-
-#include "platform/dxgi/duplication.h"
+// A frame is only a promise that its image can be read until the release. Nothing is copied before
+// the program requests a part of it (device.cpp).
 
 #include <atomic>
-#include <memory>
 
-#include "platform/dxgi/texture.h"
-#include "platform/com/object.h"
+#include "platform/dxgi/objects.h"
 
 namespace dxgi {
 
@@ -38,11 +34,48 @@ struct FrameResource
 struct Duplication : com::ComObject<Duplication, IDXGIOutputDuplication, IID_IDXGIObject,
                                     IID_IDXGIOutputDuplication> {
     explicit Duplication(const RECT& bounds) { frames->bounds = bounds; }
-    ~Duplication();
+    ~Duplication() {
+        if (frames->isHeld) desktop::closed(desktop::Object::DesktopFrame);
+        frames->isHeld = false;
+        host::current().closePictures();
+        duplicated = 0;
+    }
 
     HRESULT AcquireNextFrame(UINT milliseconds, DXGI_OUTDUPL_FRAME_INFO* information,
-                             IDXGIResource** resource);
-    HRESULT ReleaseFrame();
+                             IDXGIResource** resource) {
+        desktop::Call call("IDXGIOutputDuplication::AcquireNextFrame", milliseconds);
+        *information = {};
+        *resource = nullptr;
+        if (call.struck()) return call.result(DXGI_ERROR_ACCESS_LOST);
+        if (frames->isHeld) return DXGI_ERROR_INVALID_CALL;
+        if (frames->isLost) return DXGI_ERROR_ACCESS_LOST;
+        const host::PictureState state = host::current().waitForPicture(milliseconds);
+        if (state == host::PictureState::Unchanged) return DXGI_ERROR_WAIT_TIMEOUT;
+        if (state == host::PictureState::Lost) {
+            frames->isLost = true;
+            return DXGI_ERROR_ACCESS_LOST;
+        }
+        frames->isHeld = true;
+        ++frames->last;
+        desktop::opened(desktop::Object::DesktopFrame);
+        if (state == host::PictureState::PointerMoved) {
+            information->LastMouseUpdateTime.QuadPart = frames->last;
+        } else {
+            frames->image = frames->last;
+            information->LastPresentTime.QuadPart = frames->last;
+            information->AccumulatedFrames = 1;
+        }
+        *resource = (new FrameResource(frames))->published();
+        return S_OK;
+    }
+    // A planned failure releases the frame too, as the loss of the desktop does.
+    HRESULT ReleaseFrame() {
+        desktop::Call call("IDXGIOutputDuplication::ReleaseFrame");
+        if (!frames->isHeld) return DXGI_ERROR_INVALID_CALL;
+        frames->isHeld = false;
+        desktop::closed(desktop::Object::DesktopFrame);
+        return call.struck() ? call.result(DXGI_ERROR_ACCESS_LOST) : S_OK;
+    }
 
     static void fill(com::Table& table) {
         table.set(&IDXGIOutputDuplication::AcquireNextFrame,
@@ -53,48 +86,12 @@ struct Duplication : com::ComObject<Duplication, IDXGIOutputDuplication, IID_IDX
     const std::shared_ptr<Frames> frames = std::make_shared<Frames>();
 };
 
-Duplication::~Duplication() {
-    if (frames->isHeld) desktop::closed(desktop::Object::DesktopFrame);
-    frames->isHeld = false;
-    host::current().closePictures();
-    duplicated = 0;
-}
-
-HRESULT Duplication::AcquireNextFrame(UINT milliseconds, DXGI_OUTDUPL_FRAME_INFO* information,
-                                      IDXGIResource** resource) {
-    desktop::Call call("IDXGIOutputDuplication::AcquireNextFrame", milliseconds);
-    *information = {};
-    *resource = nullptr;
-    if (call.struck()) return call.result(DXGI_ERROR_ACCESS_LOST);
-    if (frames->isHeld) return DXGI_ERROR_INVALID_CALL;
-    if (frames->isLost) return DXGI_ERROR_ACCESS_LOST;
-    const host::PictureState state = host::current().waitForPicture(milliseconds);
-    if (state == host::PictureState::Unchanged) return DXGI_ERROR_WAIT_TIMEOUT;
-    if (state == host::PictureState::Lost) {
-        frames->isLost = true;
-        return DXGI_ERROR_ACCESS_LOST;
-    }
-    frames->isHeld = true;
-    ++frames->last;
-    desktop::opened(desktop::Object::DesktopFrame);
-    // 0 would mean that only the pointer moved.
-    information->LastPresentTime.QuadPart = frames->last;
-    information->AccumulatedFrames = 1;
-    *resource = (new FrameResource(frames))->published();
-    return S_OK;
-}
-
-// A failure that is planned comes with the frame given back, as it is when the desktop was lost
-// meanwhile.
-HRESULT Duplication::ReleaseFrame() {
-    desktop::Call call("IDXGIOutputDuplication::ReleaseFrame");
-    if (!frames->isHeld) return DXGI_ERROR_INVALID_CALL;
-    frames->isHeld = false;
-    desktop::closed(desktop::Object::DesktopFrame);
-    return call.struck() ? call.result(DXGI_ERROR_ACCESS_LOST) : S_OK;
-}
-
 }  // namespace
+
+Texture::Texture(const std::shared_ptr<Frames>& source) : frames(source), frame(source->last) {
+    description.Width = static_cast<UINT>(source->bounds.right - source->bounds.left);
+    description.Height = static_cast<UINT>(source->bounds.bottom - source->bounds.top);
+}
 
 HRESULT openDuplication(const host::Monitor& monitor, IDXGIOutputDuplication** duplication) {
     std::uintptr_t before = 0;
