@@ -1,5 +1,3 @@
-// The state of the process as it is before anything has happened.
-
 #include "app/application.h"
 
 AppState appState = AppState::Idle;

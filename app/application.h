@@ -1,4 +1,4 @@
-// The state of the process that the files of this folder share.
+// Process-wide state, shared by the files of this folder.
 
 #pragma once
 
@@ -10,31 +10,30 @@
 
 #include "settings/shortcut.h"
 
-// The window's class is also how a second start finds this program.
+// A second start finds this program by the class of its window.
 inline constexpr const WCHAR* trayWindowClass = TEXT("QuorvelDeskClip");
 inline constexpr const WCHAR* programTitle = TEXT("Quorvel Desk Clip");
 
 enum class AppState : std::int32_t {
     Idle,
     Selecting,  // the overlay waits for a drag
-    Recording,  // the job runs, the frame stands round the region
+    Recording,  // the job runs, the red frame is around the region
     Finishing,  // a stop was requested; the job completes and publishes the file
     Copying,    // the clip is published; a timer tries to put it on the clipboard
 };
 
-// Written by the controller alone. User-interface thread only.
+// Written by the controller only. User-interface thread only.
 extern AppState appState;
 extern ShortcutSpec currentShortcut;
 
-// The monitor under the pointer when the selection began. The job reads it: it stays as it is while
-// a job runs.
+// The monitor under the pointer when the selection began. Constant while a job runs, which reads
+// it.
 extern HMONITOR targetMonitor;
 
-// Tells the capture loop to finish. The one variable that two threads change and read at the same
-// time.
+// Stops the capture loop. The only variable that two threads use concurrently.
 extern std::atomic<bool> stopFlag;
 
-// Set at start-up, before the message loop, and never again.
+// Set once, before the message loop.
 extern HINSTANCE instanceHandle;
 extern HWND trayWindow;
 extern UINT activationMessage;
@@ -42,5 +41,5 @@ extern UINT taskbarCreatedMessage;
 extern std::filesystem::path dataFolder;
 extern std::filesystem::path recordingsFolder;
 
-// Full path of config.ini. Only once dataFolder is set.
+// Full path of config.ini. Needs dataFolder.
 std::filesystem::path configPath();

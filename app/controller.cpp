@@ -1,9 +1,7 @@
-// The state machine.
-//
-// AppState changes only here, and only on the user-interface thread. A nested loop (menu, dialog)
-// can move the state under an operation that waits for it, so every operation looks at the state
-// when it runs and none carries it across. At most one job exists: Selecting is reached only from
-// Idle, and the handler that leaves Recording or Finishing joins the thread first.
+// AppState changes only here, and only on the user-interface thread. The state can change while a
+// nested loop (menu, dialog) runs, so every operation reads it when it runs and none keeps a copy
+// across such a loop. There is at most one job: Selecting is reached only from Idle, and the
+// handler that leaves Recording or Finishing joins the thread first.
 
 #include "app/controller.h"
 
@@ -46,10 +44,10 @@ void abandonSelection() {
 
 void beginSelection() {
     if (appState != AppState::Idle || settingsOpen) return;
-    POINT pointer{};  // stays at the primary monitor's origin if the position cannot be had
+    POINT pointer{};  // if the call fails, the primary monitor's origin
     GetCursorPos(&pointer);
     targetMonitor = MonitorFromPoint(pointer, MONITOR_DEFAULTTONEAREST);
-    // The overlay has no keyboard handling: without the hook a selection could not be left by Esc.
+    // The overlay handles no keys: without the hook, Esc would not cancel a selection.
     if (!installEscapeHook()) {
         showNotice(TEXT("Could not install temporary Escape hook; recording not started."), true);
         return;
@@ -73,7 +71,7 @@ void start() {
             return;
         }
         appState = AppState::Recording;
-        stopFlag = false;  // the only place that lowers it
+        stopFlag = false;  // nothing else clears it
         markRegion(region);
         workerThread = std::thread(recordingJob, region);
     } catch (const std::exception& exception) {
@@ -99,7 +97,7 @@ void answerStopRequest() {
     }
 }
 
-// False: there is nothing to copy, or no timer to copy by.
+// Returns false if there is no clip, or no timer to retry the copy.
 bool beginCopying(HWND window, const RecordingResult& result) {
     if (!result.error.empty()) {
         appState = AppState::Idle;
@@ -120,7 +118,7 @@ bool beginCopying(HWND window, const RecordingResult& result) {
 
 void endJob(HWND window, std::unique_ptr<RecordingResult> result) {
     joinWorker();
-    // A job that failed by itself has left both in place.
+    // Both are still there if the job ended without a stop request.
     removeEscapeHook();
     hideOverlay();
     if (!beginCopying(window, *result) && exitPending) DestroyWindow(window);
@@ -135,7 +133,7 @@ void endCopying(HWND window, WideView notice, bool isError) {
 }
 
 void tryClipboard(HWND window) {
-    // A tick that was queued before KillTimer still arrives.
+    // A tick queued before KillTimer still arrives.
     if (appState != AppState::Copying) return;
     if (copyClipToClipboard(window, pendingClip)) {
         endCopying(window, TEXT("Copied — paste the video file."), false);
@@ -148,7 +146,7 @@ void tryClipboard(HWND window) {
     }
 }
 
-// A clip that is being recorded is finished, published and copied before the window goes.
+// A clip that is being recorded is completed, published and copied before the window is destroyed.
 void requestExit() {
     exitPending = true;
     if (appState == AppState::Recording) stopRecording();
@@ -176,8 +174,8 @@ void openClipsFolder() {
     ShellExecuteW(trayWindow, TEXT("open"), folder.c_str(), nullptr, nullptr, SW_SHOWNORMAL);
 }
 
-// The entries were greyed by the state in which the menu opened; the guard of each operation has
-// the last word.
+// The state may have changed since the menu opened and grayed its entries: each operation checks it
+// again.
 void runTrayMenu() {
     switch (showTrayMenu()) {
     case CommandRecord: return beginSelection();
@@ -201,17 +199,17 @@ void answerTrayMouse(LPARAM mouseMessage) {
     }
 }
 
-// The shell has started anew and has forgotten the icon.
+// The shell has restarted and lost the icon.
 void addTrayIconAgain() {
     try {
         updateTrayIcon(true);
     } catch (...) {
-        // The next broadcast brings another chance; the shortcut works without the icon.
+        // The next broadcast tries again. The shortcut works without the icon.
     }
 }
 
-// The join holds the answer back until the clip is published: the process may be ended right after
-// it.
+// The system may end the process right after the answer, so the join delays it until the clip is
+// published.
 void endSession() {
     stopFlag = true;
     removeEscapeHook();
@@ -226,7 +224,8 @@ void giveBackDesktop(HWND window) {
 }
 
 LRESULT handleMessage(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
-    // A second start takes the 1 as proof of a live program, so it does not wait for the dialog.
+    // To a second start, 1 proves that this program is alive. Posting answers before the dialog
+    // opens.
     if (message == activationMessage && activationMessage != 0) {
         PostMessageW(window, WM_APP_OPEN_SETTINGS, 0, 0);
         return 1;
@@ -242,7 +241,7 @@ LRESULT handleMessage(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
         if (appState == AppState::Selecting) abandonSelection();
         return 0;
     case WM_APP_RECORDING_DONE:
-        // Any program of the user can post the number alone.
+        // Other programs of the user can post this message, too, without a result.
         if (auto* const result = reinterpret_cast<RecordingResult*>(lparam))
             endJob(window, std::unique_ptr<RecordingResult>(result));
         return 0;
@@ -250,7 +249,7 @@ LRESULT handleMessage(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
         if (wparam == retryTimer) tryClipboard(window);
         return 0;
     case WM_CLOSE: return requestExit(), 0;
-    // A running job begins to finish now, while the system still asks the other programs.
+    // A running job starts to finish while the system still queries the other programs.
     case WM_QUERYENDSESSION: stopFlag = true; return 1;
     case WM_ENDSESSION:
         if (wparam) endSession();
@@ -271,7 +270,7 @@ void joinWorker() {
     try {
         workerThread.join();
     } catch (const std::system_error&) {
-        // Destroying or assigning to a thread object that still has its thread ends the process.
+        // Destroying or assigning to a joinable thread object ends the process.
         if (workerThread.joinable()) workerThread.detach();
     }
 }

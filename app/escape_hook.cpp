@@ -1,8 +1,6 @@
-// The temporary low-level keyboard hook.
-//
-// It runs on the user-interface thread, while that thread looks at its queue, and every key of the
-// desktop waits for it. So it only looks and posts; what Esc means is decided when the message
-// arrives.
+// The system calls a low-level hook on the thread that installed it, while that thread retrieves
+// messages, and holds every key of the desktop until it returns. So this one only posts; the
+// controller decides what Esc means when the message arrives.
 
 #include "app/escape_hook.h"
 
@@ -22,7 +20,7 @@ LRESULT CALLBACK escapeHookProc(int code, WPARAM wparam, LPARAM lparam) noexcept
     if (code != HC_ACTION || key->vkCode != VK_ESCAPE) {
         return CallNextHookEx(escapeHook, code, wparam, lparam);
     }
-    // With Alt held the press comes as WM_SYSKEYDOWN.
+    // With Alt held, the press is WM_SYSKEYDOWN.
     if (wparam == WM_KEYDOWN || wparam == WM_SYSKEYDOWN) {
         PostMessageW(trayWindow, WM_APP_STOP_REQUEST, 0, 0);
     }

@@ -1,10 +1,10 @@
-// Esc while a selection or a recording is on: taken from whatever program has the keyboard.
+// Takes Esc from whichever program has the keyboard during a selection or a recording.
 
 #pragma once
 
-// From here on every Esc of the desktop, press and release, is swallowed; each press posts
-// WM_APP_STOP_REQUEST to the tray window. False: the system refused the hook.
+// Until removeEscapeHook, every Esc on the desktop is swallowed, press and release, and each press
+// posts WM_APP_STOP_REQUEST to the tray window. Returns false if the system refuses the hook.
 bool installEscapeHook();
 
-// Safe without a hook.
+// Does nothing if no hook is installed.
 void removeEscapeHook();

@@ -1,4 +1,4 @@
-// The entry point: the order in which the program comes up and goes down.
+// The entry point: the order of start and exit.
 
 #include <windows.h>
 
@@ -26,8 +26,7 @@ void prepareFiles() {
     ensureConfigFile(configPath());
 }
 
-// Never shown: it exists for its messages alone. A message-only window would miss the broadcast of
-// a restarted shell.
+// Never shown. Not a message-only window, which would not receive TaskbarCreated.
 void createTrayWindow() {
     WNDCLASSW windowClass{};
     windowClass.lpfnWndProc = trayWindowProc;
@@ -40,8 +39,8 @@ void createTrayWindow() {
     if (!trayWindow) throw std::runtime_error("Tray window failed");
 }
 
-// The program is of use without its shortcut: the tray menu records, and the settings dialog can
-// choose another.
+// The program starts without its shortcut, too: the tray menu can record, and the settings dialog
+// can choose another shortcut.
 void takeShortcut() {
     try {
         loadShortcut(trayWindow, configPath(), currentShortcut);
@@ -50,7 +49,7 @@ void takeShortcut() {
     }
 }
 
-// The icon comes before the shortcut, since a balloon needs it; the tip is set right afterwards.
+// The icon comes before the shortcut because a balloon needs it; the tip is updated afterwards.
 void setUp(WideView commandTail) {
     prepareFiles();
     taskbarCreatedMessage = RegisterWindowMessageW(TEXT("TaskbarCreated"));
@@ -71,8 +70,8 @@ void runMessageLoop() {
     rethrowKeptFailure();
 }
 
-// After an ordinary exit nothing of this is left to do but the last line; after a failure it is
-// what saves a running clip and gives back icon, shortcut and hook.
+// After an ordinary exit only the last line has an effect. After a failure this saves a running
+// clip and removes icon, shortcut and hook.
 void shutDown(HRESULT comStart) {
     stopFlag = true;
     joinWorker();
@@ -101,8 +100,7 @@ int runFirstInstance(WideView commandTail) {
 
 int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, LPWSTR commandTail, int) {
     instanceHandle = instance;
-    // The manifest asks for the same, and then this call is refused: either way coordinates are
-    // physical pixels.
+    // Refused if the manifest has set the same. Either way coordinates are physical pixels.
     SetProcessDpiAwarenessContext(DPI_AWARENESS_CONTEXT_PER_MONITOR_AWARE_V2);
     activationMessage = RegisterWindowMessageW(TEXT("QuorvelDeskClip.ActivateSettings.v1"));
     const InstanceClaim claim = claimInstance();

@@ -1,7 +1,6 @@
-// Capture under a temporary name, publish by one rename, register.
+// Captures under a temporary name, publishes by one rename, registers the clip.
 //
-// The job needs nothing from the user-interface thread at any point: that thread may be waiting for
-// this one to end.
+// The job never waits for the user-interface thread, which may be waiting for the job to end.
 
 #include "app/recording_job.h"
 
@@ -19,8 +18,8 @@
 
 namespace {
 
-// Both names lie in one folder, so this is a rename. It never replaces: a file of the clip's name
-// is not ours.
+// Both names are in one folder, so this is a rename. It never replaces: an existing file of that
+// name is not ours.
 void publish(const std::filesystem::path& partial, const std::filesystem::path& clip) {
     const WideText from = partial.string<WCHAR>();
     const WideText to = clip.string<WCHAR>();
@@ -43,7 +42,7 @@ void record(CaptureRegion region, RecordingResult& result) {
     }
 }
 
-// The clip is the user's whatever happens to the ledger, so a failure here is only a warning.
+// The clip is already published, so a failure of the ledger is only a warning.
 void registerClip(RecordingResult& result) {
     try {
         registerCompletedClip(recordingsFolder, result.clip);
@@ -52,14 +51,14 @@ void registerClip(RecordingResult& result) {
     }
 }
 
-// A full queue can refuse the message, and the controller waits for it: so it is tried again for
-// five seconds. Not for ever, since the main thread may be waiting for this thread instead of
-// emptying its queue.
+// A full queue refuses the message, and the controller cannot go on without it, so the post is
+// tried again for five seconds. Not forever: the main thread may be waiting for this thread instead
+// of emptying its queue.
 void post(std::unique_ptr<RecordingResult> result) {
     for (int attempt = 0; attempt < 100; ++attempt) {
         const auto pointer = reinterpret_cast<LPARAM>(result.get());
         if (PostMessageW(trayWindow, WM_APP_RECORDING_DONE, 0, pointer)) {
-            // The receiver may have destroyed the record already.
+            // The receiver may have freed the record already.
             static_cast<void>(result.release());
             return;
         }

@@ -1,4 +1,4 @@
-// The work of one recording, from the accepted region to the published clip.
+// One recording, from the accepted region to the published clip.
 
 #pragma once
 
@@ -10,11 +10,10 @@
 // How a recording ended. Exactly one of `clip` and `error` is set.
 struct RecordingResult {
     std::filesystem::path clip;  // the published file
-    WideText error;              // why there is none
+    WideText error;              // why there is no clip
     WideText warning;            // the clip is published, but it could not be registered
 };
 
-// The worker thread's body. Blocks until `stopFlag` is raised or the capture fails, then finishes
-// the file. Its last act is to post WM_APP_RECORDING_DONE with a RecordingResult that the receiver
-// owns.
+// The worker thread's body. Records until `stopFlag` is true or the capture fails, and completes
+// the file. Finally posts WM_APP_RECORDING_DONE with a RecordingResult, which the receiver owns.
 void recordingJob(CaptureRegion region) noexcept;

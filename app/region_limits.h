@@ -6,8 +6,7 @@
 
 #include "common/capture_region.h"
 
-// 16 to 3840 by 16 to 2160 pixels. A negative size fails too: it is a huge one when taken as
-// unsigned.
+// 16 to 3840 by 16 to 2160 pixels. Negative sizes fail too: as unsigned numbers they are huge.
 constexpr bool isRecordable(const CaptureRegion& region) {
     const auto width =
         static_cast<std::uint32_t>(region.right) - static_cast<std::uint32_t>(region.left);

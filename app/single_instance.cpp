@@ -1,5 +1,3 @@
-// The mutex, and the talk between a second start and the first instance.
-
 #include "app/single_instance.h"
 
 #include <windows.h>
@@ -12,7 +10,7 @@ void showBox(const WCHAR* text) {
     MessageBoxW(nullptr, text, TEXT("Quorvel Clip"), MB_ICONINFORMATION);
 }
 
-// The first instance may still be starting: its mutex comes before its window.
+// The first instance may still be starting: it creates its mutex before its window.
 HWND findFirstInstance() {
     for (int attempt = 0; attempt < 20; ++attempt) {
         if (HWND const window = FindWindowW(trayWindowClass, nullptr)) return window;
@@ -22,7 +20,7 @@ HWND findFirstInstance() {
 }
 
 bool askForSettings(HWND window) {
-    // Only the program that the user has just started may pass on the right to the foreground.
+    // The right to set the foreground window is with the program that the user has just started.
     DWORD processId = 0;
     GetWindowThreadProcessId(window, &processId);
     AllowSetForegroundWindow(processId);

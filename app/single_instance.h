@@ -4,17 +4,17 @@
 
 #include "common/handle.h"
 
-// The name stands for as long as the handle is open: hold it to the very end of the process.
+// The mutex's name exists while the handle is open: keep it until the process ends.
 struct InstanceClaim {
-    Handle mutex;  // null: the check could not be made
+    Handle mutex;  // null: the check failed
     bool isFirst = false;
 };
 
 InstanceClaim claimInstance();
 
-// Asks the first instance to open its settings dialog, for up to two seconds, and tells the user if
-// it cannot be reached.
+// Requests the settings dialog of the first instance, trying for up to two seconds. Shows a message
+// box if the first instance does not answer.
 void handOverToFirstInstance();
 
-// Tells the user that the check could not be made.
+// Shows the message box for a failed check.
 void showInstanceCheckFailure();

@@ -1,5 +1,3 @@
-// The program's one permanent place on the screen.
-
 #include "app/tray.h"
 
 #include <shellapi.h>
@@ -20,7 +18,7 @@ NOTIFYICONDATAW iconRecord(HWND window) {
     return record;
 }
 
-// Shared: the system owns it, and nobody destroys it.
+// Shared: the system owns it, so it is never destroyed.
 HICON loadSmallIcon() {
     const int width = GetSystemMetrics(SM_CXSMICON);
     const int height = GetSystemMetrics(SM_CYSMICON);
@@ -80,7 +78,7 @@ UINT showTrayMenu() {
         static_cast<UINT>(TrackPopupMenu(menu, TPM_RIGHTBUTTON | TPM_NONOTIFY | TPM_RETURNCMD,
                                          pointer.x, pointer.y, 0, trayWindow, nullptr));
     DestroyMenu(menu);
-    // Without a message behind it the next menu would close at once.
+    // Without a message after the menu, the next menu would close immediately.
     PostMessageW(trayWindow, WM_NULL, 0, 0);
     return command;
 }

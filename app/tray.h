@@ -7,7 +7,7 @@
 
 #include "common/wide_text.h"
 
-// What the menu's entries answer.
+// The identifiers of the menu's entries.
 enum TrayCommand : UINT {
     CommandRecord = 1,
     CommandStop = 2,
@@ -16,15 +16,15 @@ enum TrayCommand : UINT {
     CommandExit = 6,
 };
 
-// Adds the icon, or refreshes its image and its tip, which names the current shortcut. Throws only
-// if it is to be added and the shell refuses.
+// Adds the icon, or updates its image and its tip, which names the current shortcut. Throws only if
+// the shell refuses to add it.
 void updateTrayIcon(bool add);
 
-// Shows one balloon; text beyond 255 characters is cut. Without an icon nothing is shown.
+// Shows a balloon, its text cut to 255 characters. Does nothing without an icon.
 void showNotice(WideView text, bool isError);
 
-// Runs the menu at the pointer until something is chosen; 0 if nothing was. Messages are dispatched
-// meanwhile.
+// Runs the menu at the pointer, dispatching messages, and returns the chosen command, or 0 for
+// none.
 UINT showTrayMenu();
 
 void removeTrayIcon(HWND window);

@@ -1,7 +1,7 @@
 // What the recorded region shows: content_client still|typed|scrolling|noise LEFT TOP WIDTH HEIGHT
 //
-// Draws on the display that DISPLAY names until it is killed. The page and the noise are pixmaps of
-// the server, so the time per update is the server's copy and nothing else.
+// Draws on the display named by DISPLAY until it is killed. The page and the noise are pixmaps of
+// the server, so an update costs one copy by the server.
 //
 // Each update carries its time: the monotonic clock's milliseconds as 24 cells of 16 x 16 pixels
 // from the upper left corner on, highest bit first, white for 1.
@@ -23,11 +23,10 @@ using namespace std::chrono_literals;
 
 constexpr int cellSide = 16;
 constexpr int cellCount = 24;
-constexpr int pagePeriod = 480;  // rows after which the page repeats itself
+constexpr int pagePeriod = 480;  // rows until the page repeats
 constexpr int scrollStep = 4;    // rows from update to update
-constexpr int noiseSpread =
-    64;  // The noise is shown from an offset below this one in both directions.
-// 40 updates a second: each slot of a recorder that takes 30 has a frame of its own.
+constexpr int noiseSpread = 64;  // The noise is shown at offsets below this one in both directions.
+// 40 updates a second: a new frame for each slot of a recorder that takes 30.
 constexpr auto movingPeriod = 25ms;
 constexpr auto typingPeriod = 100ms;
 
@@ -65,7 +64,7 @@ void drawTime(const Client& client) {
     fill(client, 0x000000, zeros);
 }
 
-// Draws with the server to itself, so that nobody reads half an update.
+// Draws while it has grabbed the server, so no client reads half an update.
 template <typename Draw>
 void update(const Client& client, const Draw& draw) {
     xcb_grab_server(client.connection);
@@ -80,7 +79,7 @@ xcb_pixmap_t makePixmap(const Client& client, int width, int height,
     const xcb_pixmap_t pixmap = xcb_generate_id(client.connection);
     xcb_create_pixmap(client.connection, client.screen->root_depth, pixmap, client.window,
                       static_cast<std::uint16_t>(width), static_cast<std::uint16_t>(height));
-    constexpr int strip = 8;  // rows to a request, well below the limit of its length
+    constexpr int strip = 8;  // rows a request, well below the limit of its length
     for (int y = 0; y < height; y += strip) {
         const int rows = std::min(strip, height - y);
         xcb_put_image(
@@ -93,7 +92,7 @@ xcb_pixmap_t makePixmap(const Client& client, int width, int height,
     return pixmap;
 }
 
-// A line of letters: upright strokes of different height with gaps between the words.
+// A line of text: vertical strokes of different heights with gaps between the words.
 void drawLine(std::uint32_t* row, int width, std::mt19937& random) {
     const std::uint32_t color = random() % 8 == 0 ? 0x2050B0 : ink;
     for (int x = 24; x + 24 < width; x += 7) {
@@ -164,7 +163,7 @@ int main(int count, char** arguments) {
     const Client client = open(arguments);
     const bool moves = kind == "scrolling" || kind == "noise";
     const xcb_pixmap_t content = kind == "noise" ? makeNoise(client) : makePage(client);
-    // As the background it is what the server itself draws where another window has been.
+    // The server draws the background itself where another window was.
     xcb_change_window_attributes(client.connection, client.window, XCB_CW_BACK_PIXMAP, &content);
     xcb_map_window(client.connection, client.window);
     xcb_flush(client.connection);

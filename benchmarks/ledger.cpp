@@ -1,6 +1,5 @@
-// A registration with a long ledger, which must stay linear: somebody else may have made the file
-// long. Only the newest clips are there as files, as it is with a ledger that the program wrote;
-// the others are looked for in vain.
+// A registration with a long ledger, which must take linear time: another program may have extended
+// the file. Only the newest clips exist as files, as with a ledger that the program wrote.
 
 #include <windows.h>
 

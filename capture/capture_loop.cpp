@@ -1,13 +1,11 @@
-// The capture loop.
+// The output is on a fixed grid of 30 slots a second. From the first image on, each pass writes
+// exactly one sample, repeating the last image if nothing changed, at the time of the monotonic
+// clock rounded down to the grid. A late pass leaves slots empty instead of shifting later samples,
+// so the clip keeps pace with the wall clock. Time zero is when the first image was ready: set-up,
+// waiting and the first conversion are not in the clip.
 //
-// The output lies on a fixed grid of 30 slots a second. From the first picture on each pass writes
-// exactly one sample, with the last picture again if nothing changed, and bears the time of the
-// monotonic clock reduced to the grid. A late pass leaves slots empty rather than shifting what
-// follows, so the clip stays true to the wall clock. Time zero is the moment the first picture was
-// ready: set-up, waiting and the first conversion are outside the clip.
-//
-// Nothing recovers: any failure ends the recording without completing the file. Everything that is
-// opened belongs to one call and is closed in the opposite order: picture, writer, source, Media
+// There is no recovery: any failure ends the recording and leaves the file incomplete. One call
+// owns everything that it opens and closes it in the opposite order: frame, writer, source, Media
 // Foundation, COM.
 
 #include "capture/capture_loop.h"
@@ -28,7 +26,7 @@
 namespace {
 
 constexpr std::uint32_t firstImagePoll = 35;  // milliseconds
-constexpr std::uint32_t streamingPoll = 0;    // milliseconds: only the sleep holds a pass back
+constexpr std::uint32_t streamingPoll = 0;    // milliseconds: passes are paced by the sleep alone
 constexpr std::int64_t firstImageLimit = 5'000'000'000;  // nanoseconds
 
 struct ComStart {
@@ -50,7 +48,7 @@ std::int64_t monotonicNow() {
     return std::chrono::duration_cast<std::chrono::nanoseconds>(now).count();
 }
 
-// What the first try has to say is dropped: without hardware it may well go.
+// A failure of the first try is ignored: the software encoder may still work.
 Mp4Writer openWriter(const WideText& path, std::int32_t width, std::int32_t height) {
     try {
         return openMp4Writer(path, width, height, true);
@@ -65,9 +63,9 @@ void sleepUntil(std::int64_t deadline) {
     if (deadline > now) std::this_thread::sleep_for(std::chrono::nanoseconds(deadline - now));
 }
 
-// Whether at least one sample was written when the stop was seen. Each pass reads the clock once,
-// after its poll: for the first image that reading is the origin and claims its slot too, so the
-// first sample has time 0 however long the thread is held up.
+// Returns whether any sample was written before the stop. Each pass reads the clock once, after its
+// poll. For the first image that reading is the origin and also claims the slot, so the first
+// sample has time 0 even if the thread is delayed.
 bool recordUntilStopped(DesktopSource& source, Mp4Writer& writer, std::vector<std::uint8_t>& frame,
                         const std::atomic<bool>& stopFlag) {
     FrameClock clock{monotonicNow(), 0};
@@ -99,7 +97,7 @@ void captureToFile(HMONITOR monitor, CaptureRegion region, const WideText& targe
     const std::int32_t height = region.bottom - region.top;
     const ComStart com;
     const MediaStart media;
-    // Before the writer, so that a refused monitor or a stale region creates no file.
+    // Before the writer: a refused monitor or an outdated region creates no file.
     DesktopSource source = openDesktopSource(monitor, region);
     Mp4Writer writer = openWriter(targetPath, width, height);
     std::vector<std::uint8_t> frame(static_cast<std::size_t>(width) * height * 3 / 2);

@@ -1,5 +1,4 @@
-// Finds the monitor's output, refuses what cannot be recorded, and takes pictures. Only the crop
-// leaves the graphics device; the full picture never does.
+// Only the cropped region is copied out of the graphics device, never the whole frame.
 
 #include "capture/desktop_source.h"
 
@@ -10,7 +9,7 @@
 
 namespace {
 
-// Until the frame is released the duplication cannot hand out the next one.
+// The duplication acquires the next frame only after this one is released.
 struct HeldFrame {
     explicit HeldFrame(IDXGIOutputDuplication* source) : holder(source) {}
     ~HeldFrame() { holder->ReleaseFrame(); }
@@ -20,7 +19,7 @@ struct HeldFrame {
     IDXGIOutputDuplication* const holder;
 };
 
-// False when the adapter has no output that shows the monitor.
+// Returns false if the adapter has no output that shows the monitor.
 bool findOutput(IDXGIAdapter1* adapter, HMONITOR monitor, ComPointer<IDXGIOutput>& output,
                 DXGI_OUTPUT_DESC& description) {
     for (UINT index = 0;; ++index) {
@@ -53,7 +52,7 @@ void requireRecordable(const DXGI_OUTPUT_DESC& output, const CaptureRegion& regi
         throw std::runtime_error("Monitor layout changed; select again");
 }
 
-// The driver type must be unknown when an adapter is given.
+// D3D11CreateDevice requires D3D_DRIVER_TYPE_UNKNOWN with an adapter.
 void createDevice(IDXGIAdapter1* adapter, DesktopSource& source) {
     check(D3D11CreateDevice(adapter, D3D_DRIVER_TYPE_UNKNOWN, nullptr,
                             D3D11_CREATE_DEVICE_BGRA_SUPPORT, nullptr, 0, D3D11_SDK_VERSION,
@@ -84,8 +83,8 @@ D3D11_BOX boxInOutput(const CaptureRegion& region, const RECT& bounds) {
     return box;
 }
 
-void convertCrop(DesktopSource& source, ID3D11Texture2D* picture, std::uint8_t* frameBuffer) {
-    source.context->CopySubresourceRegion(source.crop.get(), 0, 0, 0, 0, picture, 0,
+void convertCrop(DesktopSource& source, ID3D11Texture2D* desktop, std::uint8_t* frameBuffer) {
+    source.context->CopySubresourceRegion(source.crop.get(), 0, 0, 0, 0, desktop, 0,
                                           &source.sourceBox);
     D3D11_MAPPED_SUBRESOURCE mapped{};
     check(source.context->Map(source.crop.get(), 0, D3D11_MAP_READ, 0, &mapped), "Map crop");
@@ -101,7 +100,7 @@ DesktopSource openDesktopSource(HMONITOR monitor, const CaptureRegion& region) {
     DesktopSource source;
     source.width = region.right - region.left;
     source.height = region.bottom - region.top;
-    // What serves only the opening is let go in the opposite order of these lines.
+    // Needed only to open the duplication. Released in the opposite order.
     ComPointer<IDXGIFactory1> factory;
     ComPointer<IDXGIAdapter1> adapter;
     ComPointer<IDXGIOutput> output;
@@ -126,10 +125,10 @@ bool pollDesktopFrame(DesktopSource& source, std::uint32_t timeoutMilliseconds,
         source.duplication->AcquireNextFrame(timeoutMilliseconds, &unread, resource.put());
     if (acquired == DXGI_ERROR_WAIT_TIMEOUT) return false;
     check(acquired, "Acquire desktop (display mode/lock changed)");
-    // Let go last to first: the picture, the frame, the resource.
+    // Released last to first: the texture, the frame, the resource.
     const HeldFrame frame(source.duplication.get());
-    ComPointer<ID3D11Texture2D> picture;
-    check(resource.query(IID_ID3D11Texture2D, picture), "Desktop texture");
-    convertCrop(source, picture.get(), frameBuffer);
+    ComPointer<ID3D11Texture2D> desktop;
+    check(resource.query(IID_ID3D11Texture2D, desktop), "Desktop texture");
+    convertCrop(source, desktop.get(), frameBuffer);
     return true;
 }

@@ -1,5 +1,5 @@
-// A monitor's picture, cropped to the recorded rectangle: DXGI Desktop Duplication with a device of
-// the adapter that drives the monitor. The mouse pointer is not in the picture. Capture thread
+// A monitor's frames, cropped to the recorded rectangle: DXGI Desktop Duplication with a device of
+// the adapter that drives the monitor. Frames do not contain the mouse pointer. Capture thread
 // only.
 
 #pragma once
@@ -13,7 +13,7 @@
 #include "common/capture_region.h"
 #include "common/com_pointer.h"
 
-// Closing it is destroying it: the references go last to first, crop, duplication, context, device.
+// Destroying it releases the references last to first: crop, duplication, context, device.
 struct DesktopSource {
     ComPointer<ID3D11Device> device;
     ComPointer<ID3D11DeviceContext> context;
@@ -25,12 +25,12 @@ struct DesktopSource {
     D3D11_BOX sourceBox{};  // the region in pixels of the output
 };
 
-// Throws std::runtime_error if the monitor is gone or rotated, if the region no longer lies wholly
-// inside it, or if a step of the platform fails; nothing stays open then.
+// Throws std::runtime_error if the monitor is gone or rotated, does not contain the whole region
+// any more, or a platform call fails. Nothing stays open then.
 DesktopSource openDesktopSource(HMONITOR monitor, const CaptureRegion& region);
 
-// One try at a new picture, converted to NV12 into `frameBuffer` (width * height * 3 / 2 bytes).
-// False if there was none within the time-out; `frameBuffer` is then untouched. Throws
-// std::runtime_error; a lost desktop (mode change, lock) is such a failure and is not recovered.
+// Waits up to the time-out (milliseconds) for a new frame and converts it to NV12 in `frameBuffer`
+// (width * height * 3 / 2 bytes). Returns false, with `frameBuffer` untouched, if there is none.
+// Throws std::runtime_error, also if the desktop is lost (mode change, lock).
 bool pollDesktopFrame(DesktopSource& source, std::uint32_t timeoutMilliseconds,
                       std::uint8_t* frameBuffer);

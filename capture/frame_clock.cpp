@@ -1,4 +1,4 @@
-// The arithmetic of the grid. All divisions truncate.
+// All divisions truncate.
 
 #include "capture/frame_clock.h"
 
@@ -18,7 +18,7 @@ std::int64_t slotTime(std::int64_t slot) { return slot * unitsPerSecond / slotsP
 FrameSlot claimSlot(FrameClock& clock, std::int64_t now) {
     const std::int64_t elapsed = (now - clock.origin) / nanosecondsPerMicrosecond;
     const std::int64_t running = elapsed * slotsPerSecond / microsecondsPerSecond;
-    // At the exact deadline the truncations still give the slot before.
+    // Exactly at the deadline, truncation still gives the previous slot.
     const std::int64_t slot = std::max(running, clock.nextSlot);
     clock.nextSlot = slot + 1;
     return {slotTime(slot), slotTime(slot + 1) - slotTime(slot)};

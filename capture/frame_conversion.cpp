@@ -1,8 +1,5 @@
-// Turns a picture of the desktop into the picture format that the encoder takes.
-//
-// The loops are kept in a form that compilers turn into vector code: one row at a time, indices
-// that grow by a constant, no branches but the clamp. The release build adds flags for this file;
-// the shape of the loops matters more.
+// The loops have a form that compilers vectorize: one row at a time, indices that grow by a
+// constant, no branch but the clamp.
 
 #include "capture/frame_conversion.h"
 
@@ -22,8 +19,8 @@ std::uint8_t clampToByte(std::int32_t value) {
     return static_cast<std::uint8_t>(value < 0 ? 0 : value > 255 ? 255 : value);
 }
 
-// The average colour of each 2x2 block goes through the matrix, not the average of its four chroma
-// values.
+// The matrix is applied to the average color of each 2x2 block, which is not the average of four
+// chroma values.
 void convertChromaRow(const std::uint8_t* upper, const std::uint8_t* lower, std::int32_t width,
                       std::uint8_t* pairs) {
     for (std::int32_t x = 0; x + 1 < width; x += 2) {

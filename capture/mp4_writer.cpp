@@ -1,5 +1,5 @@
-// Sets up the sink writer step by step; every step has its own label, so that a failure names the
-// very step that the platform or its encoder refused.
+// Every step of the set-up has its own label, so a failure names the step that the platform or its
+// encoder refused.
 
 #include "capture/mp4_writer.h"
 
@@ -31,7 +31,7 @@ constexpr UINT64 pack(UINT32 upper, UINT32 lower) {
     return static_cast<UINT64>(upper) << 32 | lower;
 }
 
-// Input and output have to agree in all of this.
+// Must be equal for input and output.
 void describePicture(IMFMediaType* type, const Mp4Writer& writer, const PictureLabels& labels) {
     const UINT64 size = pack(static_cast<UINT32>(writer.width), static_cast<UINT32>(writer.height));
     check(type->SetUINT32(MF_MT_YUV_MATRIX, MFVideoTransferMatrix_BT601), labels.matrix);
@@ -42,7 +42,7 @@ void describePicture(IMFMediaType* type, const Mp4Writer& writer, const PictureL
     check(type->SetUINT64(MF_MT_PIXEL_ASPECT_RATIO, pack(1, 1)), labels.aspect);
 }
 
-// Without throttling WriteSample never holds the capture loop back; a backlog waits in memory.
+// Without throttling, WriteSample never blocks the capture loop; a backlog is kept in memory.
 void describeWriter(IMFAttributes* attributes, bool preferHardware) {
     check(attributes->SetUINT32(MF_READWRITE_ENABLE_HARDWARE_TRANSFORMS, preferHardware ? 1 : 0),
           "Hardware preference");
@@ -78,7 +78,7 @@ void fillBuffer(IMFMediaBuffer* buffer, const std::uint8_t* bytes, std::uint32_t
 
 Mp4Writer openMp4Writer(const WideText& path, std::int32_t width, std::int32_t height,
                         bool preferHardware) {
-    // Let go in the opposite order of these four; after a success the writer stays.
+    // Released in the opposite order; on success the writer remains.
     Mp4Writer writer{{}, 0, width, height};
     ComPointer<IMFAttributes> attributes;
     ComPointer<IMFMediaType> output;
@@ -99,7 +99,7 @@ Mp4Writer openMp4Writer(const WideText& path, std::int32_t width, std::int32_t h
 
 void writeFrame(Mp4Writer& writer, const std::uint8_t* frameBuffer, std::uint32_t length,
                 std::int64_t sampleTime, std::int64_t sampleDuration) {
-    // A buffer of its own for every sample: the encoder may keep it long after WriteSample.
+    // Every sample has its own buffer: the encoder may use it long after WriteSample.
     ComPointer<IMFMediaBuffer> buffer;
     ComPointer<IMFSample> sample;
     check(MFCreateMemoryBuffer(length, buffer.put()), "Frame buffer");

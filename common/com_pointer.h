@@ -23,20 +23,20 @@ struct ComPointer {
     Interface* operator->() const { return held; }
     explicit operator bool() const { return held != nullptr; }
 
-    // Lets go of what is held, then hands out the address for an operation that returns an
-    // interface there.
+    // Releases the reference and returns the address, for an operation that stores an interface
+    // there.
     Interface** put() {
         reset();
         return &held;
     }
     void** putUntyped() { return reinterpret_cast<void**>(put()); }
 
-    // The member is cleared before the release: a release can run code that looks here again.
+    // Cleared before Release, which can run code that uses this object.
     void reset() {
         if (Interface* const leaving = std::exchange(held, nullptr)) leaving->Release();
     }
 
-    // Another interface of the same object; `target` stays empty on failure.
+    // Stores another interface of the same object in `target`, which is null on failure.
     template <typename Other>
     HRESULT query(const IID& id, ComPointer<Other>& target) const {
         return held->QueryInterface(id, target.putUntyped());

@@ -1,5 +1,3 @@
-// Texts of failures.
-
 #include "common/failure.h"
 
 #include <cstdio>
@@ -7,8 +5,7 @@
 
 std::string formatHresult(const char* label, HRESULT code) {
     char text[160];
-    // An HRESULT has 32 bits, a long may have 64: through the unsigned 32-bit form it prints eight
-    // digits everywhere.
+    // Through the unsigned 32-bit form, it is eight digits in every build: a long can have 64 bits.
     const unsigned long digits = static_cast<std::uint32_t>(code);
     std::snprintf(text, sizeof text, "%s (0x%08lx)", label, digits);
     return text;

@@ -11,8 +11,8 @@ struct HandleCloser {
     void operator()(HANDLE handle) const { CloseHandle(handle); }
 };
 
-// Null when there is nothing to close. CreateFileW says "none" with INVALID_HANDLE_VALUE: take its
-// result through ownHandle, which turns that into null.
+// Null if there is nothing to close. Pass the result of CreateFileW through ownHandle, which
+// converts INVALID_HANDLE_VALUE to null.
 using Handle = std::unique_ptr<void, HandleCloser>;
 
 inline Handle ownHandle(HANDLE handle) {

@@ -1,4 +1,4 @@
-// Numbers of the messages that the rooms of this program send to its tray window.
+// Custom messages to the tray window.
 
 #pragma once
 
@@ -9,4 +9,4 @@ constexpr UINT WM_APP_RECORDING_DONE = 0x8002;   // LPARAM owns a RecordingResul
 constexpr UINT WM_APP_STOP_REQUEST = 0x8003;     // Esc was pressed
 constexpr UINT WM_APP_OPEN_SETTINGS = 0x8004;    // open the settings dialog, or raise it
 constexpr UINT WM_APP_REGION_SELECTED = 0x800A;  // a drag ended; selectedRegion() has the rectangle
-constexpr UINT WM_APP_REGION_CANCELLED = 0x800B;  // the selection was given up
+constexpr UINT WM_APP_REGION_CANCELLED = 0x800B;  // the selection was canceled

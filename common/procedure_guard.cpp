@@ -1,5 +1,3 @@
-// Where a failure waits for the end of the message loop.
-
 #include "common/procedure_guard.h"
 
 #include <windows.h>

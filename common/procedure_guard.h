@@ -2,19 +2,18 @@
 
 #pragma once
 
-// An exception that leaves a window, dialog or hook procedure is lost: the platform's own frames
-// lie between it and the message loop. So the procedure's body runs inside `guarded`; the first
-// failure is kept, the loop is told to end, and whoever runs the loop calls rethrowKeptFailure
-// behind it. User-interface thread only. Hook procedures that make no call that can throw are
-// declared noexcept and do without.
+// An exception that leaves a window, dialog or hook procedure is lost, because the platform's own
+// frames are between it and the message loop. So the procedure's body runs in `guarded`, which
+// keeps the first exception and posts WM_QUIT. After the loop, rethrowKeptFailure throws it.
+// User-interface thread only. Hook procedures without a call that can throw are noexcept instead.
 
-// Keeps the exception being handled, unless one is kept already, and posts the quit.
+// Keeps the exception that is being handled, unless one is already kept, and posts WM_QUIT.
 void keepFailure() noexcept;
 
-// Throws what was kept; does nothing if there is nothing.
+// Throws the kept exception, if any.
 void rethrowKeptFailure();
 
-// What `work` returns, or `fallback` if it throws.
+// Returns the result of `work`, or `fallback` if it throws.
 template <typename Result, typename Work>
 Result guarded(Result fallback, const Work& work) noexcept {
     try {

@@ -1,4 +1,4 @@
-// Numbers of the resources in the executable, for the sources and for the resource compiler.
+// Resource identifiers, for the sources and the resource compiler.
 
 #pragma once
 

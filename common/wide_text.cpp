@@ -1,11 +1,9 @@
-// Widening without a code page.
-
 #include "common/wide_text.h"
 
 WideText widenBytes(std::string_view bytes) {
     WideText wide;
     wide.reserve(bytes.size());
-    // char may be unsigned; the sign has to be extended all the same.
+    // char may be unsigned, but the sign has to be extended.
     for (const char unit : bytes) wide += static_cast<WCHAR>(static_cast<signed char>(unit));
     return wide;
 }

@@ -1,4 +1,4 @@
-// Text as the platform takes it: 16 bits a character in both builds.
+// Text in the platform's form: 16 bits a character in both builds.
 
 #pragma once
 
@@ -10,12 +10,12 @@
 using WideText = std::basic_string<WCHAR>;
 using WideView = std::basic_string_view<WCHAR>;
 
-// Turns each byte into one 16-bit character by sign extension. No code page takes part: ASCII stays
-// what it is, and a byte of 0x80 or above becomes a character from 0xFF80 on, which no name or
-// number of this program holds.
+// Converts each byte to one 16-bit character by sign extension, without a code page: ASCII is
+// unchanged, and bytes from 0x80 on become characters from 0xFF80 on, which no name or number of
+// this program contains.
 WideText widenBytes(std::string_view bytes);
 
-// The decimal text of a number, for messages, names and profile values.
+// The decimal text of a number.
 WideText decimalText(std::uint64_t number);
 
 // Copies `text` into a zeroed field of a platform record, cut to what fits before the terminator.

@@ -1,12 +1,12 @@
-// A scripted person who uses the program on the embedded desktop: for the first run on a machine
-// without a display.
+// A scripted user of the program on the embedded desktop, for the first run on a machine without a
+// display.
 //
 //     demonstration FOLDER
 //
 // Screenshots go to FOLDER, those of the recording ten times a second to FOLDER/film, clips and
-// settings below FOLDER/data. The program and the person have a thread each; the main thread waits
-// for the person's last step or for Ctrl+C. On Ctrl+C it closes the program as a person would,
-// which finishes a running clip, and leaves without waiting for the script.
+// settings below FOLDER/data. The program and the user each have a thread; the main thread waits
+// for the user's last step or for Ctrl+C. On Ctrl+C it closes the program as a user would, which
+// completes a running clip, and exits without waiting for the script.
 
 #include <windows.h>
 #include <shlobj.h>
@@ -38,7 +38,7 @@ constexpr int interruptedCode = 130;
 
 std::atomic<bool> interrupted = false;
 std::atomic<bool> scriptEnded = false;
-Path clip;  // when the script has ended; empty if it failed
+Path clip;  // set when the script ends; empty if it failed
 
 void say(const std::string& line) {
     std::puts(line.c_str());
@@ -63,10 +63,10 @@ void pause(double seconds) {
 
 void photograph(const Path& file, const char* subject, const std::optional<RECT>& area = {}) {
     desktop::saveScreenshot(file.string(), area);
-    say("  picture of " + std::string(subject) + ": " + file.string());
+    say("  screenshot of " + std::string(subject) + ": " + file.string());
 }
 
-// Screenshots of everything, ten a second, as long as it exists.
+// Takes ten screenshots a second while it exists.
 struct Film {
     explicit Film(const Path& folder) {
         std::filesystem::remove_all(folder);
@@ -88,7 +88,7 @@ struct Film {
     std::thread camera;
 };
 
-// A window of that class and what is around it.
+// The rectangle of a window of that class, with what is around it.
 RECT surroundingsOf(const char* className) {
     constexpr LONG margin = 40;
     for (const desktop::ShownWindow& window : desktop::windows())
@@ -124,7 +124,7 @@ void drag(const std::function<void()>& beforeRelease) {
     desktop::releaseButton(1);
 }
 
-// What a paste would give: the first path of the clipboard's block.
+// What a paste would insert: the first path of the clipboard's block.
 Path clipOnClipboard() {
     const auto block = desktop::clipboardBlock();
     if (!block) throw std::runtime_error("the clipboard is empty");
@@ -204,8 +204,7 @@ void followTheScript(const person::Program& program, const Path& folder) {
     scriptEnded = true;
 }
 
-// Settings, clips and the files by which processes find each other: nothing of the user's own is
-// touched.
+// Settings, clips and sockets are below FOLDER: the user's own are not touched.
 Path makeFolders(const Path& folder) {
     const Path runtime = person::makeTemporaryFolder();
     for (const char* const name : {"data", "config"})
@@ -216,7 +215,7 @@ Path makeFolders(const Path& folder) {
     return runtime;
 }
 
-// Until the person has come to the end or Ctrl+C is pressed.
+// Waits for the end of the script or for Ctrl+C.
 void waitForPerson(const sigset_t& signals) {
     const timespec moment{0, 50'000'000};
     while (!scriptEnded && !interrupted) interrupted = sigtimedwait(&signals, nullptr, &moment) > 0;
@@ -229,7 +228,7 @@ int main(int argumentCount, char** arguments) {
         std::fputs("usage: demonstration FOLDER\n", stderr);
         return 2;
     }
-    // Before any thread starts, so that the signals come to waitForPerson alone.
+    // Before any thread starts, so only waitForPerson receives the signals.
     sigset_t signals;
     sigemptyset(&signals);
     for (const int number : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&signals, number);

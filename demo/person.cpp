@@ -1,5 +1,3 @@
-// What a person does and sees through the desktop's control.
-
 #include "demo/person.h"
 
 #include <algorithm>
@@ -11,7 +9,7 @@ namespace person {
 
 namespace {
 
-// The sheet takes the keyboard and covers the monitor; the frame does neither.
+// The sheet has the keyboard focus and covers the monitor; the frame does neither.
 bool overlayIsUp(bool asSheet) {
     const auto all = desktop::windows();
     return std::any_of(all.begin(), all.end(), [&](const desktop::ShownWindow& one) {
@@ -23,7 +21,7 @@ void askToExit() {
     try {
         desktop::postToWindow("QuorvelDeskClip", WM_CLOSE);
     } catch (const std::runtime_error&) {
-        // It is so early or so late that there is no window.
+        // There is no window yet, or no longer.
     }
 }
 
@@ -38,7 +36,7 @@ Program::Program(const std::u16string& commandTail) {
 
 Program::~Program() { close(); }
 
-// The thread's own leftovers go with it.
+// Everything that belongs to the thread goes with it.
 bool Program::waitForEnd() {
     const bool isOver = desktop::waitUntil([this] { return hasEnded(); });
     if (isOver && thread.joinable()) thread.join();

@@ -1,5 +1,5 @@
-// The program on the embedded desktop, and the hands and eyes of a person who uses it: for the
-// demonstration, the tests and the benchmarks.
+// The program on the embedded desktop, and what its user does and sees: for the demonstration, the
+// tests and the benchmarks.
 
 #pragma once
 
@@ -13,16 +13,16 @@
 
 namespace person {
 
-// Runs wWinMain on a thread of its own from construction on, once for a process.
+// Runs wWinMain on its own thread. At most one in a process.
 struct Program {
     explicit Program(const std::u16string& commandTail = u"");
-    ~Program();  // closes it, if nobody did
+    ~Program();  // closes the program if it still runs
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;
 
     bool hasEnded() const { return ended; }
-    bool waitForEnd();  // false: it still runs after half a minute
-    int close();  // asks it to exit until it has; the exit code. One that stays ends the process.
+    bool waitForEnd();  // false if it still runs after half a minute
+    int close();        // requests the exit until it happens and returns the exit code
 
 private:
     int exitCode = -1;
@@ -30,10 +30,10 @@ private:
     std::thread thread;
 };
 
-// A new and empty folder for the temporary, which the caller removes. Throws std::runtime_error.
+// Creates an empty temporary folder, which the caller removes. Throws std::runtime_error.
 std::filesystem::path makeTemporaryFolder();
 
-// Through which keys and pointer go. They are the embedded desktop's until they are replaced.
+// Input of keys and pointer. That of the embedded desktop unless replaced.
 struct Hands {
     void (*pressKey)(UINT key) = desktop::pressKey;
     void (*releaseKey)(UINT key) = desktop::releaseKey;
@@ -48,11 +48,11 @@ void pressShortcut();                           // Ctrl+Shift+7
 void pressEsc();
 void drag(int fromX, int fromY, int toX, int toY);
 
-// A window of that class is on the screen.
+// Whether a window of that class is visible.
 bool isShown(const std::string& className);
 bool sheetIsUp();
 bool frameIsUp();
-// The arguments of every call of an operation since the log was started.
+// The arguments of every call of the operation in the call log.
 std::vector<std::string> callsOf(const std::string& operation);
 
 }  // namespace person

@@ -1,4 +1,4 @@
-// Draws the demonstration's desktop with cairo, straight into the picture of the embedded desktop.
+// Draws with cairo, directly into the pixels of the embedded desktop.
 
 #include "demo/test_card.h"
 
@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr int picturesASecond = 30;
+constexpr int framesASecond = 30;
 
 struct Box {
     double left, top, width, height;
@@ -69,37 +69,37 @@ void drawBars(cairo_t* pen) {
         fill(pen, {card.left + static_cast<double>(i) * width, card.top, width, 260}, bars[i]);
 }
 
-// Hours, minutes, seconds and the number of the picture in its second.
-std::string timeCode(int picture) {
-    const int seconds = picture / picturesASecond;
+// Hours, minutes, seconds and the number of the frame in its second.
+std::string timeCode(int frame) {
+    const int seconds = frame / framesASecond;
     char text[16];
     std::snprintf(text, sizeof text, "%02d:%02d:%02d:%02d", seconds / 3600 % 100, seconds / 60 % 60,
-                  seconds % 60, picture % picturesASecond);
+                  seconds % 60, frame % framesASecond);
     return text;
 }
 
-// The part that changes: a bar that crosses the card in two seconds, and the time code.
-void drawMotion(cairo_t* pen, int picture) {
-    const double travelled = picture % (2 * picturesASecond) / (2.0 * picturesASecond);
+// The moving part: a bar that crosses the card in two seconds, and the time code.
+void drawMotion(cairo_t* pen, int frame) {
+    const double traveled = frame % (2 * framesASecond) / (2.0 * framesASecond);
     fill(pen, {card.left, card.top + 260, card.width, 50}, {.10, .10, .12});
-    fill(pen, {card.left + travelled * (card.width - 40), card.top + 260, 40, 50}, {.84, .96, .35});
+    fill(pen, {card.left + traveled * (card.width - 40), card.top + 260, 40, 50}, {.84, .96, .35});
     fill(pen, {card.left, card.top + 310, card.width, card.height - 310}, {.95, .96, .95});
     write(pen, "DejaVu Sans Mono", 88, card.left + 105, card.top + 428, {.09, .13, .09},
-          timeCode(picture));
+          timeCode(frame));
 }
 
-void paint(int picture) {
-    desktop::paintDesktop([picture](const desktop::Canvas& canvas) {
+void paint(int frame) {
+    desktop::paintDesktop([frame](const desktop::Canvas& canvas) {
         cairo_surface_t* const surface = cairo_image_surface_create_for_data(
             reinterpret_cast<unsigned char*>(canvas.pixels), CAIRO_FORMAT_RGB24, canvas.width,
             canvas.height, canvas.stride * 4);
         cairo_t* const pen = cairo_create(surface);
-        if (picture == 0) {
+        if (frame == 0) {
             drawGround(pen, canvas.width, canvas.height);
             drawWindow(pen);
             drawBars(pen);
         }
-        drawMotion(pen, picture);
+        drawMotion(pen, frame);
         cairo_destroy(pen);
         cairo_surface_destroy(surface);
     });
@@ -111,10 +111,10 @@ TestCard::TestCard() {
     paint(0);
     painter = std::thread([this] {
         const auto start = std::chrono::steady_clock::now();
-        for (int picture = 1; !leaving; ++picture) {
-            std::this_thread::sleep_until(start + picture * std::chrono::microseconds(1'000'000) /
-                                                      picturesASecond);
-            paint(picture);
+        for (int frame = 1; !leaving; ++frame) {
+            std::this_thread::sleep_until(start + frame * std::chrono::microseconds(1'000'000) /
+                                                      framesASecond);
+            paint(frame);
         }
     });
 }

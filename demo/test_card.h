@@ -1,5 +1,5 @@
-// What stands on the demonstration's desktop: a window with colour bars, a bar that moves, and a
-// running time code.
+// The content of the demonstration's desktop: a window with color bars, a moving bar and a running
+// time code.
 
 #pragma once
 
@@ -7,7 +7,7 @@
 #include <thread>
 
 struct TestCard {
-    // Paints the desktop once, then 30 times a second what has changed, until it is destroyed.
+    // Paints the desktop, then its moving part 30 times a second until it is destroyed.
     TestCard();
     ~TestCard();
     TestCard(const TestCard&) = delete;

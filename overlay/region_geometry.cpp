@@ -1,5 +1,3 @@
-// The rectangles of the overlay.
-
 #include "overlay/region_geometry.h"
 
 #include <windowsx.h>
@@ -7,7 +5,7 @@
 #include <algorithm>
 
 POINT desktopPoint(LPARAM lparam, const RECT& monitor) {
-    // Both halves are signed: with the mouse captured the pointer may be left of or above the
+    // Both halves are signed: with the mouse captured, the pointer can be left of or above the
     // window.
     return {monitor.left + GET_X_LPARAM(lparam), monitor.top + GET_Y_LPARAM(lparam)};
 }

@@ -1,8 +1,8 @@
-// The dim sheet and the red frame: two faces of one window.
+// One window is first the dim sheet, then the red frame.
 //
-// Neither may ever be in a recorded picture. Three things see to that: the window is excluded from
-// capture; the sheet is hidden, and the compositor has shown so, before anyone hears of the region;
-// the frame's hole is exactly the region.
+// Neither may be in a recorded frame. The window is excluded from capture; the sheet is hidden and
+// the compositor has presented the desktop without it before the region is reported; the frame's
+// hole is exactly the region.
 
 #include "overlay/region_overlay.h"
 
@@ -23,7 +23,7 @@ constexpr BYTE sheetOpacity = 180;
 constexpr COLORREF sheetColour = RGB(24, 24, 24);
 constexpr COLORREF frameColour = RGB(255, 64, 64);
 
-bool selecting = false;  // the sheet is up
+bool selecting = false;  // the sheet is visible
 bool dragging = false;
 POINT anchor{};
 RECT monitorRect{};
@@ -54,14 +54,14 @@ void followDrag(LPARAM lparam) {
 }
 
 void finishDrag(LPARAM lparam) {
-    dragging = false;  // before the release, which reports the lost capture
+    dragging = false;  // first: ReleaseCapture sends WM_CAPTURECHANGED
     region = normalisedRegion(anchor, desktopPoint(lparam, monitorRect), monitorRect);
     ReleaseCapture();
     endSelection(WM_APP_REGION_SELECTED);
 }
 
 void loseCapture(LPARAM lparam) {
-    // A second press takes the capture anew, and then the window loses it to itself.
+    // A second press captures again, and the window then loses the capture to itself.
     const bool toItself = reinterpret_cast<HWND>(lparam) == overlayWindow;
     if (dragging && !toItself) endSelection(WM_APP_REGION_CANCELLED);
 }
@@ -91,8 +91,8 @@ void paint() {
     EndPaint(overlayWindow, &painting);
 }
 
-// Mouse messages outside their time are swallowed. So is WM_CLOSE, which Alt+F4 and the tools that
-// end programs send: by default it would destroy the window, and nothing makes another.
+// Mouse messages outside a selection are swallowed. So is WM_CLOSE, sent by Alt+F4 and by tools
+// that end programs: by default it destroys the window, which is created only once.
 LRESULT handleMessage(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
     switch (message) {
     case WM_MOUSEMOVE:
@@ -168,7 +168,7 @@ void markRegion(CaptureRegion marked) {
     SetLayeredWindowAttributes(overlayWindow, 0, 255, LWA_ALPHA);
     const RECT bounds = frameBounds(marked);
     HRGN const ring = createRing(bounds, frameHole(marked));
-    // Once set, the region is the system's.
+    // Once set, the region belongs to the system.
     if (!SetWindowRgn(overlayWindow, ring, FALSE)) DeleteObject(ring);
     place(bounds, SWP_SHOWWINDOW | SWP_NOACTIVATE);
     InvalidateRect(overlayWindow, nullptr, TRUE);
@@ -177,7 +177,7 @@ void markRegion(CaptureRegion marked) {
 void hideOverlay() {
     dragging = false;
     selecting = false;
-    // Hiding does not release the mouse.
+    // Hiding a window does not release its mouse capture.
     if (GetCapture() == overlayWindow) ReleaseCapture();
     ShowWindow(overlayWindow, SW_HIDE);
     DwmFlush();

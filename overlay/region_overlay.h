@@ -1,5 +1,4 @@
-// The one window through which a region is chosen and which then frames it. User-interface thread
-// only.
+// The window in which a region is selected and which then frames it. User-interface thread only.
 
 #pragma once
 
@@ -7,22 +6,22 @@
 
 #include "common/capture_region.h"
 
-// Makes the window, hidden. It lives as long as the process; every selection uses it.
-// `notifyWindow` is told how a selection ended by WM_APP_REGION_SELECTED or
-// WM_APP_REGION_CANCELLED; by then the sheet is off the screen.
+// Creates the window, hidden. It exists until the process ends, and every selection uses it. When a
+// selection ends and the sheet is off the screen, `notifyWindow` receives WM_APP_REGION_SELECTED or
+// WM_APP_REGION_CANCELLED.
 void createOverlayClass(HINSTANCE instance, HWND notifyWindow);
 
 // Covers the monitor with the dim sheet and waits for a drag. Throws, with nothing changed, if the
 // monitor is gone.
 void showOverlay(HMONITOR monitor);
 
-// The rectangle of the drag, of even width and height; zero-sized after a click without a drag. No
-// limit is checked.
+// The rectangle of the drag, with even width and height, which are zero after a click. Limits are
+// not checked.
 CaptureRegion selectedRegion();
 
-// Shows the frame round the region; the mouse passes through it.
+// Shows the frame around the region. Mouse input passes through it.
 void markRegion(CaptureRegion region);
 
-// Ends a selection without a message and takes the window off the screen. Returns once the screen
-// shows it; safe if the window is hidden already.
+// Ends a selection without a message and hides the window. Returns when it is off the screen. Does
+// nothing if it is hidden.
 void hideOverlay();

@@ -1,5 +1,3 @@
-// Writes the first config.ini and reads the shortcut from it.
-
 #include "settings/config_file.h"
 
 #include <fstream>
@@ -7,7 +5,7 @@
 
 namespace {
 
-// The line ends are explicit and the stream is binary, so the bytes are the same in every build.
+// Explicit line ends and a binary stream: the bytes do not depend on the library.
 constexpr char firstConfig[] = "; Use tray Settings to change the shortcut.\r\n"
                                "; Modifiers: Alt=1 Ctrl=2 Shift=4 Win=8; add them.\r\n"
                                "; Key: Windows virtual-key decimal (7=55, F8=119).\r\n"
@@ -24,7 +22,7 @@ void ensureConfigFile(const std::filesystem::path& configPath) {
     output << firstConfig;
     output.close();
     if (output) return;
-    // What a full disk cut off would count as the user's own file from the next start on.
+    // The next start would take a truncated file for the user's own.
     std::error_code ignored;
     if (isMade) std::filesystem::remove(configPath, ignored);
     throw std::runtime_error("Cannot create config");

@@ -1,4 +1,4 @@
-// config.ini, the one settings file: written once if it is missing, read once at every start.
+// config.ini, the only settings file: created if it is missing, read once at every start.
 
 #pragma once
 
@@ -8,11 +8,11 @@
 
 #include "settings/shortcut.h"
 
-// Writes the first config.ini if nothing lies at the path; what lies there is never rewritten, be
-// it empty or invalid. Throws std::runtime_error; then there is no new file.
+// Creates config.ini if nothing exists at the path. An existing file is never rewritten, even if it
+// is empty or invalid. Throws std::runtime_error and leaves no new file then.
 void ensureConfigFile(const std::filesystem::path& configPath);
 
-// Reads the shortcut and registers it on the tray window. Throws std::runtime_error: an invalid
-// shortcut leaves `shortcut` as it was, a refused one leaves the file's shortcut there,
+// Reads the shortcut and registers it on the tray window. Throws std::runtime_error: if the
+// shortcut is invalid, `shortcut` is unchanged; if it is refused, `shortcut` is the file's,
 // unregistered.
 void loadShortcut(HWND trayWindow, const std::filesystem::path& configPath, ShortcutSpec& shortcut);

@@ -1,5 +1,5 @@
-// The atomic save: a copy beside the file is edited, forced to disk, read back, and then renamed
-// onto the file. Whatever goes wrong before the rename touches nothing but the copy.
+// An atomic save: a copy beside the file is edited, flushed to disk, read back and renamed over the
+// file. A failure before the rename affects only the copy.
 
 #include "settings/config_save.h"
 
@@ -17,9 +17,9 @@ constexpr WCHAR modifiersKey[] = TEXT("modifiers");
 constexpr WCHAR keyKey[] = TEXT("key");
 constexpr int maxAttempts = 32;
 
-std::uint32_t attemptNumber = 0;  // Never reset: two saves in one clock tick get different names.
+std::uint32_t attemptNumber = 0;  // never reset: two saves in one clock tick get different names
 
-// A copy of a read-only config.ini is read-only too and cannot be deleted as it is.
+// A copy of a read-only config.ini is read-only, too, and cannot be deleted unchanged.
 void deleteCopy(const WideText& copy) {
     if (DeleteFileW(copy.c_str())) return;
     SetFileAttributesW(copy.c_str(), FILE_ATTRIBUTE_NORMAL);
@@ -31,7 +31,7 @@ WideText nextCopyName(const WideText& file) {
            decimalText(GetTickCount64()) + TEXT("-") + decimalText(++attemptNumber) + TEXT(".tmp");
 }
 
-// The copy's name. Nothing that exists is ever overwritten, another process's copy included.
+// The copy's name. Existing files are never overwritten, not even another process's copy.
 WideText makeCopy(const WideText& file) {
     for (int attempt = 0; attempt < maxAttempts; ++attempt) {
         WideText copy = nextCopyName(file);
@@ -43,7 +43,7 @@ WideText makeCopy(const WideText& file) {
         "Cannot prepare config.ini. Previous shortcut kept. Check file permissions.");
 }
 
-// Deletes the copy unless it has taken the file's place.
+// Deletes the copy unless it was renamed.
 struct TemporaryCopy {
     explicit TemporaryCopy(const WideText& file) : name(makeCopy(file)) {}
     ~TemporaryCopy() {
@@ -60,7 +60,7 @@ bool writeValue(const WideText& file, const WCHAR* name, std::uint32_t value) {
     return WritePrivateProfileStringW(section, name, decimalText(value).c_str(), file.c_str()) != 0;
 }
 
-// Makes the system let go of what it keeps of a profile file. The result says nothing.
+// Makes the system write and drop what it caches of a profile file. The result has no meaning.
 void forgetProfile(const WideText& file) {
     WritePrivateProfileStringW(nullptr, nullptr, nullptr, file.c_str());
 }

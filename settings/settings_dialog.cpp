@@ -1,7 +1,5 @@
-// The settings dialog.
-//
-// Save applies the shortcut first and the startup entry second. The two can end differently, and
-// the dialog then stays open and shows what really stands.
+// Save applies the shortcut first and the startup entry second. If only one of them succeeds, the
+// dialog stays open and shows the actual state.
 
 #include "settings/settings_dialog.h"
 
@@ -28,7 +26,7 @@ struct SettingsContext {
     HWND dialog = nullptr;
     const std::filesystem::path& configPath;
     ShortcutSpec& shortcut;
-    std::uint32_t pendingModifiers = 0;  // what the box shows and Save will apply
+    std::uint32_t pendingModifiers = 0;  // shown in the box, applied by Save
     std::uint32_t pendingKey = 0;
     WideText exePath;
     ShortcutCapture capture = {};
@@ -36,7 +34,7 @@ struct SettingsContext {
     Icon bigIcon = {};
 };
 
-// Owned by the dialog, so that Save cannot be pressed again under the box.
+// Owned by the dialog, so Save is disabled while the box is open.
 void showBox(const SettingsContext& context, const WideText& text, const WCHAR* title, UINT icon) {
     MessageBoxW(context.dialog, text.c_str(), title, icon);
 }
@@ -72,7 +70,7 @@ void refreshStartupControls(const SettingsContext& context) {
     SetDlgItemTextW(context.dialog, IDC_STARTUP_HINT, view.hint.c_str());
 }
 
-// Everything but the shortcut still works, so the dialog stays.
+// Everything but the shortcut still works, so the dialog stays open.
 void disableCapture(const SettingsContext& context) {
     EnableWindow(GetDlgItem(context.dialog, IDC_SHORTCUT), FALSE);
     SetDlgItemTextW(context.dialog, IDC_STARTUP_HINT,
@@ -105,7 +103,7 @@ bool saveShortcut(const SettingsContext& context) {
     }
 }
 
-// A disabled check box means that the entry is another's: it is not touched.
+// The check box is disabled if the entry belongs to another program: it is not touched.
 bool saveStartupEntry(const SettingsContext& context) {
     if (!IsWindowEnabled(GetDlgItem(context.dialog, IDC_STARTUP))) return true;
     try {
@@ -143,8 +141,8 @@ void takeCapturedShortcut(SettingsContext& context, WPARAM modifiers, LPARAM key
     showPendingShortcut(context);
 }
 
-// Alt pressed and released alone in the box: part of a combination that was given up, not a wish
-// for the system menu.
+// Alt pressed and released alone in the box is an abandoned combination, not a request for the
+// system menu.
 bool isLoneAltInBox(const SettingsContext& context, WPARAM command, LPARAM lparam) {
     return (command & 0xFFF0) == SC_KEYMENU && lparam == 0 &&
            GetFocus() == GetDlgItem(context.dialog, IDC_SHORTCUT);
@@ -160,7 +158,7 @@ bool handleCommand(const SettingsContext& context, WPARAM command) {
     return false;
 }
 
-// True: the message needs no default handling.
+// Returns true if the message needs no default handling.
 bool handleMessage(SettingsContext& context, UINT message, WPARAM wparam, LPARAM lparam) {
     switch (message) {
     case WM_APP_SHORTCUT_CAPTURED: return takeCapturedShortcut(context, wparam, lparam), true;
@@ -173,7 +171,7 @@ bool handleMessage(SettingsContext& context, UINT message, WPARAM wparam, LPARAM
     return false;
 }
 
-// Some messages come before WM_INITDIALOG, when there is no context yet.
+// Some messages arrive before WM_INITDIALOG sets the context.
 bool dispatch(HWND dialog, UINT message, WPARAM wparam, LPARAM lparam) {
     if (message == WM_INITDIALOG) {
         SetWindowLongPtrW(dialog, GWLP_USERDATA, lparam);
@@ -207,7 +205,7 @@ void dropHotKeys(HWND trayWindow) {
     MSG message;
     while (PeekMessageW(&message, trayWindow, WM_HOTKEY, WM_HOTKEY, PM_REMOVE)) {
         if (message.message != WM_QUIT) continue;
-        // A quit comes out whatever the range asked for; the main loop still needs it.
+        // WM_QUIT is retrieved whatever the range; the main loop still needs it.
         PostQuitMessage(static_cast<int>(message.wParam));
         return;
     }

@@ -1,5 +1,5 @@
-// The program's one dialog: the recording shortcut and the start with Windows. User-interface
-// thread only.
+// The settings dialog: the recording shortcut and the start with Windows. User-interface thread
+// only.
 
 #pragma once
 
@@ -9,12 +9,11 @@
 
 #include "settings/shortcut.h"
 
-// Runs the dialog until it has closed; messages are dispatched meanwhile. `shortcut` is changed by
-// a Save. If a dialog is open already, that one is brought forward. Throws if the dialog cannot be
-// opened.
+// Runs the dialog, dispatching messages, until it is closed. Save changes `shortcut`. If the dialog
+// is already open, brings it to the front instead. Throws if the dialog cannot be opened.
 void runSettingsDialog(HINSTANCE instance, HWND trayWindow, const std::filesystem::path& configPath,
                        ShortcutSpec& shortcut);
 
-// Brings an open dialog forward, or flashes its taskbar button where the system refuses that.
-// False: none is open.
+// Brings an open dialog to the front, or flashes its taskbar button if the system refuses that.
+// Returns false if none is open.
 bool raiseSettingsDialog();

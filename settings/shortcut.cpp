@@ -1,5 +1,5 @@
-// The shortcut's rules. A change goes: register the new one, save, end the old one, so that at no
-// point the user is without a shortcut or with a file that disagrees with what is registered.
+// A change registers the new shortcut, saves it, then unregisters the old one: the user always has
+// a shortcut, and the file always agrees with what is registered.
 
 #include "settings/shortcut.h"
 
@@ -9,7 +9,7 @@
 
 namespace {
 
-// In the order in which the names are shown, which is not the order of the bits.
+// In the order in which the names are shown, not that of the bits.
 constexpr struct {
     std::uint32_t bit;
     const WCHAR* text;
@@ -32,7 +32,7 @@ void requireAllowed(std::uint32_t modifiers, std::uint32_t key) {
             "Use Ctrl, Alt, Shift or Win with a letter, digit, numpad key or F1-F12.");
 }
 
-// Saves while both shortcuts live; a failed save takes the new one away again.
+// Saves while both shortcuts are registered. A failed save unregisters the new one.
 void saveOrUnregister(HWND trayWindow, const std::filesystem::path& configPath,
                       const ShortcutSpec& next) {
     try {
@@ -55,7 +55,7 @@ bool isAllowedModifiers(std::uint32_t modifiers) { return modifiers >= 1 && modi
 void applyShortcut(HWND trayWindow, const std::filesystem::path& configPath, ShortcutSpec& shortcut,
                    std::uint32_t modifiers, std::uint32_t key) {
     requireAllowed(modifiers, key);
-    // The same combination cannot be registered twice, so the unchanged one is only saved.
+    // A combination cannot be registered twice, so an unchanged one is only saved.
     if (shortcut.registered && modifiers == shortcut.modifiers && key == shortcut.key)
         return saveConfig(configPath, modifiers, key);
     const ShortcutSpec next{modifiers, key, shortcut.id == 1 ? 2 : 1, true};

@@ -1,4 +1,4 @@
-// The one global shortcut: what may be one, how it reads, and how it is exchanged for another.
+// The global shortcut: which combinations are valid, their text, and the change to another.
 
 #pragma once
 
@@ -9,8 +9,8 @@
 
 #include "common/wide_text.h"
 
-// While `registered`, a hot key with `modifiers` and `key` lives on the tray window under `id`.
-// User-interface thread only.
+// While `registered`, the tray window has a hot key `id` with `modifiers` and `key`. User-interface
+// thread only.
 struct ShortcutSpec {
     std::uint32_t modifiers = 6;  // sum of Alt 1, Ctrl 2, Shift 4, Win 8
     std::uint32_t key = 55;       // virtual-key code
@@ -18,17 +18,17 @@ struct ShortcutSpec {
     bool registered = false;
 };
 
-// Digits, letters, the numeric keypad's digits and operators, F1 to F12.
+// Returns whether it is a digit, a letter, a digit or operator of the numeric keypad, or F1 to F12.
 bool isAllowedKey(std::uint32_t key);
 
-// At least one modifier and nothing but modifiers.
+// Returns whether at least one modifier is set, and nothing else.
 bool isAllowedModifiers(std::uint32_t modifiers);
 
-// Registers the new shortcut, saves it to config.ini, ends the old one. Throws std::runtime_error;
-// then registration, file and `shortcut` are as before.
+// Registers the new shortcut, saves it in config.ini and unregisters the old one. Throws
+// std::runtime_error; registration, file and `shortcut` are then as before.
 void applyShortcut(HWND trayWindow, const std::filesystem::path& configPath, ShortcutSpec& shortcut,
                    std::uint32_t modifiers, std::uint32_t key);
 
-// As the user reads it, with the key's name in the user's keyboard layout ("Ctrl+Shift+7"); also
-// for what is not a valid shortcut.
+// Returns the text for the user, with the key's name in the user's keyboard layout
+// ("Ctrl+Shift+7"). The combination need not be valid.
 WideText shortcutText(std::uint32_t modifiers, std::uint32_t key);

@@ -1,8 +1,6 @@
-// The hook behind the shortcut box.
-//
-// A hook and not the box's own messages, because Alt+F4, Win and the dialog's keys would never get
-// there. It runs between the messages of the dialog's loop and holds up every key of the desktop:
-// it looks, notes and posts.
+// A hook, because Alt+F4, Win and the dialog's own keys never arrive at the box as messages. The
+// system holds every key of the desktop until it returns, so it only keeps the state of keys and
+// posts.
 
 #include "settings/shortcut_capture.h"
 
@@ -24,7 +22,7 @@ bool isAnyDown(std::initializer_list<int> keys) {
     return false;
 }
 
-// Injected input has the generic codes beside the side-specific ones.
+// Injected input can have the generic codes as well as the left and right ones.
 std::uint32_t heldModifiers() {
     std::uint32_t modifiers = 0;
     if (isAnyDown({VK_MENU, VK_LMENU, VK_RMENU})) modifiers |= MOD_ALT;
@@ -43,13 +41,13 @@ bool isPlainModifier(DWORD key) {
     return (key >= VK_SHIFT && key <= VK_MENU) || (key >= VK_LSHIFT && key <= VK_RMENU);
 }
 
-// Acts on a key pressed in the box. True: the event is to be eaten.
+// Acts on a key pressed in the box. Returns true if the event is to be swallowed.
 bool takePress(DWORD key) {
     if (isPlainModifier(key)) return false;
     const std::uint32_t modifiers = heldModifiers();
     switch (key) {
     case VK_LWIN:
-    case VK_RWIN: return true;  // or the Start menu would open
+    case VK_RWIN: return true;  // would open the Start menu
     case VK_TAB:
         if (modifiers & MOD_ALT) return false;
         PostMessageW(current->dialog, WM_NEXTDLGCTL, (modifiers & MOD_SHIFT) ? 1 : 0, 0);
@@ -60,13 +58,13 @@ bool takePress(DWORD key) {
     return true;
 }
 
-// True: the event is to be eaten.
+// Returns true if the event is to be swallowed.
 bool handleKey(DWORD key, bool pressed) {
     if (key >= std::size(current->keyDown)) return false;
-    // Noted wherever the focus is: it may come to the box with a modifier held.
+    // Whatever has the focus: it may move to the box while a modifier is held.
     current->keyDown[key] = pressed;
-    // A release goes the way of its press, even if the focus has moved: half a key would confuse
-    // its receiver.
+    // A release follows its press, even if the focus has moved: a window that received only one of
+    // them would be confused.
     if (!pressed) return std::exchange(current->swallowed[key], false);
     if (!isInBox() || !takePress(key)) return false;
     current->swallowed[key] = true;
@@ -85,7 +83,7 @@ LRESULT CALLBACK captureHookProc(int code, WPARAM wparam, LPARAM lparam) noexcep
 
 bool startShortcutCapture(ShortcutCapture& capture, HINSTANCE instance, HWND dialog) {
     capture.dialog = dialog;
-    // A modifier that is held already counts, though the hook has not seen it go down.
+    // Modifiers that are already held count, too.
     for (const int key :
          {VK_LCONTROL, VK_RCONTROL, VK_LSHIFT, VK_RSHIFT, VK_LMENU, VK_RMENU, VK_LWIN, VK_RWIN}) {
         capture.keyDown[key] = (GetAsyncKeyState(key) & 0x8000) != 0;

@@ -1,5 +1,5 @@
-// The start-with-Windows entry in the registry. Another copy of the program may change it at any
-// moment: hence two reads with the size in between, a look right before a change and one after it.
+// Another copy of the program may change the entry at any time. So it is read in two steps, again
+// right before a change, and once more after it.
 
 #include "settings/startup.h"
 
@@ -12,7 +12,7 @@ namespace {
 
 constexpr WCHAR runKey[] = TEXT("Software\\Microsoft\\Windows\\CurrentVersion\\Run");
 constexpr WCHAR valueName[] = TEXT("QuorvelDeskClip");
-constexpr std::size_t maxCommandLength = 260;  // what the shell runs from this key
+constexpr std::size_t maxCommandLength = 260;  // the shell's limit for this key
 constexpr DWORD maxValueBytes = 65536;
 
 struct RegistryKeyCloser {
@@ -23,7 +23,7 @@ using RegistryKey = std::unique_ptr<void, RegistryKeyCloser>;
 
 WideText startCommand(const WideText& exePath) { return TEXT("\"") + exePath + TEXT("\""); }
 
-// `value` is as stored: with one terminator, and nothing may stand behind that.
+// `value` is as stored: with one terminator and nothing after it.
 bool isCommand(const WideText& value, const WideText& exePath) {
     return value.back() == 0 && value.substr(0, value.size() - 1) == startCommand(exePath);
 }
@@ -76,7 +76,7 @@ StartupState queryStartup(HKEY key, const WideText& exePath) {
     if (sized != ERROR_SUCCESS) throw std::runtime_error("Cannot read Windows startup value.");
     if (type != REG_SZ || size < sizeof(WCHAR) || size > maxValueBytes || size % sizeof(WCHAR) != 0)
         return StartupForeign;
-    // A buffer of exactly this size: in a larger one a missing terminator would be made up.
+    // Exactly this size: with a larger buffer the system adds a missing terminator.
     WideText value(size / sizeof(WCHAR), 0);
     DWORD filled = size;
     if (RegQueryValueExW(key, valueName, nullptr, &type, reinterpret_cast<BYTE*>(value.data()),

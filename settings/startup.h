@@ -1,8 +1,8 @@
-// The start-with-Windows entry: one value under the user's Run key. A value that is not provably
-// this executable's own is never changed, and success is reported only after reading it back.
+// The start-with-Windows entry: one value of the user's Run key. A value that is not provably this
+// executable's is never changed, and a change is verified by reading the value again.
 //
-// `exePath` is the full path of the running executable. User-interface thread. All failures are
-// std::runtime_error.
+// `exePath` is the full path of the running executable. User-interface thread only. All failures
+// are std::runtime_error.
 
 #pragma once
 
@@ -16,17 +16,17 @@ enum StartupState {
     StartupForeign,  // anything else under that name
 };
 
-// Looks at the value under the opened key.
+// Reads the value of the opened key.
 StartupState queryStartup(HKEY key, const WideText& exePath);
 
-// Brings the value under the opened key to the wanted state, unless it is foreign: then enabling
-// fails and disabling leaves it alone.
+// Writes or deletes the value of the opened key. If it is foreign, enabling fails and disabling
+// leaves it alone.
 void applyStartup(HKEY key, const WideText& exePath, bool enable);
 
-// Does the same under the user's Run key, which is created if there is something to write.
+// Does the same in the user's Run key, which is created if a value has to be written.
 void saveStartup(const WideText& exePath, bool enable);
 
-// What the settings dialog shows of the entry. Does not throw: a failure becomes the hint.
+// Returns what the settings dialog shows of the entry. Does not throw: a failure becomes the hint.
 struct StartupView {
     bool checked = false;
     bool enabled = false;  // false: Save leaves the entry alone

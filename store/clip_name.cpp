@@ -1,5 +1,3 @@
-// Makes and checks the names of clips.
-
 #include "store/clip_name.h"
 
 #include <windows.h>
@@ -20,7 +18,7 @@ bool isHyphenPlace(std::size_t index) {
     return index == 8 || index == 13 || index == 18 || index == 23;
 }
 
-// Not towlower or isxdigit: their answers depend on a locale, and upper case must not pass.
+// Not towlower or isxdigit, which depend on the locale. Upper case must not pass.
 bool isLowerHexDigit(WCHAR character) {
     return (character >= '0' && character <= '9') || (character >= 'a' && character <= 'f');
 }

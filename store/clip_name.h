@@ -1,4 +1,4 @@
-// Names of clips: a random identifier and nothing else, so a name says who a clip is, never when.
+// Names of clips: a random identifier, without a date or a time.
 
 #pragma once
 
@@ -6,14 +6,15 @@
 
 #include "common/wide_text.h"
 
-// A new clip's path in the folder. Nothing on disk is touched or looked at; uniqueness rests on the
-// identifier alone. Throws std::runtime_error if none can be made. Any thread.
+// Returns the path of a new clip in the folder, without a look at the disk: the identifier is
+// unique. Throws std::runtime_error if none can be made. Any thread.
 std::filesystem::path allocateClipPath(const std::filesystem::path& recordingsFolder);
 
-// Whether `name` has exactly the form of a clip name: "clip-", a GUID in lower case, ".mp4", 45
-// characters. What passes is one plain file name: no separator, no drive, no stream, no second dot.
+// Returns whether `name` has exactly the form of a clip name: "clip-", a GUID in lower case,
+// ".mp4", 45 characters. So a valid name has no separator, drive, stream or second dot.
 bool isValidClipName(const WideText& name);
 
-// Where a clip is written until it is complete: the clip's whole name with ".partial.mp4" behind
-// it, in the same folder, so that publishing is a rename. Never a valid clip name.
+// Returns the path at which a clip is written until it is complete: the clip's whole name followed
+// by
+// ".partial.mp4", in the same folder, so publishing is a rename. Never a valid clip name.
 std::filesystem::path partialPath(const std::filesystem::path& clip);

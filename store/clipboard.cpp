@@ -1,5 +1,3 @@
-// The clipboard handoff: the clip's physical path in the one format that every file manager takes.
-
 #include "store/clipboard.h"
 
 #include <shlobj.h>
@@ -28,7 +26,7 @@ struct OpenedClipboard {
     const bool open;
 };
 
-// A partial file ends in ".mp4" too; the middle of its name tells.
+// A partial file ends in ".mp4", too.
 bool isFinishedClipName(const std::filesystem::path& clip) {
     return clip.extension().string<WCHAR>() == TEXT(".mp4") &&
            clip.filename().string<WCHAR>().find(TEXT(".partial")) == WideText::npos;
@@ -44,12 +42,12 @@ GlobalBlock copyToGlobal(const std::vector<std::uint8_t>& bytes) {
     return block;
 }
 
-// The block is complete before the clipboard is opened: every other program waits meanwhile.
+// The block is complete before the clipboard is opened, which blocks every other program.
 bool placeOnClipboard(HWND owner, GlobalBlock block) {
     const OpenedClipboard clipboard(owner);
     if (!clipboard.open || !EmptyClipboard()) return false;
     if (!SetClipboardData(CF_HDROP, block.get())) return false;
-    // From here on the block is the system's.
+    // The system owns the block now.
     static_cast<void>(block.release());
     return true;
 }
@@ -73,7 +71,7 @@ std::vector<std::uint8_t> buildDropFiles(const WideText& physicalPath) {
     header.pFiles = sizeof header;
     header.fWide = TRUE;
     const std::size_t textBytes = physicalPath.size() * sizeof(WCHAR);
-    // The zeros behind the path end it and, once more, the list.
+    // One zero ends the path, the second ends the list.
     std::vector<std::uint8_t> block(sizeof header + textBytes + 2 * sizeof(WCHAR));
     std::memcpy(block.data(), &header, sizeof header);
     std::memcpy(block.data() + sizeof header, physicalPath.data(), textBytes);

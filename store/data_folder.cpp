@@ -1,5 +1,5 @@
-// Prepares the data folder. The user's own redirections above it are welcome, links at its two
-// levels are not: through one of them the program would delete in somebody else's folder.
+// The user may redirect folders above the data folder. Links at its own two levels are refused:
+// through one, the program would delete files in another folder.
 
 #include "store/data_folder.h"
 
@@ -21,13 +21,13 @@ struct TaskMemoryFreer {
 std::filesystem::path localAppData() {
     PWSTR text = nullptr;
     const HRESULT result = SHGetKnownFolderPath(FOLDERID_LocalAppData, 0, nullptr, &text);
-    // There may be a text to give back after a failure too.
+    // The text has to be freed after a failure, too.
     const std::unique_ptr<WCHAR, TaskMemoryFreer> owner(text);
     check(result, "LocalAppData");
     return owner.get();
 }
 
-// Attributes that cannot be read have all bits set, so they are refused as well.
+// INVALID_FILE_ATTRIBUTES has all bits set, so it is refused, too.
 void refuseLink(const std::filesystem::path& folder) {
     if (GetFileAttributesW(folder.string<WCHAR>().c_str()) & FILE_ATTRIBUTE_REPARSE_POINT)
         throw std::runtime_error("App data folder must not be a junction/symlink");
@@ -52,7 +52,7 @@ WideText finalPath(HANDLE item) {
     const DWORD capacity = needed + 1;
     WideText text(capacity, 0);
     const DWORD length = GetFinalPathNameByHandleW(item, text.data(), capacity, 0);
-    // An item that was moved in between may need more room by now; that shows in the result alone.
+    // Longer if the item was moved in between: the result is then the size that it needs.
     if (length == 0 || length >= capacity) throw failure;
     text.resize(length);
     return text;
@@ -71,7 +71,7 @@ std::filesystem::path prepareDataFolder() {
 
 std::filesystem::path resolvePhysicalPath(const std::filesystem::path& path,
                                           bool requireNonEmptyFile) {
-    // A folder opens only with backup semantics.
+    // Folders can only be opened with backup semantics.
     const Handle item =
         openItem(path, requireNonEmptyFile ? FILE_ATTRIBUTE_NORMAL : FILE_FLAG_BACKUP_SEMANTICS);
     BY_HANDLE_FILE_INFORMATION information{};

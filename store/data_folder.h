@@ -1,4 +1,4 @@
-// Where everything lies that the program keeps for a user, and how a path is made physical.
+// The folder of everything that the program stores for a user, and physical paths.
 
 #pragma once
 
@@ -6,18 +6,18 @@
 
 #include "common/wide_text.h"
 
-// Makes "Quorvel Desk Clip" with "Recordings" inside it under the user's local application data and
-// gives the physical path of the former. Throws std::runtime_error (or the standard library's
-// filesystem failure) if that cannot be done or one of the two is a link; folders made until then
-// stay. Main thread, once, at start-up.
+// Creates "Quorvel Desk Clip" with "Recordings" in it in the user's local application data and
+// returns the physical path of the former. Throws std::runtime_error or
+// std::filesystem::filesystem_error if that fails or one of the two is a link; folders created
+// until then stay. Main thread, once, at the start.
 std::filesystem::path prepareDataFolder();
 
-// The path that the file system itself reports for what lies at `path`, every link on the way
-// resolved. The item must not be open for writing anywhere. With `requireNonEmptyFile` a folder or
-// a file of 0 bytes is refused. Throws std::runtime_error.
+// Returns the path that the file system reports for the item at `path`, with all links resolved.
+// The item must not be open for writing anywhere. With `requireNonEmptyFile`, folders and files of
+// 0 bytes are refused. Throws std::runtime_error.
 std::filesystem::path resolvePhysicalPath(const std::filesystem::path& path,
                                           bool requireNonEmptyFile);
 
-// Takes the "\\?\" form off a path on a drive ("\\?\C:\x" gives "C:\x") and on a network share
-// ("\\?\UNC\server\x" gives "\\server\x"); every other text stays as it is.
+// Removes the "\\?\" form from a path on a drive ("\\?\C:\x" gives "C:\x") and on a network share
+// ("\\?\UNC\server\x" gives "\\server\x"); any other text is unchanged.
 WideText stripFinalPathPrefix(const WideText& finalPath);

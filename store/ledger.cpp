@@ -1,5 +1,4 @@
-// Reads and replaces the ownership ledger. The streams are binary and the line ends explicit, so
-// that the file has the same bytes whatever the library takes a text file to be.
+// The streams are binary and the line ends explicit, so the bytes do not depend on the library.
 
 #include "store/ledger.h"
 
@@ -17,8 +16,8 @@ constexpr WideView ledgerName = TEXT("completed.txt");
 constexpr WideView temporaryName = TEXT("completed.txt.new");
 constexpr char endOfText = 0x1A;  // Ctrl+Z, which ends a text file on this platform.
 
-// The next line without its end; false when there is none. A CR belongs to the line's end only if
-// an LF follows it: a lone one is part of the line, which is then no name.
+// Reads the next line without its end. Returns false if there is none. A CR is part of the line's
+// end only before an LF; any other CR stays in the line, which is then not a valid name.
 bool readLine(std::istream& input, std::string& line) {
     if (!std::getline(input, line)) return false;
     if (const std::size_t end = line.find(endOfText); end != std::string::npos) {
@@ -36,7 +35,7 @@ bool isPlainFile(const std::filesystem::path& path) {
            !(attributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT));
 }
 
-// What has the name may be a link to a file of the user's, and a write to it would land there.
+// The name may be that of a link to a file of the user, and writing would change that file.
 bool freeName(const std::filesystem::path& file) {
     return DeleteFileW(file.string<WCHAR>().c_str()) || GetLastError() == ERROR_FILE_NOT_FOUND;
 }
@@ -48,7 +47,7 @@ void writeNames(const std::filesystem::path& file, const std::deque<WideText>& n
         for (const WCHAR character : name) output.put(static_cast<char>(character));
         output << "\r\n";
     }
-    // A full disk may show only here.
+    // A full disk may be reported only here.
     output.close();
     if (!output)
         throw std::runtime_error(
@@ -60,7 +59,7 @@ void writeNames(const std::filesystem::path& file, const std::deque<WideText>& n
 Ledger readLedger(const std::filesystem::path& recordingsFolder) {
     Ledger ledger;
     const std::filesystem::path file = recordingsFolder / ledgerName;
-    // The opening of a pipe or a device may never return.
+    // Opening a pipe or a device may never return.
     std::error_code ignored;
     if (std::filesystem::is_other(file, ignored)) return ledger;
     std::ifstream input(file, std::ios::binary);

@@ -1,6 +1,6 @@
-// Retention. The order is the safety: the ledger that names the new clip is on disk before the
-// first delete, and it is shortened only after the last one. So a crash leaves names without files,
-// which the next reading drops, but never an owned file without its name.
+// The order keeps clips safe: the ledger with the new clip is on disk before the first deletion,
+// and it is shortened only after the last one. A crash can leave names without files, which the
+// next reading drops, but never an owned file without its name.
 
 #include "store/retention.h"
 
@@ -20,13 +20,13 @@ void requireClipInFolder(const std::filesystem::path& folder, const std::filesys
         throw std::runtime_error("Invalid completed recording name");
 }
 
-// Attributes that cannot be read have all bits set, so they are refused as well.
+// INVALID_FILE_ATTRIBUTES has all bits set, so it is refused, too.
 void refuseLinkedFolder(const std::filesystem::path& folder) {
     if (GetFileAttributesW(folder.string<WCHAR>().c_str()) & FILE_ATTRIBUTE_REPARSE_POINT)
         throw std::runtime_error("Refusing retention in a linked folder");
 }
 
-// The entry may have been replaced since the ledger was read, so it is looked at once more.
+// Checked again: the entry may have been replaced since the ledger was read.
 void deleteOwnedClip(const std::filesystem::path& path) {
     const WideText clip = path.string<WCHAR>();
     const DWORD attributes = GetFileAttributesW(clip.c_str());

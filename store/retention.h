@@ -4,8 +4,8 @@
 
 #include <filesystem>
 
-// `clip` has just been published directly in `recordingsFolder`. Only files that the ledger names
-// are deleted, and never this clip. Throws std::runtime_error: the clip is good all the same, and
-// the next registration takes up what this one left undone. Worker thread.
+// `clip` has just been published directly in `recordingsFolder`. Deletes only files that the ledger
+// names, and never this clip. Throws std::runtime_error: the clip is still good, and the next
+// registration completes the work of this one. Worker thread.
 void registerCompletedClip(const std::filesystem::path& recordingsFolder,
                            const std::filesystem::path& clip);

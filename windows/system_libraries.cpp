@@ -1,11 +1,10 @@
-// Keeps libraries that were planted beside the program out of it.
+// Protects the program from libraries planted beside it.
 //
-// Windows searches for a library in the program's own folder first, and the program is often
-// started where it was downloaded, among whatever else is there. Exempt are the known libraries
-// (the KnownDLLs of the session manager): they always come from System32, and only they are
-// imported. The others that the program calls are loaded by their first call, when the search is
-// restricted to System32. One that is absent then fails like any other call; editions of Windows
-// without Media Foundation lack mfplat.dll and mfreadwrite.dll.
+// Windows searches the program's own folder first, and the program is often started in the folder
+// to which it was downloaded. Known libraries (KnownDLLs of the session manager) always come from
+// System32, and only they are imported. Other libraries are loaded by the first call to them, after
+// the search has been restricted to System32. If one is absent, that call fails like any other:
+// editions of Windows without Media Foundation lack mfplat.dll and mfreadwrite.dll.
 
 #include <windows.h>
 #include <d3d11.h>
@@ -16,8 +15,8 @@
 
 namespace {
 
-// Static initialization is the earliest code of the program that runs. The restriction also holds
-// for what the system's own libraries load in this process from then on.
+// Static initialization is the earliest code of the program. The restriction then also applies to
+// what the system's own libraries load in this process.
 [[maybe_unused]] const BOOL isRestricted = SetDefaultDllDirectories(LOAD_LIBRARY_SEARCH_SYSTEM32);
 
 template <auto declared, typename... Arguments>
