@@ -22,23 +22,23 @@ constexpr double titleHeight = 34;
 constexpr Box card{window.left, window.top + titleHeight, window.width,
                    window.height - titleHeight};
 
-struct Colour {
+struct Color {
     double red, green, blue;
 };
-constexpr Colour bars[] = {{.90, .90, .88}, {.93, .83, .20}, {.20, .78, .84}, {.25, .72, .32},
+constexpr Color bars[] = {{.90, .90, .88}, {.93, .83, .20}, {.20, .78, .84}, {.25, .72, .32},
                            {.76, .28, .70}, {.86, .23, .22}, {.18, .27, .78}, {.10, .10, .12}};
 
-void fill(cairo_t* pen, const Box& box, const Colour& colour) {
-    cairo_set_source_rgb(pen, colour.red, colour.green, colour.blue);
+void fill(cairo_t* pen, const Box& box, const Color& color) {
+    cairo_set_source_rgb(pen, color.red, color.green, color.blue);
     cairo_rectangle(pen, box.left, box.top, box.width, box.height);
     cairo_fill(pen);
 }
 
-void write(cairo_t* pen, const char* font, double size, double x, double y, const Colour& colour,
+void write(cairo_t* pen, const char* font, double size, double x, double y, const Color& color,
            const std::string& text) {
     cairo_select_font_face(pen, font, CAIRO_FONT_SLANT_NORMAL, CAIRO_FONT_WEIGHT_NORMAL);
     cairo_set_font_size(pen, size);
-    cairo_set_source_rgb(pen, colour.red, colour.green, colour.blue);
+    cairo_set_source_rgb(pen, color.red, color.green, color.blue);
     cairo_move_to(pen, x, y);
     cairo_show_text(pen, text.c_str());
 }

@@ -20,8 +20,8 @@ constexpr const WCHAR* overlayClass = TEXT("QuorvelClipOverlay");
 constexpr LONG_PTR sheetStyle = WS_EX_LAYERED | WS_EX_TOOLWINDOW | WS_EX_TOPMOST;
 constexpr LONG_PTR frameStyle = sheetStyle | WS_EX_TRANSPARENT | WS_EX_NOACTIVATE;
 constexpr BYTE sheetOpacity = 180;
-constexpr COLORREF sheetColour = RGB(24, 24, 24);
-constexpr COLORREF frameColour = RGB(255, 64, 64);
+constexpr COLORREF sheetColor = RGB(24, 24, 24);
+constexpr COLORREF frameColor = RGB(255, 64, 64);
 
 bool selecting = false;  // the sheet is visible
 bool dragging = false;
@@ -84,7 +84,7 @@ void paint() {
     HDC const context = BeginPaint(overlayWindow, &painting);
     RECT client{};
     GetClientRect(overlayWindow, &client);
-    HBRUSH const brush = CreateSolidBrush(selecting ? sheetColour : frameColour);
+    HBRUSH const brush = CreateSolidBrush(selecting ? sheetColor : frameColor);
     FillRect(context, &client, brush);
     DeleteObject(brush);
     if (selecting) paintSheet(context, client);

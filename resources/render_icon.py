@@ -62,8 +62,8 @@ def draw(size):
                         plate += 1
                         glyph += in_glyph(column + x, row + y, size)
             share = glyph / plate if plate else 0
-            colour = tuple(round(p + (g - p) * share) for p, g in zip(PLATE, GLYPH))
-            pixels.append(colour + (round(255 * plate / SAMPLES**2),))
+            color = tuple(round(p + (g - p) * share) for p, g in zip(PLATE, GLYPH))
+            pixels.append(color + (round(255 * plate / SAMPLES**2),))
         rows.append(pixels)
     return rows
 
@@ -116,8 +116,8 @@ def preview(images):
             top = (296 - size * factor) // 2
             for y in range(size * factor):
                 for x in range(size * factor):
-                    *colour, alpha = images[size][y // factor][x // factor]
-                    mixed = tuple(round(g + (c - g) * alpha / 255) for c, g in zip(colour, ground))
+                    *color, alpha = images[size][y // factor][x // factor]
+                    mixed = tuple(round(g + (c - g) * alpha / 255) for c, g in zip(color, ground))
                     rows[top + y][left + x] = mixed + (255,)
             left += size * factor + 20
         sheet += rows
