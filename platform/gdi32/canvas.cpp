@@ -148,6 +148,14 @@ void drawText(const Canvas& canvas, const RECT& area, std::u16string_view text,
     pango_cairo_show_layout(context.get(), layout.get());
 }
 
+RECT drawLine(const Canvas& canvas, const RECT& area, std::u16string_view text,
+              const TextStyle& style, bool isCentered) {
+    RECT covered = centered(area, measureText(text, style.face));
+    if (!isCentered) covered = moved(covered, area.left - covered.left, 0);
+    drawText(canvas, {covered.left, covered.top, area.right, area.bottom}, text, style);
+    return covered;
+}
+
 }  // namespace gdi
 
 // What the sanitizers may find in the libraries that this file uses, which were built without them.

@@ -69,5 +69,9 @@ SIZE measureText(std::u16string_view text, const Face& face, int width = 0);
 // Starts at the top left, breaks lines at the area's width and cuts what does not fit.
 void drawText(const Canvas& canvas, const RECT& area, std::u16string_view text,
               const TextStyle& style);
+// One line in the middle of the area's height, and with `isCentered` of its width. Returns the area
+// that the text covers.
+RECT drawLine(const Canvas& canvas, const RECT& area, std::u16string_view text,
+              const TextStyle& style, bool isCentered = false);
 
 }  // namespace gdi

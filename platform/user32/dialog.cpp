@@ -20,15 +20,16 @@ namespace {
 
 std::map<HWND, Dialog> dialogs;
 
-desktop::ShownControl shownControl(const Dialog& dialog, const Control& control) {
+desktop::ShownControl shownControl(const Control& control) {
+    const Dialog& dialog = *control.dialog;
     const RECT& bounds = find(dialog.window)->bounds;
     return {control.id,
             desktop::toUtf8(control.className),
             desktop::toUtf8(control.text),
             control.checked,
             control.enabled,
-            isActive(dialog) && focused(dialog) == &control,
-            gdi::moved(areaOf(dialog, control), bounds.left, bounds.top)};
+            isActive(dialog) && dialog.focus == &control,
+            gdi::moved(areaOf(control), bounds.left, bounds.top)};
 }
 
 // The visible ones: the program's dialog, and the layer's own, which are message boxes.
@@ -45,7 +46,7 @@ void publish() {
         }
         dialog.emplace().title = title;
         for (const Control& control : each.controls)
-            dialog->controls.push_back(shownControl(each, control));
+            if (!control.className.empty()) dialog->controls.push_back(shownControl(control));
     }
     desktop::withShown([&](desktop::Shown& shown) {
         shown.dialog = dialog;
@@ -53,13 +54,18 @@ void publish() {
     });
 }
 
+// Only where a taskbar can bring the dialog back.
+bool canMinimize(const Creation& creation) {
+    return host::current().hasTaskbar && creation.style & WS_MINIMIZEBOX;
+}
+
 // The system's menu of a window: what its caption's buttons do. It opens below the caption.
 void runSystemMenu(const Dialog& dialog) {
     const RECT& bounds = find(dialog.window)->bounds;
     std::vector<MenuItem> items{{SC_CLOSE, u"Close"}};
-    if (canMinimize(dialog)) items.insert(items.begin(), {SC_MINIMIZE, u"Minimize"});
-    const POINT corner{bounds.left, bounds.top + captionOf(dialog).bottom};
-    const UINT chosen = runMenu(items, corner, dialog.window);
+    if (canMinimize(dialog.creation)) items.insert(items.begin(), {SC_MINIMIZE, u"Minimize"});
+    const LONG down = areaOf(dialog.controls.back()).bottom;
+    const UINT chosen = runMenu(items, {bounds.left, bounds.top + down}, dialog.window);
     if (chosen) send(dialog.window, WM_SYSCOMMAND, chosen, 0);
 }
 
@@ -119,6 +125,17 @@ LRESULT dialogProcedure(HWND window, UINT message, WPARAM wparam, LPARAM lparam)
     return answerByDefault(*dialog, message, wparam, lparam);
 }
 
+// Parts of the caption come last, and the caption itself after the buttons on it.
+void addCaption(Dialog& dialog) {
+    for (const ControlKind kind :
+         {ControlKind::Close, ControlKind::Minimize, ControlKind::Caption}) {
+        if (kind == ControlKind::Minimize && !canMinimize(dialog.creation)) continue;
+        Control& part = dialog.controls.emplace_back();
+        part.kind = kind;
+        if (kind == ControlKind::Caption) part.text = dialog.creation.title;
+    }
+}
+
 void setBoxOf(HWND owner, HWND box) {
     if (!owner || !isLive(owner)) return;
     find(owner)->enabled = !box;
@@ -129,12 +146,12 @@ void setBoxOf(HWND owner, HWND box) {
 // system, it may have disabled the control that was to get it.
 void initialize(Dialog& dialog, LPARAM parameter) {
     send(dialog.window, WM_SETFONT, 0, 0);
-    setFocus(dialog, nextTabStop(dialog, nowhere, false), true);
-    const auto control = reinterpret_cast<WPARAM>(focused(dialog)->handle);
+    setFocus(dialog, nextTabStop(dialog, nullptr, false), true);
+    const auto control = reinterpret_cast<WPARAM>(dialog.focus->handle);
     if (!dialog.procedure(dialog.window, WM_INITDIALOG, control, parameter))
         desktop::refuse("DialogBoxParamW", "focus set by the program", 0);
     if (dialog.done) return;
-    setFocus(dialog, nextTabStop(dialog, nowhere, false), true);
+    setFocus(dialog, nextTabStop(dialog, nullptr, false), true);
     setVisible(*find(dialog.window), true);
     activate(dialog.window);
     showChange(dialog);
@@ -147,18 +164,20 @@ const bool registered = registerFor(Moment::ThreadEnds, [](HWND) {
 
 }  // namespace
 
-INT_PTR runDialog(Dialog description, Creation creation, const host::Monitor& monitor,
-                  LPARAM parameter) {
+INT_PTR runDialog(Dialog description, const host::Monitor& monitor, LPARAM parameter) {
+    Creation& creation = description.creation;
     creation.className = u"#32770";
     creation.procedure = dialogProcedure;
     creation.cursor = static_cast<UINT>(reinterpret_cast<std::uintptr_t>(IDC_ARROW));
     creation.bounds = gdi::centered(monitor.bounds, sizeOf(description));
     description.window = addWindow(creation).handle;
+    addCaption(description);
     const auto place = dialogs.emplace(description.window, std::move(description)).first;
     Dialog& dialog = place->second;
     for (Control& control : dialog.controls) {
         static std::uintptr_t nextHandle = 0x26000000;
         control.handle = reinterpret_cast<HWND>(nextHandle++);
+        control.dialog = &dialog;
     }
     setBoxOf(dialog.owner, dialog.window);
     initialize(dialog, parameter);
@@ -206,18 +225,10 @@ INT_PTR DialogBoxParamW(HINSTANCE instance, LPCWSTR name, HWND owner, DLGPROC pr
     if (call.struck()) return call.fail(ERROR_NOT_ENOUGH_MEMORY), -1;
     auto description = readDialogTemplate(id);
     if (!description) return call.fail(ERROR_RESOURCE_NAME_NOT_FOUND), -1;
-    constexpr DWORD style = WS_POPUP | WS_CAPTION | WS_SYSMENU | WS_MINIMIZEBOX;
-    if (description->style != (style | DS_CENTER | DS_SETFONT))
-        call.refuse("style", description->style);
-    call.only("extended style", description->extendedStyle, WS_EX_APPWINDOW);
     const host::Monitor monitor = primaryMonitor();
-    Creation creation;
-    creation.title = description->title;
-    creation.style = style;
-    creation.extendedStyle = description->extendedStyle;
-    description->dialog.procedure = procedure;
-    setDpi(description->dialog, monitor.dpi);
-    return runDialog(std::move(description->dialog), creation, monitor, parameter);
+    description->procedure = procedure;
+    setDpi(*description, monitor.dpi);
+    return runDialog(std::move(*description), monitor, parameter);
 }
 
 BOOL EndDialog(HWND window, INT_PTR result) {
@@ -230,27 +241,19 @@ BOOL EndDialog(HWND window, INT_PTR result) {
 
 namespace {
 
-// The control that the condition holds for, and its dialog, to be shown again after a change.
-struct FoundControl {
-    Dialog* dialog = nullptr;
-    Control* control = nullptr;
-    explicit operator bool() const { return control != nullptr; }
-    Control* operator->() const { return control; }
-};
 template <typename Condition>
-FoundControl findControl(Condition condition) {
+Control* controlWith(Condition condition) {
     for (auto& [window, dialog] : dialogs)
         for (Control& control : dialog.controls)
-            if (condition(dialog, control)) return {&dialog, &control};
-    return {};
+            if (condition(control)) return &control;
+    return nullptr;
 }
-FoundControl controlOf(HWND handle) {
-    return findControl(
-        [&](const Dialog&, const Control& control) { return handle && control.handle == handle; });
+Control* controlOf(HWND handle) {
+    return controlWith([&](const Control& control) { return handle && control.handle == handle; });
 }
-FoundControl controlOf(HWND window, int id) {
-    return findControl([&](const Dialog& dialog, const Control& control) {
-        return dialog.window == window && control.id == id;
+Control* controlOf(HWND dialog, int id) {
+    return controlWith([&](const Control& control) {
+        return control.dialog->window == dialog && control.id == id;
     });
 }
 
@@ -258,53 +261,52 @@ FoundControl controlOf(HWND window, int id) {
 
 HWND GetDlgItem(HWND dialog, int id) {
     desktop::Call call("GetDlgItem", dialog, id);
-    const FoundControl control = controlOf(dialog, id);
+    const Control* const control = controlOf(dialog, id);
     if (!control) return call.fail(ERROR_CONTROL_ID_NOT_FOUND);
     return control->handle;
 }
 
 BOOL SetDlgItemTextW(HWND dialog, int id, LPCWSTR text) {
     desktop::Call call("SetDlgItemTextW", dialog, id, text);
-    const FoundControl control = controlOf(dialog, id);
+    Control* const control = controlOf(dialog, id);
     if (call.struck() || !control) return call.fail(ERROR_CONTROL_ID_NOT_FOUND);
     control->text = text;
     control->selected = false;
-    showChange(*control.dialog);
+    showChange(*control->dialog);
     return TRUE;
 }
 
 UINT IsDlgButtonChecked(HWND dialog, int id) {
     desktop::Call call("IsDlgButtonChecked", dialog, id);
-    const FoundControl control = controlOf(dialog, id);
+    const Control* const control = controlOf(dialog, id);
     return control && control->checked ? BST_CHECKED : BST_UNCHECKED;
 }
 
 BOOL CheckDlgButton(HWND dialog, int id, UINT check) {
     desktop::Call call("CheckDlgButton", dialog, id, check);
-    if (check > BST_CHECKED) call.refuse("check", check);
-    const FoundControl control = controlOf(dialog, id);
+    call.only("check", check, BST_UNCHECKED, BST_CHECKED);
+    Control* const control = controlOf(dialog, id);
     if (call.struck() || !control) return call.fail(ERROR_CONTROL_ID_NOT_FOUND);
     control->checked = check == BST_CHECKED;
-    showChange(*control.dialog);
+    showChange(*control->dialog);
     return TRUE;
 }
 
 // A control that is disabled loses the focus. The result is whether it was disabled before.
 BOOL EnableWindow(HWND window, BOOL enable) {
     desktop::Call call("EnableWindow", window, enable);
-    const FoundControl control = controlOf(window);
+    Control* const control = controlOf(window);
     if (!control) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
-    const bool wasDisabled = !control->enabled;
-    control->enabled = enable != FALSE;
-    if (!enable && focused(*control.dialog) == control.control)
-        setFocus(*control.dialog, nowhere, false);
-    showChange(*control.dialog);
+    Dialog& dialog = *control->dialog;
+    const bool wasDisabled = !std::exchange(control->enabled, enable != FALSE);
+    if (!enable && dialog.focus == control) setFocus(dialog, nullptr, false);
+    showChange(dialog);
     return wasDisabled;
 }
 
 BOOL IsWindowEnabled(HWND window) {
     desktop::Call call("IsWindowEnabled", window);
-    const FoundControl control = controlOf(window);
+    const Control* const control = controlOf(window);
     if (!control) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
     return control->enabled;
 }
@@ -313,6 +315,5 @@ BOOL IsWindowEnabled(HWND window) {
 HWND GetFocus() {
     desktop::Call call("GetFocus");
     const Dialog* const dialog = findDialog(foreground());
-    const Control* const control = dialog ? focused(*dialog) : nullptr;
-    return control ? control->handle : foreground();
+    return dialog && dialog->focus ? dialog->focus->handle : foreground();
 }

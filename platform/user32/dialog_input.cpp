@@ -1,31 +1,24 @@
 // What a user does with a dialog: which control has the focus, keys, and the pointer on the
-// controls, the caption and the caption's buttons.
+// controls and the caption.
 
 #include "platform/user32/dialog.h"
 #include "platform/user32/input.h"
-#include "platform/user32/look.h"
 
 #include <windowsx.h>
+
+#include <utility>
 
 namespace user32 {
 
 namespace {
 
-int countOf(const Dialog& dialog) { return static_cast<int>(dialog.controls.size()); }
-
-auto& controlAt(auto& dialog, int index) {
-    return dialog.controls[static_cast<std::size_t>(index)];
+void sendCommand(const Control& control, WORD notification) {
+    send(control.dialog->window, WM_COMMAND, MAKEWPARAM(control.id, notification),
+         reinterpret_cast<LPARAM>(control.handle));
 }
 
-void sendCommand(const Dialog& dialog, const Control& control, WORD notification) {
-    const WPARAM command = static_cast<WORD>(control.id) | WPARAM{notification} << 16;
-    send(dialog.window, WM_COMMAND, command, reinterpret_cast<LPARAM>(control.handle));
-}
-
-void tell(const Dialog& dialog, int index, WORD notification) {
-    if (index == nowhere) return;
-    const Control& control = controlAt(dialog, index);
-    if (control.kind == ControlKind::Box) sendCommand(dialog, control, notification);
+void tell(const Control* control, WORD notification) {
+    if (control && control->kind == ControlKind::Box) sendCommand(*control, notification);
 }
 
 bool isButton(const Control& control) {
@@ -34,64 +27,70 @@ bool isButton(const Control& control) {
 
 bool isTabStop(const Control& control) { return (control.style & WS_TABSTOP) && control.enabled; }
 
-// The key whose letter is underlined; 0: none.
-UINT mnemonicOf(const Control& control) {
-    const std::size_t mark = control.text.find(u'&');
-    if (mark == control.text.npos || !hasMnemonic(control)) return 0;
-    const WCHAR letter = control.text.c_str()[mark + 1];
-    return letter >= u'a' && letter <= u'z' ? letter - u'a' + u'A' : letter;
+// The first control after `from`, round to it again, that the condition holds for. Without a start
+// the search begins at the end that it moves away from.
+template <typename Condition>
+Control* nextControl(Dialog& dialog, const Control* from, bool backwards, Condition condition) {
+    const auto count = dialog.controls.size(), step = backwards ? count - 1 : 1;
+    auto index = static_cast<std::size_t>(from - dialog.controls.data());
+    if (!from) index = backwards ? 0 : count - 1;
+    for (auto tries = count; tries > 0; --tries) {
+        index = (index + step) % count;
+        if (condition(dialog.controls[index])) return &dialog.controls[index];
+    }
+    return nullptr;
 }
 
 // As a click on it does. Disabled ones do nothing.
-void click(Dialog& dialog, int control) {
-    Control& entry = controlAt(dialog, control);
-    if (!entry.enabled || !isButton(entry)) return;
-    if (entry.kind == ControlKind::CheckBox) entry.checked = !entry.checked;
+void click(Control& control) {
+    Dialog& dialog = *control.dialog;
+    if (control.kind == ControlKind::Close) send(dialog.window, WM_SYSCOMMAND, SC_CLOSE, 0);
+    if (control.kind == ControlKind::Minimize) send(dialog.window, WM_SYSCOMMAND, SC_MINIMIZE, 0);
+    if (!control.enabled || !isButton(control)) return;
+    if (control.kind == ControlKind::CheckBox) control.checked = !control.checked;
     showChange(dialog);
-    sendCommand(dialog, entry, BN_CLICKED);
+    sendCommand(control, BN_CLICKED);
 }
 
 void losePointer(Dialog& dialog) {
-    dialog.pressed = nowhere;
+    dialog.pressed = nullptr;
     dialog.over = false;
     showChange(dialog);
 }
 
+// The key whose letter is underlined; 0: none.
+UINT mnemonicOf(const Control& control) {
+    const std::size_t mark = mnemonicMark(control);
+    if (mark == control.text.npos) return 0;
+    const WCHAR letter = control.text.c_str()[mark + 1];
+    return letter >= u'a' && letter <= u'z' ? letter - u'a' + u'A' : letter;
+}
+
 // The search begins after the focus, so that a letter that two controls share leads on.
 void useMnemonic(Dialog& dialog, UINT key) {
-    const int count = countOf(dialog);
-    for (int tries = 1; tries <= count; ++tries) {
-        const int index = (dialog.focus + tries) % count;
-        const Control& control = controlAt(dialog, index);
-        if (!control.enabled || mnemonicOf(control) != key) continue;
-        const bool labelled = control.kind == ControlKind::Label;
-        setFocus(dialog, labelled ? nextTabStop(dialog, index, false) : index, true);
-        click(dialog, index);
-        return;
-    }
-}
-
-void pressEnter(Dialog& dialog) {
-    for (int index = 0; index < countOf(dialog); ++index)
-        if (isDefault(dialog, index)) return click(dialog, index);
-}
-
-void pressSpace(Dialog& dialog) {
-    const Control* const focus = focused(dialog);
-    if (!focus || !isButton(*focus)) return;
-    dialog.pressed = dialog.focus;
-    dialog.over = true;
-    showChange(dialog);
+    Control* const found = nextControl(dialog, dialog.focus, false, [&](const Control& each) {
+        return each.enabled && mnemonicOf(each) == key;
+    });
+    if (!found) return;
+    const bool labels = found->kind == ControlKind::Label;
+    setFocus(dialog, labels ? nextTabStop(dialog, found, false) : found, true);
+    click(*found);
 }
 
 void pressPlainKey(Dialog& dialog, UINT key) {
     const UINT held = modifiersOfInput();
-    const Control* const focus = focused(dialog);
+    const Control* const focus = dialog.focus;
     switch (key) {
-    case VK_TAB: return setFocus(dialog, nextTabStop(dialog, dialog.focus, held & MOD_SHIFT), true);
-    case VK_RETURN: return pressEnter(dialog);
+    case VK_TAB: return setFocus(dialog, nextTabStop(dialog, focus, held & MOD_SHIFT), true);
+    case VK_RETURN:
+        if (Control* const found = nextControl(dialog, nullptr, false, isDefault)) click(*found);
+        return;
     case VK_ESCAPE: send(dialog.window, WM_COMMAND, IDCANCEL, 0); return;
-    case VK_SPACE: return pressSpace(dialog);
+    case VK_SPACE:
+        if (!focus || !isButton(*focus)) return;
+        dialog.pressed = dialog.focus;
+        dialog.over = true;
+        return showChange(dialog);
     default:
         if (held & MOD_CONTROL || (focus && focus->kind == ControlKind::Box)) return;
         useMnemonic(dialog, key);
@@ -99,8 +98,7 @@ void pressPlainKey(Dialog& dialog, UINT key) {
 }
 
 void pressKey(Dialog& dialog, UINT key, bool system) {
-    const bool menuKey = key == VK_MENU || key == VK_F10;
-    dialog.loneAlt = system && menuKey;
+    dialog.loneAlt = system && (key == VK_MENU || key == VK_F10);
     if (!system) return pressPlainKey(dialog, key);
     switch (key) {
     case VK_F4: send(dialog.window, WM_SYSCOMMAND, SC_CLOSE, 0); return;
@@ -116,109 +114,89 @@ void releaseKey(Dialog& dialog, UINT key) {
         send(dialog.window, WM_SYSCOMMAND, SC_KEYMENU, 0);
         return;
     }
-    const bool held = dialog.pressed != nowhere && capture() != dialog.window;
-    if (key != VK_SPACE || !held) return;
-    const int control = dialog.pressed;
+    Control* const pressed = dialog.pressed;
+    if (key != VK_SPACE || !pressed || capture() == dialog.window) return;
     losePointer(dialog);
-    click(dialog, control);
+    click(*pressed);
 }
 
 // Texts take no clicks.
-int spotAt(const Dialog& dialog, POINT at) {
-    const RECT caption = captionOf(dialog);
-    if (gdi::contains(look::closeButton(caption), at)) return onClose;
-    if (canMinimize(dialog) && gdi::contains(minimizeButton(caption), at)) return onMinimize;
-    if (gdi::contains(caption, at)) return onCaption;
-    for (int index = 0; index < countOf(dialog); ++index) {
-        const Control& control = controlAt(dialog, index);
-        if (isTabStop(control) && gdi::contains(areaOf(dialog, control), at)) return index;
-    }
-    return nowhere;
+Control* controlAt(Dialog& dialog, POINT at) {
+    return nextControl(dialog, nullptr, false, [&](const Control& control) {
+        return (isTabStop(control) || control.kind >= ControlKind::Close) &&
+               gdi::contains(areaOf(control), at);
+    });
 }
 
 void pressPointer(Dialog& dialog, POINT at) {
     dialog.loneAlt = false;
-    dialog.pressed = spotAt(dialog, at);
+    dialog.pressed = controlAt(dialog, at);
     dialog.over = true;
     dialog.grip = at;
-    if (dialog.pressed == nowhere) return;
+    if (!dialog.pressed) return;
     setCapture(dialog.window);
-    if (dialog.pressed >= 0) setFocus(dialog, dialog.pressed, false);
+    if (isTabStop(*dialog.pressed)) setFocus(dialog, dialog.pressed, false);
     showChange(dialog);
 }
 
 void movePointer(Dialog& dialog, POINT at) {
     if (capture() != dialog.window) return;
-    if (dialog.pressed == onCaption) {
+    if (dialog.pressed && dialog.pressed->kind == ControlKind::Caption) {
         Window& window = *find(dialog.window);
         place(window, gdi::moved(window.bounds, at.x - dialog.grip.x, at.y - dialog.grip.y));
     }
-    dialog.over = spotAt(dialog, at) == dialog.pressed;
+    dialog.over = controlAt(dialog, at) == dialog.pressed;
     showChange(dialog);
 }
 
 // A click is a press and a release at the same spot.
 void releasePointer(Dialog& dialog, POINT at) {
     if (capture() != dialog.window) return;
-    const int pressed = dialog.pressed;
+    Control* const pressed = dialog.pressed;
     releaseCapture();
-    if (pressed == onCaption) return settle(dialog, false);
-    if (spotAt(dialog, at) != pressed) return;
-    if (pressed >= 0) return click(dialog, pressed);
-    send(dialog.window, WM_SYSCOMMAND, pressed == onClose ? SC_CLOSE : SC_MINIMIZE, 0);
+    if (!pressed) return;
+    if (pressed->kind == ControlKind::Caption) return settle(dialog, false);
+    if (controlAt(dialog, at) == pressed) click(*pressed);
 }
 
 }  // namespace
 
-bool hasMnemonic(const Control& control) {
-    const bool isRaw = control.kind == ControlKind::Label && control.style & SS_NOPREFIX;
-    return control.kind != ControlKind::Box && !isRaw;
-}
-
 bool isActive(const Dialog& dialog) { return foreground() == dialog.window; }
 
-const Control* focused(const Dialog& dialog) {
-    return dialog.focus == nowhere ? nullptr : &controlAt(dialog, dialog.focus);
+std::size_t mnemonicMark(const Control& control) {
+    const bool isLabel = control.kind == ControlKind::Label && !(control.style & SS_NOPREFIX);
+    return isLabel || isButton(control) ? control.text.find(u'&') : control.text.npos;
 }
 
-// Wraps round. Without a start the search begins at the end that it moves away from.
-int nextTabStop(const Dialog& dialog, int from, bool backwards) {
-    const int count = countOf(dialog), step = backwards ? count - 1 : 1;
-    int index = from == nowhere && backwards ? 0 : from;
-    for (int tries = 0; tries < count; ++tries) {
-        index = (index + step) % count;
-        if (isTabStop(controlAt(dialog, index))) return index;
-    }
-    return nowhere;
+Control* nextTabStop(Dialog& dialog, const Control* from, bool backwards) {
+    return nextControl(dialog, from, backwards, isTabStop);
 }
 
-void setFocus(Dialog& dialog, int control, bool byKey) {
-    if (control != nowhere) controlAt(dialog, control).selected = byKey;
-    if (control != dialog.focus) {
-        const int before = dialog.focus;
-        dialog.focus = control;
-        if (dialog.pressed == before) dialog.pressed = nowhere;
+void setFocus(Dialog& dialog, Control* control, bool byKey) {
+    if (control) control->selected = byKey;
+    Control* const before = std::exchange(dialog.focus, control);
+    if (before != control) {
+        if (dialog.pressed == before) dialog.pressed = nullptr;
         if (isActive(dialog)) {
-            tell(dialog, before, EN_KILLFOCUS);
-            tell(dialog, control, EN_SETFOCUS);
+            tell(before, EN_KILLFOCUS);
+            tell(control, EN_SETFOCUS);
         }
     }
     showChange(dialog);
 }
 
 // A push button is the default one while it has the focus.
-bool isDefault(const Dialog& dialog, int control) {
-    const Control* const focus = focused(dialog);
-    if (focus && focus->kind == ControlKind::PushButton) return control == dialog.focus;
-    const Control& entry = controlAt(dialog, control);
-    return entry.kind == ControlKind::PushButton && (entry.style & BS_DEFPUSHBUTTON);
+bool isDefault(const Control& control) {
+    const Control* const focus = control.dialog->focus;
+    if (focus && focus->kind == ControlKind::PushButton) return &control == focus;
+    return control.kind == ControlKind::PushButton && control.style & BS_DEFPUSHBUTTON;
 }
 
 // What was held down is released; the control keeps the focus for the dialog's return.
 void changeActivation(Dialog& dialog, bool active) {
     if (!active) losePointer(dialog);
     dialog.loneAlt = false;
-    tell(dialog, dialog.focus, active ? EN_SETFOCUS : EN_KILLFOCUS);
+    tell(dialog.focus, active ? EN_SETFOCUS : EN_KILLFOCUS);
     showChange(dialog);
 }
 

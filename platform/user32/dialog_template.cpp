@@ -1,18 +1,21 @@
-// Reads a dialog of the extended form: a head, then the controls, each at a multiple of four.
+// What dialogs are made of: the program's resource, and message boxes.
 
 #include "platform/user32/dialog.h"
 
+#include <algorithm>
 #include <cstring>
-#include <span>
 
 #include "platform/core/call.h"
 #include "platform/core/text.h"
+#include "platform/user32/look.h"
 #include "platform/user32/resources.h"
 
 namespace user32 {
 
 namespace {
 
+// A dialog of the extended form, as the resource compiler writes it: a head, then the controls,
+// each at a multiple of four.
 struct Reader {
     std::span<const std::uint8_t> bytes;
     std::size_t at = 0;
@@ -20,105 +23,151 @@ struct Reader {
     template <typename Number>
     Number take() {
         Number number{};
-        if (at + sizeof number > bytes.size())
-            desktop::refuse("DialogBoxParamW", "template cut off at", static_cast<int>(at));
-        std::memcpy(&number, bytes.data() + at, sizeof number);
+        std::memcpy(&number, bytes.subspan(at).first(sizeof number).data(), sizeof number);
         at += sizeof number;
         return number;
+    }
+    // Takes a number that only has one value here.
+    template <typename Number>
+    void expect(const char* what, Number known) {
+        const Number found = take<Number>();
+        if (found != known) desktop::refuse("DialogBoxParamW", what, found);
     }
     std::u16string takeText() {
         std::u16string text;
         while (const auto unit = take<char16_t>()) text += unit;
         return text;
     }
-    void align() { at = (at + 3) & ~std::size_t{3}; }
+    RECT takeUnits() {
+        const SHORT left = take<SHORT>(), top = take<SHORT>();
+        const SHORT width = take<SHORT>(), height = take<SHORT>();
+        return {left, top, left + width, top + height};
+    }
 };
 
-void expect(const char* what, std::int64_t found, std::int64_t known) {
-    if (found != known) desktop::refuse("DialogBoxParamW", what, found);
-}
-
-// A control's class is a name or the number of one of the system's own.
-std::u16string takeClass(Reader& reader) {
-    Reader ahead = reader;
-    if (ahead.take<WORD>() != 0xFFFF) return desktop::lowered(reader.takeText());
-    const WORD number = ahead.take<WORD>();
-    reader = ahead;
-    switch (number) {
-    case 0x80: return u"button";
-    case 0x81: return u"edit";
-    case 0x82: return u"static";
-    default: desktop::refuse("DialogBoxParamW", "class of a control", number);
-    }
-}
-
-RECT takeUnits(Reader& reader) {
-    const SHORT left = reader.take<SHORT>(), top = reader.take<SHORT>();
-    const SHORT width = reader.take<SHORT>(), height = reader.take<SHORT>();
-    return {left, top, left + width, top + height};
-}
-
-ControlKind kindOf(const Control& control) {
-    constexpr DWORD always = WS_CHILD | WS_VISIBLE;
-    const auto is = [&](const WCHAR* name, DWORD style) {
-        return control.className == name && control.style == style;
-    };
-    if (is(u"static", always | WS_GROUP)) return ControlKind::Label;
-    if (is(u"edit", always | WS_BORDER | WS_TABSTOP | ES_READONLY | ES_AUTOHSCROLL))
-        return ControlKind::Box;
-    if (is(u"button", always | WS_TABSTOP | BS_AUTOCHECKBOX)) return ControlKind::CheckBox;
-    if (is(u"button", always | WS_TABSTOP | BS_PUSHBUTTON) ||
-        is(u"button", always | WS_TABSTOP | BS_DEFPUSHBUTTON))
-        return ControlKind::PushButton;
-    desktop::refuse("DialogBoxParamW", "style of a control", control.style);
-}
+struct KnownControl {
+    const WCHAR* className;
+    DWORD style;
+    ControlKind kind;
+};
+constexpr DWORD always = WS_CHILD | WS_VISIBLE, stop = always | WS_TABSTOP;
+constexpr KnownControl knownControls[] = {
+    {u"static", always | WS_GROUP, ControlKind::Label},
+    {u"edit", stop | WS_BORDER | ES_READONLY | ES_AUTOHSCROLL, ControlKind::Box},
+    {u"button", stop | BS_AUTOCHECKBOX, ControlKind::CheckBox},
+    {u"button", stop | BS_PUSHBUTTON, ControlKind::PushButton},
+    {u"button", stop | BS_DEFPUSHBUTTON, ControlKind::PushButton}};
 
 Control takeControl(Reader& reader) {
     Control control;
-    reader.align();
+    reader.at = (reader.at + 3) & ~std::size_t{3};
     reader.take<DWORD>();  // help
-    expect("extended style of a control", reader.take<DWORD>(), 0);
+    reader.expect<DWORD>("extended style of a control", 0);
     control.style = reader.take<DWORD>();
-    control.units = takeUnits(reader);
+    control.units = reader.takeUnits();
     control.id = reader.take<INT>();
-    control.className = takeClass(reader);
+    control.className = desktop::lowered(reader.takeText());
     control.text = reader.takeText();
-    expect("data of a control", reader.take<WORD>(), 0);
-    control.kind = kindOf(control);
+    reader.expect<WORD>("data of a control", 0);
+    const auto* const known = std::ranges::find_if(knownControls, [&](const KnownControl& each) {
+        return control.className == each.className && control.style == each.style;
+    });
+    if (known == std::end(knownControls))
+        desktop::refuse("DialogBoxParamW", "style of a control", control.style);
+    control.kind = known->kind;
     return control;
-}
-
-// A substitute replaces the face that is named; it is always nine points high here.
-void takeFont(Reader& reader) {
-    expect("points of the font", reader.take<WORD>(), 9);
-    expect("weight of the font", reader.take<WORD>(), 0);
-    reader.take<WORD>();  // italic, character set
-    reader.takeText();
 }
 
 }  // namespace
 
-std::optional<DialogTemplate> readDialogTemplate(std::uintptr_t id) {
+std::optional<Dialog> readDialogTemplate(std::uintptr_t id) {
     const auto resource = findResource(RT_DIALOG, id);
     if (!resource) return std::nullopt;
     Reader reader{*resource};
-    DialogTemplate made;
-    expect("version of the template", reader.take<DWORD>(), 0xFFFF0001);
+    Dialog dialog;
+    Creation& creation = dialog.creation;
+    creation.style = WS_POPUP | WS_CAPTION | WS_SYSMENU | WS_MINIMIZEBOX;
+    creation.extendedStyle = WS_EX_APPWINDOW;
+    reader.expect<DWORD>("version of the template", 0xFFFF0001);
     reader.take<DWORD>();  // help
-    made.extendedStyle = reader.take<DWORD>();
-    made.style = reader.take<DWORD>();
+    reader.expect("extended style", creation.extendedStyle);
+    reader.expect("style", creation.style | DS_CENTER | DS_SETFONT);
     const WORD count = reader.take<WORD>();
-    const RECT units = takeUnits(reader);
-    made.dialog.width = units.right - units.left;
-    made.dialog.height = units.bottom - units.top;
-    expect("menu", reader.take<WORD>(), 0);
-    expect("class", reader.take<WORD>(), 0);
-    made.title = reader.takeText();
-    expect("styles without a font", made.style & DS_SETFONT, DS_SETFONT);
-    takeFont(reader);
-    for (WORD index = 0; index < count; ++index)
-        made.dialog.controls.push_back(takeControl(reader));
-    return made;
+    const RECT units = reader.takeUnits();
+    dialog.width = units.right - units.left;
+    dialog.height = units.bottom - units.top;
+    reader.expect<WORD>("menu", 0);
+    reader.expect<WORD>("class", 0);
+    creation.title = reader.takeText();
+    // A substitute replaces the face that is named; it is always nine points high here.
+    reader.expect<WORD>("points of the font", 9);
+    reader.expect<WORD>("weight of the font", 0);
+    reader.take<WORD>();  // italic, character set
+    reader.takeText();
+    for (WORD index = 0; index < count; ++index) dialog.controls.push_back(takeControl(reader));
+    return dialog;
 }
 
+namespace {
+
+INT_PTR CALLBACK boxProcedure(HWND window, UINT message, WPARAM, LPARAM) {
+    if (message == WM_COMMAND) endDialog(*findDialog(window), IDOK);
+    return message == WM_INITDIALOG || message == WM_COMMAND;
+}
+
+// A sign, a text and OK, in this order. The units are pixels. All lengths are for 96 dots an inch;
+// the text's own size comes from its font.
+Dialog boxOf(std::u16string_view title, std::u16string_view text, UINT icon, UINT dpi) {
+    const auto unit = [&](int length) { return scaled(length, dpi); };
+    const gdi::Face face = look::textFace(dpi);
+    const SIZE size = gdi::measureText(text, face, unit(440));
+    const int heading = gdi::measureText(title, face).cx + unit(70);
+    const int across = std::max({unit(108) + static_cast<int>(size.cx), heading, unit(200)}) - 2;
+    const int body = std::max<int>(size.cy, unit(32)), foot = unit(48) + body;
+    const int textTop = unit(24) + (body - size.cy) / 2;
+    Control sign, words, button;
+    sign.kind = ControlKind::Sign;
+    sign.sign = icon;
+    sign.units = {unit(24), unit(24), unit(56), unit(56)};
+    words.kind = ControlKind::Label;
+    words.style = SS_NOPREFIX;
+    words.text = text;
+    words.units = {unit(72), textTop, across - unit(12), foot};
+    button.kind = ControlKind::PushButton;
+    button.id = IDOK;
+    button.style = WS_TABSTOP | BS_DEFPUSHBUTTON;
+    button.text = u"OK";
+    button.units = {across - unit(98), foot + unit(10), across - unit(14), foot + unit(36)};
+    Dialog box;
+    box.procedure = boxProcedure;
+    box.dpi = dpi;
+    box.letter = {4, 8};
+    box.width = across;
+    box.height = foot + unit(46) - 1;
+    box.paperHeight = foot;
+    box.controls = {sign, words, button};
+    box.creation.title = title;
+    box.creation.style = WS_POPUP | WS_CAPTION | WS_SYSMENU;
+    box.creation.ofTheLayer = true;
+    return box;
+}
+
+}  // namespace
+
 }  // namespace user32
+
+using namespace user32;
+
+// A quit closes the box as OK does and stays for the loop outside.
+int MessageBoxW(HWND owner, LPCWSTR text, LPCWSTR title, UINT kind) {
+    desktop::Call call("MessageBoxW", owner, text, title, kind);
+    enterUserInterface();
+    call.only("kind", kind, MB_ICONERROR, MB_ICONWARNING, MB_ICONINFORMATION);
+    if (call.struck()) return call.fail(ERROR_NOT_ENOUGH_MEMORY);
+    if (owner && !find(owner)) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
+    const host::Monitor monitor = owner ? monitorOf(*find(owner)) : primaryMonitor();
+    Dialog box = boxOf(title, text, kind, monitor.dpi);
+    box.owner = owner;
+    runDialog(std::move(box), monitor, 0);
+    return IDOK;
+}

@@ -87,8 +87,8 @@ void paintEntry(const gdi::Canvas& canvas, int index) {
         return gdi::fill(canvas, {area.left, middle, area.right, middle + 1}, look::line);
     }
     if (index == menu.hot) gdi::fill(canvas, area, look::light);
-    look::drawLine(canvas, {area.left + scaled(28, menu.dpi), area.top, area.right, area.bottom},
-                   entry.text, {look::textFace(menu.dpi), entry.enabled ? look::ink : look::faint});
+    gdi::drawLine(canvas, {area.left + scaled(28, menu.dpi), area.top, area.right, area.bottom},
+                  entry.text, {look::textFace(menu.dpi), entry.enabled ? look::ink : look::faint});
 }
 
 void paint(const gdi::Canvas& canvas) {
