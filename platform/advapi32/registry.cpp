@@ -22,7 +22,7 @@
 
 #include "platform/core/call.h"
 #include "platform/core/descriptor.h"
-#include "platform/core/handle_table.h"
+#include "platform/core/objects.h"
 #include "platform/core/text.h"
 #include "platform/core/user_folders.h"
 #include "platform/kernel32/files.h"
@@ -155,7 +155,7 @@ LSTATUS writeEntry(const std::string& file, std::u16string_view command) {
 }
 
 std::mutex guard;
-desktop::HandleTable<HKEY, REGSAM> table(0x30000010, desktop::Object::RegistryKey);  // their rights
+desktop::HandleTable<HKEY, REGSAM> table(0x30000010, "RegistryKey");  // their rights
 
 LSTATUS failure(const desktop::Call& call) {
     return static_cast<LSTATUS>(call.code(ERROR_ACCESS_DENIED));

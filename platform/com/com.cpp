@@ -34,7 +34,7 @@ HRESULT CoInitializeEx(LPVOID reserved, DWORD apartment) {
     if (call.struck()) return call.fail(E_OUTOFMEMORY);
     if (starts > 0 && kind != apartment) return RPC_E_CHANGED_MODE;
     kind = apartment;
-    desktop::opened(desktop::Object::ComStart);
+    desktop::opened("ComStart");
     return starts++ == 0 ? S_OK : S_FALSE;
 }
 
@@ -42,7 +42,7 @@ void CoUninitialize() {
     desktop::Call call("CoUninitialize");
     if (starts == 0) call.refuse("count of starts", 0);
     --starts;
-    desktop::closed(desktop::Object::ComStart);
+    desktop::closed("ComStart");
 }
 
 HRESULT CoCreateGuid(GUID* id) {

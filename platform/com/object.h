@@ -28,12 +28,12 @@ constexpr auto member<function, Result (Object::*)(Arguments...)> = +[](Object* 
 template <typename Self, typename Interface, const IID&... ids>
 class ComObject {
 public:
-    ComObject() { desktop::opened(desktop::Object::ComReference); }
+    ComObject() { desktop::opened("ComReference"); }
     ComObject(const ComObject&) = delete;
     ComObject& operator=(const ComObject&) = delete;
     // An object whose construction failed still has its first reference.
     ~ComObject() {
-        if (references > 0) desktop::closed(desktop::Object::ComReference);
+        if (references > 0) desktop::closed("ComReference");
     }
 
     Interface* published() { return reinterpret_cast<Interface*>(this); }
@@ -49,7 +49,7 @@ public:
     }
 
     ULONG AddRef() {
-        desktop::opened(desktop::Object::ComReference);
+        desktop::opened("ComReference");
         return ++references;
     }
 
@@ -60,7 +60,7 @@ public:
 
     // Releases a reference that the layer holds.
     ULONG drop() {
-        desktop::closed(desktop::Object::ComReference);
+        desktop::closed("ComReference");
         const ULONG left = --references;
         if (left == 0) delete static_cast<Self*>(this);
         return left;

@@ -170,10 +170,7 @@ void clearFaults() {
     cleared.notify_all();
 }
 
-bool faultStruck() {
-    const std::lock_guard lock(guard);
-    return !firstStruck.empty();
-}
+bool faultStruck() { return !struckCall().empty(); }
 
 std::string struckCall() {
     const std::lock_guard lock(guard);

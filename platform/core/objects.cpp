@@ -2,9 +2,8 @@
 
 #include "platform/core/objects.h"
 
-#include <array>
-#include <atomic>
 #include <chrono>
+#include <mutex>
 #include <thread>
 
 #include "platform/control.h"
@@ -14,28 +13,23 @@ namespace desktop {
 
 namespace {
 
-constexpr std::size_t kinds = static_cast<std::size_t>(Object::Count);
-constexpr std::array<const char*, kinds> names = {
-    "File",       "Mutex",        "Window",        "Hook",         "HotKey",       "Timer",
-    "Menu",       "Brush",        "Region",        "PaintContext", "Icon",         "MouseCapture",
-    "Clipboard",  "GlobalBlock",  "TaskMemory",    "RegistryKey",  "ComReference", "ComStart",
-    "MediaStart", "DesktopFrame", "MappedTexture", "LockedBuffer"};
+std::mutex guard;
+std::map<std::string, int> counts;
 
-std::array<std::atomic<int>, kinds> counts{};
+void count(const char* kind, int step) {
+    const std::lock_guard lock(guard);
+    if ((counts[kind] += step) < 0) refuse(kind, "object, closed once too often", counts[kind]);
+}
 
 }  // namespace
 
-void opened(Object kind) { ++counts[static_cast<std::size_t>(kind)]; }
-
-void closed(Object kind) {
-    const std::size_t index = static_cast<std::size_t>(kind);
-    if (--counts[index] < 0) refuse(names[index], "object, closed once too often", counts[index]);
-}
+void opened(const char* kind) { count(kind, 1); }
+void closed(const char* kind) { count(kind, -1); }
 
 std::map<std::string, int> openObjects() {
-    std::map<std::string, int> open;
-    for (std::size_t kind = 0; kind < kinds; ++kind)
-        if (const int count = counts[kind]) open[names[kind]] = count;
+    const std::lock_guard lock(guard);
+    std::map<std::string, int> open = counts;
+    std::erase_if(open, [](const auto& entry) { return entry.second == 0; });
     return open;
 }
 

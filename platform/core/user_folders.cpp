@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cctype>
 #include <cstdlib>
 #include <string>
@@ -55,13 +56,10 @@ bool makePrivate(const std::filesystem::path& folder) {
 }
 
 // Session names hold what file names cannot, such as slashes.
-std::string asFileName(const std::string& name) {
-    std::string safe;
-    for (const char letter : name) {
-        const bool plain = std::isalnum(static_cast<unsigned char>(letter)) || letter == '-';
-        safe += plain ? letter : '_';
-    }
-    return safe;
+std::string asFileName(std::string name) {
+    std::ranges::replace_if(
+        name, [](unsigned char letter) { return !std::isalnum(letter) && letter != '-'; }, '_');
+    return name;
 }
 
 }  // namespace

@@ -35,7 +35,7 @@ struct Duplication : com::ComObject<Duplication, IDXGIOutputDuplication, IID_IDX
                                     IID_IDXGIOutputDuplication> {
     explicit Duplication(const RECT& bounds) { frames->bounds = bounds; }
     ~Duplication() {
-        if (frames->isHeld) desktop::closed(desktop::Object::DesktopFrame);
+        if (frames->isHeld) desktop::closed("DesktopFrame");
         frames->isHeld = false;
         host::current().closePictures();
         duplicated = 0;
@@ -57,7 +57,7 @@ struct Duplication : com::ComObject<Duplication, IDXGIOutputDuplication, IID_IDX
         }
         frames->isHeld = true;
         ++frames->last;
-        desktop::opened(desktop::Object::DesktopFrame);
+        desktop::opened("DesktopFrame");
         if (state == host::PictureState::PointerMoved) {
             information->LastMouseUpdateTime.QuadPart = frames->last;
         } else {
@@ -73,7 +73,7 @@ struct Duplication : com::ComObject<Duplication, IDXGIOutputDuplication, IID_IDX
         desktop::Call call("IDXGIOutputDuplication::ReleaseFrame");
         if (!frames->isHeld) return DXGI_ERROR_INVALID_CALL;
         frames->isHeld = false;
-        desktop::closed(desktop::Object::DesktopFrame);
+        desktop::closed("DesktopFrame");
         return call.struck() ? call.result(DXGI_ERROR_ACCESS_LOST) : S_OK;
     }
 

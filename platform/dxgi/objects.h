@@ -38,7 +38,7 @@ struct Texture : com::ComObject<Texture, ID3D11Texture2D, IID_ID3D11DeviceChild,
     explicit Texture(const D3D11_TEXTURE2D_DESC& asked) : description(asked) {}  // staging
     explicit Texture(const std::shared_ptr<Frames>& source);  // the frame that is held now
     ~Texture() {
-        if (isMapped) desktop::closed(desktop::Object::MappedTexture);
+        if (isMapped) desktop::closed("MappedTexture");
     }
 
     static void fill(com::Table&) {}

@@ -5,14 +5,13 @@
 #include <utility>
 
 #include "platform/core/call.h"
-#include "platform/core/handle_table.h"
 #include "platform/core/objects.h"
 
 namespace {
 
-desktop::HandleTable<HBRUSH, COLORREF> brushes(0x21000000, desktop::Object::Brush);
-desktop::HandleTable<HRGN, std::vector<RECT>> regions(0x22000000, desktop::Object::Region);
-desktop::HandleTable<HDC, gdi::PaintContext> contexts(0x23000000, desktop::Object::PaintContext);
+desktop::HandleTable<HBRUSH, COLORREF> brushes(0x21000000, "Brush");
+desktop::HandleTable<HRGN, std::vector<RECT>> regions(0x22000000, "Region");
+desktop::HandleTable<HDC, gdi::PaintContext> contexts(0x23000000, "PaintContext");
 
 // Stock objects stand outside the table: they are never deleted.
 const HBRUSH whiteBrush = reinterpret_cast<HBRUSH>(std::uintptr_t{0x20000001});

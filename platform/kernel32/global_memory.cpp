@@ -6,7 +6,7 @@
 #include <mutex>
 
 #include "platform/core/call.h"
-#include "platform/core/handle_table.h"
+#include "platform/core/objects.h"
 
 namespace {
 
@@ -16,7 +16,7 @@ struct Block {
 };
 
 std::mutex guard;
-desktop::HandleTable<HGLOBAL, Block> blocks(0x20000008, desktop::Object::GlobalBlock);
+desktop::HandleTable<HGLOBAL, Block> blocks(0x20000008, "GlobalBlock");
 std::map<HGLOBAL, std::vector<BYTE>> blocksOfTheSystem;
 
 Block& blockAt(const desktop::Call& call, HGLOBAL handle) {

@@ -20,7 +20,7 @@
 
 #include "platform/core/call.h"
 #include "platform/core/descriptor.h"
-#include "platform/core/handle_table.h"
+#include "platform/core/objects.h"
 #include "platform/core/text.h"
 #include "platform/core/user_folders.h"
 #include "platform/kernel32/files.h"
@@ -40,8 +40,8 @@ struct Mutex {
 };
 
 std::mutex guard;  // of the tables
-desktop::HandleTable<HANDLE, OpenFile> files(0x104, desktop::Object::File);
-desktop::HandleTable<HANDLE, Mutex> mutexes(0x10104, desktop::Object::Mutex);
+desktop::HandleTable<HANDLE, OpenFile> files(0x104, "File");
+desktop::HandleTable<HANDLE, Mutex> mutexes(0x10104, "Mutex");
 
 template <typename Record>
 HANDLE addTo(desktop::HandleTable<HANDLE, Record>& table, Record record) {

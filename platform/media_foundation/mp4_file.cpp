@@ -50,7 +50,7 @@ int checked(int result) {
 }
 
 Mp4File::Mp4File(const std::string& path) : descriptor(createFile(path)) {
-    desktop::opened(desktop::Object::File);
+    desktop::opened("File");
 }
 
 Mp4File::~Mp4File() {
@@ -60,7 +60,7 @@ Mp4File::~Mp4File() {
     }
     avformat_free_context(context);
     close(descriptor);
-    desktop::closed(desktop::Object::File);
+    desktop::closed("File");
 }
 
 int Mp4File::writeBytes(void* file, std::uint8_t* bytes, int count) {

@@ -34,7 +34,7 @@ struct MemoryBuffer : com::ComObject<MemoryBuffer, IMFMediaBuffer, IID_IMFMediaB
     // The bytes are not cleared: the program fills them, 30 times a second. Throws std::bad_alloc.
     explicit MemoryBuffer(DWORD size) : bytes(new std::uint8_t[size]), capacity(size) {}
     ~MemoryBuffer() {
-        for (; locks > 0; --locks) desktop::closed(desktop::Object::LockedBuffer);
+        for (; locks > 0; --locks) desktop::closed("LockedBuffer");
     }
 
     HRESULT Lock(BYTE** start, DWORD* maximum, DWORD* current) {
@@ -45,15 +45,15 @@ struct MemoryBuffer : com::ComObject<MemoryBuffer, IMFMediaBuffer, IID_IMFMediaB
         if (maximum) *maximum = capacity;
         if (current) *current = length;
         ++locks;
-        desktop::opened(desktop::Object::LockedBuffer);
+        desktop::opened("LockedBuffer");
         return S_OK;
     }
     HRESULT Unlock() {
         desktop::Call call("IMFMediaBuffer::Unlock");
-        if (locks == 0) desktop::refuse("IMFMediaBuffer::Unlock", "number of locks", locks);
+        if (locks == 0) call.refuse("number of locks", locks);
         if (call.struck()) return call.result(E_FAIL);
         --locks;
-        desktop::closed(desktop::Object::LockedBuffer);
+        desktop::closed("LockedBuffer");
         return S_OK;
     }
     HRESULT SetCurrentLength(DWORD current) {
@@ -89,7 +89,7 @@ struct Sample : AttributeStore<Sample, IMFSample, IID_IMFAttributes, IID_IMFSamp
     }
     HRESULT AddBuffer(IMFMediaBuffer* added) {
         desktop::Call call("IMFSample::AddBuffer");
-        if (buffer) desktop::refuse("IMFSample::AddBuffer", "number of buffers", 2);
+        call.only("second buffer", buffer, nullptr);
         if (call.struck()) return call.result(E_OUTOFMEMORY);
         buffer = com::objectOf<MemoryBuffer>(added);
         buffer->AddRef();
@@ -138,7 +138,7 @@ struct SinkWriter : com::ComObject<SinkWriter, IMFSinkWriter, IID_IMFSinkWriter>
 
     HRESULT AddStream(IMFMediaType* type, DWORD* stream) {
         desktop::Call call("IMFSinkWriter::AddStream");
-        if (output) desktop::refuse("IMFSinkWriter::AddStream", "number of streams", 2);
+        call.only("second stream", output.has_value(), false);
         return guarded([&] {
             const VideoFormat asked = readOutputType(com::objectOf<MediaType>(type)->values);
             if (call.struck()) return call.result(MF_E_INVALIDMEDIATYPE);
@@ -149,7 +149,7 @@ struct SinkWriter : com::ComObject<SinkWriter, IMFSinkWriter, IID_IMFSinkWriter>
     }
     HRESULT SetInputMediaType(DWORD stream, IMFMediaType* type, IMFAttributes* parameters) {
         desktop::Call call("IMFSinkWriter::SetInputMediaType", stream);
-        if (parameters) desktop::refuse("IMFSinkWriter::SetInputMediaType", "parameters", 1);
+        call.only("parameters", parameters, nullptr);
         return guarded([&] {
             const VideoFormat asked = readInputType(com::objectOf<MediaType>(type)->values);
             if (call.struck()) return call.result(MF_E_INVALIDMEDIATYPE);
@@ -172,16 +172,14 @@ struct SinkWriter : com::ComObject<SinkWriter, IMFSinkWriter, IID_IMFSinkWriter>
         });
     }
     HRESULT WriteSample(DWORD stream, IMFSample* published) {
-        const char* const operation = "IMFSinkWriter::WriteSample";
-        desktop::Call call(operation, stream);
+        desktop::Call call("IMFSinkWriter::WriteSample", stream);
         const Sample& sample = *com::objectOf<Sample>(published);
         const auto& [time, duration] = sample.shown;
-        if (!sample.values.empty()) desktop::refuse(operation, "attributes of the sample", 1);
+        call.only("attributes of the sample", sample.values.size(), 0);
         // The first sample may have any time. No later one is put in order.
-        if (time >= 0 && time <= lastTime) desktop::refuse(operation, "time of the sample", time);
-        if (duration <= 0) desktop::refuse(operation, "duration of the sample", duration);
-        if (sample.buffer && sample.buffer->locks)
-            desktop::refuse(operation, "locks of the buffer", sample.buffer->locks);
+        if (time >= 0 && time <= lastTime) call.refuse("time of the sample", time);
+        if (duration <= 0) call.refuse("duration of the sample", duration);
+        if (sample.buffer) call.only("locks of the buffer", sample.buffer->locks, 0);
         if (call.struck()) return call.result(E_FAIL);
         if (!encoder || isFinal) return MF_E_INVALIDREQUEST;
         if (stream != 0) return MF_E_INVALIDSTREAMNUMBER;
@@ -193,8 +191,7 @@ struct SinkWriter : com::ComObject<SinkWriter, IMFSinkWriter, IID_IMFSinkWriter>
     }
     HRESULT Finalize() {
         desktop::Call call("IMFSinkWriter::Finalize");
-        if (encoder && lastTime < 0)
-            desktop::refuse("IMFSinkWriter::Finalize", "number of samples", 0);
+        if (encoder && lastTime < 0) call.refuse("number of samples", 0);
         if (call.struck()) return call.result(E_FAIL);
         if (!encoder || isFinal) return MF_E_INVALIDREQUEST;
         isFinal = true;
@@ -227,23 +224,23 @@ bool takeLoss() { return loss.exchange(false); }
 
 HRESULT MFStartup(ULONG version, DWORD flags) {
     desktop::Call call("MFStartup", version, flags);
-    if (version != MF_VERSION) desktop::refuse("MFStartup", "version", version);
-    if (flags != MFSTARTUP_FULL) desktop::refuse("MFStartup", "flags", flags);
+    call.only("version", version, MF_VERSION);
+    call.only("flags", flags, MFSTARTUP_FULL);
     if (call.struck()) return call.result(E_FAIL);
     // The encoder would describe every clip on the standard error stream.
     av_log_set_level(AV_LOG_ERROR);
     ++media::starts;
-    desktop::opened(desktop::Object::MediaStart);
+    desktop::opened("MediaStart");
     return S_OK;
 }
 
 // Cannot fail by plan: the program has no way to end a start whose end failed.
 HRESULT MFShutdown() {
     desktop::Call call("MFShutdown");
-    if (media::starts == 0) desktop::refuse("MFShutdown", "number of starts", 0);
-    if (--media::starts == 0 && media::sinkWriters > 0)
-        desktop::refuse("MFShutdown", "sink writers that still exist", media::sinkWriters);
-    desktop::closed(desktop::Object::MediaStart);
+    if (media::starts == 0) call.refuse("number of starts", 0);
+    if (--media::starts == 0)
+        call.only("sink writers that still exist", media::sinkWriters.load(), 0);
+    desktop::closed("MediaStart");
     return S_OK;
 }
 
@@ -269,8 +266,8 @@ HRESULT MFCreateSinkWriterFromURL(LPCWSTR url, IMFByteStream* stream, IMFAttribu
                                   IMFSinkWriter** writer) {
     desktop::Call call("MFCreateSinkWriterFromURL", url);
     *writer = nullptr;
-    if (stream) desktop::refuse("MFCreateSinkWriterFromURL", "byte stream", 1);
-    if (!attributes) desktop::refuse("MFCreateSinkWriterFromURL", "attributes", 0);
+    call.only("byte stream", stream, nullptr);
+    if (!attributes) call.refuse("attributes", 0);
     return media::guarded([&] {
         media::checkWriterAttributes(com::objectOf<media::Attributes>(attributes)->values);
         if (call.struck()) return call.result(E_ACCESSDENIED);

@@ -23,7 +23,7 @@ HRESULT SHGetKnownFolderPath(REFKNOWNFOLDERID folder, DWORD flags, HANDLE token,
     if (!text) return HRESULT_FROM_WIN32(ERROR_NO_UNICODE_TRANSLATION);
     *path = new WCHAR[text->size() + 1];
     (*path)[text->copy(*path, text->size())] = 0;
-    desktop::opened(desktop::Object::TaskMemory);
+    desktop::opened("TaskMemory");
     return S_OK;
 }
 
@@ -32,7 +32,7 @@ void CoTaskMemFree(LPVOID block) {
     desktop::Call call("CoTaskMemFree", static_cast<const void*>(block));
     if (!block) return;
     delete[] static_cast<PWSTR>(block);
-    desktop::closed(desktop::Object::TaskMemory);
+    desktop::closed("TaskMemory");
 }
 
 // Results up to 32 are failures.

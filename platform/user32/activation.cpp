@@ -88,14 +88,14 @@ HWND capture() { return capturing; }
 
 void setCapture(HWND window) {
     const HWND loser = std::exchange(capturing, window);
-    if (!loser) desktop::opened(desktop::Object::MouseCapture);
+    if (!loser) desktop::opened("MouseCapture");
     if (loser) send(loser, WM_CAPTURECHANGED, 0, reinterpret_cast<LPARAM>(window));
 }
 
 void releaseCapture() {
     const HWND loser = std::exchange(capturing, nullptr);
     if (!loser) return;
-    desktop::closed(desktop::Object::MouseCapture);
+    desktop::closed("MouseCapture");
     send(loser, WM_CAPTURECHANGED, 0, 0);
 }
 

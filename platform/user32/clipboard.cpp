@@ -64,7 +64,7 @@ void close() {
     isOpen = false;
     openedBy = nullptr;
     host::current().closeClipboard();
-    desktop::closed(desktop::Object::Clipboard);
+    desktop::closed("Clipboard");
 }
 
 // A window that is gone has the clipboard neither open nor as its own; what is on it stays.
@@ -87,7 +87,7 @@ BOOL OpenClipboard(HWND window) {
     if (!host::current().openClipboard()) return call.fail(ERROR_ACCESS_DENIED);
     isOpen = true;
     openedBy = window;
-    desktop::opened(desktop::Object::Clipboard);
+    desktop::opened("Clipboard");
     return TRUE;
 }
 

@@ -7,7 +7,8 @@
 #include <algorithm>
 #include <chrono>
 #include <map>
-#include <string>
+#include <span>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -20,86 +21,51 @@ namespace user32 {
 
 namespace {
 
-struct Key {
-    UINT scanCode;
-    const WCHAR* name;
-    // The second came later and has the code's extended form; the third means either side.
-    UINT keys[3];
+// A keyboard by scan codes: the older key of each code, and what is printed on it. Without the
+// extended bit, which the program never sets, a navigation key has the name of its keypad twin.
+constexpr UINT keys[] = {
+    0,           VK_ESCAPE,   '1',          '2',           '3',         '4',          '5',
+    '6',         '7',         '8',          '9',           '0',         VK_OEM_MINUS, VK_OEM_PLUS,
+    VK_BACK,     VK_TAB,      'Q',          'W',           'E',         'R',          'T',
+    'Y',         'U',         'I',          'O',           'P',         VK_OEM_4,     VK_OEM_6,
+    VK_RETURN,   VK_LCONTROL, 'A',          'S',           'D',         'F',          'G',
+    'H',         'J',         'K',          'L',           VK_OEM_1,    VK_OEM_7,     VK_OEM_3,
+    VK_LSHIFT,   VK_OEM_5,    'Z',          'X',           'C',         'V',          'B',
+    'N',         'M',         VK_OEM_COMMA, VK_OEM_PERIOD, VK_OEM_2,    VK_RSHIFT,    VK_MULTIPLY,
+    VK_LMENU,    VK_SPACE,    VK_CAPITAL,   VK_F1,         VK_F2,       VK_F3,        VK_F4,
+    VK_F5,       VK_F6,       VK_F7,        VK_F8,         VK_F9,       VK_F10,       0,
+    VK_SCROLL,   VK_NUMPAD7,  VK_NUMPAD8,   VK_NUMPAD9,    VK_SUBTRACT, VK_NUMPAD4,   VK_NUMPAD5,
+    VK_NUMPAD6,  VK_ADD,      VK_NUMPAD1,   VK_NUMPAD2,    VK_NUMPAD3,  VK_NUMPAD0,   VK_DECIMAL,
+    VK_SNAPSHOT, 0,           VK_OEM_102,   VK_F11,        VK_F12};
+constexpr const WCHAR* names[] = {
+    u"",      u"Esc",   u"1",         u"2",       u"3",       u"4",     u"5",           u"6",
+    u"7",     u"8",     u"9",         u"0",       u"-",       u"=",     u"Backspace",   u"Tab",
+    u"Q",     u"W",     u"E",         u"R",       u"T",       u"Y",     u"U",           u"I",
+    u"O",     u"P",     u"[",         u"]",       u"Enter",   u"Ctrl",  u"A",           u"S",
+    u"D",     u"F",     u"G",         u"H",       u"J",       u"K",     u"L",           u";",
+    u"'",     u"`",     u"Shift",     u"\\",      u"Z",       u"X",     u"C",           u"V",
+    u"B",     u"N",     u"M",         u",",       u".",       u"/",     u"Right Shift", u"Num *",
+    u"Alt",   u"Space", u"Caps Lock", u"F1",      u"F2",      u"F3",    u"F4",          u"F5",
+    u"F6",    u"F7",    u"F8",        u"F9",      u"F10",     u"Pause", u"Scroll Lock", u"Num 7",
+    u"Num 8", u"Num 9", u"Num -",     u"Num 4",   u"Num 5",   u"Num 6", u"Num +",       u"Num 1",
+    u"Num 2", u"Num 3", u"Num 0",     u"Num Del", u"Sys Req", u"",      u"\\",          u"F11",
+    u"F12"};
+
+struct LaterKey {
+    UINT key, scanCode;
 };
+// Keys that came later and have the extended form of a code, and those that mean either side.
+constexpr LaterKey extendedKeys[] = {
+    {VK_RCONTROL, 0x1D}, {VK_DIVIDE, 0x35}, {VK_RMENU, 0x38},  {VK_NUMLOCK, 0x45}, {VK_HOME, 0x47},
+    {VK_UP, 0x48},       {VK_PRIOR, 0x49},  {VK_LEFT, 0x4B},   {VK_RIGHT, 0x4D},   {VK_END, 0x4F},
+    {VK_DOWN, 0x50},     {VK_NEXT, 0x51},   {VK_INSERT, 0x52}, {VK_DELETE, 0x53},  {VK_LWIN, 0x5B},
+    {VK_RWIN, 0x5C},     {VK_APPS, 0x5D}};
+constexpr LaterKey sidelessKeys[] = {
+    {VK_CONTROL, 0x1D}, {VK_SHIFT, 0x2A}, {VK_MENU, 0x38}, {VK_CLEAR, 0x4C}};
 
-// Without the extended bit, which the program never sets, a navigation key has the name of its
-// keypad twin.
-constexpr Key keyboard[] = {
-    {0x01, u"Esc", {VK_ESCAPE}},
-    {0x0C, u"-", {VK_OEM_MINUS}},
-    {0x0D, u"=", {VK_OEM_PLUS}},
-    {0x0E, u"Backspace", {VK_BACK}},
-    {0x0F, u"Tab", {VK_TAB}},
-    {0x1A, u"[", {VK_OEM_4}},
-    {0x1B, u"]", {VK_OEM_6}},
-    {0x1C, u"Enter", {VK_RETURN}},
-    {0x1D, u"Ctrl", {VK_LCONTROL, VK_RCONTROL, VK_CONTROL}},
-    {0x27, u";", {VK_OEM_1}},
-    {0x28, u"'", {VK_OEM_7}},
-    {0x29, u"`", {VK_OEM_3}},
-    {0x2A, u"Shift", {VK_LSHIFT, 0, VK_SHIFT}},
-    {0x2B, u"\\", {VK_OEM_5}},
-    {0x33, u",", {VK_OEM_COMMA}},
-    {0x34, u".", {VK_OEM_PERIOD}},
-    {0x35, u"/", {VK_OEM_2, VK_DIVIDE}},
-    {0x36, u"Right Shift", {VK_RSHIFT}},
-    {0x37, u"Num *", {VK_MULTIPLY}},
-    {0x38, u"Alt", {VK_LMENU, VK_RMENU, VK_MENU}},
-    {0x39, u"Space", {VK_SPACE}},
-    {0x3A, u"Caps Lock", {VK_CAPITAL}},
-    {0x45, u"Pause", {0, VK_NUMLOCK}},
-    {0x46, u"Scroll Lock", {VK_SCROLL}},
-    {0x47, u"Num 7", {VK_NUMPAD7, VK_HOME}},
-    {0x48, u"Num 8", {VK_NUMPAD8, VK_UP}},
-    {0x49, u"Num 9", {VK_NUMPAD9, VK_PRIOR}},
-    {0x4A, u"Num -", {VK_SUBTRACT}},
-    {0x4B, u"Num 4", {VK_NUMPAD4, VK_LEFT}},
-    {0x4C, u"Num 5", {VK_NUMPAD5, 0, VK_CLEAR}},
-    {0x4D, u"Num 6", {VK_NUMPAD6, VK_RIGHT}},
-    {0x4E, u"Num +", {VK_ADD}},
-    {0x4F, u"Num 1", {VK_NUMPAD1, VK_END}},
-    {0x50, u"Num 2", {VK_NUMPAD2, VK_DOWN}},
-    {0x51, u"Num 3", {VK_NUMPAD3, VK_NEXT}},
-    {0x52, u"Num 0", {VK_NUMPAD0, VK_INSERT}},
-    {0x53, u"Num Del", {VK_DECIMAL, VK_DELETE}},
-    {0x54, u"Sys Req", {VK_SNAPSHOT}},
-    {0x56, u"\\", {VK_OEM_102}},
-    {0x5B, nullptr, {0, VK_LWIN}},
-    {0x5C, nullptr, {0, VK_RWIN}},
-    {0x5D, nullptr, {0, VK_APPS}},
-};
-
-// Neighbors whose names are their codes, by the first one's scan code.
-constexpr std::pair<UINT, std::u16string_view> rows[] = {
-    {0x02, u"1234567890"}, {0x10, u"QWERTYUIOP"}, {0x1E, u"ASDFGHJKL"}, {0x2C, u"ZXCVBNM"}};
-
-// F1 to F10, and the later two.
-constexpr UINT functionKeys = 0x3B, laterFunctionKeys = 0x57;
-
-const Key* keyOf(UINT key) {
-    const auto found = std::ranges::find_if(keyboard, [&](const Key& entry) {
-        return key && std::ranges::find(entry.keys, key) != std::end(entry.keys);
-    });
-    return found == std::end(keyboard) ? nullptr : found;
-}
-
-std::u16string nameOf(UINT scanCode) {
-    for (const auto& [first, names] : rows)
-        if (scanCode >= first && scanCode < first + names.size())
-            return std::u16string(1, names[scanCode - first]);
-    for (UINT key = VK_F1; key < VK_F1 + 12; ++key)
-        if (scanCodeOf(key) == scanCode) {
-            const std::string number = std::to_string(key - VK_F1 + 1);
-            return u'F' + std::u16string(number.begin(), number.end());
-        }
-    for (const Key& entry : keyboard)
-        if (entry.scanCode == scanCode && entry.name) return entry.name;
-    return {};
+UINT scanCodeIn(std::span<const LaterKey> some, UINT key) {
+    const auto found = std::ranges::find(some, key, &LaterKey::key);
+    return found == some.end() ? 0 : found->scanCode;
 }
 
 // By number, so that the next older hook is the one with the next smaller number, whatever was
@@ -150,8 +116,7 @@ void forgetHooks() {
 // What the hooks say, if they are called at all, comes too late to eat the event.
 bool miss() {
     if (++misses <= mostMisses) return false;
-    for (std::size_t count = hooks.size(); count > 0; --count)
-        desktop::closed(desktop::Object::Hook);
+    for (std::size_t count = hooks.size(); count > 0; --count) desktop::closed("Hook");
     forgetHooks();
     return false;
 }
@@ -171,7 +136,7 @@ auto combination(UINT modifiers, UINT key) {
 
 void release(std::vector<HotKey>::iterator entry) {
     host::current().releaseHotKey(entry->modifiers, entry->key);
-    desktop::closed(desktop::Object::HotKey);
+    desktop::closed("HotKey");
     hotKeys.erase(entry);
 }
 
@@ -187,19 +152,12 @@ const bool registered = registerFor(Moment::WindowIsDestroyed, releaseHotKeysOf)
 }  // namespace
 
 UINT scanCodeOf(UINT key) {
-    for (const auto& [first, names] : rows)
-        if (const auto at = names.find(static_cast<char16_t>(key)); key && at != names.npos)
-            return first + static_cast<UINT>(at);
-    if (key >= VK_F1 && key < VK_F1 + 10) return functionKeys + key - VK_F1;
-    if (key >= VK_F1 + 10 && key < VK_F1 + 12) return laterFunctionKeys + key - VK_F1 - 10;
-    const Key* const found = keyOf(key);
-    return found ? found->scanCode : 0;
+    const auto* const found = std::ranges::find(keys, key);
+    if (key && found != std::end(keys)) return static_cast<UINT>(found - keys);
+    return scanCodeIn(extendedKeys, key) + scanCodeIn(sidelessKeys, key);
 }
 
-bool isExtended(UINT key) {
-    const Key* const found = keyOf(key);
-    return found && found->keys[1] == key;
-}
+bool isExtended(UINT key) { return scanCodeIn(extendedKeys, key) != 0; }
 
 bool hooksEat(const host::Event& event, UINT message) {
     if (hooks.empty()) return false;
@@ -242,7 +200,8 @@ UINT MapVirtualKeyW(UINT code, UINT kind) {
 int GetKeyNameTextW(LONG parameter, LPWSTR name, int capacity) {
     desktop::Call call("GetKeyNameTextW", parameter, capacity);
     call.within("parameter", parameter, 0xFF0000);
-    const std::u16string found = nameOf(static_cast<UINT>(parameter) >> 16);
+    const auto scanCode = static_cast<std::size_t>(parameter >> 16);
+    const std::u16string_view found = scanCode < std::size(names) ? names[scanCode] : u"";
     if (call.struck() || found.empty()) return call.fail(ERROR_INVALID_PARAMETER);
     const std::size_t length = found.copy(name, static_cast<std::size_t>(capacity) - 1);
     name[length] = 0;
@@ -257,7 +216,7 @@ HHOOK SetWindowsHookExW(int kind, HOOKPROC procedure, HINSTANCE module, DWORD th
     if (call.struck()) return call.fail(ERROR_ACCESS_DENIED);
     if (!module) return call.fail(ERROR_HOOK_NEEDS_HMOD);
     if (hooks.empty() && !host::current().hookKeys(true)) return call.fail(ERROR_ACCESS_DENIED);
-    desktop::opened(desktop::Object::Hook);
+    desktop::opened("Hook");
     hooks[nextNumber] = procedure;
     return reinterpret_cast<HHOOK>(nextNumber++);
 }
@@ -272,7 +231,7 @@ BOOL UnhookWindowsHookEx(HHOOK hook) {
     desktop::Call call("UnhookWindowsHookEx", hook);
     if (!hooks.erase(reinterpret_cast<std::uintptr_t>(hook)))
         return call.fail(ERROR_INVALID_HOOK_HANDLE);
-    desktop::closed(desktop::Object::Hook);
+    desktop::closed("Hook");
     if (hooks.empty()) host::current().hookKeys(false);
     return TRUE;
 }
@@ -289,7 +248,7 @@ BOOL RegisterHotKey(HWND window, int id, UINT modifiers, UINT key) {
     if (!find(window)) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
     if (combination(held, key) != hotKeys.end() || !host::current().grabHotKey(held, key))
         return call.fail(ERROR_HOTKEY_ALREADY_REGISTERED);
-    desktop::opened(desktop::Object::HotKey);
+    desktop::opened("HotKey");
     hotKeys.push_back({window, id, held, key});
     return TRUE;
 }

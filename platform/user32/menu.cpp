@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "platform/core/call.h"
-#include "platform/core/handle_table.h"
 #include "platform/core/objects.h"
 #include "platform/core/shown.h"
 #include "platform/core/text.h"
@@ -24,7 +23,7 @@ namespace {
 
 using Menu = std::vector<MenuItem>;
 
-desktop::HandleTable<HMENU, Menu> menus(0x25000000, desktop::Object::Menu);
+desktop::HandleTable<HMENU, Menu> menus(0x25000000, "Menu");
 
 // The one menu that is open.
 struct OpenMenu {

@@ -131,7 +131,7 @@ int millisecondsToTimer() {
 void killTimersOf(HWND window) {
     const auto gone =
         std::erase_if(timers, [&](const Timer& timer) { return timer.window == window; });
-    for (std::size_t count = 0; count < gone; ++count) desktop::closed(desktop::Object::Timer);
+    for (std::size_t count = 0; count < gone; ++count) desktop::closed("Timer");
 }
 
 // With its timers and everything posted to it.
@@ -297,7 +297,7 @@ UINT_PTR SetTimer(HWND window, UINT_PTR id, UINT milliseconds, TIMERPROC procedu
     const std::chrono::milliseconds period(std::max(milliseconds, 10u));
     const auto found = position(window, id);
     if (found == timers.end())
-        desktop::opened(desktop::Object::Timer);
+        desktop::opened("Timer");
     else
         timers.erase(found);
     timers.push_back({window, id, period, Clock::now() + period});
@@ -309,7 +309,7 @@ BOOL KillTimer(HWND window, UINT_PTR id) {
     const auto found = position(window, id);
     if (found == timers.end()) return call.fail(ERROR_INVALID_PARAMETER);
     timers.erase(found);
-    desktop::closed(desktop::Object::Timer);
+    desktop::closed("Timer");
     return TRUE;
 }
 

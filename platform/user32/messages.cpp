@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "platform/core/call.h"
-#include "platform/core/handle_table.h"
+#include "platform/core/objects.h"
 #include "platform/core/mailbox.h"
 #include "platform/core/shown.h"
 #include "platform/core/text.h"

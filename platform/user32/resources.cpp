@@ -13,7 +13,6 @@
 #include <optional>
 
 #include "platform/core/call.h"
-#include "platform/core/handle_table.h"
 #include "platform/core/objects.h"
 #include "platform/gdi32/canvas.h"
 #include "platform/user32/window.h"
@@ -113,7 +112,7 @@ HICON sharedIcon(std::uintptr_t id, int side) {
 HICON ownIcon(std::uintptr_t id, int side) {
     auto icon = readIcon(id, side);
     if (!icon) return nullptr;
-    desktop::opened(desktop::Object::Icon);
+    desktop::opened("Icon");
     return icons.add(std::move(*icon));
 }
 
@@ -196,6 +195,6 @@ BOOL DestroyIcon(HICON icon) {
     const Icon* const found = findIcon(icon);
     if (!found || found->shared) return call.fail(ERROR_INVALID_CURSOR_HANDLE);
     icons.remove(icon);
-    desktop::closed(desktop::Object::Icon);
+    desktop::closed("Icon");
     return TRUE;
 }

@@ -12,9 +12,8 @@
 #include <utility>
 
 #include "platform/core/call.h"
-#include "platform/core/handle_table.h"
-#include "platform/core/mailbox.h"
 #include "platform/core/objects.h"
+#include "platform/core/mailbox.h"
 #include "platform/core/shown.h"
 #include "platform/core/text.h"
 
@@ -68,7 +67,7 @@ void forget(HWND window) {
     host::current().destroySurface(record.surface);
     if (!record.ofTheLayer) {
         desktop::closeMailbox(mailboxId(window));
-        desktop::closed(desktop::Object::Window);
+        desktop::closed("Window");
     }
     std::erase(order, window);
     table.remove(window);
@@ -126,7 +125,7 @@ Window& addWindow(const Creation& creation) {
         live.insert(handle);
     }
     if (!creation.ofTheLayer) {
-        desktop::opened(desktop::Object::Window);
+        desktop::opened("Window");
         desktop::openMailbox(creation.className, mailboxId(handle));
     }
     publishWindows();
