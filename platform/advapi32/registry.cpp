@@ -7,6 +7,7 @@
 #include <windows.h>
 
 #include <fcntl.h>
+#include <glib.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -15,6 +16,8 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -42,65 +45,46 @@ LSTATUS errorAt(const std::string& file) {
     return static_cast<LSTATUS>(kernel32::errorCode(errno, file));
 }
 
-// What a quoted argument of an Exec line cannot hold as it is. A backslash escapes the letter in
-// the argument, and one more each backslash in the line; a single per cent sign is a placeholder.
-struct Escape {
-    char letter;
-    std::string_view text;
+struct Release {
+    void operator()(GKeyFile* file) const { g_key_file_free(file); }
+    void operator()(char* text) const { g_free(text); }
 };
-constexpr Escape escapes[] = {{'\\', R"(\\\\)"}, {'"', R"(\\")"}, {'`', R"(\\`)"},
-                              {'$', R"(\\$)"},   {'%', "%%"},     {'\n', R"(\n)"}};
+using KeyFile = std::unique_ptr<GKeyFile, Release>;
+using Text = std::unique_ptr<char, Release>;
 
+constexpr const char* group = "Desktop Entry";
+
+// The program as a quoted argument of an Exec line, where a backslash escapes some letters and a
+// single per cent sign is a placeholder.
 std::string execLine(std::string_view program) {
     std::string line = "\"";
     for (const char letter : program) {
-        const auto* const escape = std::ranges::find(escapes, letter, &Escape::letter);
-        line += escape == std::end(escapes) ? std::string_view(&letter, 1) : escape->text;
+        if (std::string_view("\\\"`$").find(letter) != std::string_view::npos) line += '\\';
+        line += letter == '%' ? "%%" : std::string(1, letter);
     }
     return line + '"';
 }
 
 // Empty for a line in any other form, such as one with arguments.
 std::optional<std::string> programIn(std::string_view line) {
-    if (line.size() < 2) return std::nullopt;
     std::string program;
-    for (std::string_view rest = line.substr(1, line.size() - 2); !rest.empty();) {
-        const auto* const escape = std::ranges::find_if(
-            escapes, [&](const Escape& each) { return rest.starts_with(each.text); });
-        const bool isPlain = escape == std::end(escapes);
-        program += isPlain ? rest.front() : escape->letter;
-        rest.remove_prefix(isPlain ? 1 : escape->text.size());
+    for (std::size_t at = 1; at + 1 < line.size(); ++at) {
+        if (line[at] == '\\' || line[at] == '%') ++at;
+        program += line[at];
     }
     return execLine(program) == line ? std::optional(program) : std::nullopt;
 }
 
-struct Entry {
-    std::string exec;
-    bool isOff = false;
-};
-
-std::string trimmed(const std::string& text) {
-    const std::size_t first = text.find_first_not_of(" \t");
-    return first == text.npos ? "" : text.substr(first, text.find_last_not_of(" \t") - first + 1);
-}
-
 // Hidden is the standard's way to switch an entry off; desktops' own tools also use a key of
 // theirs, such as X-GNOME-Autostart-enabled.
-Entry parse(std::istream& input) {
-    Entry entry;
-    bool isHidden = false, isDisabled = false, inGroup = false;
-    for (std::string line; std::getline(input, line);) {
-        if (line.starts_with('[')) inGroup = trimmed(line) == "[Desktop Entry]";
-        const std::size_t equals = line.find('=');
-        if (!inGroup || equals == line.npos) continue;
-        const std::string key = trimmed(line.substr(0, equals));
-        const std::string value = trimmed(line.substr(equals + 1));
-        if (key == "Exec") entry.exec = value;
-        if (key == "Hidden") isHidden = value == "true";
-        if (key.ends_with("-Autostart-enabled")) isDisabled = value == "false";
-    }
-    entry.isOff = isHidden || isDisabled;
-    return entry;
+bool isOff(GKeyFile* entry) {
+    bool off = g_key_file_get_boolean(entry, group, "Hidden", nullptr);
+    char** const keys = g_key_file_get_keys(entry, group, nullptr, nullptr);
+    for (char** key = keys; key && *key; ++key)
+        off |= g_str_has_suffix(*key, "-Autostart-enabled") &&
+               !g_key_file_get_boolean(entry, group, *key, nullptr);
+    g_strfreev(keys);
+    return off;
 }
 
 struct Value {
@@ -128,9 +112,14 @@ LSTATUS readEntry(const std::string& file, Value& value) {
     if (!S_ISREG(item.st_mode)) return ERROR_SUCCESS;
     std::ifstream input(file);
     if (!input) return errorAt(file);
-    const Entry entry = parse(input);
-    if (entry.isOff) return ERROR_FILE_NOT_FOUND;
-    const auto program = programIn(entry.exec);
+    const std::string content(std::istreambuf_iterator<char>(input), {});
+    const KeyFile entry(g_key_file_new());
+    // What is no key file at all has no such key.
+    g_key_file_load_from_data(entry.get(), content.data(), content.size(), G_KEY_FILE_NONE,
+                              nullptr);
+    if (isOff(entry.get())) return ERROR_FILE_NOT_FOUND;
+    const Text line(g_key_file_get_string(entry.get(), group, "Exec", nullptr));
+    const auto program = line ? programIn(g_strchomp(line.get())) : std::nullopt;
     const auto path = program ? desktop::publishedPath(*program) : std::nullopt;
     if (path) value = textValue(u'"' + *path + u"\"" + u'\0');
     return ERROR_SUCCESS;
@@ -139,15 +128,18 @@ LSTATUS readEntry(const std::string& file, Value& value) {
 // `command` is a path in quotes. Replaces a file of that name as a whole or not at all.
 LSTATUS writeEntry(const std::string& file, std::u16string_view command) {
     const std::string program = desktop::toUtf8(command.substr(1, command.size() - 2));
-    const std::string entry =
-        "[Desktop Entry]\nType=Application\nName=" + std::filesystem::path(file).stem().native() +
-        "\nExec=" + execLine(program) + '\n';
+    const KeyFile entry(g_key_file_new());
+    const std::string title = std::filesystem::path(file).stem();
+    g_key_file_set_string(entry.get(), group, "Type", "Application");
+    g_key_file_set_string(entry.get(), group, "Name", title.c_str());
+    g_key_file_set_string(entry.get(), group, "Exec", execLine(program).c_str());
+    gsize length = 0;
+    const Text content(g_key_file_to_data(entry.get(), &length, nullptr));
     std::string copy = file + ".XXXXXX";
     const desktop::Descriptor output(mkostemp(copy.data(), O_CLOEXEC));
     if (!output) return errorAt(file);
-    const auto length = static_cast<ssize_t>(entry.size());
-    if (write(output.get(), entry.data(), entry.size()) == length && fsync(output.get()) == 0 &&
-        rename(copy.c_str(), file.c_str()) == 0)
+    if (write(output.get(), content.get(), length) == static_cast<ssize_t>(length) &&
+        fsync(output.get()) == 0 && rename(copy.c_str(), file.c_str()) == 0)
         return ERROR_SUCCESS;
     const LSTATUS code = errorAt(file);
     unlink(copy.c_str());

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 #include <atomic>
-#include <vector>
+#include <utility>
 
 #include "platform/core/call.h"
 #include "platform/core/objects.h"
@@ -25,14 +25,21 @@ using Menu = std::vector<MenuItem>;
 
 desktop::HandleTable<HMENU, Menu> menus(0x25000000, "Menu");
 
+struct Entry {
+    MenuItem item;
+    RECT area{};
+};
+
 // The one menu that is open.
 struct OpenMenu {
     HWND window = nullptr;
-    Menu entries;
-    int hot = -1;  // the entry under the pointer or the cursor keys
+    std::vector<Entry> entries;
+    const Entry* hot = nullptr;  // the entry under the pointer or the cursor keys
     UINT dpi = 96;
     bool done = true;
     UINT chosen = 0;
+
+    int unit(int length) const { return scaled(length, dpi); }
 };
 OpenMenu menu;
 
@@ -40,98 +47,83 @@ OpenMenu menu;
 // closes the owner's next menu as soon as it opens.
 std::atomic<HWND> unsettled{nullptr};
 
-int count() { return static_cast<int>(menu.entries.size()); }
-const MenuItem& itemAt(int index) { return menu.entries[static_cast<std::size_t>(index)]; }
 void endMenu(UINT id) {
     if (menu.done) return;
     menu.done = true;
     menu.chosen = id;
 }
 
-int heightOf(const MenuItem& entry) { return scaled(entry.separator ? 9 : 28, menu.dpi); }
-
-RECT areaOf(int index) {
-    const Window& window = *find(menu.window);
-    LONG top = scaled(4, menu.dpi);
-    for (int before = 0; before < index; ++before) top += heightOf(itemAt(before));
-    const int rest = heightOf(itemAt(index));
-    return {scaled(4, menu.dpi), top, width(window) - scaled(4, menu.dpi), top + rest};
-}
-
-SIZE sizeOfMenu() {
-    SIZE size{0, scaled(8, menu.dpi)};
-    for (const MenuItem& entry : menu.entries) {
-        const LONG text = gdi::measureText(entry.text, look::textFace(menu.dpi)).cx;
-        size.cx = std::max(size.cx, text);
-        size.cy += heightOf(entry);
+// Returns the size of the whole.
+SIZE layOut(const Menu& items) {
+    const LONG edge = menu.unit(4);
+    LONG across = 0, top = edge;
+    for (const MenuItem& item : items)
+        across = std::max(across, gdi::measureText(item.text, look::textFace(menu.dpi)).cx);
+    across += menu.unit(72);
+    for (const MenuItem& item : items) {
+        const LONG bottom = top + menu.unit(item.separator ? 9 : 28);
+        menu.entries.push_back({item, {edge, top, across - edge, bottom}});
+        top = bottom;
     }
-    size.cx += scaled(72, menu.dpi);
-    return size;
+    return {across, top + edge};
 }
 
 // At the pointer, but on the monitor as a whole: a menu at the taskbar opens upwards.
-RECT boundsAt(POINT at) {
-    const RECT screen = nearestMonitor(at).bounds;
-    const SIZE size = sizeOfMenu();
+RECT boundsAt(POINT at, const RECT& screen, SIZE size) {
     const LONG left = std::max(screen.left, std::min(at.x, screen.right - size.cx));
     const LONG top = at.y + size.cy <= screen.bottom ? at.y : std::max(screen.top, at.y - size.cy);
     return {left, top, left + size.cx, top + size.cy};
 }
 
-void paintEntry(const gdi::Canvas& canvas, int index) {
-    const MenuItem& entry = itemAt(index);
-    const RECT area = areaOf(index);
-    if (entry.separator) {
+void paintEntry(const gdi::Canvas& canvas, const Entry& entry) {
+    const auto& [item, area] = entry;
+    if (item.separator) {
         const LONG middle = (area.top + area.bottom) / 2;
         return gdi::fill(canvas, {area.left, middle, area.right, middle + 1}, look::line);
     }
-    if (index == menu.hot) gdi::fill(canvas, area, look::light);
-    gdi::drawLine(canvas, {area.left + scaled(28, menu.dpi), area.top, area.right, area.bottom},
-                  entry.text, {look::textFace(menu.dpi), entry.enabled ? look::ink : look::faint});
+    if (&entry == menu.hot) gdi::fill(canvas, area, look::light);
+    gdi::drawLine(canvas, {area.left + menu.unit(28), area.top, area.right, area.bottom}, item.text,
+                  {look::textFace(menu.dpi), item.enabled ? look::ink : look::faint});
 }
 
 void paint(const gdi::Canvas& canvas) {
     const RECT whole{0, 0, canvas.width, canvas.height};
     gdi::fill(canvas, whole, look::paper);
-    for (int index = 0; index < count(); ++index) paintEntry(canvas, index);
+    for (const Entry& entry : menu.entries) paintEntry(canvas, entry);
     gdi::frame(canvas, whole, look::border);
 }
 
-void setHot(int index) {
-    if (menu.hot == index) return;
-    menu.hot = index;
-    invalidate(*find(menu.window), false);
+void setHot(const Entry* entry) {
+    if (std::exchange(menu.hot, entry) != entry) invalidate(*find(menu.window), false);
 }
 
-int entryAt(POINT at) {
-    for (int index = 0; index < count(); ++index)
-        if (!itemAt(index).separator && gdi::contains(areaOf(index), at)) return index;
-    return -1;
+const Entry* entryAt(POINT at) {
+    for (const Entry& entry : menu.entries)
+        if (!entry.item.separator && gdi::contains(entry.area, at)) return &entry;
+    return nullptr;
 }
 
 // A greyed entry that is clicked leaves the menu open.
-void choose(int index) {
-    if (index < 0) return;
-    const MenuItem& entry = itemAt(index);
-    if (entry.enabled) endMenu(entry.id);
+void choose(const Entry* entry) {
+    if (entry && entry->item.enabled) endMenu(entry->item.id);
 }
 
-void moveHot(int step) {
-    int index = menu.hot < 0 && step < 0 ? 0 : menu.hot;
-    do index = (index + step + count()) % count();
-    while (itemAt(index).separator);
-    setHot(index);
+void moveHot(bool down) {
+    const Entry* const first = &menu.entries.front();
+    const Entry* const last = &menu.entries.back();
+    const Entry* next = down ? last : first;
+    if (menu.hot) next = menu.hot;
+    do next = down ? (next == last ? first : next + 1) : (next == first ? last : next - 1);
+    while (next->item.separator);
+    setHot(next);
 }
 
 void pressKey(WPARAM key) {
     switch (key) {
-    case VK_DOWN: return moveHot(1);
-    case VK_UP: return moveHot(-1);
+    case VK_DOWN:
+    case VK_UP: return moveHot(key == VK_DOWN);
     case VK_ESCAPE: return endMenu(0);
-    case VK_RETURN: {
-        const bool enabled = menu.hot >= 0 && itemAt(menu.hot).enabled;
-        return enabled ? choose(menu.hot) : endMenu(0);
-    }
+    case VK_RETURN: return endMenu(menu.hot && menu.hot->item.enabled ? menu.hot->item.id : 0);
     default: return;
     }
 }
@@ -143,11 +135,9 @@ LRESULT menuProcedure(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
     const bool inside = gdi::contains({0, 0, width(record), height(record)}, at);
     switch (message) {
     case WM_PAINT: paintWindow(record, paint); break;
-    case WM_MOUSEMOVE: setHot(inside ? entryAt(at) : -1); break;
+    case WM_MOUSEMOVE: setHot(entryAt(at)); break;
     case WM_LBUTTONUP:
-    case WM_RBUTTONUP:
-        if (inside) choose(entryAt(at));
-        break;
+    case WM_RBUTTONUP: choose(entryAt(at)); break;
     case WM_LBUTTONDOWN:
     case WM_RBUTTONDOWN:
         if (!inside) endMenu(0);
@@ -163,17 +153,16 @@ LRESULT menuProcedure(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
 void publish() {
     std::vector<desktop::MenuEntry> entries;
     if (!menu.done)
-        for (const MenuItem& entry : menu.entries)
-            entries.push_back(
-                {entry.id, desktop::toUtf8(entry.text), entry.enabled, entry.separator});
+        for (const auto& [item, area] : menu.entries)
+            entries.push_back({item.id, desktop::toUtf8(item.text), item.enabled, item.separator});
     desktop::withShown([&](desktop::Shown& shown) { shown.menu = entries; });
 }
 
 // Keys, and presses elsewhere, reach the menu only if its owner has the foreground.
-void openAt(POINT at, const Menu& entries, HWND owner) {
+void openAt(POINT at, const Menu& items, HWND owner) {
+    const host::Monitor monitor = nearestMonitor(at);
     menu = {};
-    menu.entries = entries;
-    menu.dpi = nearestMonitor(at).dpi;
+    menu.dpi = monitor.dpi;
     menu.done = false;
     Creation creation;
     creation.className = u"#32768";
@@ -181,7 +170,7 @@ void openAt(POINT at, const Menu& entries, HWND owner) {
     creation.cursor = static_cast<UINT>(reinterpret_cast<std::uintptr_t>(IDC_ARROW));
     creation.style = WS_POPUP;
     creation.extendedStyle = WS_EX_TOPMOST | WS_EX_TOOLWINDOW | WS_EX_NOACTIVATE;
-    creation.bounds = boundsAt(at);
+    creation.bounds = boundsAt(at, monitor.bounds, layOut(items));
     creation.ofTheLayer = true;
     Window& window = addWindow(creation);
     menu.window = window.handle;

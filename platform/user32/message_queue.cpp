@@ -12,13 +12,11 @@
 #include <cstdlib>
 #include <deque>
 #include <mutex>
-#include <stdexcept>
 #include <vector>
 
 #include "platform/core/call.h"
 #include "platform/core/mailbox.h"
 #include "platform/core/objects.h"
-#include "platform/core/shown.h"
 #include "platform/hosts/host.h"
 #include "platform/user32/window.h"
 
@@ -311,15 +309,4 @@ BOOL KillTimer(HWND window, UINT_PTR id) {
     timers.erase(found);
     desktop::closed("Timer");
     return TRUE;
-}
-
-void desktop::postToWindow(const std::string& className, UINT message, WPARAM wparam,
-                           LPARAM lparam) {
-    const HWND window = withShown([&](Shown& shown) -> HWND {
-        for (const ShownHandle& entry : shown.windows)
-            if (entry.window.className == className) return entry.handle;
-        return nullptr;
-    });
-    if (user32::post({window, message, wparam, lparam, 0, {}}) != user32::Posted::Yes)
-        throw std::runtime_error("No window of the class " + className);
 }

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <stdexcept>
 #include <utility>
 
 #include "platform/core/call.h"
@@ -23,12 +24,12 @@ namespace {
 // Windows of other processes that FindWindowW has found.
 desktop::HandleTable<HWND, desktop::Mailbox> strangers(0x40000000);
 
+// Any thread.
 HWND ownWindow(const std::u16string& className) {
-    const std::u16string wanted = desktop::lowered(className);
     return desktop::withShown([&](desktop::Shown& shown) -> HWND {
-        for (const desktop::ShownHandle& entry : shown.windows)
-            if (desktop::lowered(desktop::toUtf16(entry.window.className)) == wanted)
-                return entry.handle;
+        for (const auto& [handle, window] : shown.windows)
+            if (desktop::lowered(desktop::toUtf16(window.className)) == desktop::lowered(className))
+                return handle;
         return nullptr;
     });
 }
@@ -197,4 +198,11 @@ BOOL AllowSetForegroundWindow(DWORD process) {
 LRESULT DefWindowProcW(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
     desktop::Call call("DefWindowProcW", message);
     return answerMessage(window, message, wparam, lparam);
+}
+
+void desktop::postToWindow(const std::string& className, UINT message, WPARAM wparam,
+                           LPARAM lparam) {
+    if (user32::post({user32::ownWindow(toUtf16(className)), message, wparam, lparam, 0, {}}) !=
+        user32::Posted::Yes)
+        throw std::runtime_error("No window of the class " + className);
 }

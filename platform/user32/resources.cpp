@@ -7,9 +7,9 @@
 
 #include "platform/user32/resources.h"
 
-#include <algorithm>
 #include <cstring>
-#include <memory>
+#include <iterator>
+#include <map>
 #include <optional>
 
 #include "platform/core/call.h"
@@ -45,29 +45,13 @@ std::uint16_t takeName(Bytes bytes, std::size_t& at) {
     return 0;
 }
 
-struct Image {
-    int side;
-    std::uintptr_t id;
-};
-
-std::vector<Image> imagesOf(Bytes group) {
+// The numbers of a group's images, by their sides.
+std::map<int, std::uintptr_t> imagesOf(Bytes group) {
     constexpr std::size_t header = 6, entry = 14;
-    std::vector<Image> images;
+    std::map<int, std::uintptr_t> images;
     for (std::size_t at = header; at + entry <= group.size(); at += entry)
-        images.push_back({group[at] == 0 ? 256 : group[at],
-                          static_cast<std::uintptr_t>(group[at + 12] | group[at + 13] << 8)});
+        images[group[at] == 0 ? 256 : group[at]] = numberAt<std::uint16_t>(group, at + 12);
     return images;
-}
-
-// The image that is to be scaled down least, or the largest one if all are too small.
-std::uintptr_t bestImage(Bytes group, int side) {
-    Image best{};
-    for (const Image& each : imagesOf(group)) {
-        const bool better =
-            best.side < side ? each.side > best.side : each.side >= side && each.side < best.side;
-        if (better) best = each;
-    }
-    return best.id;
 }
 
 cairo_status_t readBytes(void* closure, unsigned char* target, unsigned int length) {
@@ -89,37 +73,34 @@ std::vector<std::uint32_t> scaledPixels(cairo_surface_t* image, int side) {
     return pixels;
 }
 
+// Made from the image that is to be scaled down least, or the largest one if all are too small.
 std::optional<Icon> readIcon(std::uintptr_t id, int side) {
     const auto group = findResource(RT_GROUP_ICON, id);
     if (!group) return std::nullopt;
-    auto image = findResource(RT_ICON, bestImage(*group, side));
+    const auto images = imagesOf(*group);
+    const auto fitting = images.lower_bound(side);
+    const auto best = fitting == images.end() ? std::prev(fitting) : fitting;
+    auto image = findResource(RT_ICON, best->second);
     if (!image) return std::nullopt;
     const gdi::CairoSurface decoded(cairo_image_surface_create_from_png_stream(readBytes, &*image));
     if (cairo_surface_status(decoded.get()) != CAIRO_STATUS_SUCCESS) return std::nullopt;
     return Icon{side, scaledPixels(decoded.get(), side), false, id};
 }
 
-HICON sharedIcon(std::uintptr_t id, int side) {
+HICON loadIcon(std::uintptr_t id, int side, bool shared) {
     for (const auto& [handle, icon] : icons.records)
-        if (icon.shared && icon.id == id && icon.side == side)
+        if (shared && icon.shared && icon.id == id && icon.side == side)
             return reinterpret_cast<HICON>(handle);
     auto icon = readIcon(id, side);
     if (!icon) return nullptr;
-    icon->shared = true;
+    icon->shared = shared;
+    if (!shared) desktop::opened("Icon");
     return icons.add(std::move(*icon));
 }
 
-HICON ownIcon(std::uintptr_t id, int side) {
-    auto icon = readIcon(id, side);
-    if (!icon) return nullptr;
-    desktop::opened("Icon");
-    return icons.add(std::move(*icon));
-}
-
-std::uintptr_t numberOf(const char* operation, LPCWSTR name) {
-    const auto number = reinterpret_cast<std::uintptr_t>(name);
-    if (!IS_INTRESOURCE(name)) desktop::refuse(operation, "name that is text", 1);
-    return number;
+std::uintptr_t numberOf(const desktop::Call& call, LPCWSTR name) {
+    if (!IS_INTRESOURCE(name)) call.refuse("name that is text", 1);
+    return reinterpret_cast<std::uintptr_t>(name);
 }
 
 }  // namespace
@@ -145,10 +126,9 @@ const Icon* findIcon(HICON icon) { return icons.find(icon); }
 host::IconImage drawnImage(std::uintptr_t id, int side) {
     const auto group = findResource(RT_GROUP_ICON, id);
     if (!group) return {};
-    int drawn = 256;
-    for (const Image& each : imagesOf(*group)) drawn = std::min(drawn, each.side);
-    for (const Image& each : imagesOf(*group))
-        if (each.side <= side) drawn = std::max(drawn, each.side);
+    const auto images = imagesOf(*group);
+    const auto larger = images.upper_bound(side);
+    const int drawn = (larger == images.begin() ? larger : std::prev(larger))->first;
     auto icon = readIcon(id, drawn);
     return icon ? host::IconImage{std::move(icon->pixels), drawn} : host::IconImage{};
 }
@@ -158,34 +138,32 @@ host::IconImage drawnImage(std::uintptr_t id, int side) {
 using namespace user32;
 
 HICON LoadIconW(HINSTANCE instance, LPCWSTR name) {
-    const std::uintptr_t id = numberOf("LoadIconW", name);
-    desktop::Call call("LoadIconW", instance, id);
+    desktop::Call call("LoadIconW", instance, name);
+    const std::uintptr_t id = numberOf(call, name);
     enterUserInterface();
     const int side = scaled(32, primaryMonitor().dpi);
-    const HICON icon = call.struck() ? nullptr : sharedIcon(id, side);
+    const HICON icon = call.struck() ? nullptr : loadIcon(id, side, true);
     if (!icon) call.fail(ERROR_RESOURCE_NAME_NOT_FOUND);
     return icon;
 }
 
 // The system's own cursors are known by their numbers, which serve as handles.
 HCURSOR LoadCursorW(HINSTANCE instance, LPCWSTR name) {
-    const std::uintptr_t id = numberOf("LoadCursorW", name);
-    desktop::Call call("LoadCursorW", instance, id);
-    if (instance || (name != IDC_ARROW && name != IDC_CROSS))
-        call.refuse("cursor", static_cast<std::int64_t>(id));
+    desktop::Call call("LoadCursorW", instance, name);
+    const std::uintptr_t id = numberOf(call, name);
+    if (instance || (name != IDC_ARROW && name != IDC_CROSS)) call.refuse("cursor", id);
     if (call.struck()) return call.fail(ERROR_RESOURCE_NAME_NOT_FOUND);
     return reinterpret_cast<HCURSOR>(id);
 }
 
 HANDLE LoadImageW(HINSTANCE instance, LPCWSTR name, UINT kind, int width, int height, UINT flags) {
-    const std::uintptr_t id = numberOf("LoadImageW", name);
-    desktop::Call call("LoadImageW", instance, id, kind, width, height, flags);
+    desktop::Call call("LoadImageW", instance, name, kind, width, height, flags);
+    const std::uintptr_t id = numberOf(call, name);
     enterUserInterface();
     call.only("kind", kind, IMAGE_ICON);
     call.within("flags", flags, UINT{LR_SHARED});
     if (width != height || width <= 0) call.refuse("size", width);
-    HICON icon = nullptr;
-    if (!call.struck()) icon = flags & LR_SHARED ? sharedIcon(id, width) : ownIcon(id, width);
+    const HICON icon = call.struck() ? nullptr : loadIcon(id, width, flags & LR_SHARED);
     if (!icon) call.fail(ERROR_RESOURCE_NAME_NOT_FOUND);
     return icon;
 }
