@@ -9,9 +9,15 @@
 
 namespace {
 
+struct PaintContext {
+    gdi::Canvas canvas;
+    COLORREF textColor = 0;
+    bool opaqueText = true;
+};
+
 desktop::HandleTable<HBRUSH, COLORREF> brushes(0x21000000, "Brush");
 desktop::HandleTable<HRGN, std::vector<RECT>> regions(0x22000000, "Region");
-desktop::HandleTable<HDC, gdi::PaintContext> contexts(0x23000000, "PaintContext");
+desktop::HandleTable<HDC, PaintContext> contexts(0x23000000, "PaintContext");
 
 // Stock objects stand outside the table: they are never deleted.
 const HBRUSH whiteBrush = reinterpret_cast<HBRUSH>(std::uintptr_t{0x20000001});
@@ -27,11 +33,26 @@ std::vector<RECT> subtract(const std::vector<RECT>& from, const std::vector<RECT
     return rest;
 }
 
-std::uint32_t brushPixel(HBRUSH brush, const char* operation) {
+std::uint32_t brushPixel(const desktop::Call& call, HBRUSH brush) {
     if (brush == whiteBrush) return gdi::pixelOf(RGB(255, 255, 255));
     const COLORREF* const color = brushes.find(brush);
-    if (!color) desktop::refuse(operation, "no brush", reinterpret_cast<std::intptr_t>(brush));
+    if (!color) call.refuse("brush", brush);
     return gdi::pixelOf(*color);
+}
+
+PaintContext& contextOf(const desktop::Call& call, HDC context) {
+    PaintContext* const found = contexts.find(context);
+    if (!found) call.refuse("paint context", context);
+    return *found;
+}
+
+// A brush that could not be made paints nothing.
+template <typename Paint>
+int paintWith(desktop::Call& call, HDC context, HBRUSH brush, Paint paint) {
+    const PaintContext& target = contextOf(call, context);
+    if (call.struck() || !brush) return call.fail(ERROR_INVALID_HANDLE);
+    paint(target.canvas, brushPixel(call, brush));
+    return 1;
 }
 
 int kindOf(const std::vector<RECT>& region) {
@@ -43,18 +64,7 @@ int kindOf(const std::vector<RECT>& region) {
 
 namespace gdi {
 
-HDC openContext(const Canvas& canvas) {
-    PaintContext context;
-    context.canvas = canvas;
-    return contexts.add(context);
-}
-
-PaintContext& contextOf(HDC context, const char* operation) {
-    PaintContext* const found = contexts.find(context);
-    if (!found)
-        desktop::refuse(operation, "no paint context", reinterpret_cast<std::intptr_t>(context));
-    return *found;
-}
+HDC openContext(const Canvas& canvas) { return contexts.add({canvas}); }
 
 void closeContext(HDC context) { contexts.remove(context); }
 
@@ -105,30 +115,27 @@ BOOL DeleteObject(HGDIOBJ object) {
     if (!object) return call.fail(ERROR_INVALID_HANDLE);
     if (object == whiteBrush) return TRUE;
     if (brushes.remove(object) || regions.remove(object)) return TRUE;
-    call.refuse("no such object", reinterpret_cast<std::intptr_t>(object));
+    call.refuse("object", object);
 }
 
-// A brush that could not be made paints nothing.
 int FillRect(HDC context, const RECT* rectangle, HBRUSH brush) {
     desktop::Call call("FillRect", context, rectangle, brush);
-    const gdi::PaintContext& target = gdi::contextOf(context, "FillRect");
-    if (call.struck() || !brush) return call.fail(ERROR_INVALID_HANDLE);
-    gdi::fill(target.canvas, *rectangle, brushPixel(brush, "FillRect"));
-    return 1;
+    return paintWith(call, context, brush, [&](const gdi::Canvas& canvas, std::uint32_t color) {
+        gdi::fill(canvas, *rectangle, color);
+    });
 }
 
 int FrameRect(HDC context, const RECT* rectangle, HBRUSH brush) {
     desktop::Call call("FrameRect", context, rectangle, brush);
-    const gdi::PaintContext& target = gdi::contextOf(context, "FrameRect");
-    if (call.struck() || !brush) return call.fail(ERROR_INVALID_HANDLE);
-    gdi::frame(target.canvas, *rectangle, brushPixel(brush, "FrameRect"));
-    return 1;
+    return paintWith(call, context, brush, [&](const gdi::Canvas& canvas, std::uint32_t color) {
+        gdi::frame(canvas, *rectangle, color);
+    });
 }
 
 int SetBkMode(HDC context, int mode) {
     desktop::Call call("SetBkMode", context, mode);
     call.only("mode", mode, TRANSPARENT);
-    gdi::PaintContext& found = gdi::contextOf(context, "SetBkMode");
+    PaintContext& found = contextOf(call, context);
     const int before = found.opaqueText ? OPAQUE : TRANSPARENT;
     found.opaqueText = false;
     return before;
@@ -136,20 +143,18 @@ int SetBkMode(HDC context, int mode) {
 
 COLORREF SetTextColor(HDC context, COLORREF color) {
     desktop::Call call("SetTextColor", context, color);
-    gdi::PaintContext& found = gdi::contextOf(context, "SetTextColor");
+    PaintContext& found = contextOf(call, context);
     return std::exchange(found.textColor, color);
 }
 
 int DrawTextW(HDC context, LPCWSTR text, int length, LPRECT rectangle, UINT format) {
     desktop::Call call("DrawTextW", context, text, length, rectangle, format);
-    if (length != -1) call.refuse("length", length);
+    call.only("length", length, -1);
     call.only("format", format, DT_WORDBREAK);
-    const gdi::PaintContext& found = gdi::contextOf(context, "DrawTextW");
-    if (found.opaqueText) call.refuse("background mode", OPAQUE);
+    const PaintContext& found = contextOf(call, context);
+    call.only("opaque background", found.opaqueText, false);
     if (call.struck()) return call.fail(ERROR_INVALID_HANDLE);
-    gdi::TextStyle style;
-    style.face = gdi::systemFace;
-    style.color = gdi::pixelOf(found.textColor);
+    const gdi::TextStyle style{gdi::systemFace, gdi::pixelOf(found.textColor)};
     gdi::drawText(found.canvas, *rectangle, text, style);
     return gdi::measureText(text, style.face, rectangle->right - rectangle->left).cy;
 }

@@ -11,14 +11,7 @@
 
 namespace gdi {
 
-struct PaintContext {
-    Canvas canvas;
-    COLORREF textColor = 0;
-    bool opaqueText = true;
-};
-
 HDC openContext(const Canvas& canvas);
-PaintContext& contextOf(HDC context, const char* operation);  // stops the process if there is none
 void closeContext(HDC context);
 
 // The system's from now on: the handle is dead. Nothing if it is no region.

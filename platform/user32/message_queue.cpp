@@ -11,7 +11,9 @@
 #include <chrono>
 #include <cstdlib>
 #include <deque>
+#include <map>
 #include <mutex>
+#include <utility>
 #include <vector>
 
 #include "platform/core/call.h"
@@ -90,51 +92,39 @@ bool findPaint(MSG& message, const Filter& filter) {
 using Clock = std::chrono::steady_clock;
 
 struct Timer {
-    HWND window;
-    UINT_PTR id;
     std::chrono::milliseconds period;
     Clock::time_point due;
 };
-std::vector<Timer> timers;
-
-auto position(HWND window, UINT_PTR id) {
-    return std::find_if(timers.begin(), timers.end(), [&](const Timer& timer) {
-        return timer.window == window && timer.id == id;
-    });
-}
-
-MSG messageOf(const Timer& timer) { return {timer.window, WM_TIMER, timer.id, 0, 0, {}}; }
+std::map<std::pair<HWND, UINT_PTR>, Timer> timers;
 
 bool takeTimer(MSG& message, const Filter& filter) {
     const Clock::time_point now = Clock::now();
     Timer* first = nullptr;
-    for (Timer& timer : timers)
-        if (timer.due <= now && passes(filter, messageOf(timer)) &&
-            (!first || timer.due < first->due))
-            first = &timer;
-    if (!first) return false;
-    first->due = now + first->period;
-    message = messageOf(*first);
-    return true;
+    for (auto& [key, timer] : timers) {
+        const MSG tick{key.first, WM_TIMER, key.second, 0, 0, {}};
+        if (timer.due > now || !passes(filter, tick) || (first && first->due <= timer.due))
+            continue;
+        first = &timer;
+        message = tick;
+    }
+    if (first) first->due = now + first->period;
+    return first;
 }
 
 int millisecondsToTimer() {
     if (timers.empty()) return -1;
-    const auto first = std::min_element(
-        timers.begin(), timers.end(), [](const Timer& a, const Timer& b) { return a.due < b.due; });
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(first->due - Clock::now());
-    return static_cast<int>(std::max<std::int64_t>(left.count(), 0));
-}
-
-void killTimersOf(HWND window) {
-    const auto gone =
-        std::erase_if(timers, [&](const Timer& timer) { return timer.window == window; });
-    for (std::size_t count = 0; count < gone; ++count) desktop::closed("Timer");
+    const auto due = [](const auto& entry) { return entry.second.due; };
+    const auto left = std::ranges::min_element(timers, {}, due)->second.due - Clock::now();
+    const auto rounded = std::chrono::ceil<std::chrono::milliseconds>(left).count();
+    return static_cast<int>(std::max<std::int64_t>(rounded, 0));
 }
 
 // With its timers and everything posted to it.
 void dismissWindow(HWND window) {
-    killTimersOf(window);
+    std::erase_if(timers, [&](const auto& entry) {
+        if (entry.first.first == window) desktop::closed("Timer");
+        return entry.first.first == window;
+    });
     const std::lock_guard lock(shared().mutex);
     for (const MSG& message : shared().posted)
         if (message.hwnd == window) shared().abandoned.push_back(message);
@@ -166,18 +156,21 @@ void endSession() {
 
 // Everything but painting and timers. What others post or ask for does not wait until a flood of
 // input for other programs is over.
-Found look(MSG& message, const Filter& filter) {
+bool look(MSG& message, const Filter& filter) {
     for (bool again = true; again;) {
         answerMail();
         if (endAsked.exchange(false)) endSession();
         again = !input.takeEvents();
-        if (takePosted(message, filter)) return Found::Message;
-        if (quitPosted) return Found::Quit;
+        if (takePosted(message, filter)) return true;
+        if (std::exchange(quitPosted, false)) {
+            message = {nullptr, WM_QUIT, static_cast<WPARAM>(quitCode), 0, 0, {}};
+            return true;
+        }
         const InputSource::Taken taken = input.take(message, filter);
-        if (taken == InputSource::Taken::Message) return Found::Message;
+        if (taken == InputSource::Taken::Message) return true;
         again |= taken == InputSource::Taken::Dropped;
     }
-    return Found::Nothing;
+    return false;
 }
 
 }  // namespace
@@ -188,30 +181,17 @@ bool passes(const Filter& filter, const MSG& message) {
     return message.message >= filter.first && message.message <= filter.last;
 }
 
-Found peek(MSG& message, const Filter& filter) {
+bool peek(MSG& message, const Filter& filter) {
     enterUserInterface();
-    Found found = look(message, filter);
-    if (found == Found::Nothing && (findPaint(message, filter) || takeTimer(message, filter)))
-        found = Found::Message;
-    if (found != Found::Message) return found;
+    if (!look(message, filter) && !findPaint(message, filter) && !takeTimer(message, filter))
+        return false;
     message.time = messageTime();
     message.pt = host::current().pointer();
-    return found;
+    return true;
 }
 
-Found waitFor(MSG& message) {
-    for (;;) {
-        const Found found = peek(message, {});
-        if (found != Found::Nothing) return found;
-        waitForAnything();
-    }
-}
-
-void takeQuit(MSG& message) {
-    message = {};
-    message.message = WM_QUIT;
-    message.wParam = static_cast<WPARAM>(quitCode);
-    quitPosted = false;
+void waitFor(MSG& message) {
+    while (!peek(message, {})) waitForAnything();
 }
 
 void postQuit(int code) {
@@ -228,12 +208,13 @@ DWORD messageTime() {
 void runLoop(const std::function<bool()>& done) {
     MSG message;
     while (!done()) {
-        const Found found = peek(message, {});
-        if (found == Found::Quit) return;
-        if (found == Found::Message)
+        if (!peek(message, {})) {
+            if (!done()) waitForAnything();
+        } else if (message.message == WM_QUIT) {
+            return postQuit(static_cast<int>(message.wParam));
+        } else {
             send(message.hwnd, message.message, message.wParam, message.lParam);
-        else if (!done())
-            waitForAnything();
+        }
     }
 }
 
@@ -293,20 +274,14 @@ UINT_PTR SetTimer(HWND window, UINT_PTR id, UINT milliseconds, TIMERPROC procedu
     if (call.struck()) return call.fail(ERROR_NOT_ENOUGH_MEMORY);
     if (!find(window)) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
     const std::chrono::milliseconds period(std::max(milliseconds, 10u));
-    const auto found = position(window, id);
-    if (found == timers.end())
+    if (timers.insert_or_assign({window, id}, Timer{period, Clock::now() + period}).second)
         desktop::opened("Timer");
-    else
-        timers.erase(found);
-    timers.push_back({window, id, period, Clock::now() + period});
     return id;
 }
 
 BOOL KillTimer(HWND window, UINT_PTR id) {
     desktop::Call call("KillTimer", window, id);
-    const auto found = position(window, id);
-    if (found == timers.end()) return call.fail(ERROR_INVALID_PARAMETER);
-    timers.erase(found);
+    if (!timers.erase({window, id})) return call.fail(ERROR_INVALID_PARAMETER);
     desktop::closed("Timer");
     return TRUE;
 }

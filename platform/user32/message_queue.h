@@ -18,21 +18,17 @@ struct Filter {
 };
 bool passes(const Filter& filter, const MSG& message);
 
-enum class Found { Nothing, Message, Quit };
-
-// One look. A message that is found leaves the queue, except WM_PAINT; the quit stays until
-// takeQuit.
-Found peek(MSG& message, const Filter& filter);
+// One look. A message that is found leaves the queue, except WM_PAINT. False: there is none.
+bool peek(MSG& message, const Filter& filter);
 // Waits until a look finds something.
-Found waitFor(MSG& message);
-void takeQuit(MSG& message);
+void waitFor(MSG& message);
 void postQuit(int code);
 
 // Milliseconds, as messages and key events carry them.
 DWORD messageTime();
 
-// For nested loops: dispatches everything until `done`, or until the quit is there, which it
-// leaves.
+// For nested loops: dispatches everything until `done`, or until the quit comes, which it posts
+// again.
 void runLoop(const std::function<bool()>& done);
 
 // To every window that the program made: sent, or posted.

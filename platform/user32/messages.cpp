@@ -87,9 +87,8 @@ using namespace user32;
 BOOL GetMessageW(MSG* message, HWND window, UINT first, UINT last) {
     desktop::Call call("GetMessageW", window, first, last);
     if (window || first || last) call.refuse("filter", first);
-    if (waitFor(*message) == Found::Message) return message->message != WM_QUIT;
-    takeQuit(*message);
-    return FALSE;
+    waitFor(*message);
+    return message->message != WM_QUIT;
 }
 
 // The quit comes out whatever the filter says, but a dead window's handle brings nothing at all.
@@ -97,9 +96,7 @@ BOOL PeekMessageW(MSG* message, HWND window, UINT first, UINT last, UINT remove)
     desktop::Call call("PeekMessageW", window, first, last, remove);
     call.only("remove", remove, PM_REMOVE);
     if (window && !find(window)) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
-    const Found found = peek(*message, {window, first, last});
-    if (found == Found::Quit) takeQuit(*message);
-    return found != Found::Nothing;
+    return peek(*message, {window, first, last});
 }
 
 // Characters are made where they are needed, by the dialogs' own keyboard handling.

@@ -6,8 +6,6 @@
 #include <algorithm>
 #include <atomic>
 #include <map>
-#include <mutex>
-#include <set>
 #include <thread>
 #include <utility>
 
@@ -32,10 +30,6 @@ desktop::HandleTable<HWND, Window> table(0x10010);
 std::vector<HWND> order;
 HWND front = nullptr;
 
-// What other threads ask about.
-std::mutex liveMutex;
-std::set<HWND> live;
-
 // Exists before any static object registers.
 std::vector<void (*)(HWND)>& actionsAt(Moment moment) {
     static std::map<Moment, std::vector<void (*)(HWND)>> all;
@@ -59,19 +53,15 @@ std::uint64_t mailboxId(HWND window) { return reinterpret_cast<std::uintptr_t>(w
 // Everything that the published rules take away together with a window.
 void forget(HWND window) {
     const Window& record = *find(window);
-    {
-        const std::lock_guard lock(liveMutex);
-        live.erase(window);
-    }
+    std::erase(order, window);
+    publishWindows();  // From here on no thread can post to it.
     announce(Moment::WindowIsDestroyed, window);
     host::current().destroySurface(record.surface);
     if (!record.ofTheLayer) {
         desktop::closeMailbox(mailboxId(window));
         desktop::closed("Window");
     }
-    std::erase(order, window);
     table.remove(window);
-    publishWindows();
 }
 
 const bool registered = registerFor(Moment::ThreadEnds, [](HWND) {
@@ -120,10 +110,6 @@ Window& addWindow(const Creation& creation) {
     Window& window = *table.find(handle);
     window.handle = handle;
     moveToFront(handle);
-    {
-        const std::lock_guard lock(liveMutex);
-        live.insert(handle);
-    }
     if (!creation.ofTheLayer) {
         desktop::opened("Window");
         desktop::openMailbox(creation.className, mailboxId(handle));
@@ -150,8 +136,10 @@ void destroyAllWindows() {
 }
 
 bool isLive(HWND window) {
-    const std::lock_guard lock(liveMutex);
-    return live.contains(window);
+    return desktop::withShown([&](const desktop::Shown& shown) {
+        return std::ranges::find(shown.windows, window, &desktop::ShownHandle::handle) !=
+               shown.windows.end();
+    });
 }
 
 bool registerFor(Moment moment, void (*action)(HWND)) {
@@ -215,17 +203,18 @@ HWND CreateWindowExW(DWORD extendedStyle, LPCWSTR className, LPCWSTR title, DWOR
                             {x, y, x + width, y + height},
                             false};
     const HWND window = addWindow(creation).handle;
-    CREATESTRUCTW record{};
-    record.lpCreateParams = parameter;
-    record.hInstance = instance;
-    record.x = x;
-    record.y = y;
-    record.cx = width;
-    record.cy = height;
-    record.style = static_cast<LONG>(creation.style);
-    record.dwExStyle = extendedStyle;
-    record.lpszClass = creation.className.c_str();
-    record.lpszName = creation.title.c_str();
+    CREATESTRUCTW record{parameter,
+                         instance,
+                         nullptr,
+                         nullptr,
+                         height,
+                         width,
+                         y,
+                         x,
+                         static_cast<LONG>(creation.style),
+                         creation.title.c_str(),
+                         creation.className.c_str(),
+                         extendedStyle};
     const auto address = reinterpret_cast<LPARAM>(&record);
     MINMAXINFO limits{};
     RECT client = creation.bounds;
