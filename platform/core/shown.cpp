@@ -6,22 +6,26 @@
 
 namespace desktop {
 
-std::mutex& shownMutex() {
-    static std::mutex mutex;
-    return mutex;
+namespace {
+
+template <typename Member>
+Member copyOf(Member Shown::*member) {
+    return withShown([member](const Shown& shown) { return shown.*member; });
 }
 
-Shown& shownRecord() {
-    static Shown shown;
-    return shown;
-}
+}  // namespace
 
-std::vector<ShownBalloon> balloons() {
-    return withShown([](Shown& shown) { return shown.balloons; });
-}
+std::vector<ShownBalloon> balloons() { return copyOf(&Shown::balloons); }
+std::string trayTip() { return copyOf(&Shown::trayTip); }
+std::vector<ShownBox> openBoxes() { return copyOf(&Shown::boxes); }
+std::optional<ShownDialog> openDialog() { return copyOf(&Shown::dialog); }
+std::vector<MenuEntry> openMenu() { return copyOf(&Shown::menu); }
+std::optional<std::vector<std::uint8_t>> clipboardBlock() { return copyOf(&Shown::clipboard); }
 
-std::string trayTip() {
-    return withShown([](Shown& shown) { return shown.trayTip; });
+std::vector<ShownWindow> windows() {
+    std::vector<ShownWindow> windows;
+    for (const ShownHandle& entry : copyOf(&Shown::windows)) windows.push_back(entry.window);
+    return windows;
 }
 
 void waitForBalloon(const std::string& text) {
@@ -34,30 +38,6 @@ void waitForBalloon(const std::string& text) {
     std::string all;
     for (const ShownBalloon& balloon : balloons()) all += "\n  " + balloon.text;
     throw std::runtime_error("No balloon \"" + text + "\" came, but these:" + all);
-}
-
-std::vector<ShownBox> openBoxes() {
-    return withShown([](Shown& shown) { return shown.boxes; });
-}
-
-std::optional<ShownDialog> openDialog() {
-    return withShown([](Shown& shown) { return shown.dialog; });
-}
-
-std::vector<MenuEntry> openMenu() {
-    return withShown([](Shown& shown) { return shown.menu; });
-}
-
-std::vector<ShownWindow> windows() {
-    return withShown([](Shown& shown) {
-        std::vector<ShownWindow> windows;
-        for (const ShownHandle& entry : shown.windows) windows.push_back(entry.window);
-        return windows;
-    });
-}
-
-std::optional<std::vector<std::uint8_t>> clipboardBlock() {
-    return withShown([](Shown& shown) { return shown.clipboard; });
 }
 
 }  // namespace desktop

@@ -33,14 +33,14 @@ struct Shown {
     std::optional<std::vector<std::uint8_t>> clipboard;
 };
 
-std::mutex& shownMutex();
-Shown& shownRecord();  // only with the mutex held
+inline std::mutex shownMutex;
+inline Shown shownRecord;  // only with the mutex held
 
 // Runs a look or a change with the record locked.
 template <typename Look>
 auto withShown(Look look) {
-    const std::lock_guard lock(shownMutex());
-    return look(shownRecord());
+    const std::lock_guard lock(shownMutex);
+    return look(shownRecord);
 }
 
 }  // namespace desktop

@@ -141,7 +141,7 @@ void drawText(const Canvas& canvas, const RECT& area, std::u16string_view text,
     if (style.underlined >= 0) underline(layout, text, style.underlined);
     if (style.selected) {
         const SIZE size = sizeOf(layout);
-        fill(canvas, {area.left, area.top, area.left + size.cx, area.top + size.cy}, 0x0067C0);
+        fill(canvas, {area.left, area.top, area.left + size.cx, area.top + size.cy}, look::accent);
     }
     setColor(context, style.color);
     cairo_move_to(context.get(), area.left, area.top);

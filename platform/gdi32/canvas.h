@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -74,4 +75,23 @@ void drawText(const Canvas& canvas, const RECT& area, std::u16string_view text,
 RECT drawLine(const Canvas& canvas, const RECT& area, std::u16string_view text,
               const TextStyle& style, bool isCentered = false);
 
+// --- objects.cpp: the program's
+HDC openContext(const Canvas& canvas);
+void closeContext(HDC context);
+// The system's from now on: the handle is dead. Nothing if it is no region.
+std::optional<std::vector<RECT>> takeRegion(HRGN region);
+
+// In pixels, rounded, from 96 dots an inch.
+inline int scaled(int length, UINT dpi) { return (length * static_cast<int>(dpi) + 48) / 96; }
+
 }  // namespace gdi
+
+// Colors and font of menus and dialogs.
+namespace look {
+
+constexpr std::uint32_t face = 0xF3F3F3, paper = 0xFFFFFF, ink = 0x1A1A1A, faint = 0x9A9A9A;
+constexpr std::uint32_t border = 0x8A8A8A, line = 0xD6D6D6, accent = 0x0067C0, light = 0xE5E5E5;
+
+inline gdi::Face textFace(UINT dpi) { return {gdi::scaled(12, dpi), false}; }  // nine point
+
+}  // namespace look

@@ -1,6 +1,6 @@
 // Brushes and regions, and what the program paints with them on a window.
 
-#include "platform/gdi32/objects.h"
+#include "platform/gdi32/canvas.h"
 
 #include <utility>
 

@@ -54,4 +54,8 @@ private:
     AVFormatContext* context = nullptr;
 };
 
+// Whether a sink writer has been released with samples in a file that it did not finish, since the
+// last call. Any thread.
+bool takeLoss();
+
 }  // namespace media

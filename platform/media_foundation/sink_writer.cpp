@@ -1,8 +1,6 @@
 // The media services, samples and their buffers, and the sink writer: the order of its calls, and
 // what they accept. Encoder does the work.
 
-#include "platform/media_foundation/sink_writer.h"
-
 #include <mfapi.h>
 #include <mferror.h>
 #include <mfreadwrite.h>

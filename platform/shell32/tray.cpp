@@ -9,7 +9,7 @@
 #include "platform/core/shown.h"
 #include "platform/core/text.h"
 #include "platform/hosts/host.h"
-#include "platform/media_foundation/sink_writer.h"
+#include "platform/media_foundation/mp4_file.h"
 #include "platform/user32/input.h"
 #include "platform/user32/message_queue.h"
 #include "platform/user32/resources.h"

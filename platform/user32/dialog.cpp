@@ -10,7 +10,6 @@
 #include "platform/core/shown.h"
 #include "platform/core/text.h"
 #include "platform/user32/input.h"
-#include "platform/user32/menu.h"
 #include "platform/user32/message_queue.h"
 #include "platform/user32/window.h"
 

@@ -7,7 +7,6 @@
 
 #include "platform/core/call.h"
 #include "platform/core/text.h"
-#include "platform/user32/look.h"
 #include "platform/user32/resources.h"
 
 namespace user32 {
@@ -118,7 +117,7 @@ INT_PTR CALLBACK boxProcedure(HWND window, UINT message, WPARAM, LPARAM) {
 // A sign, a text and OK, in this order. The units are pixels. All lengths are for 96 dots an inch;
 // the text's own size comes from its font.
 Dialog boxOf(std::u16string_view title, std::u16string_view text, UINT icon, UINT dpi) {
-    const auto unit = [&](int length) { return scaled(length, dpi); };
+    const auto unit = [&](int length) { return gdi::scaled(length, dpi); };
     const gdi::Face face = look::textFace(dpi);
     const SIZE size = gdi::measureText(text, face, unit(440));
     const int heading = gdi::measureText(title, face).cx + unit(70);

@@ -6,7 +6,6 @@
 #include <cmath>
 #include <ranges>
 
-#include "platform/user32/look.h"
 #include "platform/user32/resources.h"
 
 namespace user32 {
@@ -15,7 +14,7 @@ namespace {
 
 constexpr int border = 1;  // pixel, at any scale
 
-int captionHeight(const Dialog& dialog) { return scaled(30, dialog.dpi); }
+int captionHeight(const Dialog& dialog) { return gdi::scaled(30, dialog.dpi); }
 
 int captionButton(const Dialog& dialog) { return (captionHeight(dialog) - border) * 3 / 2; }
 
@@ -40,7 +39,7 @@ struct View {
     gdi::TextStyle style;
     bool focused, pressed;
 
-    int unit(int length) const { return scaled(length, control.dialog->dpi); }
+    int unit(int length) const { return gdi::scaled(length, control.dialog->dpi); }
 };
 
 View viewOf(const Control& control, const gdi::Canvas& canvas) {

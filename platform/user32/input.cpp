@@ -2,6 +2,7 @@
 
 #include "platform/user32/input.h"
 
+#include <algorithm>
 #include <bitset>
 #include <optional>
 
@@ -91,23 +92,20 @@ HWND windowOf(host::Surface surface) {
     return nullptr;
 }
 
-WPARAM bitOf(int button) {
-    if (button == 1) return MK_LBUTTON;
-    return button == 2 ? MK_MBUTTON : MK_RBUTTON;
-}
+// By the host's number of the button, less one.
+constexpr WPARAM buttonBits[] = {MK_LBUTTON, MK_MBUTTON, MK_RBUTTON};
+constexpr UINT buttonMessages[] = {WM_LBUTTONDOWN, WM_MBUTTONDOWN, WM_RBUTTONDOWN};
 
 UINT messageOf(const host::Event& event) {
     if (event.kind == host::Event::PointerMoved) return WM_MOUSEMOVE;
-    const UINT press = event.button == 1   ? WM_LBUTTONDOWN
-                       : event.button == 2 ? WM_MBUTTONDOWN
-                                           : WM_RBUTTONDOWN;
+    const UINT press = buttonMessages[event.button - 1];
     return event.kind == host::Event::ButtonPressed ? press : press + 1;
 }
 
 bool pointerMessage(const host::Event& event, MSG& message) {
     const HWND window = capture() ? capture() : windowOf(event.surface);
-    if (event.kind == host::Event::ButtonPressed) buttons |= bitOf(event.button);
-    if (event.kind == host::Event::ButtonReleased) buttons &= ~bitOf(event.button);
+    if (event.kind == host::Event::ButtonPressed) buttons |= buttonBits[event.button - 1];
+    if (event.kind == host::Event::ButtonReleased) buttons &= ~buttonBits[event.button - 1];
     if (!window) return false;
     const Window& record = *find(window);
     const RECT& bounds = record.bounds;
@@ -157,8 +155,8 @@ bool announcePointer(const MSG& message) {
     if (message.message == WM_NULL || capture() == message.hwnd) return true;
     const LRESULT spot =
         send(message.hwnd, WM_NCHITTEST, 0, MAKELPARAM(message.pt.x, message.pt.y));
-    const bool isPressed = message.message == WM_LBUTTONDOWN || message.message == WM_RBUTTONDOWN ||
-                           message.message == WM_MBUTTONDOWN;
+    const bool isPressed =
+        std::ranges::find(buttonMessages, message.message) != std::end(buttonMessages);
     if (isPressed && spot == HTCLIENT) activateByPress(message.hwnd, message.message);
     send(message.hwnd, WM_SETCURSOR, reinterpret_cast<WPARAM>(message.hwnd),
          MAKELPARAM(spot, message.message));

@@ -1,7 +1,5 @@
 // Popup menus: built, shown, and run in a loop of their own.
 
-#include "platform/user32/menu.h"
-
 #include <algorithm>
 #include <atomic>
 #include <utility>
@@ -11,7 +9,6 @@
 #include "platform/core/shown.h"
 #include "platform/core/text.h"
 #include "platform/user32/input.h"
-#include "platform/user32/look.h"
 #include "platform/user32/message_queue.h"
 #include "platform/user32/window.h"
 
@@ -39,7 +36,7 @@ struct OpenMenu {
     bool done = true;
     UINT chosen = 0;
 
-    int unit(int length) const { return scaled(length, dpi); }
+    int unit(int length) const { return gdi::scaled(length, dpi); }
 };
 OpenMenu menu;
 

@@ -14,7 +14,6 @@
 #include "platform/core/text.h"
 #include "platform/user32/input.h"
 #include "platform/user32/message_queue.h"
-#include "platform/user32/menu.h"
 #include "platform/user32/window.h"
 
 namespace user32 {

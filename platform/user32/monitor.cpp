@@ -25,16 +25,14 @@ std::int64_t distance(const RECT& area, POINT at) {
 int metric(const char* operation, int index, UINT dpi) {
     switch (index) {
     case SM_CXICON:
-    case SM_CYICON: return scaled(32, dpi);
+    case SM_CYICON: return gdi::scaled(32, dpi);
     case SM_CXSMICON:
-    case SM_CYSMICON: return scaled(16, dpi);
+    case SM_CYSMICON: return gdi::scaled(16, dpi);
     default: desktop::refuse(operation, "index", index);
     }
 }
 
 }  // namespace
-
-int scaled(int length, UINT dpi) { return (length * static_cast<int>(dpi) + 48) / 96; }
 
 host::Monitor primaryMonitor() {
     const std::vector<host::Monitor> all = host::current().monitors();

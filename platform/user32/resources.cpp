@@ -141,7 +141,7 @@ HICON LoadIconW(HINSTANCE instance, LPCWSTR name) {
     desktop::Call call("LoadIconW", instance, name);
     const std::uintptr_t id = numberOf(call, name);
     enterUserInterface();
-    const int side = scaled(32, primaryMonitor().dpi);
+    const int side = gdi::scaled(32, primaryMonitor().dpi);
     const HICON icon = call.struck() ? nullptr : loadIcon(id, side, true);
     if (!icon) call.fail(ERROR_RESOURCE_NAME_NOT_FOUND);
     return icon;

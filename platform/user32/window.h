@@ -96,7 +96,6 @@ void present(Window& window);
 void paintWindow(Window& window, const std::function<void(const gdi::Canvas&)>& paint);
 
 // --- monitor.cpp
-int scaled(int length, UINT dpi);  // from 96 dots an inch, rounded
 host::Monitor primaryMonitor();
 host::Monitor nearestMonitor(POINT at);
 host::Monitor monitorOf(const Window& window);  // that has its middle
@@ -104,6 +103,17 @@ host::Monitor monitorOf(const Window& window);  // that has its middle
 // Stops the process if it asks for positions before it has said that it knows of scales: Windows
 // would convert them, which is not done here.
 void expectDpiAwareness(const char* operation);
+
+// --- menu.cpp
+struct MenuItem {
+    UINT id;
+    std::u16string text;
+    bool enabled = true, separator = false;
+};
+// Shows the menu at the position and waits; 0: nothing was chosen, or the owner is gone.
+UINT runMenu(const std::vector<MenuItem>& items, POINT at, HWND owner);
+// The program has posted a message to the window. Any thread.
+void settleMenuOf(HWND owner);
 
 // --- messages.cpp
 // What DefWindowProcW does; stops the process at a message that it does not know.

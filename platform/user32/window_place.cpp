@@ -7,7 +7,6 @@
 #include "platform/core/objects.h"
 #include "platform/core/shown.h"
 #include "platform/core/text.h"
-#include "platform/gdi32/objects.h"
 #include "platform/user32/input.h"
 #include "platform/user32/window.h"
 
