@@ -11,7 +11,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -21,7 +20,6 @@
 #include <mutex>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "platform/core/call.h"
 #include "platform/core/descriptor.h"
@@ -87,27 +85,12 @@ bool isOff(GKeyFile* entry) {
     return off;
 }
 
-struct Value {
-    DWORD type = 0;
-    std::vector<BYTE> bytes;
-};
-
-Value textValue(std::u16string_view text) {
-    Value value{REG_SZ, {}};
-    for (const char16_t unit : text) {
-        value.bytes.push_back(static_cast<BYTE>(unit));
-        value.bytes.push_back(static_cast<BYTE>(unit >> 8));
-    }
-    return value;
-}
-
-// An entry that starts a program without arguments is a text: the program's path in quotes. What
-// else has the name is a value that no program writes here. An entry that is switched off counts as
-// missing.
-LSTATUS readEntry(const std::string& file, Value& value) {
+// An entry that starts a program without arguments is a text: the program's path in quotes, with a
+// terminator. What else has the name is a value that no program writes here, and gives no text. An
+// entry that is switched off counts as missing.
+LSTATUS readEntry(const std::string& file, std::u16string& text) {
     struct stat item {};
     if (lstat(file.c_str(), &item) != 0) return errorAt(file);
-    value = {REG_BINARY, {}};
     // The user put it there, and so a link, wherever it leads.
     if (!S_ISREG(item.st_mode)) return ERROR_SUCCESS;
     std::ifstream input(file);
@@ -121,7 +104,7 @@ LSTATUS readEntry(const std::string& file, Value& value) {
     const Text line(g_key_file_get_string(entry.get(), group, "Exec", nullptr));
     const auto program = line ? programIn(g_strchomp(line.get())) : std::nullopt;
     const auto path = program ? desktop::publishedPath(*program) : std::nullopt;
-    if (path) value = textValue(u'"' + *path + u"\"" + u'\0');
+    if (path) text = u'"' + *path + u"\"" + u'\0';
     return ERROR_SUCCESS;
 }
 
@@ -220,14 +203,14 @@ LSTATUS RegQueryValueExW(HKEY key, LPCWSTR name, LPDWORD reserved, LPDWORD type,
     call.only("reserved argument or missing size", reserved || !size, false);
     const std::string file = entryFile(call, name);
     if (const LSTATUS code = refusal(call, key, KEY_QUERY_VALUE)) return code;
-    Value value;
-    if (const LSTATUS code = readEntry(file, value)) return code;
+    std::u16string text;
+    if (const LSTATUS code = readEntry(file, text)) return code;
     const DWORD capacity = *size;
-    if (type) *type = value.type;
-    *size = static_cast<DWORD>(value.bytes.size());
+    if (type) *type = text.empty() ? REG_BINARY : REG_SZ;
+    *size = static_cast<DWORD>(text.size() * sizeof(WCHAR));
     if (!data) return ERROR_SUCCESS;
     if (capacity < *size) return ERROR_MORE_DATA;
-    std::copy(value.bytes.begin(), value.bytes.end(), data);
+    std::memcpy(data, text.data(), *size);
     return ERROR_SUCCESS;
 }
 
@@ -246,8 +229,8 @@ LSTATUS RegDeleteValueW(HKEY key, LPCWSTR name) {
     desktop::Call call("RegDeleteValueW", name);
     const std::string file = entryFile(call, name);
     if (const LSTATUS code = refusal(call, key, KEY_SET_VALUE)) return code;
-    Value value;
-    if (const LSTATUS code = readEntry(file, value)) return code;
+    std::u16string text;
+    if (const LSTATUS code = readEntry(file, text)) return code;
     return unlink(file.c_str()) == 0 ? ERROR_SUCCESS : errorAt(file);
 }
 

@@ -12,9 +12,9 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <charconv>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <list>
 
@@ -87,12 +87,6 @@ Reached reach(int connection, const std::string& path) {
     return errno == EAGAIN ? Reached::Busy : Reached::Nobody;
 }
 
-int processIn(const std::string& name, std::size_t prefixLength) {
-    int process = 0;
-    std::from_chars(name.data() + prefixLength, name.data() + name.size(), process);
-    return process;
-}
-
 // Windows of that class in other running processes. Sockets without a listener are removed.
 std::vector<Mailbox> othersOf(std::u16string_view className) {
     std::vector<Mailbox> found;
@@ -103,7 +97,7 @@ std::vector<Mailbox> othersOf(std::u16string_view className) {
     for (const auto& entry : std::filesystem::directory_iterator(*folder, ignored)) {
         const std::string name = entry.path().filename();
         if (!name.starts_with(prefix)) continue;
-        const int process = processIn(name, prefix.size());
+        const int process = std::atoi(name.c_str() + prefix.size());
         if (process <= 0 || process == getpid()) continue;
         const Descriptor probe = makeSocket();
         if (reach(probe.get(), entry.path()) == Reached::Nobody)
@@ -147,8 +141,8 @@ std::optional<std::pair<Connection, Mail>> nextMail() {
     return std::nullopt;
 }
 
-bool waitFor(int socket, short event, std::chrono::steady_clock::time_point end) {
-    pollfd watched{socket, event, 0};
+bool waitForAnswer(int socket, std::chrono::steady_clock::time_point end) {
+    pollfd watched{socket, POLLIN, 0};
     for (;;) {
         const auto left =
             std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
@@ -221,9 +215,9 @@ std::optional<LRESULT> sendMail(const Mailbox& mailbox, UINT message, WPARAM wpa
     if (send(connection.get(), &mail, sizeof mail, MSG_NOSIGNAL) != sizeof mail)
         return std::nullopt;
     LRESULT result = 0;
-    if (!waitFor(connection.get(), POLLIN, end)) return std::nullopt;
-    if (recv(connection.get(), &result, sizeof result, 0) != sizeof result) return std::nullopt;
-    return result;
+    const bool isAnswered = waitForAnswer(connection.get(), end) &&
+                            recv(connection.get(), &result, sizeof result, 0) == sizeof result;
+    return isAnswered ? std::optional(result) : std::nullopt;
 }
 
 UINT registeredMessage(std::u16string_view text) {

@@ -5,7 +5,6 @@
 // has no output, like those that draw without a graphics card.
 
 #include <algorithm>
-#include <string>
 #include <vector>
 
 #include "platform/dxgi/objects.h"
@@ -18,17 +17,12 @@ constexpr UINT adapterCount = 3;
 
 struct Output
     : com::ComObject<Output, IDXGIOutput1, IID_IDXGIObject, IID_IDXGIOutput, IID_IDXGIOutput1> {
-    Output(const host::Monitor& shown, UINT position, UINT adapterIndex)
-        : monitor(shown), number(position), adapter(adapterIndex) {}
+    Output(const host::Monitor& shown, UINT adapterIndex) : monitor(shown), adapter(adapterIndex) {}
 
     HRESULT GetDesc(DXGI_OUTPUT_DESC* description) {
         desktop::Call call("IDXGIOutput::GetDesc");
         if (call.struck()) return call.result(E_FAIL);
         *description = {};
-        const std::string digits = std::to_string(number + 1);
-        const std::u16string name =
-            u"\\\\.\\DISPLAY" + std::u16string(digits.begin(), digits.end());
-        name.copy(description->DeviceName, std::size(description->DeviceName) - 1);
         description->DesktopCoordinates = monitor.bounds;
         description->AttachedToDesktop = TRUE;
         description->Rotation = static_cast<DXGI_MODE_ROTATION>(monitor.rotation);
@@ -49,7 +43,7 @@ struct Output
     }
 
     const host::Monitor monitor;
-    const UINT number, adapter;
+    const UINT adapter;
 };
 
 struct Adapter
@@ -65,8 +59,7 @@ struct Adapter
         const std::size_t end =
             index == 0 ? std::min<std::size_t>(1, monitors.size()) : monitors.size();
         if (first + position >= end) return DXGI_ERROR_NOT_FOUND;
-        const auto number = static_cast<UINT>(first + position);
-        *output = (new Output(monitors[number], number, index))->published();
+        *output = (new Output(monitors[first + position], index))->published();
         return S_OK;
     }
 

@@ -2,10 +2,8 @@
 
 #include "platform/kernel32/global_memory.h"
 
-#include <map>
 #include <mutex>
 
-#include "platform/core/call.h"
 #include "platform/core/objects.h"
 
 namespace {
@@ -17,7 +15,6 @@ struct Block {
 
 std::mutex guard;
 desktop::HandleTable<HGLOBAL, Block> blocks(0x20000008, "GlobalBlock");
-std::map<HGLOBAL, std::vector<BYTE>> blocksOfTheSystem;
 
 Block& blockAt(const desktop::Call& call, HGLOBAL handle) {
     Block* const block = blocks.find(handle);
@@ -66,24 +63,12 @@ namespace kernel32 {
 
 void handOver(HGLOBAL handle) {
     const std::lock_guard lock(guard);
-    Block* const block = blocks.find(handle);
-    if (!block) desktop::refuse("SetClipboardData", "block", 0);
-    blocksOfTheSystem[handle] = std::move(block->bytes);
     blocks.remove(handle);
 }
 
-void discard(HGLOBAL handle) {
+std::vector<BYTE> bytesOf(const desktop::Call& call, HGLOBAL handle) {
     const std::lock_guard lock(guard);
-    blocksOfTheSystem.erase(handle);
-}
-
-std::vector<BYTE> bytesOf(const char* operation, HGLOBAL handle) {
-    const std::lock_guard lock(guard);
-    if (const auto found = blocksOfTheSystem.find(handle); found != blocksOfTheSystem.end())
-        return found->second;
-    const Block* const block = blocks.find(handle);
-    if (!block) desktop::refuse(operation, "block", reinterpret_cast<std::intptr_t>(handle));
-    return block->bytes;
+    return blockAt(call, handle).bytes;
 }
 
 }  // namespace kernel32

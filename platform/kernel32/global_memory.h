@@ -1,19 +1,16 @@
-// Blocks that the program has given to the system.
+// Blocks that the program gives to the system.
 
 #pragma once
 
-#include <windows.h>
-
 #include <vector>
+
+#include "platform/core/call.h"
 
 namespace kernel32 {
 
-// The block is the system's from here on: it counts no longer as the program's, which may not lock
-// or free it.
+// The block is the system's from here on: the program may not lock or free it any more.
 void handOver(HGLOBAL block);
-// Frees a block that was handed over.
-void discard(HGLOBAL block);
-// A copy of what the block holds.
-std::vector<BYTE> bytesOf(const char* operation, HGLOBAL block);
+// A copy of what the program's block holds.
+std::vector<BYTE> bytesOf(const desktop::Call& call, HGLOBAL block);
 
 }  // namespace kernel32

@@ -71,16 +71,6 @@ DWORD refusal(const std::string& path, DWORD access, DWORD flags) {
     return ERROR_SUCCESS;
 }
 
-FILETIME fileTime(const timespec& time) {
-    constexpr ULONGLONG secondsFrom1601To1970 = 11'644'473'600;
-    const ULONGLONG ticks =
-        (static_cast<ULONGLONG>(time.tv_sec) + secondsFrom1601To1970) * 10'000'000 +
-        static_cast<ULONGLONG>(time.tv_nsec) / 100;
-    return {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
-}
-
-DWORD upper(std::uint64_t value) { return static_cast<DWORD>(value >> 32); }
-
 Descriptor lockFolder(const std::filesystem::path& folder) {
     Descriptor opened(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (opened && flock(opened.get(), LOCK_EX) != 0) return Descriptor();
@@ -138,6 +128,7 @@ BOOL FlushFileBuffers(HANDLE file) {
     return TRUE;
 }
 
+// Attributes and size.
 BOOL GetFileInformationByHandle(HANDLE file, BY_HANDLE_FILE_INFORMATION* information) {
     desktop::Call call("GetFileInformationByHandle", file);
     if (call.struck()) return call.fail(ERROR_GEN_FAILURE);
@@ -146,16 +137,10 @@ BOOL GetFileInformationByHandle(HANDLE file, BY_HANDLE_FILE_INFORMATION* informa
     struct stat item {};
     if (fstat(opened->descriptor->get(), &item) != 0) return call.fail(kernel32::errorCode(errno));
     const auto size = static_cast<std::uint64_t>(item.st_size);
-    *information = {kernel32::attributesOf(item),
-                    fileTime(item.st_ctim),
-                    fileTime(item.st_atim),
-                    fileTime(item.st_mtim),
-                    static_cast<DWORD>(item.st_dev),
-                    upper(size),
-                    static_cast<DWORD>(size),
-                    static_cast<DWORD>(item.st_nlink),
-                    upper(item.st_ino),
-                    static_cast<DWORD>(item.st_ino)};
+    *information = {};
+    information->dwFileAttributes = kernel32::attributesOf(item);
+    information->nFileSizeHigh = static_cast<DWORD>(size >> 32);
+    information->nFileSizeLow = static_cast<DWORD>(size);
     return TRUE;
 }
 

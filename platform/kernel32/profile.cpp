@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -156,29 +157,21 @@ struct Profile {
 
 const std::string utf16Mark = "\xFF\xFE";
 
-unsigned byteAt(const std::string& bytes, std::size_t index) {
-    return static_cast<unsigned char>(bytes[index]);
-}
-
 Profile decode(const std::string& bytes) {
     Profile profile{bytes.starts_with(utf16Mark), {}};
-    if (!profile.isUtf16) {
-        for (std::size_t at = 0; at < bytes.size(); ++at)
-            profile.text += static_cast<char16_t>(byteAt(bytes, at));
-        return profile;
+    if (profile.isUtf16) {
+        profile.text.resize(bytes.size() / 2 - 1);
+        std::memcpy(profile.text.data(), bytes.data() + 2, profile.text.size() * 2);
+    } else {
+        for (const unsigned char byte : bytes) profile.text += char16_t{byte};
     }
-    for (std::size_t at = 2; at + 1 < bytes.size(); at += 2)
-        profile.text += static_cast<char16_t>(byteAt(bytes, at) | byteAt(bytes, at + 1) << 8);
     return profile;
 }
 
 std::string encode(const Profile& profile) {
-    std::string bytes = profile.isUtf16 ? utf16Mark : "";
-    for (const char16_t unit : profile.text) {
-        bytes += static_cast<char>(unit & 0xFF);
-        if (profile.isUtf16) bytes += static_cast<char>(unit >> 8);
-    }
-    return bytes;
+    const auto& text = profile.text;
+    if (!profile.isUtf16) return std::string(text.begin(), text.end());
+    return utf16Mark + std::string(reinterpret_cast<const char*>(text.data()), text.size() * 2);
 }
 
 // Nothing unless all of it can be read: what is missing here would be lost in the next write.

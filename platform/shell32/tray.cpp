@@ -54,10 +54,6 @@ void showBalloon(const NOTIFYICONDATAW& data) {
     host::current().showBalloon(balloon);
 }
 
-bool isOurs(const NOTIFYICONDATAW& data) {
-    return entry && entry->window == data.hWnd && entry->id == data.uID;
-}
-
 void refuseUnknown(const desktop::Call& call, DWORD command, const NOTIFYICONDATAW& data) {
     call.only("size", data.cbSize, sizeof data);
     call.only("command", command, NIM_ADD, NIM_MODIFY, NIM_DELETE);
@@ -67,15 +63,6 @@ void refuseUnknown(const desktop::Call& call, DWORD command, const NOTIFYICONDAT
         call.only("balloon icon", data.dwInfoFlags, NIIF_INFO, NIIF_ERROR);
 }
 
-bool add(const NOTIFYICONDATAW& data) { return !isOurs(data) && showIcon(data); }
-
-bool modify(const NOTIFYICONDATAW& data) {
-    if (!isOurs(data)) return false;
-    if (data.uFlags == allOfTheIcon) return showIcon(data);
-    if (data.szInfo[0]) showBalloon(data);
-    return true;
-}
-
 void forgetIcon() {
     if (!entry) return;
     entry.reset();
@@ -83,9 +70,12 @@ void forgetIcon() {
     publishTip("");
 }
 
-bool removeIcon(const NOTIFYICONDATAW& data) {
-    if (!isOurs(data)) return false;
-    forgetIcon();
+bool carryOut(DWORD command, const NOTIFYICONDATAW& data) {
+    const bool isOurs = entry && entry->window == data.hWnd && entry->id == data.uID;
+    if (isOurs == (command == NIM_ADD)) return false;
+    if (command == NIM_DELETE) return forgetIcon(), true;
+    if (data.uFlags == allOfTheIcon) return showIcon(data);
+    if (data.szInfo[0]) showBalloon(data);
     return true;
 }
 
@@ -114,8 +104,5 @@ BOOL Shell_NotifyIconW(DWORD command, NOTIFYICONDATAW* icon) {
                        icon->hIcon, icon->szTip, icon->szInfo, icon->dwInfoFlags, icon->uTimeout);
     shell32::refuseUnknown(call, command, *icon);
     if (call.struck() || !user32::find(icon->hWnd)) return call.fail(ERROR_GEN_FAILURE);
-    const bool done = command == NIM_ADD      ? shell32::add(*icon)
-                      : command == NIM_MODIFY ? shell32::modify(*icon)
-                                              : shell32::removeIcon(*icon);
-    return done ? TRUE : call.fail(ERROR_GEN_FAILURE);
+    return shell32::carryOut(command, *icon) ? TRUE : call.fail(ERROR_GEN_FAILURE);
 }

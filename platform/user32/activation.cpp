@@ -43,6 +43,26 @@ HWND nextActive() {
     return nullptr;
 }
 
+// The next window of ours takes over, or the program that was there before.
+void leaveActivation(HWND window) {
+    if (capture() == window) releaseCapture();
+    if (foreground() != window) return;
+    const HWND next = nextActive();
+    if (next) {
+        activate(next);
+    } else {
+        host::current().focusSurface(0);
+        moveFront(nullptr);
+    }
+}
+
+const bool registered = registerFor(Moment::WindowHides, leaveActivation) &&
+                        setMailAction(foregroundMail, allowForeground) &&
+                        registerFor(Moment::ThreadBegins, [](HWND) {
+                            entitled = true;
+                            begun = std::chrono::steady_clock::now();
+                        });
+
 }  // namespace
 
 HWND keyTarget() { return diverted ? diverted : foreground(); }
@@ -98,30 +118,6 @@ void releaseCapture() {
     desktop::closed("MouseCapture");
     send(loser, WM_CAPTURECHANGED, 0, 0);
 }
-
-namespace {
-
-// The next window of ours takes over, or the program that was there before.
-void leaveActivation(HWND window) {
-    if (capture() == window) releaseCapture();
-    if (foreground() != window) return;
-    const HWND next = nextActive();
-    if (next) {
-        activate(next);
-    } else {
-        host::current().focusSurface(0);
-        moveFront(nullptr);
-    }
-}
-
-const bool registered = registerFor(Moment::WindowHides, leaveActivation) &&
-                        setMailAction(foregroundMail, allowForeground) &&
-                        registerFor(Moment::ThreadBegins, [](HWND) {
-                            entitled = true;
-                            begun = std::chrono::steady_clock::now();
-                        });
-
-}  // namespace
 
 }  // namespace user32
 

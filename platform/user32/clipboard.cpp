@@ -24,23 +24,19 @@ namespace {
 bool isOpen = false;
 HWND openedBy = nullptr;
 HWND owner = nullptr;
-HGLOBAL held = nullptr;  // the system's
 
 void publishBlock(std::optional<std::vector<std::uint8_t>> block) {
     desktop::withShown([&](desktop::Shown& shown) { shown.clipboard = std::move(block); });
 }
 
-void dropHeld() {
-    if (held) kernel32::discard(std::exchange(held, nullptr));
-}
-
-// The paths after the DROPFILES record: each ends with a zero, the list with another.
-std::vector<std::u16string> pathsIn(const std::vector<std::uint8_t>& block) {
+// The paths after the DROPFILES record, in UTF-8: each ends with a zero, the list with another.
+std::vector<std::string> pathsIn(const desktop::Call& call,
+                                 const std::vector<std::uint8_t>& block) {
     DROPFILES header;
-    if (block.size() < sizeof header) desktop::refuse("SetClipboardData", "size", block.size());
+    if (block.size() < sizeof header) call.refuse("size", block.size());
     std::memcpy(&header, block.data(), sizeof header);
-    if (!header.fWide) desktop::refuse("SetClipboardData", "fWide", header.fWide);
-    std::vector<std::u16string> paths;
+    call.only("fWide", header.fWide, TRUE);
+    std::vector<std::string> paths;
     std::u16string path;
     for (std::size_t at = header.pFiles; at + 2 <= block.size(); at += 2) {
         const auto unit = static_cast<char16_t>(block[at] | block[at + 1] << 8);
@@ -49,15 +45,9 @@ std::vector<std::u16string> pathsIn(const std::vector<std::uint8_t>& block) {
             continue;
         }
         if (path.empty()) return paths;
-        paths.push_back(std::exchange(path, {}));
+        paths.push_back(desktop::toUtf8(std::exchange(path, {})));
     }
-    desktop::refuse("SetClipboardData", "list without an end", header.pFiles);
-}
-
-bool offer(const std::vector<std::uint8_t>& block) {
-    std::vector<std::string> utf8;
-    for (const std::u16string& path : pathsIn(block)) utf8.push_back(desktop::toUtf8(path));
-    return host::current().offerFiles(utf8, block);
+    call.refuse("list without an end at", header.pFiles);
 }
 
 void close() {
@@ -98,7 +88,6 @@ BOOL EmptyClipboard() {
     if (!isOpen) return call.fail(ERROR_CLIPBOARD_NOT_OPEN);
     if (owner) send(owner, WM_DESTROYCLIPBOARD, 0, 0);
     owner = openedBy;
-    dropHeld();
     publishBlock(std::nullopt);
     host::current().clearClipboard();
     return TRUE;
@@ -107,22 +96,14 @@ BOOL EmptyClipboard() {
 HANDLE SetClipboardData(UINT format, HANDLE block) {
     desktop::Call call("SetClipboardData", format, block);
     call.only("format", format, CF_HDROP);
-    const std::vector<std::uint8_t> bytes = kernel32::bytesOf("SetClipboardData", block);
+    const std::vector<std::uint8_t> bytes = kernel32::bytesOf(call, block);
     if (call.struck()) return call.fail(ERROR_ACCESS_DENIED);
     if (!isOpen || owner != openedBy) return call.fail(ERROR_CLIPBOARD_NOT_OPEN);
-    if (!offer(bytes)) return call.fail(ERROR_ACCESS_DENIED);
-    dropHeld();
+    if (!host::current().offerFiles(pathsIn(call, bytes), bytes))
+        return call.fail(ERROR_ACCESS_DENIED);
     kernel32::handOver(block);
-    held = block;
     publishBlock(bytes);
     return block;
-}
-
-HANDLE GetClipboardData(UINT format) {
-    desktop::Call call("GetClipboardData", format);
-    call.only("format", format, CF_HDROP);
-    if (!isOpen) return call.fail(ERROR_CLIPBOARD_NOT_OPEN);
-    return held;
 }
 
 BOOL CloseClipboard() {
@@ -130,15 +111,4 @@ BOOL CloseClipboard() {
     if (!isOpen) return call.fail(ERROR_CLIPBOARD_NOT_OPEN);
     close();
     return TRUE;
-}
-
-UINT DragQueryFileW(HDROP drop, UINT index, LPWSTR path, UINT capacity) {
-    desktop::Call call("DragQueryFileW", drop, index);
-    const auto paths = pathsIn(kernel32::bytesOf("DragQueryFileW", drop));
-    if (index == 0xFFFFFFFF) return static_cast<UINT>(paths.size());
-    if (index >= paths.size()) return 0;
-    if (!path) return static_cast<UINT>(paths[index].size());
-    const std::size_t length = paths[index].copy(path, capacity - 1);
-    path[length] = 0;
-    return static_cast<UINT>(length);
 }

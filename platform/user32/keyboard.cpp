@@ -124,26 +124,24 @@ bool miss() {
 struct HotKey {
     HWND window;
     int id;
-    UINT modifiers, key;
+    bool operator==(const HotKey&) const = default;
 };
-std::vector<HotKey> hotKeys;
+std::map<std::pair<UINT, UINT>, HotKey> hotKeys;  // by modifiers and key
 
-auto combination(UINT modifiers, UINT key) {
-    return std::find_if(hotKeys.begin(), hotKeys.end(), [&](const HotKey& entry) {
-        return entry.modifiers == modifiers && entry.key == key;
+// How many were released.
+template <typename Condition>
+std::size_t releaseHotKeys(Condition condition) {
+    return std::erase_if(hotKeys, [&](const auto& entry) {
+        const auto& [combination, hotKey] = entry;
+        if (!condition(hotKey)) return false;
+        host::current().releaseHotKey(combination.first, combination.second);
+        desktop::closed("HotKey");
+        return true;
     });
 }
 
-void release(std::vector<HotKey>::iterator entry) {
-    host::current().releaseHotKey(entry->modifiers, entry->key);
-    desktop::closed("HotKey");
-    hotKeys.erase(entry);
-}
-
 void releaseHotKeysOf(HWND window) {
-    for (std::size_t at = hotKeys.size(); at-- > 0;)
-        if (hotKeys[at].window == window)
-            release(hotKeys.begin() + static_cast<std::ptrdiff_t>(at));
+    releaseHotKeys([&](const HotKey& each) { return each.window == window; });
 }
 
 const bool registered = registerFor(Moment::WindowIsDestroyed, releaseHotKeysOf) &&
@@ -175,13 +173,14 @@ bool hooksEat(const host::Event& event, UINT message) {
 const host::Event* hookedEvent() { return currentEvent; }
 
 bool isHotKey(const host::Event& press, bool isRepeat) {
-    const auto found = combination(press.modifiers, press.key);
+    const auto found = hotKeys.find({press.modifiers, press.key});
     if (found == hotKeys.end()) return false;
+    const auto& [window, id] = found->second;
     if (!isRepeat)
-        post({found->window,
+        post({window,
               WM_HOTKEY,
-              static_cast<WPARAM>(found->id),
-              MAKELPARAM(found->modifiers, found->key),
+              static_cast<WPARAM>(id),
+              MAKELPARAM(press.modifiers, press.key),
               0,
               {}});
     return true;
@@ -241,25 +240,22 @@ BOOL RegisterHotKey(HWND window, int id, UINT modifiers, UINT key) {
     constexpr UINT all = MOD_ALT | MOD_CONTROL | MOD_SHIFT | MOD_WIN;
     if (!(modifiers & MOD_NOREPEAT) || modifiers & ~(all | MOD_NOREPEAT))
         call.refuse("modifiers", modifiers);
-    for (const HotKey& entry : hotKeys)
-        if (entry.window == window && entry.id == id) call.refuse("id that is in use", id);
+    for (const auto& [combination, hotKey] : hotKeys)
+        if (hotKey == HotKey{window, id}) call.refuse("id that is in use", id);
     const UINT held = modifiers & all;
     if (call.struck()) return call.fail(ERROR_HOTKEY_ALREADY_REGISTERED);
     if (!find(window)) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
-    if (combination(held, key) != hotKeys.end() || !host::current().grabHotKey(held, key))
+    if (hotKeys.contains({held, key}) || !host::current().grabHotKey(held, key))
         return call.fail(ERROR_HOTKEY_ALREADY_REGISTERED);
     desktop::opened("HotKey");
-    hotKeys.push_back({window, id, held, key});
+    hotKeys[{held, key}] = {window, id};
     return TRUE;
 }
 
 BOOL UnregisterHotKey(HWND window, int id) {
     desktop::Call call("UnregisterHotKey", window, id);
     if (!find(window)) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
-    const auto found = std::find_if(hotKeys.begin(), hotKeys.end(), [&](const HotKey& entry) {
-        return entry.window == window && entry.id == id;
-    });
-    if (found == hotKeys.end()) return call.fail(ERROR_HOTKEY_NOT_REGISTERED);
-    release(found);
+    if (!releaseHotKeys([&](const HotKey& each) { return each == HotKey{window, id}; }))
+        return call.fail(ERROR_HOTKEY_NOT_REGISTERED);
     return TRUE;
 }

@@ -35,14 +35,6 @@ gdi::Canvas canvasOf(Window& window) {
     return {window.pixels.data(), width(window), height(window), width(window)};
 }
 
-// A window that nobody sees can still be painted on.
-void fitPixels(Window& window) {
-    const auto count =
-        static_cast<std::size_t>(width(window)) * static_cast<std::size_t>(height(window));
-    if (window.pixels.size() == count) return;
-    window.pixels.assign(count, 0);
-}
-
 }  // namespace
 
 int width(const Window& window) { return window.bounds.right - window.bounds.left; }
@@ -54,7 +46,10 @@ bool isSeen(const Window& window) {
 }
 
 void updatePlacement(Window& window, bool raised) {
-    if (window.visible) fitPixels(window);
+    const auto count =
+        static_cast<std::size_t>(width(window)) * static_cast<std::size_t>(height(window));
+    // A window that nobody sees can still be painted on.
+    if (window.visible && window.pixels.size() != count) window.pixels.assign(count, 0);
     if (isSeen(window))
         host::current().showSurface(window.surface, placementOf(window), raised);
     else
