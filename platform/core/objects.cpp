@@ -1,5 +1,3 @@
-// The counters of open objects, and waiting for what they or anything else will become.
-
 #include "platform/core/objects.h"
 
 #include <chrono>

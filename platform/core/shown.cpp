@@ -1,5 +1,3 @@
-// The control functions that look at what the program shows, on any host.
-
 #include "platform/core/shown.h"
 
 #include <stdexcept>

@@ -1,5 +1,3 @@
-// Text between 16 and 8 bits.
-
 #include "platform/core/text.h"
 
 #include <glib.h>

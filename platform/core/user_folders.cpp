@@ -1,5 +1,3 @@
-// The user's folders by the rules of the XDG base directories.
-
 #include "platform/core/user_folders.h"
 
 #include <pwd.h>

@@ -1,5 +1,3 @@
-// Painting by cairo and pango, on surfaces that share the canvas's memory.
-
 #include "platform/gdi32/canvas.h"
 
 #include <pango/pangocairo.h>
@@ -76,6 +74,14 @@ RECT centered(const RECT& area, SIZE size) {
     const LONG left = (area.left + area.right - size.cx) / 2;
     const LONG top = (area.top + area.bottom - size.cy) / 2;
     return {left, top, left + size.cx, top + size.cy};
+}
+
+RECT movedInto(const RECT& screen, const RECT& area) {
+    const LONG left =
+        std::max(screen.left, std::min(area.left, screen.right - (area.right - area.left)));
+    const LONG top =
+        std::max(screen.top, std::min(area.top, screen.bottom - (area.bottom - area.top)));
+    return moved(area, left - area.left, top - area.top);
 }
 
 std::vector<RECT> difference(const RECT& area, const RECT& hole) {

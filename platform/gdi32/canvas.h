@@ -32,6 +32,8 @@ bool isEmpty(const RECT& area);
 bool contains(const RECT& area, POINT at);
 RECT moved(const RECT& area, int right, int down);
 RECT centered(const RECT& area, SIZE size);
+// As close to `area` as possible without leaving `screen`; the upper left corner matters most.
+RECT movedInto(const RECT& screen, const RECT& area);
 // What is left of `area` outside `hole`: up to four rectangles.
 std::vector<RECT> difference(const RECT& area, const RECT& hole);
 

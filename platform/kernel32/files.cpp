@@ -1,5 +1,3 @@
-// Error codes, attributes, and share modes as locks.
-
 #include "platform/kernel32/files.h"
 
 #include <fcntl.h>

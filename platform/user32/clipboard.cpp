@@ -1,6 +1,7 @@
-// Files on the clipboard.
+// Files on the clipboard, and the movable memory blocks that bring them there.
 
 #include <cstring>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -14,12 +15,25 @@
 #include "platform/core/shown.h"
 #include "platform/core/text.h"
 #include "platform/hosts/host.h"
-#include "platform/kernel32/global_memory.h"
 #include "platform/user32/window.h"
 
 namespace user32 {
 
 namespace {
+
+struct Block {
+    std::vector<BYTE> bytes;  // never resized: the program has its address
+    int locks = 0;
+};
+
+std::mutex guard;
+desktop::HandleTable<HGLOBAL, Block> blocks(0x20000008, "GlobalBlock");
+
+Block& blockAt(const desktop::Call& call, HGLOBAL handle) {
+    Block* const block = blocks.find(handle);
+    if (!block) call.refuse("block", handle);
+    return *block;
+}
 
 bool isOpen = false;
 HWND openedBy = nullptr;
@@ -69,6 +83,41 @@ const bool registered = registerFor(Moment::WindowIsDestroyed, [](HWND window) {
 
 using namespace user32;
 
+HGLOBAL GlobalAlloc(UINT flags, SIZE_T bytes) {
+    desktop::Call call("GlobalAlloc", flags, bytes);
+    call.only("flags", flags, GMEM_MOVEABLE | GMEM_ZEROINIT);
+    if (call.struck()) return call.fail(ERROR_NOT_ENOUGH_MEMORY);
+    const std::lock_guard lock(guard);
+    return blocks.add({std::vector<BYTE>(bytes)});
+}
+
+LPVOID GlobalLock(HGLOBAL handle) {
+    desktop::Call call("GlobalLock", handle);
+    const std::lock_guard lock(guard);
+    Block& block = blockAt(call, handle);
+    if (call.struck()) return call.fail(ERROR_NOT_ENOUGH_MEMORY);
+    ++block.locks;
+    return block.bytes.data();
+}
+
+BOOL GlobalUnlock(HGLOBAL handle) {
+    desktop::Call call("GlobalUnlock", handle);
+    const std::lock_guard lock(guard);
+    Block& block = blockAt(call, handle);
+    if (block.locks == 0) call.refuse("count of locks", 0);
+    if (--block.locks > 0) return TRUE;
+    SetLastError(ERROR_SUCCESS);  // tells the unlocked block from a failure
+    return FALSE;
+}
+
+HGLOBAL GlobalFree(HGLOBAL handle) {
+    desktop::Call call("GlobalFree", handle);
+    const std::lock_guard lock(guard);
+    call.only("locks", blockAt(call, handle).locks, 0);
+    blocks.remove(handle);
+    return nullptr;
+}
+
 BOOL OpenClipboard(HWND window) {
     desktop::Call call("OpenClipboard", window);
     if (call.struck()) return call.fail(ERROR_ACCESS_DENIED);
@@ -96,12 +145,13 @@ BOOL EmptyClipboard() {
 HANDLE SetClipboardData(UINT format, HANDLE block) {
     desktop::Call call("SetClipboardData", format, block);
     call.only("format", format, CF_HDROP);
-    const std::vector<std::uint8_t> bytes = kernel32::bytesOf(call, block);
+    const std::lock_guard lock(guard);
+    const std::vector<BYTE> bytes = blockAt(call, block).bytes;
     if (call.struck()) return call.fail(ERROR_ACCESS_DENIED);
     if (!isOpen || owner != openedBy) return call.fail(ERROR_CLIPBOARD_NOT_OPEN);
     if (!host::current().offerFiles(pathsIn(call, bytes), bytes))
         return call.fail(ERROR_ACCESS_DENIED);
-    kernel32::handOver(block);
+    blocks.remove(block);  // The system's from here on.
     publishBlock(bytes);
     return block;
 }

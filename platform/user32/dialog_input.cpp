@@ -32,8 +32,8 @@ bool isTabStop(const Control& control) { return (control.style & WS_TABSTOP) && 
 template <typename Condition>
 Control* nextControl(Dialog& dialog, const Control* from, bool backwards, Condition condition) {
     const auto count = dialog.controls.size(), step = backwards ? count - 1 : 1;
-    auto index = static_cast<std::size_t>(from - dialog.controls.data());
-    if (!from) index = backwards ? 0 : count - 1;
+    auto index = backwards ? 0 : count - 1;
+    if (from) index = static_cast<std::size_t>(from - dialog.controls.data());
     for (auto tries = count; tries > 0; --tries) {
         index = (index + step) % count;
         if (condition(dialog.controls[index])) return &dialog.controls[index];

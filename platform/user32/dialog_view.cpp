@@ -2,7 +2,6 @@
 
 #include "platform/user32/dialog.h"
 
-#include <algorithm>
 #include <cmath>
 #include <ranges>
 
@@ -20,15 +19,6 @@ int captionButton(const Dialog& dialog) { return (captionHeight(dialog) - border
 
 int across(const Dialog& dialog, LONG units) { return (units * dialog.letter.cx + 2) / 4; }
 int down(const Dialog& dialog, LONG units) { return (units * dialog.letter.cy + 4) / 8; }
-
-// As close to `area` as possible without leaving `screen`; the upper left corner matters most.
-RECT movedInto(const RECT& screen, const RECT& area) {
-    const LONG left =
-        std::max(screen.left, std::min(area.left, screen.right - (area.right - area.left)));
-    const LONG top =
-        std::max(screen.top, std::min(area.top, screen.bottom - (area.bottom - area.top)));
-    return gdi::moved(area, left - area.left, top - area.top);
-}
 
 // One control as it is to be drawn now.
 struct View {
@@ -210,10 +200,10 @@ void settle(Dialog& dialog, bool bringIn) {
     Window& window = *find(dialog.window);
     const RECT bounds = window.bounds;
     const host::Monitor monitor = monitorOf(window);
-    if (bringIn) place(window, movedInto(monitor.bounds, bounds));
+    if (bringIn) place(window, gdi::movedInto(monitor.bounds, bounds));
     if (monitor.dpi != dialog.dpi && !window.ofTheLayer) {
         setDpi(dialog, monitor.dpi);
-        const RECT wanted = movedInto(monitor.bounds, gdi::centered(bounds, sizeOf(dialog)));
+        const RECT wanted = gdi::movedInto(monitor.bounds, gdi::centered(bounds, sizeOf(dialog)));
         send(dialog.window, WM_DPICHANGED, MAKEWPARAM(monitor.dpi, monitor.dpi),
              reinterpret_cast<LPARAM>(&wanted));
     }

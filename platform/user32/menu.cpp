@@ -67,9 +67,8 @@ SIZE layOut(const Menu& items) {
 
 // At the pointer, but on the monitor as a whole: a menu at the taskbar opens upwards.
 RECT boundsAt(POINT at, const RECT& screen, SIZE size) {
-    const LONG left = std::max(screen.left, std::min(at.x, screen.right - size.cx));
-    const LONG top = at.y + size.cy <= screen.bottom ? at.y : std::max(screen.top, at.y - size.cy);
-    return {left, top, left + size.cx, top + size.cy};
+    const LONG top = at.y + size.cy <= screen.bottom ? at.y : at.y - size.cy;
+    return gdi::movedInto(screen, {at.x, top, at.x + size.cx, top + size.cy});
 }
 
 void paintEntry(const gdi::Canvas& canvas, const Entry& entry) {

@@ -1,5 +1,3 @@
-// The order in which messages come out, waiting for them, timers, and the end of the session.
-
 #include "platform/user32/message_queue.h"
 
 #include <poll.h>
