@@ -28,7 +28,6 @@ struct Plan {
 
 std::atomic<bool> logRuns = false;
 std::atomic<bool> anythingPlanned = false;
-std::atomic<std::int64_t> diskLimitInBytes = -1;
 thread_local DWORD lastError = ERROR_SUCCESS;
 
 std::mutex guard;  // of everything below
@@ -75,8 +74,6 @@ std::string describe(const GUID& id) {
                   last[3], last[4], last[5], last[6], last[7]);
     return text;
 }
-
-std::string describeNumber(std::int64_t number) { return std::to_string(number); }
 
 Call::~Call() {
     if (endsAfter) _exit(plannedEndCode);
@@ -137,10 +134,6 @@ void refuse(const char* operation, const char* what, std::int64_t value) {
                  static_cast<long long>(value), static_cast<unsigned long long>(value));
     std::abort();
 }
-
-std::int64_t diskLimit() { return diskLimitInBytes; }
-
-void limitDisk(std::int64_t bytes) { diskLimitInBytes = bytes; }
 
 void startCallLog() {
     const std::lock_guard lock(guard);

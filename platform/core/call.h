@@ -15,12 +15,11 @@ std::string describe(const WCHAR* text);    // UTF-8 in quotes, null, or the num
 std::string describe(const char* text);     // in quotes, or null
 std::string describe(const void* pointer);  // "set" or "null": addresses differ from run to run
 std::string describe(const GUID& id);
-std::string describeNumber(std::int64_t number);
 
 template <typename Value>
 std::string describeArgument(const Value& value) {
     if constexpr (std::is_enum_v<Value> || std::is_integral_v<Value>)
-        return describeNumber(static_cast<std::int64_t>(value));
+        return std::to_string(static_cast<std::int64_t>(value));
     else
         return describe(value);
 }
@@ -102,8 +101,5 @@ private:
 
 // Logs that the program releases a reference. Nothing can be planned for it.
 void logRelease(const char* interfaceName);
-
-// The most bytes that a file of the sink writer may get, which control.h can plan; -1: no limit.
-std::int64_t diskLimit();
 
 }  // namespace desktop

@@ -87,14 +87,10 @@ DWORD copyTo(int source, const struct stat& item, const std::string& target) {
 
 DWORD GetFileAttributesW(LPCWSTR name) {
     desktop::Call call("GetFileAttributesW", name);
-    const auto failed = [&call](DWORD code) {
-        call.fail(code);
-        return INVALID_FILE_ATTRIBUTES;
-    };
-    if (call.struck()) return failed(ERROR_ACCESS_DENIED);
+    if (call.struck()) return call.fail(ERROR_ACCESS_DENIED), INVALID_FILE_ATTRIBUTES;
     const std::string path = desktop::toUtf8(name);
     const auto item = itemAt(path);
-    if (!item) return failed(errorCode(errno, path));
+    if (!item) return call.fail(errorCode(errno, path)), INVALID_FILE_ATTRIBUTES;
     if (!S_ISLNK(item->st_mode)) return kernel32::attributesOf(*item);
     return FILE_ATTRIBUTE_REPARSE_POINT | (leadsToFolder(path) ? FILE_ATTRIBUTE_DIRECTORY : 0);
 }

@@ -103,18 +103,16 @@ HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD share, LPSECURITY_ATTRIBUTE
     call.within("share mode", share, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE);
     call.only("disposition", disposition, OPEN_EXISTING);
     call.only("flags", flags, FILE_ATTRIBUTE_NORMAL, FILE_FLAG_BACKUP_SEMANTICS);
-    const auto failed = [&call](DWORD code) {
-        call.fail(code);
-        return INVALID_HANDLE_VALUE;
-    };
-    if (call.struck()) return failed(ERROR_ACCESS_DENIED);
+    if (call.struck()) return call.fail(ERROR_ACCESS_DENIED), INVALID_HANDLE_VALUE;
     const std::string path = desktop::toUtf8(name);
-    if (const DWORD code = refusal(path, access, flags)) return failed(code);
+    if (const DWORD code = refusal(path, access, flags))
+        return call.fail(code), INVALID_HANDLE_VALUE;
     // Marks need a descriptor that can read.
     const int mode = access & GENERIC_WRITE ? O_RDWR : O_RDONLY;
     Descriptor file(open(path.c_str(), mode | O_CLOEXEC));
-    if (!file) return failed(kernel32::errorCode(errno, path));
-    if (!kernel32::shareFile(file.get(), access, share)) return failed(ERROR_SHARING_VIOLATION);
+    if (!file) return call.fail(kernel32::errorCode(errno, path)), INVALID_HANDLE_VALUE;
+    if (!kernel32::shareFile(file.get(), access, share))
+        return call.fail(ERROR_SHARING_VIOLATION), INVALID_HANDLE_VALUE;
     return addTo(files, {std::make_shared<Descriptor>(std::move(file)), access});
 }
 

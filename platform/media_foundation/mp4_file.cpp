@@ -13,9 +13,10 @@ extern "C" {
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 
-#include "platform/core/call.h"
+#include "platform/control.h"
 #include "platform/core/objects.h"
 #include "platform/kernel32/files.h"
 
@@ -29,17 +30,18 @@ constexpr int bufferBytes = 64 * 1024;
 // frames exactly, others to a thousandth of a frame.
 constexpr int ticksPerFrame = 1000;
 
+std::atomic<std::int64_t> diskLimit = -1;
+
 HRESULT resultOf(int error) { return HRESULT_FROM_WIN32(kernel32::errorCode(error)); }
 
 // A writer's file can be read by others while it is written, but neither changed nor deleted.
-int createFile(const std::string& path) {
-    const int descriptor = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
-    if (descriptor < 0) throw Failure{HRESULT_FROM_WIN32(kernel32::errorCode(errno, path))};
-    if (kernel32::shareFile(descriptor, GENERIC_WRITE, FILE_SHARE_READ) &&
-        ftruncate(descriptor, 0) == 0)
-        return descriptor;
-    close(descriptor);
-    throw Failure{HRESULT_FROM_WIN32(ERROR_SHARING_VIOLATION)};
+desktop::Descriptor createFile(const std::string& path) {
+    desktop::Descriptor file(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666));
+    if (!file) throw Failure{HRESULT_FROM_WIN32(kernel32::errorCode(errno, path))};
+    if (!kernel32::shareFile(file.get(), GENERIC_WRITE, FILE_SHARE_READ) ||
+        ftruncate(file.get(), 0) != 0)
+        throw Failure{HRESULT_FROM_WIN32(ERROR_SHARING_VIOLATION)};
+    return file;
 }
 
 }  // namespace
@@ -49,9 +51,7 @@ int checked(int result) {
     throw Failure{result == AVERROR(ENOMEM) ? E_OUTOFMEMORY : E_FAIL};
 }
 
-Mp4File::Mp4File(const std::string& path) : descriptor(createFile(path)) {
-    desktop::opened("File");
-}
+Mp4File::Mp4File(const std::string& path) : file(createFile(path)) { desktop::opened("File"); }
 
 Mp4File::~Mp4File() {
     if (context && context->pb) {
@@ -59,19 +59,18 @@ Mp4File::~Mp4File() {
         avio_context_free(&context->pb);
     }
     avformat_free_context(context);
-    close(descriptor);
+    file = desktop::Descriptor();
     desktop::closed("File");
 }
 
-int Mp4File::writeBytes(void* file, std::uint8_t* bytes, int count) {
-    Mp4File& self = *static_cast<Mp4File*>(file);
-    const std::int64_t limit = desktop::diskLimit();
-    if (limit >= 0 && lseek(self.descriptor, 0, SEEK_CUR) + count > limit) {
+int Mp4File::writeBytes(void* target, std::uint8_t* bytes, int count) {
+    Mp4File& self = *static_cast<Mp4File*>(target);
+    if (diskLimit >= 0 && lseek(self.file.get(), 0, SEEK_CUR) + count > diskLimit) {
         self.fileFailure = resultOf(ENOSPC);
         return AVERROR(ENOSPC);
     }
     for (int written = 0; written < count;) {
-        const ssize_t step = ::write(self.descriptor, bytes + written, count - written);
+        const ssize_t step = ::write(self.file.get(), bytes + written, count - written);
         if (step >= 0)
             written += static_cast<int>(step);
         else if (errno != EINTR) {
@@ -82,13 +81,13 @@ int Mp4File::writeBytes(void* file, std::uint8_t* bytes, int count) {
     return count;
 }
 
-std::int64_t Mp4File::seek(void* file, std::int64_t offset, int origin) {
-    const Mp4File& self = *static_cast<Mp4File*>(file);
+std::int64_t Mp4File::seek(void* target, std::int64_t offset, int origin) {
+    const Mp4File& self = *static_cast<Mp4File*>(target);
     if (origin & AVSEEK_SIZE) {
         struct stat status {};
-        return fstat(self.descriptor, &status) == 0 ? status.st_size : AVERROR(errno);
+        return fstat(self.file.get(), &status) == 0 ? status.st_size : AVERROR(errno);
     }
-    const std::int64_t position = lseek(self.descriptor, offset, origin & ~AVSEEK_FORCE);
+    const std::int64_t position = lseek(self.file.get(), offset, origin & ~AVSEEK_FORCE);
     return position < 0 ? AVERROR(errno) : position;
 }
 
@@ -141,3 +140,5 @@ void Mp4File::finish() {
 }
 
 }  // namespace media
+
+void desktop::limitDisk(std::int64_t bytes) { media::diskLimit = bytes; }

@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <string>
 
+#include "platform/core/descriptor.h"
+
 struct AVCodecContext;
 struct AVFormatContext;
 struct AVPacket;
@@ -45,11 +47,11 @@ struct Mp4File {
     void finish();
 
 private:
-    static int writeBytes(void* file, std::uint8_t* bytes, int count);
-    static std::int64_t seek(void* file, std::int64_t offset, int origin);
+    static int writeBytes(void* target, std::uint8_t* bytes, int count);
+    static std::int64_t seek(void* target, std::int64_t offset, int origin);
     void check(int result) const;
 
-    int descriptor = -1;
+    desktop::Descriptor file;
     HRESULT fileFailure = S_OK;
     AVFormatContext* context = nullptr;
 };
