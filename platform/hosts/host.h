@@ -56,11 +56,13 @@ struct Event {
     UINT modifiers = 0;        // MOD_ALT | MOD_CONTROL | MOD_SHIFT | MOD_WIN held before this event
     UINT message = 0;
     Surface surface = 0;       // that the pointer event is for; 0: what lies there is not ours
-    bool offered = true;       // false: a key event that was passed on before and now comes to a window of ours
-    std::uint64_t token = 0;   // the host's own, for finishInput
     // When a key moved: an answer of the hooks that comes later than theirs may is dropped. Unset: there is no limit.
     std::chrono::steady_clock::time_point time{};
 };
+
+// Which keys come to the program whatever has the keyboard, beside its hot keys. A display may have no way to
+// pass a key on once it has come here, so no more may be grabbed than the program is going to take.
+enum class KeyGrab { None, Escape, All };
 
 struct Placement {
     RECT bounds{};
@@ -103,8 +105,8 @@ struct Host {
     // Events. nextEvent takes one that is there and never waits; the descriptor is readable while one may be there.
     int (*eventDescriptor)();
     bool (*nextEvent)(Event& event);
-    // Tells what became of a pointer or key event: `taken` by a hook, a hot key or a window of ours, or left to
-    // whatever else is on the desktop.
+    // Says what became of a pointer or key event: `taken` by a hook, a hot key or a window of ours, or left to
+    // whatever else is on the desktop. Nothing waits for it.
     void (*finishInput)(const Event& event, bool taken);
 
     std::vector<Monitor> (*monitors)();
@@ -114,8 +116,8 @@ struct Host {
     // The combination fires anywhere on the desktop as a key event. False: another program has it.
     bool (*grabHotKey)(UINT modifiers, UINT key);
     void (*releaseHotKey)(UINT modifiers, UINT key);
-    // While on, every key event of the desktop comes here first and waits for finishInput. False: not possible.
-    bool (*hookKeys)(bool on);
+    // False: another program has those keys; none is grabbed then.
+    bool (*grabKeys)(KeyGrab keys);
 
     bool hasTaskbar;  // From which the user can open a minimised window again.
 

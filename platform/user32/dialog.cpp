@@ -198,6 +198,12 @@ void endDialog(Dialog& dialog, INT_PTR result) {
     publish();
 }
 
+const Dialog* openDialog() {
+    for (const auto& [handle, each] : dialogs)
+        if (!find(handle)->ofTheLayer) return &each;
+    return nullptr;
+}
+
 Dialog* findDialog(HWND window) {
     const auto found = dialogs.find(window);
     return found == dialogs.end() ? nullptr : &found->second;

@@ -62,6 +62,7 @@ INT_PTR runDialog(Dialog description, const host::Monitor& monitor, LPARAM param
 void endDialog(Dialog& dialog, INT_PTR result);
 
 Dialog* findDialog(HWND window);  // null if that is none
+const Dialog* openDialog();       // the program's, without message boxes; null: none
 // To be called after every change that a user could see.
 void showChange(Dialog& dialog);
 

@@ -39,7 +39,7 @@ void offerKey(const Event& event) {
     const bool press = isPress(event);
     const std::size_t key = event.key & 0xFF;
     const bool repeat = press && passedDown[key];
-    if (event.offered && hooksEat(event, keyMessage(event))) {
+    if (hooksEat(event, keyMessage(event))) {
         if (press)
             eatenDown[key] = true;
         else
@@ -48,7 +48,7 @@ void offerKey(const Event& event) {
     }
     passedDown[key] = press;
     eatenDown[key] = false;
-    if (event.offered && press && isHotKey(event, repeat)) {
+    if (press && isHotKey(event, repeat)) {
         allowForeground();
         return host::current().finishInput(event, true);
     }
@@ -164,6 +164,7 @@ bool announcePointer(const MSG& message) {
 }
 
 bool takeEvents() {
+    followHooks();
     constexpr int most = 64;
     Event event;
     for (int taken = 0; taken < most; ++taken) {

@@ -46,6 +46,9 @@ UINT scanCodeOf(UINT key);  // 0: the keyboard does not have the key
 // One of the keys that came later and share a scan code with an older one.
 bool isExtended(UINT key);
 
+// Keeps the keys that the host grabs in step with what the hooks may eat; false if it cannot have
+// them.
+bool followHooks();
 // Calls the hooks, the last installed first. True if one of them ate the event.
 bool hooksEat(const host::Event& event, UINT message);
 // The key event that a hook is looking at; null outside of hooks.

@@ -14,6 +14,7 @@
 
 #include "platform/core/call.h"
 #include "platform/core/objects.h"
+#include "platform/user32/dialog.h"
 #include "platform/user32/message_queue.h"
 #include "platform/user32/window.h"
 
@@ -75,6 +76,18 @@ std::uintptr_t nextNumber = 0x31000000;
 std::uintptr_t currentNumber = 0;
 const host::Event* currentEvent = nullptr;
 
+host::KeyGrab grabbed = host::KeyGrab::None;
+
+// On Windows a hook sees every key of the desktop. A host that cannot pass keys on is only to grab
+// what the hook eats: outside of a dialog that is Esc, and a dialog reads shortcuts in its box.
+host::KeyGrab neededGrab() {
+    if (hooks.empty()) return host::KeyGrab::None;
+    const Dialog* const dialog = openDialog();
+    if (!dialog) return host::KeyGrab::Escape;
+    const Control* const control = isActive(*dialog) ? dialog->focus : nullptr;
+    return control && control->kind == ControlKind::Box ? host::KeyGrab::All : host::KeyGrab::None;
+}
+
 // The system waits so long for an answer. After more misses than that it takes the hooks away
 // without a word.
 constexpr std::chrono::milliseconds timeLimit{300};
@@ -108,8 +121,8 @@ KBDLLHOOKSTRUCT recordOf(const host::Event& event) {
 }
 
 void forgetHooks() {
-    if (!hooks.empty()) host::current().hookKeys(false);
     hooks.clear();
+    followHooks();
     misses = 0;
 }
 
@@ -156,6 +169,14 @@ UINT scanCodeOf(UINT key) {
 }
 
 bool isExtended(UINT key) { return scanCodeIn(extendedKeys, key) != 0; }
+
+bool followHooks() {
+    const host::KeyGrab needed = neededGrab();
+    if (needed == grabbed) return true;
+    const bool had = host::current().grabKeys(needed);
+    grabbed = had ? needed : host::KeyGrab::None;
+    return had;
+}
 
 bool hooksEat(const host::Event& event, UINT message) {
     if (hooks.empty()) return false;
@@ -214,9 +235,12 @@ HHOOK SetWindowsHookExW(int kind, HOOKPROC procedure, HINSTANCE module, DWORD th
     if (thread) call.refuse("thread", thread);
     if (call.struck()) return call.fail(ERROR_ACCESS_DENIED);
     if (!module) return call.fail(ERROR_HOOK_NEEDS_HMOD);
-    if (hooks.empty() && !host::current().hookKeys(true)) return call.fail(ERROR_ACCESS_DENIED);
-    desktop::opened("Hook");
     hooks[nextNumber] = procedure;
+    if (!followHooks()) {
+        hooks.erase(nextNumber);
+        return call.fail(ERROR_ACCESS_DENIED);
+    }
+    desktop::opened("Hook");
     return reinterpret_cast<HHOOK>(nextNumber++);
 }
 
@@ -231,7 +255,7 @@ BOOL UnhookWindowsHookEx(HHOOK hook) {
     if (!hooks.erase(reinterpret_cast<std::uintptr_t>(hook)))
         return call.fail(ERROR_INVALID_HOOK_HANDLE);
     desktop::closed("Hook");
-    if (hooks.empty()) host::current().hookKeys(false);
+    followHooks();
     return TRUE;
 }
 

@@ -35,7 +35,7 @@ const host::Host table{
     .keyIsDown = keyIsDown,
     .grabHotKey = grabHotKey,
     .releaseHotKey = [](UINT, UINT) {},
-    .hookKeys = [](bool) { return true; },  // every key comes here first anyway
+    .grabKeys = [](host::KeyGrab) { return true; },  // every key comes here first anyway
     .hasTaskbar = true,
     .createSurface = createSurface,
     .destroySurface = destroySurface,

@@ -49,6 +49,11 @@ RawEvent takeEvent();                    // null: none there
 const xcb_generic_event_t* peekEvent();  // null: none there
 const std::deque<RawEvent>& keptEvents();
 bool isConnected();
+inline int typeOf(const xcb_generic_event_t& event) { return event.response_type & 0x7f; }
+// True for one that another client made up: no key or button has moved.
+inline bool isSentByAProgram(const xcb_generic_event_t& event) {
+    return event.response_type & 0x80;
+}
 
 // Waits for the answer to a request. Null if it failed.
 template <typename Fetch, typename Cookie>

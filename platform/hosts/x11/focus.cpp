@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "platform/hosts/x11/display.h"
+#include "platform/hosts/x11/keyboard.h"
 #include "platform/hosts/x11/pointer.h"
 #include "platform/hosts/x11/surface.h"
 
@@ -76,6 +77,7 @@ bool focusEvent(const xcb_generic_event_t& event) {
     if (now && now->focus == change.event) return true;
     focusOrder.clear();
     watchClicksElsewhere(false);
+    releaseKeysDown();
     report({.kind = Event::ActivationLost});
     return true;
 }

@@ -1,25 +1,21 @@
-// Keys: those that come to the program's windows, and those that it sees before anyone else.
+// Keys: those that come to the program's windows, and the few that are taken from the whole
+// desktop.
 //
-// A key that stops here freezes the keyboard: the server keeps all later ones back until
-// finishInput has said what becomes of it. Left to others, it is played again, past our grabs, and
-// goes to whoever has the focus; its release follows it by itself. Kept, it also keeps its repeats
-// and its release, whatever happens to hook and hot keys in the meantime: as long as one kept key
-// is down the keyboard stays grabbed, key by key.
-//
-// So exactly one event is waiting at any time, a kept key never needs an answer again, and whoever
-// ends this process lets go of everything.
+// No grab here freezes the keyboard, so the server never waits for this process: a program that is
+// slow or stopped does not hold up what the user types elsewhere. A grabbed key is ours whatever
+// the program makes of it, so only what it always takes is grabbed: its hot keys, Esc while it
+// wants Esc, and the whole keyboard while it reads a shortcut.
 
 #include "platform/hosts/x11/keyboard.h"
 
 #include <algorithm>
 #include <array>
 #include <set>
+#include <utility>
 #include <vector>
 
 #include "platform/hosts/x11/display.h"
-#include "platform/hosts/x11/key_grab.h"
 #include "platform/hosts/x11/keymap.h"
-#include "platform/hosts/x11/surface.h"
 
 namespace host::x11 {
 
@@ -27,149 +23,111 @@ namespace {
 
 using KeyEvent = xcb_key_press_event_t;  // releases have the same form
 
-// What holds the keyboard now: the server after a grabbed key went down, until it goes up, or we
-// ourselves.
-enum class Hold { None, ByKey, ByUs };
+struct HotKey {
+    UINT modifiers, key;
+    bool operator==(const HotKey&) const = default;
+};
 
-Hold hold = Hold::None;
-xcb_keycode_t holder = 0;        // the key with ByKey
-std::set<xcb_keycode_t> kept;    // down, and nobody else is to hear of them
-std::set<xcb_keycode_t> passed;  // down, passed on by the hook, releases not yet seen
-std::uint64_t lastToken = 0;
-std::uint64_t waiting = 0;  // token of the event that freezes the keyboard; 0: none
-KeyEvent waitingEvent{};
-KeyEvent replayed{};  // the last one that was played again
+struct Combination {
+    xcb_keycode_t code;
+    std::uint16_t state;
+};
 
-int typeOf(const xcb_generic_event_t& event) { return event.response_type & 0x7f; }
-bool isPress(const KeyEvent& event) { return (event.response_type & 0x7f) == XCB_KEY_PRESS; }
+constexpr UINT anyModifier = MOD_ALT | MOD_CONTROL | MOD_SHIFT | MOD_WIN;
 
-void allow(xcb_allow_t mode) {
-    xcb_allow_events(connection(), static_cast<std::uint8_t>(mode), XCB_CURRENT_TIME);
+std::vector<HotKey> hotKeys;
+KeyGrab grabbed = KeyGrab::None;
+std::set<xcb_keycode_t> down;  // as the layer has been told
+
+// Those that another program has are left in the result. All requests go out before the first
+// answer is awaited.
+std::vector<Combination> grab(const std::vector<Combination>& wanted) {
+    std::vector<xcb_void_cookie_t> cookies;
+    for (const Combination& each : wanted)
+        cookies.push_back(xcb_grab_key_checked(connection(), 0, root(), each.state, each.code,
+                                               XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
+    std::vector<Combination> refused;
+    for (std::size_t i = 0; i < wanted.size(); ++i)
+        if (!carriedOut(cookies[i])) refused.push_back(wanted[i]);
+    return refused;
+}
+
+std::vector<Combination> combinationsOf(const HotKey& hotKey) {
+    std::vector<Combination> all;
+    for (const xcb_keycode_t code : keycodesOf(hotKey.key))
+        for (const std::uint16_t lock : lockStates())
+            all.push_back({code, static_cast<std::uint16_t>(stateOf(hotKey.modifiers) | lock)});
+    return all;
+}
+
+// Where another program has a combination with Esc, the other combinations are grabbed one by one.
+bool grabEscape() {
+    std::vector<Combination> all, single;
+    for (const xcb_keycode_t code : keycodesOf(VK_ESCAPE)) all.push_back({code, XCB_MOD_MASK_ANY});
+    const std::vector<Combination> refused = grab(all);
+    for (UINT modifiers = 0; !refused.empty() && modifiers <= anyModifier; ++modifiers)
+        std::ranges::copy(combinationsOf({modifiers, VK_ESCAPE}), std::back_inserter(single));
+    return grab(single).size() < single.size() || refused.size() < all.size();
+}
+
+// Frees all keys and grabs those that are still wanted. One key can belong to several grabs, and a
+// release of one of them would take it from the others.
+void grabAgain() {
+    xcb_ungrab_key(connection(), XCB_GRAB_ANY, root(), XCB_MOD_MASK_ANY);
+    for (const HotKey& each : hotKeys) grab(combinationsOf(each));
+    if (grabbed == KeyGrab::Escape) grabEscape();
     xcb_flush(connection());
 }
 
-std::array<std::uint8_t, 32> keysDown() {
-    std::array<std::uint8_t, 32> bits{};
-    if (const auto reply = await(xcb_query_keymap_reply, xcb_query_keymap(connection())))
-        std::copy_n(reply->keys, 32, bits.begin());
-    return bits;
-}
-
-bool isDown(const std::array<std::uint8_t, 32>& bits, xcb_keycode_t code) {
-    return bits[code / 8] >> (code % 8) & 1;
-}
-
-Event keyEvent(Event::Kind kind, xcb_keycode_t code, std::uint16_t state) {
-    Event told;
-    told.kind = kind;
-    told.key = virtualKey(code, state);
-    told.modifiers = modifiersOf(state);
-    return told;
-}
-
-void tell(const KeyEvent& event, bool offered, std::uint64_t token) {
-    Event told = keyEvent(isPress(event) ? Event::KeyPressed : Event::KeyReleased, event.detail,
-                          event.state);
-    told.at = {event.root_x, event.root_y};
-    told.surface = isSurface(event.event) ? event.event : 0;
-    told.offered = offered;
-    told.token = token;
-    report(told);
-}
-
-// The release of a key that was passed on goes where its press went. The hook hears of it here,
-// before the next key, so that it knows what is held.
-void tellPassedReleases() {
-    if (!keysAreHooked()) passed.clear();
-    if (passed.empty()) return;
-    const auto bits = keysDown();
-    std::erase_if(passed, [&](xcb_keycode_t code) {
-        if (isDown(bits, code)) return false;
-        report(keyEvent(Event::KeyReleased, code, 0));
-        return true;
-    });
-}
-
-bool aPressIsOnItsWay() {
-    return std::ranges::any_of(keptEvents(), [](const RawEvent& event) {
-        return typeOf(*event) == XCB_KEY_PRESS &&
-               reinterpret_cast<const KeyEvent&>(*event).event == root();
-    });
-}
-
-void forgetReleasedKeys() {
-    const auto bits = keysDown();
-    std::erase_if(kept, [&](xcb_keycode_t code) { return !isDown(bits, code); });
-}
-
-void releaseKeyboard() {
-    hold = Hold::None;
-    xcb_ungrab_keyboard(connection(), XCB_CURRENT_TIME);
-    xcb_flush(connection());
-}
-
-// Playing a key again ends the grab that keeps the release of a kept key from the others. If the
-// kept key is still down it is taken up again; unless the next key has stopped here already, which
-// asks again when it is settled.
-void holdKeptKeys() {
-    if (kept.empty()) return;
-    forgetReleasedKeys();
-    if (kept.empty() || aPressIsOnItsWay()) return;
+bool grabKeyboard() {
     const auto reply =
         await(xcb_grab_keyboard_reply, xcb_grab_keyboard(connection(), 0, root(), XCB_CURRENT_TIME,
-                                                         XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_SYNC));
-    if (!reply || reply->status != XCB_GRAB_STATUS_SUCCESS) return;
-    // A key that went up before the grab has sent its release to others; one that goes up after it
-    // waits for us.
-    forgetReleasedKeys();
-    if (kept.empty()) return releaseKeyboard();
-    hold = Hold::ByUs;
-    allow(XCB_ALLOW_SYNC_KEYBOARD);
+                                                         XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
+    return reply && reply->status == XCB_GRAB_STATUS_SUCCESS;
 }
 
-// The server lets go by itself when the key goes up that started its grab.
-void letGoOf(const KeyEvent& release) {
-    kept.erase(release.detail);
-    if (hold == Hold::ByKey && holder == release.detail) {
-        hold = Hold::None;
-        holdKeptKeys();
-    } else if (hold == Hold::ByUs && kept.empty()) {
-        releaseKeyboard();
-    } else {
-        allow(XCB_ALLOW_SYNC_KEYBOARD);
+bool isDownNow(UINT key) {
+    const auto reply = await(xcb_query_keymap_reply, xcb_query_keymap(connection()));
+    return reply && std::ranges::any_of(keycodesOf(key), [&](xcb_keycode_t code) {
+               return reply->keys[code / 8] >> (code % 8) & 1;
+           });
+}
+
+void tell(bool pressed, xcb_keycode_t code, std::uint16_t state) {
+    if (pressed)
+        down.insert(code);
+    else
+        down.erase(code);
+    report({.kind = pressed ? Event::KeyPressed : Event::KeyReleased,
+            .key = virtualKey(code, state),
+            .modifiers = modifiersOf(state)});
+}
+
+// A modifier may have gone down or up while others had the keyboard, and a shortcut is read from
+// what is held.
+void tellMissedModifiers(std::uint16_t state) {
+    constexpr std::pair<UINT, std::array<UINT, 2>> sides[] = {
+        {MOD_ALT, {VK_LMENU, VK_RMENU}},
+        {MOD_CONTROL, {VK_LCONTROL, VK_RCONTROL}},
+        {MOD_SHIFT, {VK_LSHIFT, VK_RSHIFT}},
+        {MOD_WIN, {VK_LWIN, VK_RWIN}}};
+    for (const auto& [bit, keys] : sides) {
+        const bool held = modifiersOf(state) & bit;
+        std::vector<xcb_keycode_t> told;
+        for (const xcb_keycode_t code : down)
+            if (const UINT key = virtualKey(code, 0); key == keys[0] || key == keys[1])
+                told.push_back(code);
+        if (!held)
+            for (const xcb_keycode_t code : told) tell(false, code, state);
+        else if (told.empty())
+            for (const UINT key : keys)
+                if (isDownNow(key)) tell(true, keycodesOf(key).front(), state);
     }
 }
 
-void stop(const KeyEvent& event) {
-    if (isPress(event) && hold == Hold::None) {
-        hold = Hold::ByKey;
-        holder = event.detail;
-    }
-    if (kept.contains(event.detail)) {
-        if (isPress(event)) {
-            allow(XCB_ALLOW_SYNC_KEYBOARD);
-            return;
-        }
-        letGoOf(event);
-        tell(event, true, 0);
-        return;
-    }
-    passed.erase(event.detail);
-    tellPassedReleases();
-    waiting = ++lastToken;
-    waitingEvent = event;
-    tell(event, true, waiting);
-}
-
-bool wasReplayed(const KeyEvent& event) {
-    return event.time == replayed.time && event.detail == replayed.detail &&
-           event.response_type == replayed.response_type;
-}
-
-// To a program that has not asked otherwise the server tells a repeat as a release and a press at
-// the same time.
+// To a program that has not requested otherwise the server sends a repeat as a release and a press
+// of the same time.
 bool isStartOfRepeat(const KeyEvent& event) {
-    if (isPress(event)) return false;
     const xcb_generic_event_t* const next = peekEvent();
     if (!next || typeOf(*next) != XCB_KEY_PRESS) return false;
     const auto& press = reinterpret_cast<const KeyEvent&>(*next);
@@ -178,47 +136,53 @@ bool isStartOfRepeat(const KeyEvent& event) {
 
 }  // namespace
 
-// A key that is kept from the others does not count as down, as on Windows with one that a hook has
-// eaten.
-bool keyIsDown(UINT key) {
-    const auto bits = keysDown();
-    return std::ranges::any_of(keycodesOf(key), [&](xcb_keycode_t code) {
-        const bool undecided = waiting && isPress(waitingEvent) && waitingEvent.detail == code;
-        return isDown(bits, code) && !kept.contains(code) && !undecided;
-    });
+bool grabHotKey(UINT modifiers, UINT key) {
+    const HotKey wanted{modifiers & anyModifier, key};
+    const std::vector<Combination> all = combinationsOf(wanted);
+    if (all.empty() || !grab(all).empty()) {
+        grabAgain();
+        return false;
+    }
+    hotKeys.push_back(wanted);
+    return true;
 }
 
-void finishInput(const Event& event, bool taken) {
-    if (!waiting || event.token != waiting) return;
-    waiting = 0;
-    if (taken) {
-        if (isPress(waitingEvent)) kept.insert(waitingEvent.detail);
-        allow(XCB_ALLOW_SYNC_KEYBOARD);
-        return;
-    }
-    replayed = waitingEvent;
-    hold = Hold::None;
-    allow(XCB_ALLOW_REPLAY_KEYBOARD);
-    if (isPress(waitingEvent) && keysAreHooked()) passed.insert(waitingEvent.detail);
-    holdKeptKeys();
+void releaseHotKey(UINT modifiers, UINT key) {
+    std::erase(hotKeys, HotKey{modifiers & anyModifier, key});
+    grabAgain();
+}
+
+bool grabKeys(KeyGrab wanted) {
+    if (wanted == grabbed) return true;
+    const KeyGrab before = std::exchange(grabbed, KeyGrab::None);
+    if (before == KeyGrab::All) xcb_ungrab_keyboard(connection(), XCB_CURRENT_TIME);
+    if (before == KeyGrab::Escape) grabAgain();
+    if (wanted == KeyGrab::Escape && !grabEscape()) return false;
+    if (wanted == KeyGrab::All && !grabKeyboard()) return false;
+    grabbed = wanted;
+    xcb_flush(connection());
+    return true;
+}
+
+bool keyIsDown(UINT key) { return isDownNow(key); }
+
+void releaseKeysDown() {
+    while (!down.empty()) tell(false, *down.begin(), 0);
 }
 
 bool keyboardEvent(const xcb_generic_event_t& event) {
     const int type = typeOf(event);
     if (type == XCB_MAPPING_NOTIFY) {
         // Also comes with every change from one keyboard to another of the same layout.
-        if (loadKeymap()) grabAnew();
+        if (loadKeymap()) grabAgain();
         return true;
     }
     if (type != XCB_KEY_PRESS && type != XCB_KEY_RELEASE) return false;
     const auto& key = reinterpret_cast<const KeyEvent&>(event);
-    if (isStartOfRepeat(key)) return true;
-    if (key.event == root()) {
-        stop(key);
-    } else {
-        if (!isPress(key)) passed.erase(key.detail);
-        tell(key, !wasReplayed(key), 0);
-    }
+    const bool pressed = type == XCB_KEY_PRESS;
+    if (isSentByAProgram(event) || (!pressed && isStartOfRepeat(key))) return true;
+    if (pressed && grabbed == KeyGrab::All) tellMissedModifiers(key.state);
+    tell(pressed, key.detail, key.state);
     return true;
 }
 

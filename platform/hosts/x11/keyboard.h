@@ -1,4 +1,4 @@
-// Keys: those that come to the program's windows, and those that it sees before anyone else.
+// Keys: those that come to the program's windows, and the few that are taken from the whole desktop.
 
 #pragma once
 
@@ -9,7 +9,12 @@
 namespace host::x11 {
 
 bool keyIsDown(UINT key);
-void finishInput(const Event& event, bool taken);
+bool grabHotKey(UINT modifiers, UINT key);
+void releaseHotKey(UINT modifiers, UINT key);
+bool grabKeys(KeyGrab wanted);
+// Others have the keyboard now and get the releases too, so every key that is down counts as
+// released.
+void releaseKeysDown();
 bool keyboardEvent(const xcb_generic_event_t& event);
 
 }  // namespace host::x11

@@ -181,13 +181,6 @@ std::vector<xcb_keycode_t> keycodesOf(UINT key) {
     return found;
 }
 
-std::vector<xcb_keycode_t> allKeycodes() {
-    std::vector<xcb_keycode_t> found;
-    for (std::size_t code = 0; code < keys.size(); ++code)
-        if (keys[code].used) found.push_back(static_cast<xcb_keycode_t>(code));
-    return found;
-}
-
 UINT modifiersOf(std::uint16_t state) {
     return (state & masks.alt ? MOD_ALT : 0u) | (state & XCB_MOD_MASK_CONTROL ? MOD_CONTROL : 0u) |
            (state & XCB_MOD_MASK_SHIFT ? MOD_SHIFT : 0u) | (state & masks.windows ? MOD_WIN : 0u);

@@ -17,7 +17,6 @@ bool loadKeymap();  // false: it is what it was
 UINT virtualKey(xcb_keycode_t code, std::uint16_t state);
 // All keys that may give the virtual key; a generic modifier stands for both sides.
 std::vector<xcb_keycode_t> keycodesOf(UINT key);
-std::vector<xcb_keycode_t> allKeycodes();  // those with a meaning
 
 UINT modifiersOf(std::uint16_t state);           // MOD_ALT and its like
 std::uint16_t stateOf(UINT modifiers);           // the reverse

@@ -12,8 +12,6 @@ namespace host::x11 {
 
 namespace {
 
-int typeOf(const xcb_generic_event_t& event) { return event.response_type & 0x7f; }
-
 // A later position makes an earlier one worthless, and each costs a repaint during a drag.
 bool isOutdone(const xcb_motion_notify_event_t& motion) {
     const xcb_generic_event_t* const next = peekEvent();
@@ -72,6 +70,7 @@ bool pointerEvent(const xcb_generic_event_t& event) {
     const int type = typeOf(event);
     if (type != XCB_MOTION_NOTIFY && type != XCB_BUTTON_PRESS && type != XCB_BUTTON_RELEASE)
         return false;
+    if (isSentByAProgram(event)) return true;
     // All three have the same form.
     const auto& button = reinterpret_cast<const xcb_button_press_event_t&>(event);
     const auto& motion = reinterpret_cast<const xcb_motion_notify_event_t&>(event);

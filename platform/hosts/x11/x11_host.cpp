@@ -15,7 +15,6 @@
 #include "platform/hosts/x11/clipboard.h"
 #include "platform/hosts/x11/display.h"
 #include "platform/hosts/x11/folder.h"
-#include "platform/hosts/x11/key_grab.h"
 #include "platform/hosts/x11/keyboard.h"
 #include "platform/hosts/x11/keymap.h"
 #include "platform/hosts/x11/monitor.h"
@@ -99,7 +98,8 @@ void leaveClipboard() {
     const Clock::time_point limit = Clock::now() + std::chrono::seconds(1);
     if (!askToKeepOffer()) return;
     for (;;) {
-        for (Event event; nextEvent(event);) finishInput(event, false);
+        for (Event event; nextEvent(event);) {
+        }
         const auto left =
             std::chrono::ceil<std::chrono::milliseconds>(limit - Clock::now()).count();
         if (!isOfferBeingKept() || !isConnected() || left <= 0) return;
@@ -125,13 +125,13 @@ const Host& x11Host() {
         table.session = x11::session;
         table.eventDescriptor = x11::eventDescriptor;
         table.nextEvent = x11::nextEvent;
-        table.finishInput = x11::finishInput;
+        table.finishInput = [](const Event&, bool) {};
         table.monitors = x11::monitors;
         table.pointer = x11::pointer;
         table.keyIsDown = x11::keyIsDown;
         table.grabHotKey = x11::grabHotKey;
         table.releaseHotKey = x11::releaseHotKey;
-        table.hookKeys = x11::hookKeys;
+        table.grabKeys = x11::grabKeys;
         table.hasTaskbar = false;  // No window manager manages these windows.
         table.createSurface = x11::createSurface;
         table.destroySurface = x11::destroySurface;
