@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <optional>
+#include <utility>
 
 #include "platform/core/text.h"
 #include "platform/hosts/x11/display.h"
@@ -22,6 +23,7 @@ namespace {
 std::optional<TrayIcon> wanted;
 xcb_window_t tray = 0;  // 0: there is none
 xcb_window_t icon = 0;
+xcb_colormap_t colours = 0;
 xcb_window_t tip = 0;
 Visual visual;
 int width = 0, height = 0;
@@ -48,7 +50,7 @@ void askForSize(std::uint32_t side) {
 void makeIconWindow() {
     visual = visualOfTray();
     const bool transparent = visual.type->visual_id != screen().root_visual;
-    const xcb_colormap_t colours = xcb_generate_id(connection());
+    colours = xcb_generate_id(connection());
     xcb_create_colormap(connection(), XCB_COLORMAP_ALLOC_NONE, colours, root(),
                         visual.type->visual_id);
     icon = xcb_generate_id(connection());
@@ -90,8 +92,9 @@ void askToDock() {
 
 void dropIcon() {
     hideNote(tip);
-    if (icon) xcb_destroy_window(connection(), icon);
-    icon = 0;
+    if (!icon) return;
+    xcb_destroy_window(connection(), std::exchange(icon, 0));
+    xcb_free_colormap(connection(), colours);
 }
 
 void dock() {
