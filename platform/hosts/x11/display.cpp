@@ -27,6 +27,7 @@ namespace {
 xcb_connection_t* server = nullptr;
 const xcb_screen_t* shownScreen = nullptr;
 int shownNumber = 0;
+FirstEvents first;
 std::map<std::string, xcb_atom_t> atoms;
 std::deque<RawEvent> kept;
 int descriptor = -1;
@@ -38,10 +39,12 @@ const xcb_screen_t* screenOf(xcb_connection_t* opened, int number) {
     return screens.data;
 }
 
-void need(xcb_extension_t& extension, const char* name) {
+// Returns the number of its first event.
+int need(xcb_extension_t& extension, const char* name) {
     const xcb_query_extension_reply_t* const found = xcb_get_extension_data(server, &extension);
     if (!found || !found->present)
         throw std::runtime_error(std::string("The display lacks the extension ") + name);
+    return found->first_event;
 }
 
 // An extension answers only a client that has said which version it speaks.
@@ -93,9 +96,9 @@ void openDisplay() {
     shownScreen = screenOf(server, shownNumber);
     makeDescriptors();
     need(xcb_shm_id, "MIT-SHM");
-    need(xcb_randr_id, "RANDR");
+    first.randr = need(xcb_randr_id, "RANDR");
     need(xcb_xfixes_id, "XFIXES");
-    need(xcb_damage_id, "DAMAGE");
+    first.damage = need(xcb_damage_id, "DAMAGE");
     need(xcb_shape_id, "SHAPE");
     agreeOnVersions();
     needPlainPixels();
@@ -112,6 +115,7 @@ xcb_connection_t* connection() { return server; }
 const xcb_screen_t& screen() { return *shownScreen; }
 int screenNumber() { return shownNumber; }
 xcb_window_t root() { return shownScreen->root; }
+const FirstEvents& firstEvents() { return first; }
 bool isConnected() { return !xcb_connection_has_error(server); }
 
 xcb_atom_t atom(const std::string& name) {

@@ -49,6 +49,12 @@ RawEvent takeEvent();                    // null: none there
 const xcb_generic_event_t* peekEvent();  // null: none there
 const std::deque<RawEvent>& keptEvents();
 bool isConnected();
+// The numbers of the extensions' first events. Known even after the display has gone, when the
+// library no longer answers.
+struct FirstEvents {
+    int randr = 0, damage = 0;
+};
+const FirstEvents& firstEvents();
 inline int typeOf(const xcb_generic_event_t& event) { return event.response_type & 0x7f; }
 // True for one that another client made up: no key or button has moved.
 inline bool isSentByAProgram(const xcb_generic_event_t& event) {

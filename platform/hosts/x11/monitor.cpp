@@ -1,5 +1,5 @@
-// The monitors of the display: RandR's monitors, the rotation of what drives them, and the user's
-// scale.
+// The monitors of the display: RandR's monitors and the user's scale. Whatever way a monitor is
+// turned, the server's pixels are upright.
 
 #include "platform/hosts/x11/monitor.h"
 
@@ -26,21 +26,6 @@ auto ask(xcb_connection_t* server, Fetch fetch, Cookie cookie) {
     return Owned<Reply>(fetch(server, cookie, nullptr));
 }
 
-// RandR turns to the left, DXGI_MODE_ROTATION to the right.
-int rotationOf(xcb_connection_t* server, const xcb_randr_monitor_info_t& monitor) {
-    if (monitor.nOutput == 0) return 1;
-    const auto output =
-        ask(server, xcb_randr_get_output_info_reply,
-            xcb_randr_get_output_info(server, *xcb_randr_monitor_info_outputs(&monitor),
-                                      XCB_CURRENT_TIME));
-    if (!output || output->crtc == 0) return 1;
-    const auto crtc = ask(server, xcb_randr_get_crtc_info_reply,
-                          xcb_randr_get_crtc_info(server, output->crtc, XCB_CURRENT_TIME));
-    if (!crtc || crtc->rotation & XCB_RANDR_ROTATION_ROTATE_0) return 1;
-    if (crtc->rotation & XCB_RANDR_ROTATION_ROTATE_90) return 4;
-    return crtc->rotation & XCB_RANDR_ROTATION_ROTATE_180 ? 3 : 2;
-}
-
 UINT readDpi(xcb_connection_t* server, xcb_window_t root) {
     const auto reply = ask(
         server, xcb_get_property_reply,
@@ -58,7 +43,7 @@ UINT readDpi(xcb_connection_t* server, xcb_window_t root) {
 bool sameLayout(const Monitor& one, const Monitor& other) {
     return one.bounds.left == other.bounds.left && one.bounds.top == other.bounds.top &&
            one.bounds.right == other.bounds.right && one.bounds.bottom == other.bounds.bottom &&
-           one.rotation == other.rotation && one.dpi == other.dpi && one.primary == other.primary;
+           one.dpi == other.dpi && one.primary == other.primary;
 }
 
 // False if the layout is what it was.
@@ -86,7 +71,6 @@ std::vector<Monitor> readMonitors(xcb_connection_t* server, xcb_window_t root) {
         Monitor monitor;
         monitor.bounds = {each.data->x, each.data->y, each.data->x + each.data->width,
                           each.data->y + each.data->height};
-        monitor.rotation = rotationOf(server, *each.data);
         monitor.dpi = dpi;
         monitor.primary = each.data->primary != 0;
         found.push_back(monitor);
@@ -98,17 +82,17 @@ std::vector<Monitor> readMonitors(xcb_connection_t* server, xcb_window_t root) {
 
 // A monitor that is defined anew without a change of outputs is told by the root window's structure
 // alone.
-void watchMonitors(xcb_connection_t* server, xcb_window_t root) {
-    const std::uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_PROPERTY_CHANGE;
+void watchMonitors(xcb_connection_t* server, xcb_window_t root, std::uint32_t others) {
+    const std::uint32_t events =
+        XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_PROPERTY_CHANGE | others;
     xcb_change_window_attributes(server, root, XCB_CW_EVENT_MASK, &events);
     xcb_randr_select_input(server, root,
                            XCB_RANDR_NOTIFY_MASK_SCREEN_CHANGE | XCB_RANDR_NOTIFY_MASK_CRTC_CHANGE |
                                XCB_RANDR_NOTIFY_MASK_OUTPUT_CHANGE);
 }
 
-bool tellsOfMonitors(xcb_connection_t* server, const xcb_generic_event_t& event) {
-    const int type = event.response_type & 0x7f;
-    const int first = xcb_get_extension_data(server, &xcb_randr_id)->first_event;
+bool tellsOfMonitors(const xcb_generic_event_t& event) {
+    const int type = typeOf(event), first = firstEvents().randr;
     if (type == first + XCB_RANDR_SCREEN_CHANGE_NOTIFY || type == first + XCB_RANDR_NOTIFY)
         return true;
     if (type == XCB_PROPERTY_NOTIFY)
@@ -164,12 +148,12 @@ RECT primaryWorkArea() {
 }
 
 void openMonitors() {
-    watchMonitors(connection(), root());
+    watchMonitors(connection(), root(), XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY);
     refresh();
 }
 
 bool monitorEvent(const xcb_generic_event_t& event) {
-    if (!tellsOfMonitors(connection(), event)) return false;
+    if (!tellsOfMonitors(event)) return false;
     if (refresh()) report({.kind = Event::LayoutChanged});
     return true;
 }

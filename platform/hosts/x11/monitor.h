@@ -12,10 +12,10 @@ namespace host::x11 {
 
 // As the server has them now, without ids; any thread with a connection of its own may ask.
 std::vector<Monitor> readMonitors(xcb_connection_t* server, xcb_window_t root);
-// Makes the server tell that connection of every change of the layout.
-void watchMonitors(xcb_connection_t* server, xcb_window_t root);
+// Makes the server tell that connection of every change of the layout, and of other events at the root window.
+void watchMonitors(xcb_connection_t* server, xcb_window_t root, std::uint32_t others = 0);
 // Whether that event may mean a change of the layout.
-bool tellsOfMonitors(xcb_connection_t* server, const xcb_generic_event_t& event);
+bool tellsOfMonitors(const xcb_generic_event_t& event);
 
 // The monitors under their ids, as of the last event. Callable from any thread.
 std::vector<Monitor> monitors();

@@ -47,17 +47,16 @@ struct View {
     // takes as long to fetch a picture as it is large.
     LONG staleTop = INT_MAX, staleBottom = INT_MIN;
     bool changed = true, lost = false;
+    bool ended = false;  // The display has gone, and with it the session.
 };
 
 std::unique_ptr<View> view;
 
 bool hasMonitor(const View& viewed) {
-    return std::ranges::any_of(readMonitors(viewed.server, viewed.root),
-                               [&](const Monitor& present) {
-                                   return std::memcmp(&present.bounds, &viewed.monitor.bounds,
-                                                      sizeof present.bounds) == 0 &&
-                                          present.rotation == viewed.monitor.rotation;
-                               });
+    return std::ranges::any_of(
+        readMonitors(viewed.server, viewed.root), [&](const Monitor& present) {
+            return std::memcmp(&present.bounds, &viewed.monitor.bounds, sizeof present.bounds) == 0;
+        });
 }
 
 void startDamage(View& opened) {
@@ -82,10 +81,7 @@ void takeDamage() {
     xcb_damage_subtract(view->server, view->damage, XCB_NONE, view->region);
     const Owned<xcb_xfixes_fetch_region_reply_t> reply(xcb_xfixes_fetch_region_reply(
         view->server, xcb_xfixes_fetch_region(view->server, view->region), nullptr));
-    if (!reply) {
-        view->lost = true;
-        return;
-    }
+    if (!reply) return;  // The display has gone.
     const xcb_rectangle_t* const rectangles = xcb_xfixes_fetch_region_rectangles(reply.get());
     const int count = xcb_xfixes_fetch_region_rectangles_length(reply.get());
     for (const xcb_rectangle_t& each : std::span(rectangles, static_cast<std::size_t>(count))) {
@@ -96,19 +92,18 @@ void takeDamage() {
     }
 }
 
+bool hasEnded() { return view->ended |= xcb_connection_has_error(view->server) != 0; }
+
 void takeEvents() {
-    const int damageEvent =
-        xcb_get_extension_data(view->server, &xcb_damage_id)->first_event + XCB_DAMAGE_NOTIFY;
     bool damaged = false, layout = false;
     while (const RawEvent event{xcb_poll_for_event(view->server)}) {
-        if ((event->response_type & 0x7f) == damageEvent)
+        if (typeOf(*event) == firstEvents().damage + XCB_DAMAGE_NOTIFY)
             damaged = true;
         else
-            layout |= tellsOfMonitors(view->server, *event);
+            layout |= tellsOfMonitors(*event);
     }
-    if (layout && !hasMonitor(*view)) view->lost = true;
     if (damaged) takeDamage();
-    if (xcb_connection_has_error(view->server)) view->lost = true;
+    if (layout && !hasMonitor(*view)) view->lost = true;
 }
 
 }  // namespace
@@ -134,20 +129,22 @@ PictureState waitForPicture(DWORD milliseconds) {
     const Clock::time_point end = Clock::now() + std::chrono::milliseconds(milliseconds);
     for (;;) {
         takeEvents();
-        if (view->lost) return PictureState::Lost;
+        // No monitor is found on a display that has gone, but its end is the end of the session.
+        if (!hasEnded() && view->lost) return PictureState::Lost;
         if (std::exchange(view->changed, false)) return PictureState::Changed;
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count();
         if (left <= 0) return PictureState::Unchanged;
-        pollfd descriptor{xcb_get_file_descriptor(view->server), POLLIN, 0};
+        // An ended connection is always readable; without a descriptor the time just passes.
+        pollfd descriptor{view->ended ? -1 : xcb_get_file_descriptor(view->server), POLLIN, 0};
         poll(&descriptor, 1, static_cast<int>(left));
     }
 }
 
+// After the display has gone the image stays what it was, so that the clip can be finished.
 CapturedPicture readPicture(const RECT& area) {
     const int width = area.right - area.left, height = area.bottom - area.top;
     if (!view || width <= 0 || height <= 0) return {};
     takeDamage();  // whether its event has come yet or not
-    if (view->lost) return {};
     view->changed = false;
     if (!view->area || std::memcmp(&*view->area, &area, sizeof area) != 0) {
         view->image = shareImage(view->server, width, height);
@@ -161,7 +158,8 @@ CapturedPicture readPicture(const RECT& area) {
     view->staleTop = INT_MAX;
     view->staleBottom = INT_MIN;
     SharedImage& image = *view->image;
-    if (first < end && !image.fetch(view->root, area.left, area.top, first, end)) return {};
+    if (first < end && !image.fetch(view->root, area.left, area.top, first, end) && !hasEnded())
+        return {};
     const auto* const bytes = reinterpret_cast<const std::uint8_t*>(image.pixels);
     return {{image.memory, bytes}, width * 4};
 }
