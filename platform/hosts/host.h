@@ -70,6 +70,7 @@ struct Placement {
     std::vector<RECT> shape;          // in surface coordinates; empty means the whole surface
     bool passesMouse = false;         // clicks go to what lies below
     bool excludedFromCapture = false;
+    bool topmost = false;             // stays above the windows of other programs
 };
 
 // How the desktop answers the duplication. PointerMoved: a frame without an image, because only the

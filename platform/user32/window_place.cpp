@@ -23,6 +23,7 @@ host::Placement placementOf(const Window& window) {
     if (window.region) placement.shape = *window.region;
     placement.passesMouse = isLayered(window) && window.extendedStyle & WS_EX_TRANSPARENT;
     placement.excludedFromCapture = window.excludedFromCapture;
+    placement.topmost = window.extendedStyle & WS_EX_TOPMOST;
     return placement;
 }
 

@@ -6,8 +6,10 @@
 #include <xcb/shape.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
 #include <map>
+#include <utility>
 
 #include "platform/core/text.h"
 #include "platform/hosts/x11/display.h"
@@ -25,7 +27,12 @@ struct Window {
     std::unique_ptr<Sheet> sheet;        // there while a translucent window is shown
 };
 
+using Clock = std::chrono::steady_clock;
+
 std::map<Surface, Window> windows;
+int rounds = 0;  // of raising, each shortly after the last
+Clock::time_point lastRound;
+bool isRaising = false;  // The server has been told to, if need be.
 xcb_gcontext_t context = 0;
 xcb_cursor_t arrow = 0, cross = 0;
 
@@ -93,6 +100,39 @@ std::unique_ptr<Sheet> coverWithSheet(const RECT& bounds) {
     return seen ? std::make_unique<Sheet>(std::move(below)) : nullptr;
 }
 
+// A compositor would paint a shadow into the frame's hole, and so into the recording. One property
+// is for compositors that have a switch for it; the other says that the window brings its own
+// shadow, of no width. The last keeps a compositor from turning itself off under the sheet, which
+// flickers.
+void refuseDecoration(Surface surface) {
+    setProperty(surface, "_COMPTON_SHADOW", XCB_ATOM_CARDINAL, {0});
+    setProperty(surface, "_GTK_FRAME_EXTENTS", XCB_ATOM_CARDINAL, {0, 0, 0, 0});
+    setProperty(surface, "_NET_WM_BYPASS_COMPOSITOR", XCB_ATOM_CARDINAL, {2});
+}
+
+// Another client's window was raised, mapped or moved. The server raises ours if that covers them,
+// so nothing has to be known of the order of windows. Another program that wants to be on top too
+// would keep this up without an end, so after some rounds in a row ours give in.
+void stayAbove(xcb_window_t other) {
+    if (rounds > 20 && Clock::now() - lastRound < std::chrono::seconds(1)) return;
+    for (const auto& [surface, window] : windows) {
+        if (!window.shown || !window.placement.topmost) continue;
+        const std::uint32_t values[] = {other, XCB_STACK_MODE_TOP_IF};
+        xcb_configure_window(connection(), surface,
+                             XCB_CONFIG_WINDOW_SIBLING | XCB_CONFIG_WINDOW_STACK_MODE, values);
+    }
+    isRaising = true;
+    xcb_flush(connection());
+}
+
+void noteOrder(xcb_window_t changed) {
+    if (!windows.contains(changed)) return stayAbove(changed);
+    if (!std::exchange(isRaising, false)) return;
+    const Clock::time_point now = Clock::now();
+    rounds = now - lastRound < std::chrono::milliseconds(200) ? rounds + 1 : 0;
+    lastRound = now;
+}
+
 void put(Surface surface, const Window& window) {
     window.image->put(surface, context, screen().root_depth);
     xcb_flush(connection());
@@ -126,6 +166,7 @@ Surface createSurface(const std::u16string& title) {
         XCB_WINDOW_CLASS_INPUT_OUTPUT, screen().root_visual,
         XCB_CW_BACK_PIXMAP | XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK | XCB_CW_CURSOR, values);
     nameWindow(surface, desktop::toUtf8(title));
+    refuseDecoration(surface);
     windows[surface];
     return surface;
 }
@@ -206,7 +247,15 @@ bool isSurface(xcb_window_t window) { return windows.contains(window); }
 
 // Repairs come from the pixels that were presented last; the program need not paint again.
 bool surfaceEvent(const xcb_generic_event_t& event) {
-    if ((event.response_type & 0x7f) != XCB_EXPOSE) return false;
+    const int type = typeOf(event);
+    // Both begin alike: the window that is told, and the one that it is told of.
+    const auto& change = reinterpret_cast<const xcb_map_notify_event_t&>(event);
+    if ((type == XCB_CONFIGURE_NOTIFY || type == XCB_MAP_NOTIFY) && change.event == root() &&
+        change.window != root()) {
+        noteOrder(change.window);
+        return true;
+    }
+    if (type != XCB_EXPOSE) return false;
     const auto& expose = reinterpret_cast<const xcb_expose_event_t&>(event);
     const auto found = windows.find(expose.window);
     if (found == windows.end()) return false;
