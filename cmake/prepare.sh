@@ -6,7 +6,7 @@ build_packages=(
     cmake ninja-build g++ pkg-config
     libavcodec-dev libavformat-dev libavutil-dev libcairo2-dev libpango1.0-dev libdbus-1-dev
     libxcb1-dev libxcb-shm0-dev libxcb-damage0-dev libxcb-randr0-dev libxcb-shape0-dev libxcb-xfixes0-dev
-    libxcb-composite0-dev libxcb-xtest0-dev libgtest-dev fonts-dejavu-core
+    libxcb-composite0-dev libxcb-xinput-dev libxcb-xtest0-dev libgtest-dev fonts-dejavu-core
     # The native build too takes the SDK's headers and the Windows resource compiler.
     binutils-mingw-w64-x86-64 g++-mingw-w64-x86-64-posix
 )

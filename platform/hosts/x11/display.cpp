@@ -12,6 +12,7 @@
 #include <xcb/shape.h>
 #include <xcb/shm.h>
 #include <xcb/xfixes.h>
+#include <xcb/xinput.h>
 
 #include <cerrno>
 #include <map>
@@ -59,6 +60,8 @@ void agreeOnVersions() {
     await(xcb_xfixes_query_version_reply, xcb_xfixes_query_version(server, 5, 0));
     await(xcb_damage_query_version_reply, xcb_damage_query_version(server, 1, 1));
     await(xcb_shape_query_version_reply, xcb_shape_query_version(server));
+    // As of 2.1, raw events also come while another client has a grab.
+    await(xcb_input_xi_query_version_reply, xcb_input_xi_query_version(server, 2, 2));
 }
 
 void needPlainPixels() {
@@ -100,6 +103,7 @@ void openDisplay() {
     need(xcb_xfixes_id, "XFIXES");
     first.damage = need(xcb_damage_id, "DAMAGE");
     need(xcb_shape_id, "SHAPE");
+    need(xcb_input_id, "XInputExtension");
     agreeOnVersions();
     needPlainPixels();
 }

@@ -4,6 +4,8 @@
 
 #include "platform/hosts/x11/pointer.h"
 
+#include <xcb/xinput.h>
+
 #include "platform/hosts/x11/display.h"
 #include "platform/hosts/x11/keymap.h"
 #include "platform/hosts/x11/surface.h"
@@ -24,7 +26,7 @@ Event eventAt(Event::Kind kind, const xcb_button_press_event_t& event) {
     told.kind = kind;
     told.at = {event.root_x, event.root_y};
     told.modifiers = modifiersOf(event.state);
-    told.surface = isSurface(event.event) ? event.event : 0;
+    told.surface = event.event;
     return told;
 }
 
@@ -35,15 +37,14 @@ void tellButton(const xcb_button_press_event_t& event, bool pressed) {
     report(told);
 }
 
-// The press stands still on its way through the root window and is sent on here. Its release goes
-// there by itself.
-void tellClickElsewhere(const xcb_button_press_event_t& press) {
-    if (!isSurface(press.child)) {
-        tellButton(press, true);
-        tellButton(press, false);
-    }
-    xcb_allow_events(connection(), XCB_ALLOW_REPLAY_POINTER, XCB_CURRENT_TIME);
-    xcb_flush(connection());
+void tellClickElsewhere() {
+    const auto at = await(xcb_query_pointer_reply, xcb_query_pointer(connection(), root()));
+    if (!at || isSurface(at->child)) return;
+    for (const Event::Kind kind : {Event::ButtonPressed, Event::ButtonReleased})
+        report({.kind = kind,
+                .at = {at->root_x, at->root_y},
+                .button = 1,
+                .modifiers = modifiersOf(at->mask)});
 }
 
 }  // namespace
@@ -53,31 +54,29 @@ POINT pointer() {
     return reply ? POINT{reply->root_x, reply->root_y} : POINT{};
 }
 
+// Of every press on the display, whatever gets it, a raw event comes besides.
 void watchClicksElsewhere(bool on) {
-    for (const std::uint8_t button : {XCB_BUTTON_INDEX_1, XCB_BUTTON_INDEX_2, XCB_BUTTON_INDEX_3})
-        for (const std::uint16_t locks : lockStates()) {
-            if (on)
-                xcb_grab_button(connection(), 0, root(), XCB_EVENT_MASK_BUTTON_PRESS,
-                                XCB_GRAB_MODE_SYNC, XCB_GRAB_MODE_ASYNC, XCB_WINDOW_NONE,
-                                XCB_CURSOR_NONE, button, locks);
-            else
-                xcb_ungrab_button(connection(), button, root(), locks);
-        }
+    const struct {
+        xcb_input_event_mask_t head;
+        std::uint32_t mask;
+    } selected{{XCB_INPUT_DEVICE_ALL_MASTER, 1},
+               on ? std::uint32_t{XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS} : 0};
+    xcb_input_xi_select_events(connection(), root(), 1, &selected.head);
     xcb_flush(connection());
 }
 
 bool pointerEvent(const xcb_generic_event_t& event) {
     const int type = typeOf(event);
+    if (type == XCB_GE_GENERIC) {  // The only one that is requested.
+        tellClickElsewhere();
+        return true;
+    }
     if (type != XCB_MOTION_NOTIFY && type != XCB_BUTTON_PRESS && type != XCB_BUTTON_RELEASE)
         return false;
     if (isSentByAProgram(event)) return true;
     // All three have the same form.
     const auto& button = reinterpret_cast<const xcb_button_press_event_t&>(event);
     const auto& motion = reinterpret_cast<const xcb_motion_notify_event_t&>(event);
-    if (button.event == root()) {
-        if (type == XCB_BUTTON_PRESS) tellClickElsewhere(button);
-        return true;
-    }
     if (!isSurface(button.event)) return false;
     if (type != XCB_MOTION_NOTIFY)
         tellButton(button, type == XCB_BUTTON_PRESS);
