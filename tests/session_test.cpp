@@ -10,23 +10,15 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <functional>
 
 #include "platform/core/descriptor.h"
 #include "platform/core/mailbox.h"
 #include "platform/core/user_folders.h"
-#include "platform/hosts/host.h"
 #include "tests/scratch.h"
 
 namespace {
-
-// A host that gives nothing but a session's name, the same in every process.
-const host::Host& sharedSession() {
-    static host::Host shared{};
-    shared.name = "shared";
-    shared.session = [] { return std::string("a/session:0"); };
-    return shared;
-}
 
 // Another process. It is prepared when the constructor returns, and lives until it is ended.
 struct Child {
@@ -50,8 +42,8 @@ struct Child {
 };
 
 struct Session : testing::Test {
-    Session() { host::use(sharedSession()); }
-    ~Session() override { host::use(host::memoryHost()); }
+    Session() { setenv("EMBEDDED_DESKTOP", "a/session:0", 1); }
+    ~Session() override { unsetenv("EMBEDDED_DESKTOP"); }
 
     // Whether this process is the first to have the name.
     static bool claims() {

@@ -10,14 +10,14 @@ namespace host {
 
 namespace {
 
-std::atomic<const Host*> chosenHost{nullptr};
+std::atomic<Host*> chosenHost{nullptr};
 
 }  // namespace
 
-void use(const Host& chosen) { chosenHost = &chosen; }
+void use(Host& chosen) { chosenHost = &chosen; }
 
-const Host& current() {
-    const Host* const host = chosenHost;
+Host& current() {
+    Host* const host = chosenHost;
     if (!host) desktop::refuse("desktop", "no host has been chosen", 0);
     return *host;
 }

@@ -1,8 +1,12 @@
-// The seam between the desktop's rules and the place where pixels come from and go to.
+// The seam between the desktop's rules and a display: what a host has to offer.
 //
-// Everything is called on the user-interface thread unless it says otherwise. Coordinates are physical pixels of the
-// virtual desktop, right and bottom exclusive. Pixels are 32 bits, blue in the lowest byte, as the duplication has
-// them; surfaces are opaque, and their opacity stands in the placement.
+// Coordinates are physical pixels of the virtual desktop, right and bottom exclusive. Pixels have
+// 32 bits, blue in the lowest byte, as in the duplication; surfaces are opaque, and their opacity
+// is in the placement.
+//
+// Everything is called on the user-interface thread unless it says otherwise. No function throws. A
+// display that has gone ends the session: SessionQuery and SessionEnd come, functions with a result
+// answer as if refused, and the others do nothing.
 
 #pragma once
 
@@ -27,9 +31,10 @@ struct Picture {
 };
 
 struct Monitor {
-    std::uintptr_t id = 0;  // Serves as HMONITOR. A change of layout gives new ids; an old one never comes back.
+    std::uintptr_t id =
+        0;  // Serves as HMONITOR. A new layout has new ids; an old one never returns.
     RECT bounds{};
-    int rotation = 1;  // DXGI_MODE_ROTATION
+    int rotation = 1;  // DXGI_MODE_ROTATION of the pixels that a capture gets
     UINT dpi = 96;
     bool primary = false;
 };
@@ -41,46 +46,47 @@ struct Event {
         ButtonReleased,
         KeyPressed,
         KeyReleased,
-        TrayMouse,      // the tray icon: `message` is the mouse message
-        ActivationLost, // another program took the foreground
-        Exposed,        // `surface` needs to be presented again
-        LayoutChanged,  // monitors came, went, moved or turned
-        SessionQuery,   // the session wants to end
-        SessionEnd,     // it ends (`message` 1) or goes on after all (0)
-        TaskbarCreated, // the tray has been started anew
+        TrayMouse,       // the tray icon: `message` is the mouse message
+        ActivationLost,  // another program took the foreground
+        LayoutChanged,   // monitors came, went, moved or turned
+        SessionQuery,    // the session wants to end
+        SessionEnd,      // it ends (`message` 1) or continues after all (0)
+        TaskbarCreated,  // the tray has been started again
     };
     Kind kind{};
-    POINT at{};                // pointer position, with every pointer event
-    int button = 0;            // 1 left, 2 middle, 3 right
-    UINT key = 0;              // virtual key, side-specific for modifiers
-    UINT modifiers = 0;        // MOD_ALT | MOD_CONTROL | MOD_SHIFT | MOD_WIN held before this event
+    POINT at{};          // pointer position, with every pointer event
+    int button = 0;      // 1 left, 2 middle, 3 right
+    UINT key = 0;        // virtual key, side-specific for modifiers
+    UINT modifiers = 0;  // MOD_ALT | MOD_CONTROL | MOD_SHIFT | MOD_WIN held before this event
     UINT message = 0;
-    Surface surface = 0;       // that the pointer event is for; 0: what lies there is not ours
-    // When a key moved: an answer of the hooks that comes later than theirs may is dropped. Unset: there is no limit.
+    Surface surface = 0;  // that the pointer event is for; 0: what is there is not ours
+    // When a key moved: an answer of the hooks that comes later than theirs may is dropped. Unset:
+    // there is no limit.
     std::chrono::steady_clock::time_point time{};
 };
 
-// Which keys come to the program whatever has the keyboard, beside its hot keys. A display may have no way to
-// pass a key on once it has come here, so no more may be grabbed than the program is going to take.
+// Which keys come to the program whatever has the keyboard, beside its hot keys. A display may have
+// no way to pass a key on once it has come here, so no more may be grabbed than the program is
+// going to take.
 enum class KeyGrab { None, Escape, All };
 
 struct Placement {
     RECT bounds{};
     BYTE opacity = 255;
-    std::vector<RECT> shape;          // in surface coordinates; empty means the whole surface
-    bool passesMouse = false;         // clicks go to what lies below
+    std::vector<RECT> shape;   // in surface coordinates; empty means the whole surface
+    bool passesMouse = false;  // clicks go to what is below
     bool excludedFromCapture = false;
-    bool topmost = false;             // stays above the windows of other programs
+    bool topmost = false;  // stays above the windows of other programs
 };
 
 // How the desktop answers the duplication. PointerMoved: a frame without an image, because only the
 // pointer moved; it may be the first one, and the image that is due still comes as Changed.
 enum class PictureState { Changed, PointerMoved, Unchanged, Lost };
 
-// Whoever has it can read the bytes for as long as he likes; the next readPicture may change them.
+// The bytes stay while somebody has them, but the next readPicture may change them.
 struct CapturedPicture {
-    std::shared_ptr<const std::uint8_t[]> bytes;  // the first row
-    int pitch = 0;                              // from row to row, in bytes
+    std::shared_ptr<const std::uint8_t[]> bytes;  // the first row; null: none
+    int pitch = 0;                                // from row to row, in bytes
 };
 
 struct IconImage {
@@ -100,70 +106,87 @@ struct Balloon {
 };
 
 struct Host {
-    const char* name;         // "memory" or "x11"
-    std::string (*session)(); // Names the desktop among those of this user, so that a second start finds the first.
+    virtual ~Host() = default;
 
-    // Events. nextEvent takes one that is there and never waits; the descriptor is readable while one may be there.
-    int (*eventDescriptor)();
-    bool (*nextEvent)(Event& event);
-    // Says what became of a pointer or key event: `taken` by a hook, a hot key or a window of ours, or left to
-    // whatever else is on the desktop. Nothing waits for it.
-    void (*finishInput)(const Event& event, bool taken);
+    // Names the desktop among those of this user, so that a second start finds the first.
+    virtual std::string session() = 0;
 
-    std::vector<Monitor> (*monitors)();
-    POINT (*pointer)();
-    bool (*keyIsDown)(UINT key);  // virtual key; generic modifier codes mean either side
+    // Readable while an event may be there; valid until the process ends.
+    virtual int eventDescriptor() = 0;
+    // Takes one event that is there and never waits. False: there is none.
+    virtual bool nextEvent(Event& event) = 0;
+    // Says what became of a pointer or key event: `taken` by a hook, a hot key or a window of ours,
+    // or left to whatever else is on the desktop. Nothing waits for it.
+    virtual void finishInput(const Event& event, bool taken) = 0;
+
+    // At least one while the display is there, exactly one of them the primary one.
+    virtual std::vector<Monitor> monitors() = 0;
+    // The corner of the desktop if the display does not answer.
+    virtual POINT pointer() = 0;
+    // Virtual key; generic modifier codes mean either side. False if the display does not answer.
+    virtual bool keyIsDown(UINT key) = 0;
 
     // The combination fires anywhere on the desktop as a key event. False: another program has it.
-    bool (*grabHotKey)(UINT modifiers, UINT key);
-    void (*releaseHotKey)(UINT modifiers, UINT key);
+    virtual bool grabHotKey(UINT modifiers, UINT key) = 0;
+    virtual void releaseHotKey(UINT modifiers, UINT key) = 0;
     // False: another program has those keys; none is grabbed then.
-    bool (*grabKeys)(KeyGrab keys);
+    virtual bool grabKeys(KeyGrab keys) = 0;
 
-    bool hasTaskbar;  // From which the user can open a minimised window again.
+    // From a taskbar the user can open a minimized window again.
+    virtual bool hasTaskbar() = 0;
 
-    // Surfaces are stacked in the order in which they were last raised.
-    Surface (*createSurface)(const std::u16string& title);
-    void (*destroySurface)(Surface surface);
-    void (*showSurface)(Surface surface, const Placement& placement, bool raise);
-    // The whole surface, in the size of its bounds. It keeps what it shows if there is no memory for the pixels.
-    void (*presentSurface)(Surface surface, const Picture& picture);
-    void (*hideSurface)(Surface surface);
-    // Keyboard input goes to this surface; 0 gives it back to what had it before. False: refused.
-    bool (*focusSurface)(Surface surface);
+    // Surfaces are stacked in the order in which they were last raised. The number of a surface is
+    // valid until it is destroyed, whatever becomes of the display.
+    virtual Surface createSurface(const std::u16string& title) = 0;
+    virtual void destroySurface(Surface surface) = 0;
+    virtual void showSurface(Surface surface, const Placement& placement, bool raise) = 0;
+    // The whole surface, in the size of its bounds. Without memory for the pixels it keeps what it
+    // shows.
+    virtual void presentSurface(Surface surface, const Picture& picture) = 0;
+    virtual void hideSurface(Surface surface) = 0;
+    // The keyboard goes to this surface; 0 returns it to what had it before. False: the surface is
+    // not on the screen, and nothing has changed.
+    virtual bool focusSurface(Surface surface) = 0;
     // The cursor over the surface: IDC_ARROW or IDC_CROSS as a number.
-    void (*setCursor)(Surface surface, UINT cursor);
-    // Returns when everything shown or hidden so far is on the screen.
-    void (*flush)();
+    virtual void setCursor(Surface surface, UINT cursor) = 0;
+    // Returns when everything shown or hidden so far is on the screen, or after half a second.
+    virtual void flush() = 0;
 
-    // The picture without excluded surfaces. Called on one thread at a time, not the user-interface thread.
-    // openPictures: a fresh view of the monitor, whose first image is a Changed of waitForPicture; false: refused
-    // (locked desktop). waitForPicture: Changed once the picture differs from the last Changed. Lost is final.
-    bool (*openPictures)(std::uintptr_t monitor);
-    PictureState (*waitForPicture)(DWORD milliseconds);
-    // `area` as it is now; empty if the display does not answer any more or there is no memory for it.
-    CapturedPicture (*readPicture)(const RECT& area);
-    void (*closePictures)();
+    // The desktop without excluded surfaces, on one thread at a time, not the user-interface
+    // thread. A fresh view of the monitor, whose first image is a Changed of waitForPicture. False:
+    // the desktop is locked, or the monitor or the display has gone.
+    virtual bool openPictures(std::uintptr_t monitor) = 0;
+    // Changed once the desktop differs from the last Changed; Unchanged when the time is over, also
+    // on a display that has gone; Lost, finally, after a change of the monitor.
+    virtual PictureState waitForPicture(DWORD milliseconds) = 0;
+    // `area` as it is now, or as it was last on a display that has gone. Null without memory for
+    // it.
+    virtual CapturedPicture readPicture(const RECT& area) = 0;
+    virtual void closePictures() = 0;
 
-    // Files on the clipboard as UTF-8 paths; `block` is the whole CF_HDROP block.
-    bool (*openClipboard)();  // false: another program has it open
-    void (*closeClipboard)();
-    void (*clearClipboard)();
-    bool (*offerFiles)(const std::vector<std::string>& paths, const std::vector<std::uint8_t>& block);
-    // Before the process ends: what it offers outlives it, if the desktop can keep it. Waits at most one second.
-    void (*leaveClipboard)();
+    // Files on the clipboard as UTF-8 paths. False: another program has it open.
+    virtual bool openClipboard() = 0;
+    virtual void clearClipboard() = 0;
+    // False: the clipboard stays another program's.
+    virtual bool offerFiles(const std::vector<std::string>& paths) = 0;
+    // Before the process ends: what it offers outlives it, if the desktop can keep it. Waits at
+    // most one second.
+    virtual void leaveClipboard() = 0;
 
-    bool (*setTrayIcon)(const TrayIcon* icon);  // add or change; null removes. False: no tray.
-    void (*showBalloon)(const Balloon& balloon);
-    bool (*openFolder)(const std::string& path);
+    // Adds or changes the icon; null removes it. It is in every tray that comes, so that a desktop
+    // without one is no failure.
+    virtual void setTrayIcon(const TrayIcon* icon) = 0;
+    virtual void showBalloon(const Balloon& balloon) = 0;
+    // In the user's file manager. False: there is none.
+    virtual bool openFolder(const std::string& path) = 0;
 };
 
-const Host& memoryHost();  // embedded desktop, driven through platform/control.h
-const Host& x11Host();     // live display named by DISPLAY; throws std::runtime_error if it cannot be opened
+Host& memoryHost();  // embedded desktop, driven through platform/control.h
+Host& x11Host();  // live display named by DISPLAY; throws std::runtime_error if it cannot be opened
 
-// The host in use. Chosen once, before the first operation that needs a desktop; asking without a choice stops the
-// process.
-void use(const Host& chosen);
-const Host& current();
+// The host in use. Chosen once, before the first operation that needs a desktop; a call without a
+// choice stops the process.
+void use(Host& chosen);
+Host& current();
 
 }  // namespace host

@@ -40,7 +40,7 @@ bool showIcon(const NOTIFYICONDATAW& data) {
     const user32::Icon* const icon = user32::findIcon(data.hIcon);
     const host::TrayIcon shown{
         [id = icon ? icon->id : 0](int side) { return user32::drawnImage(id, side); }, data.szTip};
-    if (!host::current().setTrayIcon(&shown)) return false;
+    host::current().setTrayIcon(&shown);
     entry = {data.hWnd, data.uID, data.uCallbackMessage};
     publishTip(desktop::toUtf8(data.szTip));
     return true;

@@ -67,7 +67,6 @@ std::vector<std::string> pathsIn(const desktop::Call& call,
 void close() {
     isOpen = false;
     openedBy = nullptr;
-    host::current().closeClipboard();
     desktop::closed("Clipboard");
 }
 
@@ -149,7 +148,7 @@ HANDLE SetClipboardData(UINT format, HANDLE block) {
     const std::vector<BYTE> bytes = blockAt(call, block).bytes;
     if (call.struck()) return call.fail(ERROR_ACCESS_DENIED);
     if (!isOpen || owner != openedBy) return call.fail(ERROR_CLIPBOARD_NOT_OPEN);
-    if (!host::current().offerFiles(pathsIn(call, bytes), bytes))
+    if (!host::current().offerFiles(pathsIn(call, bytes)))
         return call.fail(ERROR_ACCESS_DENIED);
     blocks.remove(block);  // The system's from here on.
     publishBlock(bytes);

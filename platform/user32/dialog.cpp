@@ -55,7 +55,7 @@ void publish() {
 
 // Only where a taskbar can bring the dialog back.
 bool canMinimize(const Creation& creation) {
-    return host::current().hasTaskbar && creation.style & WS_MINIMIZEBOX;
+    return host::current().hasTaskbar() && creation.style & WS_MINIMIZEBOX;
 }
 
 // The system's menu of a window: what its caption's buttons do. It opens below the caption.

@@ -60,11 +60,6 @@ void offerKey(const Event& event) {
     if (ours) waiting = event;
 }
 
-void presentAgain(host::Surface surface) {
-    for (const HWND handle : windowOrder())
-        if (find(handle)->surface == surface) present(*find(handle));
-}
-
 void handle(const Event& event) {
     switch (event.kind) {
     case Event::KeyPressed:
@@ -74,7 +69,6 @@ void handle(const Event& event) {
     case Event::ButtonReleased: waiting = event; return;
     case Event::TrayMouse: allowForeground(); break;
     case Event::ActivationLost: return loseActivation();
-    case Event::Exposed: return presentAgain(event.surface);
     case Event::LayoutChanged: return broadcast(WM_DISPLAYCHANGE, 32, 0);
     case Event::SessionQuery: return tellAll(WM_QUERYENDSESSION, 0, 0);
     case Event::SessionEnd: return tellSessionEnd(event.message != 0);

@@ -20,7 +20,7 @@ using host::Event, host::KeyGrab;
 struct LiveHost : testing::Test {
     ~LiveHost() override { desk->grabKeys(KeyGrab::None); }
 
-    static const host::Host* open() {
+    static host::Host* open() {
         live::startDisplay();
         return &host::x11Host();
     }
@@ -64,7 +64,7 @@ struct LiveHost : testing::Test {
         return surface;
     }
 
-    const host::Host* const desk = open();
+    host::Host* const desk = open();
     live::Client client{{100, 100, 900, 500}};
     std::vector<Event> events;
 };

@@ -1,7 +1,7 @@
-// The embedded desktop: everything that a display would know, in one record.
+// The embedded desktop: everything that a display would know, in one record, and the host over it.
 //
-// The user-interface thread, the recording's thread and the threads that act as a person all come
-// here, so every function takes the record's mutex. None of them calls out while it holds it.
+// The user-interface thread, the recording's thread and the threads that act as the user all come
+// here, so whatever uses the record locks it. None of them calls out while it has the lock.
 
 #pragma once
 
@@ -16,7 +16,6 @@
 #include <vector>
 
 #include "platform/control.h"
-#include "platform/gdi32/canvas.h"
 #include "platform/hosts/host.h"
 
 namespace memory {
@@ -63,10 +62,8 @@ struct Desktop {
     std::set<std::pair<UINT, UINT>> hotKeysOfOthers;
     std::vector<desktop::PassedInput> passed;
 
-    // clipboard.cpp
-    bool clipboardHeld = false;
-
     // tray.cpp
+    bool clipboardHeld = false;
     std::optional<host::TrayIcon> trayIcon;
     std::optional<host::Balloon> balloon;
     std::chrono::steady_clock::time_point balloonUntil{};
@@ -74,14 +71,56 @@ struct Desktop {
 
 Desktop& theDesktop();
 
-// With the mutex held:
-void queueEvent(Desktop& desktop, host::Event event);
-void notePicture(Desktop& desktop);  // a capture would see something new
+// The desktop, locked as long as this lives.
+struct Locked {
+    Desktop* operator->() const { return &desktop; }
+    Desktop& operator*() const { return desktop; }
 
-// Both write to the rows whose first pixel is the corner of `area`: what the monitors show without
-// windows, and then the surfaces over it.
-void composeMonitors(const Desktop& desktop, const RECT& area, std::uint8_t* target, int pitch);
-void composeSurfaces(const Desktop& desktop, const RECT& area, std::uint8_t* target, int pitch,
-                     bool forCapture);
+    Desktop& desktop = theDesktop();
+    std::unique_lock<std::mutex> lock{desktop.mutex};
+};
+
+void openEvents(Desktop& desktop);
+void queueEvent(Desktop& desktop, const host::Event& event);
+void noteChange(Desktop& desktop);  // a capture would see something new
+
+struct Host final : host::Host {
+    std::string session() override;
+
+    int eventDescriptor() override;
+    bool nextEvent(host::Event& event) override;
+    void finishInput(const host::Event& event, bool taken) override;
+
+    std::vector<host::Monitor> monitors() override;
+    POINT pointer() override;
+    bool keyIsDown(UINT key) override;
+    bool grabHotKey(UINT modifiers, UINT key) override;
+    void releaseHotKey(UINT, UINT) override {}
+    bool grabKeys(host::KeyGrab) override { return true; }  // Every key comes here first anyway.
+    bool hasTaskbar() override { return true; }
+
+    host::Surface createSurface(const std::u16string& title) override;
+    void destroySurface(host::Surface surface) override;
+    void showSurface(host::Surface surface, const host::Placement& placement, bool raise) override;
+    void presentSurface(host::Surface surface, const host::Picture& picture) override;
+    void hideSurface(host::Surface surface) override;
+    bool focusSurface(host::Surface surface) override;
+    void setCursor(host::Surface, UINT) override {}
+    void flush() override {}  // Every change is on the screen when its function returns.
+
+    bool openPictures(std::uintptr_t monitor) override;
+    host::PictureState waitForPicture(DWORD milliseconds) override;
+    host::CapturedPicture readPicture(const RECT& area) override;
+    void closePictures() override {}
+
+    bool openClipboard() override;
+    void clearClipboard() override {}
+    bool offerFiles(const std::vector<std::string>&) override { return true; }
+    void leaveClipboard() override {}
+
+    void setTrayIcon(const host::TrayIcon* icon) override;
+    void showBalloon(const host::Balloon& balloon) override;
+    bool openFolder(const std::string&) override { return true; }
+};
 
 }  // namespace memory

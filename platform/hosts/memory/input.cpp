@@ -5,10 +5,12 @@
 
 #include <algorithm>
 
+#include "platform/gdi32/canvas.h"
 #include "platform/hosts/memory/desktop.h"
-#include "platform/hosts/memory/parts.h"
 
 namespace memory {
+
+using host::Event;
 
 namespace {
 
@@ -20,19 +22,17 @@ UINT modifiersHeld(const Desktop& desktop) {
            held(VK_LSHIFT, VK_RSHIFT, MOD_SHIFT) | held(VK_LWIN, VK_RWIN, MOD_WIN);
 }
 
-void queueInput(Desktop& desktop, host::Event::Kind kind, int button, UINT key) {
-    host::Event event;
-    event.kind = kind;
-    event.at = desktop.pointer;
-    event.button = button;
-    event.key = key;
-    event.modifiers = modifiersHeld(desktop);
-    event.time = std::chrono::steady_clock::now();
-    queueEvent(desktop, event);
+void queueInput(Desktop& desktop, Event::Kind kind, int button, UINT key) {
+    queueEvent(desktop, {.kind = kind,
+                         .at = desktop.pointer,
+                         .button = button,
+                         .key = key,
+                         .modifiers = modifiersHeld(desktop),
+                         .time = std::chrono::steady_clock::now()});
 }
 
-bool isKey(const host::Event& event) {
-    return event.kind == host::Event::KeyPressed || event.kind == host::Event::KeyReleased;
+bool isKey(const Event& event) {
+    return event.kind == Event::KeyPressed || event.kind == Event::KeyReleased;
 }
 
 bool takesPointerAt(const Surface& surface, POINT at) {
@@ -52,10 +52,10 @@ host::Surface surfaceAt(const Desktop& desktop, POINT at) {
 
 // Repeats and the release of a key belong to whoever got its press, even if the hook that took the
 // press has gone.
-bool belongsToTheProgram(Desktop& desktop, const host::Event& event, bool taken) {
+bool belongsToTheProgram(Desktop& desktop, const Event& event, bool taken) {
     if (!isKey(event)) return taken;
     const bool pressTaken = desktop.pressesTaken.contains(event.key);
-    if (event.kind == host::Event::KeyReleased)
+    if (event.kind == Event::KeyReleased)
         desktop.pressesTaken.erase(event.key);
     else if (taken)
         desktop.pressesTaken.insert(event.key);
@@ -68,65 +68,54 @@ void openEvents(Desktop& desktop) {
     desktop.eventDescriptor = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
 }
 
-void queueEvent(Desktop& desktop, host::Event event) {
+void queueEvent(Desktop& desktop, const Event& event) {
     desktop.events.push_back(event);
     const std::uint64_t one = 1;
     [[maybe_unused]] const ssize_t written = write(desktop.eventDescriptor, &one, sizeof one);
 }
 
-int eventDescriptor() { return theDesktop().eventDescriptor; }
+int Host::eventDescriptor() { return theDesktop().eventDescriptor; }
 
-bool nextEvent(host::Event& event) {
-    Desktop& desktop = theDesktop();
-    const std::lock_guard lock(desktop.mutex);
-    if (desktop.events.empty()) {
+bool Host::nextEvent(Event& event) {
+    const Locked desktop;
+    if (desktop->events.empty()) {
         std::uint64_t count = 0;
-        [[maybe_unused]] const ssize_t got = read(desktop.eventDescriptor, &count, sizeof count);
+        [[maybe_unused]] const ssize_t got = read(desktop->eventDescriptor, &count, sizeof count);
         return false;
     }
-    event = desktop.events.front();
-    desktop.events.pop_front();
-    if (event.kind <= host::Event::ButtonReleased) event.surface = surfaceAt(desktop, event.at);
+    event = desktop->events.front();
+    desktop->events.pop_front();
+    if (event.kind <= Event::ButtonReleased) event.surface = surfaceAt(*desktop, event.at);
     return true;
 }
 
 // A press on what is not ours brings that other program to the front.
-void finishInput(const host::Event& event, bool taken) {
-    if (event.kind == host::Event::PointerMoved) return;
-    Desktop& desktop = theDesktop();
-    const std::lock_guard lock(desktop.mutex);
-    if (belongsToTheProgram(desktop, event, taken)) return;
-    const bool pressed =
-        event.kind == host::Event::KeyPressed || event.kind == host::Event::ButtonPressed;
+void Host::finishInput(const Event& event, bool taken) {
+    if (event.kind == Event::PointerMoved) return;
+    const Locked desktop;
+    if (belongsToTheProgram(*desktop, event, taken)) return;
+    const bool pressed = event.kind == Event::KeyPressed || event.kind == Event::ButtonPressed;
     const UINT code = isKey(event) ? event.key : static_cast<UINT>(event.button);
-    desktop.passed.push_back({isKey(event), code, pressed});
-    if (isKey(event) || !pressed || !desktop.focused) return;
-    desktop.focused = 0;
-    host::Event lost;
-    lost.kind = host::Event::ActivationLost;
-    queueEvent(desktop, lost);
+    desktop->passed.push_back({isKey(event), code, pressed});
+    if (isKey(event) || !pressed || !std::exchange(desktop->focused, 0)) return;
+    queueEvent(*desktop, {.kind = Event::ActivationLost});
 }
 
-POINT pointer() {
-    const std::lock_guard lock(theDesktop().mutex);
-    return theDesktop().pointer;
-}
+POINT Host::pointer() { return Locked()->pointer; }
 
-bool keyIsDown(UINT key) {
-    Desktop& desktop = theDesktop();
-    const std::lock_guard lock(desktop.mutex);
-    const UINT held = modifiersHeld(desktop);
+bool Host::keyIsDown(UINT key) {
+    const Locked desktop;
+    const UINT held = modifiersHeld(*desktop);
     switch (key) {
-    case VK_SHIFT: return (held & MOD_SHIFT) != 0;
-    case VK_CONTROL: return (held & MOD_CONTROL) != 0;
-    case VK_MENU: return (held & MOD_ALT) != 0;
-    default: return desktop.keysDown.contains(key);
+    case VK_SHIFT: return held & MOD_SHIFT;
+    case VK_CONTROL: return held & MOD_CONTROL;
+    case VK_MENU: return held & MOD_ALT;
+    default: return desktop->keysDown.contains(key);
     }
 }
 
-bool grabHotKey(UINT modifiers, UINT key) {
-    const std::lock_guard lock(theDesktop().mutex);
-    return !theDesktop().hotKeysOfOthers.contains({modifiers, key});
+bool Host::grabHotKey(UINT modifiers, UINT key) {
+    return !Locked()->hotKeysOfOthers.contains({modifiers, key});
 }
 
 }  // namespace memory
@@ -134,65 +123,44 @@ bool grabHotKey(UINT modifiers, UINT key) {
 namespace desktop {
 
 using host::Event;
-using memory::Desktop;
-using memory::theDesktop;
+using memory::Locked;
 
 void movePointer(int x, int y) {
-    const std::lock_guard lock(theDesktop().mutex);
-    theDesktop().pointer = {x, y};
-    memory::queueInput(theDesktop(), Event::PointerMoved, 0, 0);
+    const Locked record;
+    record->pointer = {x, y};
+    memory::queueInput(*record, Event::PointerMoved, 0, 0);
 }
 
-void pressButton(int button) {
-    const std::lock_guard lock(theDesktop().mutex);
-    memory::queueInput(theDesktop(), Event::ButtonPressed, button, 0);
-}
+void pressButton(int button) { memory::queueInput(*Locked(), Event::ButtonPressed, button, 0); }
 
-void releaseButton(int button) {
-    const std::lock_guard lock(theDesktop().mutex);
-    memory::queueInput(theDesktop(), Event::ButtonReleased, button, 0);
-}
+void releaseButton(int button) { memory::queueInput(*Locked(), Event::ButtonReleased, button, 0); }
 
 void pressKey(UINT key) {
-    const std::lock_guard lock(theDesktop().mutex);
-    memory::queueInput(theDesktop(), Event::KeyPressed, 0, key);
-    theDesktop().keysDown.insert(key);
+    const Locked record;
+    memory::queueInput(*record, Event::KeyPressed, 0, key);
+    record->keysDown.insert(key);
 }
 
 void releaseKey(UINT key) {
-    const std::lock_guard lock(theDesktop().mutex);
-    memory::queueInput(theDesktop(), Event::KeyReleased, 0, key);
-    theDesktop().keysDown.erase(key);
+    const Locked record;
+    memory::queueInput(*record, Event::KeyReleased, 0, key);
+    record->keysDown.erase(key);
 }
 
 void takeForeground() {
-    Desktop& record = theDesktop();
-    const std::lock_guard lock(record.mutex);
-    record.focused = 0;
-    Event event;
-    event.kind = Event::ActivationLost;
-    memory::queueEvent(record, event);
+    const Locked record;
+    record->focused = 0;
+    memory::queueEvent(*record, {.kind = Event::ActivationLost});
 }
 
 void endSession(bool reallyEnds) {
-    Desktop& record = theDesktop();
-    const std::lock_guard lock(record.mutex);
-    Event event;
-    event.kind = Event::SessionQuery;
-    memory::queueEvent(record, event);
-    event.kind = Event::SessionEnd;
-    event.message = reallyEnds;
-    memory::queueEvent(record, event);
+    const Locked record;
+    memory::queueEvent(*record, {.kind = Event::SessionQuery});
+    memory::queueEvent(*record, {.kind = Event::SessionEnd, .message = reallyEnds});
 }
 
-void takeHotKey(UINT modifiers, UINT key) {
-    const std::lock_guard lock(theDesktop().mutex);
-    theDesktop().hotKeysOfOthers.insert({modifiers, key});
-}
+void takeHotKey(UINT modifiers, UINT key) { Locked()->hotKeysOfOthers.insert({modifiers, key}); }
 
-std::vector<PassedInput> inputOfOthers() {
-    const std::lock_guard lock(theDesktop().mutex);
-    return std::exchange(theDesktop().passed, {});
-}
+std::vector<PassedInput> inputOfOthers() { return std::exchange(Locked()->passed, {}); }
 
 }  // namespace desktop

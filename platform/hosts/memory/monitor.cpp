@@ -1,7 +1,5 @@
 // The embedded desktop's monitors.
 
-#include "platform/hosts/memory/parts.h"
-
 #include <pthread.h>
 
 #include <algorithm>
@@ -14,7 +12,7 @@ namespace {
 
 constexpr std::uint32_t wallpaper = 0xFF2D5570;
 
-// The picture of all monitors, new and plain.
+// The image of all monitors, new and plain.
 void layOut(Desktop& desktop) {
     RECT all = desktop.monitors.front().bounds;
     for (const host::Monitor& monitor : desktop.monitors) {
@@ -41,18 +39,13 @@ void setLayout(Desktop& desktop, const std::vector<desktop::MonitorSetup>& setup
 
 void tellOfLayout(Desktop& desktop) {
     ++desktop.generation;
-    notePicture(desktop);
-    host::Event event;
-    event.kind = host::Event::LayoutChanged;
-    queueEvent(desktop, event);
+    noteChange(desktop);
+    queueEvent(desktop, {.kind = host::Event::LayoutChanged});
 }
 
 }  // namespace
 
-std::vector<host::Monitor> monitors() {
-    const std::lock_guard lock(theDesktop().mutex);
-    return theDesktop().monitors;
-}
+std::vector<host::Monitor> Host::monitors() { return Locked()->monitors; }
 
 Desktop::Desktop() {
     setLayout(*this, {{{0, 0, 1920, 1080}, 1, 96}});
@@ -70,44 +63,35 @@ Desktop& theDesktop() {
 
 namespace desktop {
 
-using memory::Desktop;
-using memory::theDesktop;
+using memory::Locked;
 
 void setMonitors(const std::vector<MonitorSetup>& setups) {
-    Desktop& record = theDesktop();
-    const std::lock_guard lock(record.mutex);
-    memory::setLayout(record, setups);
-    memory::tellOfLayout(record);
+    const Locked record;
+    memory::setLayout(*record, setups);
+    memory::tellOfLayout(*record);
 }
 
 void changeMonitor(std::size_t index, const MonitorSetup& setup) {
-    Desktop& record = theDesktop();
-    const std::lock_guard lock(record.mutex);
-    host::Monitor& monitor = record.monitors.at(index);
+    const Locked record;
+    host::Monitor& monitor = record->monitors.at(index);
     monitor = {monitor.id, setup.bounds, setup.rotation, setup.dpi, monitor.primary};
-    memory::layOut(record);
-    memory::tellOfLayout(record);
+    memory::layOut(*record);
+    memory::tellOfLayout(*record);
 }
 
 void lockDesktop(bool locked) {
-    Desktop& record = theDesktop();
-    const std::lock_guard lock(record.mutex);
-    record.locked = locked;
-    ++record.generation;
-    record.pictureChanged.notify_all();
+    const Locked record;
+    record->locked = locked;
+    ++record->generation;
+    record->pictureChanged.notify_all();
 }
 
 void paintDesktop(const std::function<void(const Canvas&)>& painter) {
-    Desktop& record = theDesktop();
-    const std::lock_guard lock(record.mutex);
-    const RECT& bounds = record.bounds;
-    const int width = bounds.right - bounds.left;
-    painter({record.picture.data(),
-             width,
-             bounds.bottom - bounds.top,
-             width,
-             {bounds.left, bounds.top}});
-    memory::notePicture(record);
+    const Locked record;
+    const RECT& all = record->bounds;
+    const int width = all.right - all.left;
+    painter({record->picture.data(), width, all.bottom - all.top, width, {all.left, all.top}});
+    memory::noteChange(*record);
 }
 
 }  // namespace desktop

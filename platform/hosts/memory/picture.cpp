@@ -1,12 +1,18 @@
-// What the embedded desktop looks like, to a person and to a capture.
+// What the embedded desktop shows, to a capture and to the user, who also sees a taskbar with the
+// tray icon and a balloon.
+
+#include <cairo.h>
 
 #include <algorithm>
 #include <cstring>
+#include <stdexcept>
 
+#include "platform/gdi32/canvas.h"
 #include "platform/hosts/memory/desktop.h"
-#include "platform/hosts/memory/parts.h"
 
 namespace memory {
+
+using desktop::Canvas;
 
 namespace {
 
@@ -14,22 +20,11 @@ namespace {
 // there.
 constexpr int rowAlignment = 256;
 
-// Rows of pixels whose first one lies at `area`'s corner.
-struct Rows {
-    RECT area;
-    std::uint8_t* first;
-    int pitch;
-
-    std::uint32_t* at(LONG x, LONG y) const {
-        return reinterpret_cast<std::uint32_t*>(first +
-                                                static_cast<std::ptrdiff_t>(y - area.top) * pitch) +
-               (x - area.left);
-    }
+struct Layer {
+    const RECT& bounds;
+    const std::uint32_t* pixels;
+    std::uint32_t opacity;
 };
-
-void copyRow(std::uint32_t* target, const std::uint32_t* source, LONG count) {
-    std::memcpy(target, source, static_cast<std::size_t>(count) * 4);
-}
 
 void mixRow(std::uint32_t* target, const std::uint32_t* source, LONG count, std::uint32_t opacity) {
     for (LONG x = 0; x < count; ++x) {
@@ -43,115 +38,164 @@ void mixRow(std::uint32_t* target, const std::uint32_t* source, LONG count, std:
     }
 }
 
-void putSurface(const Surface& surface, const RECT& piece, const Rows& rows) {
-    const RECT& bounds = surface.placement.bounds;
-    const RECT seen = gdi::intersection(gdi::intersection(piece, bounds), rows.area);
+RECT areaOf(const Canvas& canvas) {
+    return {canvas.origin.x, canvas.origin.y, canvas.origin.x + canvas.width,
+            canvas.origin.y + canvas.height};
+}
+
+void put(const Layer& layer, const RECT& piece, const Canvas& target) {
+    const RECT& bounds = layer.bounds;
+    const RECT seen = gdi::intersection(gdi::intersection(piece, bounds), areaOf(target));
+    const LONG count = seen.right - seen.left;
     for (LONG y = seen.top; y < seen.bottom; ++y) {
-        const std::uint32_t* const source =
-            surface.pixels.data() + static_cast<std::ptrdiff_t>(y - bounds.top) * surface.width +
+        const std::uint32_t* const from =
+            layer.pixels +
+            static_cast<std::ptrdiff_t>(y - bounds.top) * (bounds.right - bounds.left) +
             (seen.left - bounds.left);
-        const LONG count = seen.right - seen.left;
-        if (surface.placement.opacity == 255)
-            copyRow(rows.at(seen.left, y), source, count);
+        std::uint32_t* const to = target.pixels +
+                                  static_cast<std::ptrdiff_t>(y - target.origin.y) * target.stride +
+                                  (seen.left - target.origin.x);
+        if (layer.opacity == 255)
+            std::copy_n(from, count, to);
         else
-            mixRow(rows.at(seen.left, y), source, count, surface.placement.opacity);
+            mixRow(to, from, count, layer.opacity);
     }
 }
 
-bool isSeen(const Surface& surface, bool forCapture) {
+// What the monitors show without windows. Positions that no monitor covers are black.
+void putMonitors(const Desktop& desktop, const Canvas& target) {
+    const RECT area = areaOf(target);
+    if (gdi::difference(area, desktop.bounds).size())
+        std::fill_n(target.pixels, static_cast<std::ptrdiff_t>(target.height) * target.stride, 0);
+    put({desktop.bounds, desktop.picture.data(), 255}, area, target);
+}
+
+bool isSeen(const Surface& surface) {
     const RECT& bounds = surface.placement.bounds;
     return surface.visible && !surface.pixels.empty() &&
            surface.width == bounds.right - bounds.left &&
-           surface.height == bounds.bottom - bounds.top &&
-           !(forCapture && surface.placement.excludedFromCapture);
+           surface.height == bounds.bottom - bounds.top;
 }
 
-void putSurface(const Surface& surface, const Rows& rows) {
-    const RECT& bounds = surface.placement.bounds;
-    if (surface.placement.shape.empty()) return putSurface(surface, bounds, rows);
-    for (const RECT& piece : surface.placement.shape)
-        putSurface(surface, gdi::moved(piece, bounds.left, bounds.top), rows);
-}
-
-}  // namespace
-
-// Places that no monitor covers are black.
-void composeMonitors(const Desktop& desktop, const RECT& area, std::uint8_t* target, int pitch) {
-    const Rows rows{area, target, pitch};
-    const RECT seen = gdi::intersection(rows.area, desktop.bounds);
-    const LONG count = rows.area.right - rows.area.left;
-    for (LONG y = rows.area.top; y < rows.area.bottom; ++y) {
-        const bool whole = y >= seen.top && y < seen.bottom && seen.right - seen.left == count;
-        if (!whole) std::memset(rows.at(rows.area.left, y), 0, static_cast<std::size_t>(count) * 4);
-        if (y < seen.top || y >= seen.bottom) continue;
-        const std::ptrdiff_t row = y - desktop.bounds.top;
-        copyRow(rows.at(seen.left, y),
-                desktop.picture.data() + row * (desktop.bounds.right - desktop.bounds.left) +
-                    (seen.left - desktop.bounds.left),
-                seen.right - seen.left);
-    }
-}
-
-void composeSurfaces(const Desktop& desktop, const RECT& area, std::uint8_t* target, int pitch,
-                     bool forCapture) {
-    const Rows rows{area, target, pitch};
+void putSurfaces(const Desktop& desktop, bool forCapture, const Canvas& target) {
     for (const host::Surface surface : desktop.order) {
         const Surface& record = desktop.surfaces.at(surface);
-        if (isSeen(record, forCapture)) putSurface(record, rows);
+        const host::Placement& placement = record.placement;
+        if (!isSeen(record) || (forCapture && placement.excludedFromCapture)) continue;
+        const Layer layer{placement.bounds, record.pixels.data(), placement.opacity};
+        if (placement.shape.empty()) put(layer, placement.bounds, target);
+        for (const RECT& piece : placement.shape)
+            put(layer, gdi::moved(piece, placement.bounds.left, placement.bounds.top), target);
     }
 }
 
-namespace {
+void capture(const Canvas& target) {
+    const Locked desktop;
+    putMonitors(*desktop, target);
+    putSurfaces(*desktop, true, target);
+}
 
-void capture(const RECT& area, std::uint8_t* target, int pitch) {
-    const std::lock_guard lock(theDesktop().mutex);
-    composeMonitors(theDesktop(), area, target, pitch);
-    composeSurfaces(theDesktop(), area, target, pitch, true);
+int scaled(const Desktop& desktop, int length) {
+    return length * static_cast<int>(desktop.monitors.front().dpi) / 96;
+}
+
+RECT onCanvas(const Canvas& canvas, const RECT& area) {
+    return gdi::moved(area, -canvas.origin.x, -canvas.origin.y);
+}
+
+gdi::Canvas plain(const Canvas& canvas) {
+    return {canvas.pixels, canvas.width, canvas.height, canvas.stride};
+}
+
+// The shell is below the windows, so a sheet over the whole monitor dims it too.
+void putTaskbar(const Desktop& desktop, const Canvas& target) {
+    const RECT& screen = desktop.monitors.front().bounds;
+    const LONG top = screen.bottom - scaled(desktop, 40);
+    gdi::fill(plain(target), onCanvas(target, {screen.left, top, screen.right, screen.bottom}),
+              0xFF1F2430);
+    if (!desktop.trayIcon) return;
+    const host::IconImage icon = desktop.trayIcon->image(scaled(desktop, 16));
+    const LONG left = screen.right - scaled(desktop, 48);
+    const LONG middle = (top + screen.bottom - icon.side) / 2;
+    gdi::blend(plain(target), {left - target.origin.x, middle - target.origin.y}, icon.pixels,
+               icon.side);
+}
+
+void putBalloon(const Desktop& desktop, const Canvas& target) {
+    if (!desktop.balloon || std::chrono::steady_clock::now() > desktop.balloonUntil) return;
+    const auto unit = [&](int length) { return scaled(desktop, length); };
+    const gdi::Canvas canvas = plain(target);
+    gdi::TextStyle style{.face = {unit(12), false}, .color = 0x1A1A1A};
+    const int inner = unit(300);
+    const LONG text = gdi::measureText(desktop.balloon->text, style.face, inner).cy;
+    const RECT& screen = desktop.monitors.front().bounds;
+    const LONG right = screen.right - unit(12), bottom = screen.bottom - unit(52);
+    const RECT box =
+        onCanvas(target, {right - inner - unit(40), bottom - text - unit(48), right, bottom});
+    gdi::fill(canvas, box, 0xFFFAFAFA);
+    gdi::frame(canvas, box, 0xFF8A8A8A);
+    gdi::fill(canvas, {box.left, box.top, box.left + unit(6), box.bottom},
+              desktop.balloon->isError ? 0xFFC42B1C : 0xFF0067C0);
+    const LONG left = box.left + unit(24);
+    gdi::drawText(canvas, {left, box.top + unit(34), left + inner, box.bottom},
+                  desktop.balloon->text, style);
+    style.face.bold = true;
+    gdi::drawText(canvas, {left, box.top + unit(12), left + inner, box.bottom},
+                  desktop.balloon->title, style);
+}
+
+// As the user sees it.
+void show(const Canvas& target) {
+    const Locked desktop;
+    putMonitors(*desktop, target);
+    putTaskbar(*desktop, target);
+    putBalloon(*desktop, target);
+    putSurfaces(*desktop, false, target);
 }
 
 }  // namespace
 
-void notePicture(Desktop& desktop) {
+void noteChange(Desktop& desktop) {
     ++desktop.version;
     desktop.pictureChanged.notify_all();
 }
 
-bool openPictures(std::uintptr_t monitor) {
-    Desktop& desktop = theDesktop();
-    const std::lock_guard lock(desktop.mutex);
-    const bool found = std::any_of(desktop.monitors.begin(), desktop.monitors.end(),
-                                   [&](const auto& entry) { return entry.id == monitor; });
-    if (desktop.locked || !found) return false;
-    desktop.seenVersion = 0;
-    desktop.seenGeneration = desktop.generation;
+bool Host::openPictures(std::uintptr_t monitor) {
+    const Locked desktop;
+    const auto found = std::ranges::find(desktop->monitors, monitor, &host::Monitor::id);
+    if (desktop->locked || found == desktop->monitors.end()) return false;
+    desktop->seenVersion = 0;
+    desktop->seenGeneration = desktop->generation;
     return true;
 }
 
-host::PictureState waitForPicture(DWORD milliseconds) {
-    Desktop& desktop = theDesktop();
-    std::unique_lock lock(desktop.mutex);
-    const auto isLost = [&] { return desktop.generation != desktop.seenGeneration; };
-    const auto isNew = [&] {
-        return isLost() || desktop.pointerFrames > 0 || desktop.version != desktop.seenVersion;
-    };
-    desktop.pictureChanged.wait_for(lock, std::chrono::milliseconds(milliseconds), isNew);
+host::PictureState Host::waitForPicture(DWORD milliseconds) {
+    Locked desktop;
+    const auto isLost = [&] { return desktop->generation != desktop->seenGeneration; };
+    desktop->pictureChanged.wait_for(desktop.lock, std::chrono::milliseconds(milliseconds), [&] {
+        return isLost() || desktop->pointerFrames > 0 || desktop->version != desktop->seenVersion;
+    });
     if (isLost()) return host::PictureState::Lost;
-    if (desktop.pointerFrames > 0) {
-        --desktop.pointerFrames;
+    if (desktop->pointerFrames > 0) {
+        --desktop->pointerFrames;
         return host::PictureState::PointerMoved;
     }
-    const bool changed = std::exchange(desktop.seenVersion, desktop.version) != desktop.version;
+    const bool changed = std::exchange(desktop->seenVersion, desktop->version) != desktop->version;
     return changed ? host::PictureState::Changed : host::PictureState::Unchanged;
 }
 
-host::CapturedPicture readPicture(const RECT& area) {
+host::CapturedPicture Host::readPicture(const RECT& area) {
     const LONG width = area.right - area.left, height = area.bottom - area.top;
     const int pitch = (width * 4 + rowAlignment - 1) / rowAlignment * rowAlignment;
-    // The memory of the last picture serves again, unless somebody still has it.
+    // The memory of the last image serves again, unless somebody still has it.
     static std::shared_ptr<std::vector<std::uint8_t>> bytes;
     if (!bytes || bytes.use_count() > 1) bytes = std::make_shared<std::vector<std::uint8_t>>();
     bytes->resize(static_cast<std::size_t>(pitch) * height);
-    capture(area, bytes->data(), pitch);
+    capture({reinterpret_cast<std::uint32_t*>(bytes->data()),
+             width,
+             height,
+             pitch / 4,
+             {area.left, area.top}});
     return {{bytes, bytes->data()}, pitch};
 }
 
@@ -160,16 +204,37 @@ host::CapturedPicture readPicture(const RECT& area) {
 namespace desktop {
 
 void addPointerFrames(int count) {
-    memory::Desktop& record = memory::theDesktop();
-    const std::lock_guard lock(record.mutex);
-    record.pointerFrames += count;
-    record.pictureChanged.notify_all();
+    const memory::Locked record;
+    record->pointerFrames += count;
+    record->pictureChanged.notify_all();
 }
 
 std::uint32_t capturedPixel(int x, int y) {
     std::uint32_t pixel = 0;
-    memory::capture({x, y, x + 1, y + 1}, reinterpret_cast<std::uint8_t*>(&pixel), 4);
+    memory::capture({&pixel, 1, 1, 1, {x, y}});
     return pixel & 0xFFFFFF;
+}
+
+std::uint32_t screenPixel(int x, int y) {
+    std::uint32_t pixel = 0;
+    memory::show({&pixel, 1, 1, 1, {x, y}});
+    return pixel & 0xFFFFFF;
+}
+
+void saveScreenshot(const std::string& path, const std::optional<RECT>& area) {
+    const RECT whole = memory::Locked()->bounds;
+    const RECT seen = area ? gdi::intersection(*area, whole) : whole;
+    const int width = seen.right - seen.left, height = seen.bottom - seen.top;
+    cairo_surface_t* const surface = cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height);
+    memory::show({reinterpret_cast<std::uint32_t*>(cairo_image_surface_get_data(surface)),
+                  width,
+                  height,
+                  cairo_image_surface_get_stride(surface) / 4,
+                  {seen.left, seen.top}});
+    cairo_surface_mark_dirty(surface);
+    const cairo_status_t status = cairo_surface_write_to_png(surface, path.c_str());
+    cairo_surface_destroy(surface);
+    if (status != CAIRO_STATUS_SUCCESS) throw std::runtime_error("Cannot write " + path);
 }
 
 }  // namespace desktop

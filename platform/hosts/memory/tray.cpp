@@ -1,66 +1,62 @@
-// The embedded desktop's taskbar: one icon, one balloon at a time.
+// The embedded desktop's taskbar, with one icon and one balloon at a time, its clipboard and its
+// name.
+
+#include <unistd.h>
+
+#include <cstdlib>
 
 #include "platform/hosts/memory/desktop.h"
-#include "platform/hosts/memory/parts.h"
 
 namespace memory {
 
-namespace {
-
-constexpr std::chrono::seconds balloonTime{5};
-
-void queueTray(Desktop& desktop, host::Event::Kind kind, UINT message) {
-    host::Event event;
-    event.kind = kind;
-    event.message = message;
-    queueEvent(desktop, event);
+// Each process has a desktop of its own, unless it is told the name of one that it shares.
+std::string Host::session() {
+    const char* const shared = std::getenv("EMBEDDED_DESKTOP");
+    return shared ? shared : "memory-" + std::to_string(getpid());
 }
 
-}  // namespace
+bool Host::openClipboard() { return !Locked()->clipboardHeld; }
 
-bool setTrayIcon(const host::TrayIcon* icon) {
-    Desktop& desktop = theDesktop();
-    const std::lock_guard lock(desktop.mutex);
-    if (!icon) {
-        desktop.trayIcon.reset();
-        desktop.balloon.reset();
-        return true;
-    }
-    desktop.trayIcon = *icon;
-    return true;
+void Host::setTrayIcon(const host::TrayIcon* icon) {
+    const Locked desktop;
+    desktop->trayIcon = icon ? std::optional(*icon) : std::nullopt;
+    if (!icon) desktop->balloon.reset();
 }
 
-void showBalloon(const host::Balloon& balloon) {
-    Desktop& desktop = theDesktop();
-    const std::lock_guard lock(desktop.mutex);
-    desktop.balloon = balloon;
-    desktop.balloonUntil = std::chrono::steady_clock::now() + balloonTime;
+void Host::showBalloon(const host::Balloon& balloon) {
+    const Locked desktop;
+    desktop->balloon = balloon;
+    desktop->balloonUntil = std::chrono::steady_clock::now() + std::chrono::seconds(5);
 }
 
 }  // namespace memory
 
 namespace desktop {
 
-using memory::Desktop;
-using memory::theDesktop;
+using memory::Locked;
 
 void clickTray(UINT mouseMessage) {
-    Desktop& record = theDesktop();
-    const std::lock_guard lock(record.mutex);
-    if (record.trayIcon) memory::queueTray(record, host::Event::TrayMouse, mouseMessage);
+    const Locked record;
+    if (record->trayIcon)
+        memory::queueEvent(*record, {.kind = host::Event::TrayMouse, .message = mouseMessage});
 }
 
 void restartShell() {
-    Desktop& record = theDesktop();
-    const std::lock_guard lock(record.mutex);
-    record.trayIcon.reset();
-    record.balloon.reset();
-    memory::queueTray(record, host::Event::TaskbarCreated, 0);
+    const Locked record;
+    record->trayIcon.reset();
+    record->balloon.reset();
+    memory::queueEvent(*record, {.kind = host::Event::TaskbarCreated});
 }
 
-void holdClipboard(bool held) {
-    const std::lock_guard lock(theDesktop().mutex);
-    theDesktop().clipboardHeld = held;
-}
+void holdClipboard(bool held) { Locked()->clipboardHeld = held; }
 
 }  // namespace desktop
+
+namespace host {
+
+Host& memoryHost() {
+    static memory::Host host;
+    return host;
+}
+
+}  // namespace host

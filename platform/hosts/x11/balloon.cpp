@@ -1,7 +1,7 @@
 // Balloons: the desktop's notification service shows them, or, where nobody answers in its name,
 // small windows of our own at the lower right of the primary monitor, clear of its panels.
 
-#include "platform/hosts/x11/balloon.h"
+#include "platform/hosts/x11/host.h"
 
 #include <sys/timerfd.h>
 
@@ -14,7 +14,6 @@
 
 #include "platform/core/text.h"
 #include "platform/hosts/x11/display.h"
-#include "platform/hosts/x11/monitor.h"
 #include "platform/hosts/x11/note.h"
 #include "platform/hosts/x11/notification_service.h"
 
@@ -92,7 +91,7 @@ void showOwn() {
 
 }  // namespace
 
-void showBalloon(const Balloon& balloon) {
+void X11Host::showBalloon(const Balloon& balloon) {
     attendToBalloons();  // The answer to the last notice has the number that this one replaces.
     const NoteText text{desktop::toUtf8(balloon.title), desktop::toUtf8(balloon.text),
                         balloon.isError, balloon.isUrgent};

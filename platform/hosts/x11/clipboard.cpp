@@ -2,7 +2,7 @@
 // lasts as long as the program runs, and longer only if a clipboard manager fetches it at the end.
 // The forms are a list of addresses and what file managers call a copy.
 
-#include "platform/hosts/x11/clipboard.h"
+#include "platform/hosts/x11/host.h"
 
 #include <algorithm>
 
@@ -130,17 +130,13 @@ void answer(const xcb_selection_request_event_t& request) {
 
 }  // namespace
 
-// Nobody can keep this clipboard open.
-bool openClipboard() { return true; }
-void closeClipboard() {}
-
-void clearClipboard() {
+void X11Host::clearClipboard() {
     offered.clear();
     xcb_set_selection_owner(connection(), XCB_WINDOW_NONE, atom("CLIPBOARD"), XCB_CURRENT_TIME);
     xcb_flush(connection());
 }
 
-bool offerFiles(const std::vector<std::string>& paths, const std::vector<std::uint8_t>&) {
+bool X11Host::offerFiles(const std::vector<std::string>& paths) {
     since = serverTime();
     xcb_set_selection_owner(connection(), ownerWindow(), atom("CLIPBOARD"), since);
     if (ownerOf("CLIPBOARD") != ownerWindow()) return false;
@@ -162,7 +158,7 @@ bool askToKeepOffer() {
 bool isOfferBeingKept() { return managerIsAsked && !offered.empty(); }
 
 bool clipboardEvent(const xcb_generic_event_t& event) {
-    const int type = event.response_type & 0x7f;
+    const int type = typeOf(event);
     if (type == XCB_SELECTION_REQUEST) {
         const auto& request = reinterpret_cast<const xcb_selection_request_event_t&>(event);
         if (request.owner == owner) answer(request);

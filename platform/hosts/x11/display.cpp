@@ -18,8 +18,8 @@
 #include <map>
 #include <stdexcept>
 
+#include "platform/hosts/x11/host.h"
 #include "platform/hosts/x11/shared_image.h"
-#include "platform/hosts/x11/visual.h"
 
 namespace host::x11 {
 
@@ -132,7 +132,7 @@ xcb_atom_t atom(const std::string& name) {
     return known;
 }
 
-int eventDescriptor() { return descriptor; }
+int X11Host::eventDescriptor() { return descriptor; }
 
 void watch(int watched, bool forWriting) {
     epoll_event event{};
@@ -187,8 +187,7 @@ xcb_timestamp_t serverTime() {
     xcb_timestamp_t time = XCB_CURRENT_TIME;
     for (const RawEvent& event : kept) {
         const auto* const change = reinterpret_cast<xcb_property_notify_event_t*>(event.get());
-        if ((event->response_type & 0x7f) == XCB_PROPERTY_NOTIFY && change->window == window)
-            time = change->time;
+        if (typeOf(*event) == XCB_PROPERTY_NOTIFY && change->window == window) time = change->time;
     }
     return time;
 }
@@ -227,6 +226,18 @@ void setProperty(xcb_window_t window, const char* name, xcb_atom_t type,
     xcb_change_property(server, XCB_PROP_MODE_REPLACE, window, atom(name), type, 32,
                         static_cast<std::uint32_t>(values.size()), values.data());
 }
+
+Visual findVisual(xcb_visualid_t id) {
+    for (auto depths = xcb_screen_allowed_depths_iterator(&screen()); depths.rem;
+         xcb_depth_next(&depths)) {
+        auto visuals = xcb_depth_visuals_iterator(depths.data);
+        for (; visuals.rem; xcb_visualtype_next(&visuals))
+            if (visuals.data->visual_id == id) return {visuals.data, depths.data->depth};
+    }
+    return {};
+}
+
+Visual rootVisual() { return findVisual(screen().root_visual); }
 
 void nameWindow(xcb_window_t window, const std::string& title) {
     const std::string program = program_invocation_short_name;

@@ -14,8 +14,6 @@
 #include <type_traits>
 #include <vector>
 
-#include "platform/hosts/host.h"
-
 namespace host::x11 {
 
 struct Freeing {
@@ -39,7 +37,6 @@ xcb_atom_t atom(const std::string& name);
 // Events. The server's answers and its events share one stream, so that waiting for an answer can
 // bring in events that make no descriptor readable any more: they are kept, and the descriptor is
 // told.
-int eventDescriptor();
 // The event descriptor becomes readable when this one is readable or, if wanted, writable. A second
 // call changes what is wanted.
 void watch(int descriptor, bool forWriting = false);
@@ -84,7 +81,11 @@ void setProperty(xcb_window_t window, const char* property, xcb_atom_t type,
 // Says whose window this is, and what it is called: by the program's name if it has no title.
 void nameWindow(xcb_window_t window, const std::string& title);
 
-// What this host tells the layer next.
-void report(const Event& event);
+struct Visual {
+    xcb_visualtype_t* type = nullptr;
+    std::uint8_t depth = 0;
+};
+Visual findVisual(xcb_visualid_t id);  // without type if the screen has no such visual
+Visual rootVisual();
 
 }  // namespace host::x11

@@ -3,9 +3,7 @@
 #include <vector>
 
 #include "platform/hosts/x11/display.h"
-#include "platform/hosts/x11/keyboard.h"
-#include "platform/hosts/x11/pointer.h"
-#include "platform/hosts/x11/surface.h"
+#include "platform/hosts/x11/host.h"
 
 namespace host::x11 {
 
@@ -13,6 +11,8 @@ namespace {
 
 std::vector<Surface> focusOrder;  // the last one has the keyboard, then it goes back one by one
 xcb_window_t outside = XCB_INPUT_FOCUS_POINTER_ROOT;  // had it before the first of ours
+
+Surface focusedSurface() { return focusOrder.empty() ? 0 : focusOrder.back(); }
 
 bool setFocus(xcb_window_t window) {
     return carriedOut(xcb_set_input_focus_checked(connection(), XCB_INPUT_FOCUS_POINTER_ROOT,
@@ -35,7 +35,7 @@ void giveOutside() {
 
 // The order is changed first, so that the events which the change brings are known for our own
 // doing. The server refuses a window that is not on the screen.
-bool focusSurface(Surface surface) {
+bool X11Host::focusSurface(Surface surface) {
     if (!surface) {
         if (!focusOrder.empty()) giveOutside();
         return true;
@@ -54,8 +54,6 @@ bool focusSurface(Surface surface) {
     return true;
 }
 
-Surface focusedSurface() { return focusOrder.empty() ? 0 : focusOrder.back(); }
-
 void giveFocusBack(Surface leaving) {
     const bool hadIt = leaving == focusedSurface();
     std::erase(focusOrder, leaving);
@@ -65,7 +63,7 @@ void giveFocusBack(Surface leaving) {
 
 // A grab of keys moves the focus for its length in name only, so those events count for nothing.
 bool focusEvent(const xcb_generic_event_t& event) {
-    const int type = event.response_type & 0x7f;
+    const int type = typeOf(event);
     if (type != XCB_FOCUS_IN && type != XCB_FOCUS_OUT) return false;
     const auto& change = reinterpret_cast<const xcb_focus_out_event_t&>(event);
     const bool real =

@@ -1,7 +1,7 @@
 // The monitors of the display: RandR's monitors and the user's scale. Whatever way a monitor is
 // turned, the server's pixels are upright.
 
-#include "platform/hosts/x11/monitor.h"
+#include "platform/hosts/x11/host.h"
 
 #include <xcb/randr.h>
 
@@ -26,10 +26,10 @@ auto ask(xcb_connection_t* server, Fetch fetch, Cookie cookie) {
     return Owned<Reply>(fetch(server, cookie, nullptr));
 }
 
-UINT readDpi(xcb_connection_t* server, xcb_window_t root) {
-    const auto reply = ask(
-        server, xcb_get_property_reply,
-        xcb_get_property(server, 0, root, XCB_ATOM_RESOURCE_MANAGER, XCB_ATOM_STRING, 0, 1 << 16));
+UINT readDpi(xcb_connection_t* server) {
+    const auto reply = ask(server, xcb_get_property_reply,
+                           xcb_get_property(server, 0, root(), XCB_ATOM_RESOURCE_MANAGER,
+                                            XCB_ATOM_STRING, 0, 1 << 16));
     if (!reply) return 96;
     const std::string resources(
         static_cast<const char*>(xcb_get_property_value(reply.get())),
@@ -46,9 +46,16 @@ bool sameLayout(const Monitor& one, const Monitor& other) {
            one.dpi == other.dpi && one.primary == other.primary;
 }
 
+template <typename Value>
+Monitor findBy(Value Monitor::*member, Value value) {
+    const std::lock_guard lock(guard);
+    const auto found = std::ranges::find(known, value, member);
+    return found == known.end() ? Monitor{} : *found;
+}
+
 // False if the layout is what it was.
 bool refresh() {
-    std::vector<Monitor> present = readMonitors(connection(), root());
+    std::vector<Monitor> present = readMonitors(connection());
     keepQueuedEvents();
     const std::lock_guard lock(guard);
     if (std::equal(present.begin(), present.end(), known.begin(), known.end(), sameLayout))
@@ -60,12 +67,12 @@ bool refresh() {
 
 }  // namespace
 
-std::vector<Monitor> readMonitors(xcb_connection_t* server, xcb_window_t root) {
+std::vector<Monitor> readMonitors(xcb_connection_t* server) {
     const auto reply =
-        ask(server, xcb_randr_get_monitors_reply, xcb_randr_get_monitors(server, root, 1));
+        ask(server, xcb_randr_get_monitors_reply, xcb_randr_get_monitors(server, root(), 1));
     if (!reply) return {};
     std::vector<Monitor> found;
-    const UINT dpi = readDpi(server, root);
+    const UINT dpi = readDpi(server);
     for (auto each = xcb_randr_get_monitors_monitors_iterator(reply.get()); each.rem;
          xcb_randr_monitor_info_next(&each)) {
         Monitor monitor;
@@ -82,11 +89,11 @@ std::vector<Monitor> readMonitors(xcb_connection_t* server, xcb_window_t root) {
 
 // A monitor that is defined anew without a change of outputs is told by the root window's structure
 // alone.
-void watchMonitors(xcb_connection_t* server, xcb_window_t root, std::uint32_t others) {
+void watchMonitors(xcb_connection_t* server, std::uint32_t others) {
     const std::uint32_t events =
         XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_PROPERTY_CHANGE | others;
-    xcb_change_window_attributes(server, root, XCB_CW_EVENT_MASK, &events);
-    xcb_randr_select_input(server, root,
+    xcb_change_window_attributes(server, root(), XCB_CW_EVENT_MASK, &events);
+    xcb_randr_select_input(server, root(),
                            XCB_RANDR_NOTIFY_MASK_SCREEN_CHANGE | XCB_RANDR_NOTIFY_MASK_CRTC_CHANGE |
                                XCB_RANDR_NOTIFY_MASK_OUTPUT_CHANGE);
 }
@@ -102,23 +109,16 @@ bool tellsOfMonitors(const xcb_generic_event_t& event) {
            reinterpret_cast<const xcb_configure_notify_event_t&>(event).window == root();
 }
 
-std::vector<Monitor> monitors() {
+std::vector<Monitor> X11Host::monitors() {
     const std::lock_guard lock(guard);
     return known;
 }
 
-const Monitor* find(const std::vector<Monitor>& among, std::uintptr_t id) {
-    const auto found = std::ranges::find(among, id, &Monitor::id);
-    return found == among.end() ? nullptr : &*found;
-}
+Monitor findMonitor(std::uintptr_t id) { return findBy(&Monitor::id, id); }
+Monitor primaryMonitor() { return findBy(&Monitor::primary, true); }
 
-Monitor primaryMonitor() {
-    const std::vector<Monitor> present = monitors();
-    const auto found = std::ranges::find_if(present, &Monitor::primary);
-    return found == present.end() ? Monitor{} : *found;
-}
-
-bool hasMonitorOfWayland() {
+bool isWaylandSession() {
+    if (std::getenv("WAYLAND_DISPLAY")) return true;
     const auto reply =
         await(xcb_randr_get_monitors_reply, xcb_randr_get_monitors(connection(), root(), 1));
     if (!reply) return false;
@@ -148,7 +148,7 @@ RECT primaryWorkArea() {
 }
 
 void openMonitors() {
-    watchMonitors(connection(), root(), XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY);
+    watchMonitors(connection(), XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY);
     refresh();
 }
 

@@ -11,7 +11,7 @@
 #include <memory>
 
 #include "platform/hosts/x11/display.h"
-#include "platform/hosts/x11/visual.h"
+#include "platform/hosts/x11/host.h"
 
 namespace host::x11 {
 
@@ -147,7 +147,7 @@ std::optional<RECT> boundsOfNote(xcb_window_t note) {
 }
 
 bool noteEvent(const xcb_generic_event_t& event) {
-    const int type = event.response_type & 0x7f;
+    const int type = typeOf(event);
     if (type == XCB_EXPOSE) {
         const auto found = notes.find(reinterpret_cast<const xcb_expose_event_t&>(event).window);
         if (found == notes.end()) return false;

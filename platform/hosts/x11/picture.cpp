@@ -5,7 +5,7 @@
 // never where a picture is taken: the sheet is gone when flush returns, and the frame has its hole
 // there.
 
-#include "platform/hosts/x11/picture.h"
+#include "platform/hosts/x11/host.h"
 
 #include <poll.h>
 #include <xcb/damage.h>
@@ -21,7 +21,6 @@
 #include <utility>
 
 #include "platform/hosts/x11/display.h"
-#include "platform/hosts/x11/monitor.h"
 #include "platform/hosts/x11/shared_image.h"
 
 namespace host::x11 {
@@ -33,11 +32,10 @@ using Clock = std::chrono::steady_clock;
 struct View {
     ~View() {
         image.reset();
-        xcb_disconnect(server);
+        if (server) xcb_disconnect(server);
     }
 
     xcb_connection_t* server = nullptr;
-    xcb_window_t root = 0;
     Monitor monitor;
     xcb_damage_damage_t damage = 0;
     xcb_xfixes_region_t region = 0;
@@ -53,10 +51,9 @@ struct View {
 std::unique_ptr<View> view;
 
 bool hasMonitor(const View& viewed) {
-    return std::ranges::any_of(
-        readMonitors(viewed.server, viewed.root), [&](const Monitor& present) {
-            return std::memcmp(&present.bounds, &viewed.monitor.bounds, sizeof present.bounds) == 0;
-        });
+    return std::ranges::any_of(readMonitors(viewed.server), [&](const Monitor& present) {
+        return std::memcmp(&present.bounds, &viewed.monitor.bounds, sizeof present.bounds) == 0;
+    });
 }
 
 void startDamage(View& opened) {
@@ -66,7 +63,7 @@ void startDamage(View& opened) {
     opened.region = xcb_generate_id(opened.server);
     xcb_xfixes_create_region(opened.server, opened.region, 0, nullptr);
     opened.damage = xcb_generate_id(opened.server);
-    xcb_damage_create(opened.server, opened.damage, opened.root, XCB_DAMAGE_REPORT_LEVEL_NON_EMPTY);
+    xcb_damage_create(opened.server, opened.damage, root(), XCB_DAMAGE_REPORT_LEVEL_NON_EMPTY);
 }
 
 bool touches(const xcb_rectangle_t& damaged, const RECT& area) {
@@ -108,23 +105,20 @@ void takeEvents() {
 
 }  // namespace
 
-bool openPictures(std::uintptr_t monitor) {
+bool X11Host::openPictures(std::uintptr_t monitor) {
     closePictures();
-    const std::vector<Monitor> present = monitors();
-    const Monitor* const wanted = find(present, monitor);
     auto opened = std::make_unique<View>();
-    opened->server = wanted ? connectAgain() : nullptr;
+    opened->monitor = findMonitor(monitor);
+    opened->server = opened->monitor.id ? connectAgain() : nullptr;
     if (!opened->server) return false;
-    opened->monitor = *wanted;
-    opened->root = root();
-    watchMonitors(opened->server, opened->root);
+    watchMonitors(opened->server);
     startDamage(*opened);
     if (!hasMonitor(*opened)) return false;
     view = std::move(opened);
     return true;
 }
 
-PictureState waitForPicture(DWORD milliseconds) {
+PictureState X11Host::waitForPicture(DWORD milliseconds) {
     if (!view) return PictureState::Lost;
     const Clock::time_point end = Clock::now() + std::chrono::milliseconds(milliseconds);
     for (;;) {
@@ -141,7 +135,7 @@ PictureState waitForPicture(DWORD milliseconds) {
 }
 
 // After the display has gone the image stays what it was, so that the clip can be finished.
-CapturedPicture readPicture(const RECT& area) {
+CapturedPicture X11Host::readPicture(const RECT& area) {
     const int width = area.right - area.left, height = area.bottom - area.top;
     if (!view || width <= 0 || height <= 0) return {};
     takeDamage();  // whether its event has come yet or not
@@ -158,12 +152,12 @@ CapturedPicture readPicture(const RECT& area) {
     view->staleTop = INT_MAX;
     view->staleBottom = INT_MIN;
     SharedImage& image = *view->image;
-    if (first < end && !image.fetch(view->root, area.left, area.top, first, end) && !hasEnded())
+    if (first < end && !image.fetch(root(), area.left, area.top, first, end) && !hasEnded())
         return {};
     const auto* const bytes = reinterpret_cast<const std::uint8_t*>(image.pixels);
     return {{image.memory, bytes}, width * 4};
 }
 
-void closePictures() { view.reset(); }
+void X11Host::closePictures() { view.reset(); }
 
 }  // namespace host::x11

@@ -1,7 +1,7 @@
 // The program's windows on the display. No window manager takes part: place and order are the
 // program's own.
 
-#include "platform/hosts/x11/surface.h"
+#include "platform/hosts/x11/host.h"
 
 #include <xcb/shape.h>
 
@@ -153,7 +153,7 @@ void openSurfaces() {
 
 // Without a background the window keeps what was on the screen until it is presented: nothing
 // flashes.
-Surface createSurface(const std::u16string& title) {
+Surface X11Host::createSurface(const std::u16string& title) {
     const Surface surface = xcb_generate_id(connection());
     const std::uint32_t values[] = {
         XCB_BACK_PIXMAP_NONE, 1,
@@ -171,14 +171,14 @@ Surface createSurface(const std::u16string& title) {
     return surface;
 }
 
-void destroySurface(Surface surface) {
+void X11Host::destroySurface(Surface surface) {
     hideSurface(surface);
     windows.erase(surface);
     xcb_destroy_window(connection(), surface);
     xcb_flush(connection());
 }
 
-void showSurface(Surface surface, const Placement& placement, bool raise) {
+void X11Host::showSurface(Surface surface, const Placement& placement, bool raise) {
     Window& window = windows.at(surface);
     const bool moved = !samePlace(window.placement.bounds, placement.bounds);
     if (placement.opacity == 255)
@@ -193,7 +193,7 @@ void showSurface(Surface surface, const Placement& placement, bool raise) {
     xcb_flush(connection());
 }
 
-void presentSurface(Surface surface, const Picture& picture) {
+void X11Host::presentSurface(Surface surface, const Picture& picture) {
     Window& window = windows.at(surface);
     if (!window.image || window.image->width != picture.width ||
         window.image->height != picture.height) {
@@ -217,7 +217,7 @@ void presentSurface(Surface surface, const Picture& picture) {
 
 // The keyboard goes back first: the server would give the focus of a window that vanishes to
 // whatever is under the pointer.
-void hideSurface(Surface surface) {
+void X11Host::hideSurface(Surface surface) {
     Window& window = windows.at(surface);
     if (!window.shown) return;
     giveFocusBack(surface);
@@ -232,13 +232,13 @@ void hideSurface(Surface surface) {
     xcb_flush(connection());
 }
 
-void setCursor(Surface surface, UINT cursor) {
+void X11Host::setCursor(Surface surface, UINT cursor) {
     const std::uint32_t shown = cursor == 32515 ? cross : arrow;
     xcb_change_window_attributes(connection(), surface, XCB_CW_CURSOR, &shown);
     xcb_flush(connection());
 }
 
-void flush() {
+void X11Host::flush() {
     synchronise();
     waitForSheetToGo();
 }

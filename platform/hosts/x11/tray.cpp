@@ -1,20 +1,19 @@
 // The tray icon by the freedesktop system-tray protocol: a window of ours that the tray takes into
 // its own. A desktop without a tray is no failure: the icon waits until one starts.
 
-#include "platform/hosts/x11/tray.h"
+#include "platform/hosts/x11/host.h"
 
 #include <cairo-xcb.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <optional>
 #include <utility>
 
 #include "platform/core/text.h"
 #include "platform/hosts/x11/display.h"
-#include "platform/hosts/x11/monitor.h"
 #include "platform/hosts/x11/note.h"
-#include "platform/hosts/x11/visual.h"
 
 namespace host::x11 {
 
@@ -144,6 +143,12 @@ void draw() {
     xcb_flush(connection());
 }
 
+// Windows of other programs than X11's are not on this display, so a clip does not show them.
+void warnOfWayland(Host& host) {
+    std::fputs("Wayland session: only the windows of X11 programs can be recorded.\n", stderr);
+    host.showBalloon({u"Wayland session", u"Only the windows of X11 programs can be recorded."});
+}
+
 void tellMouse(UINT message) { report({.kind = Event::TrayMouse, .message = message}); }
 
 bool isSecondPress(const xcb_button_press_event_t& press) {
@@ -177,7 +182,7 @@ void showTip(const xcb_enter_notify_event_t& enter) {
 bool iconEvent(const xcb_generic_event_t& event) {
     const auto& button = reinterpret_cast<const xcb_button_press_event_t&>(event);
     const auto& structure = reinterpret_cast<const xcb_configure_notify_event_t&>(event);
-    switch (event.response_type & 0x7f) {
+    switch (typeOf(event)) {
     case XCB_EXPOSE:
         if (reinterpret_cast<const xcb_expose_event_t&>(event).window != icon) return false;
         draw();
@@ -212,7 +217,11 @@ bool iconEvent(const xcb_generic_event_t& event) {
 
 }  // namespace
 
-bool setTrayIcon(const TrayIcon* shown) {
+// Only a start that stays shows an icon; one that hands over to the first instance has nothing to
+// say.
+void X11Host::setTrayIcon(const TrayIcon* shown) {
+    static bool isWarned = false;
+    if (shown && !std::exchange(isWarned, true) && isWaylandSession()) warnOfWayland(*this);
     if (!shown) {
         wanted.reset();
         dropIcon();
@@ -223,14 +232,13 @@ bool setTrayIcon(const TrayIcon* shown) {
         draw();
     }
     xcb_flush(connection());
-    return true;
 }
 
 // A tray that ends gives the icon's window to the root window, where it would stand around: it goes
 // instead, and the next tray gets a new one.
 bool trayEvent(const xcb_generic_event_t& event) {
     if (icon && iconEvent(event)) return true;
-    const int type = event.response_type & 0x7f;
+    const int type = typeOf(event);
     if (type == XCB_DESTROY_NOTIFY) {
         if (reinterpret_cast<const xcb_destroy_notify_event_t&>(event).window != tray) return false;
         tray = 0;

@@ -1,12 +1,12 @@
-// Keys: those that come to the program's windows, and the few that are taken from the whole
-// desktop.
+// Keys and pointer: what comes to the program's windows, and the little that is taken from the
+// whole desktop.
 //
-// No grab here freezes the keyboard, so the server never waits for this process: a program that is
-// slow or stopped does not hold up what the user types elsewhere. A grabbed key is ours whatever
+// No grab here freezes a device, so the server never waits for this process: a program that is slow
+// or stopped does not hold up what the user does elsewhere. A grabbed key is ours whatever
 // the program makes of it, so only what it always takes is grabbed: its hot keys, Esc while it
 // wants Esc, and the whole keyboard while it reads a shortcut.
 
-#include "platform/hosts/x11/keyboard.h"
+#include <xcb/xinput.h>
 
 #include <algorithm>
 #include <array>
@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "platform/hosts/x11/display.h"
+#include "platform/hosts/x11/host.h"
 #include "platform/hosts/x11/keymap.h"
 
 namespace host::x11 {
@@ -134,9 +135,42 @@ bool isStartOfRepeat(const KeyEvent& event) {
     return press.detail == event.detail && press.time == event.time;
 }
 
+// A later position makes an earlier one worthless, and each costs a repaint during a drag.
+bool isOutdone(const xcb_motion_notify_event_t& motion) {
+    const xcb_generic_event_t* const next = peekEvent();
+    return next && typeOf(*next) == XCB_MOTION_NOTIFY &&
+           reinterpret_cast<const xcb_motion_notify_event_t*>(next)->event == motion.event;
+}
+
+Event eventAt(Event::Kind kind, const xcb_button_press_event_t& event) {
+    Event told;
+    told.kind = kind;
+    told.at = {event.root_x, event.root_y};
+    told.modifiers = modifiersOf(event.state);
+    told.surface = event.event;
+    return told;
+}
+
+void tellButton(const xcb_button_press_event_t& event, bool pressed) {
+    if (event.detail > 3) return;  // a wheel
+    Event told = eventAt(pressed ? Event::ButtonPressed : Event::ButtonReleased, event);
+    told.button = event.detail;
+    report(told);
+}
+
+void tellClickElsewhere() {
+    const auto at = await(xcb_query_pointer_reply, xcb_query_pointer(connection(), root()));
+    if (!at || isSurface(at->child)) return;
+    for (const Event::Kind kind : {Event::ButtonPressed, Event::ButtonReleased})
+        report({.kind = kind,
+                .at = {at->root_x, at->root_y},
+                .button = 1,
+                .modifiers = modifiersOf(at->mask)});
+}
+
 }  // namespace
 
-bool grabHotKey(UINT modifiers, UINT key) {
+bool X11Host::grabHotKey(UINT modifiers, UINT key) {
     const HotKey wanted{modifiers & anyModifier, key};
     const std::vector<Combination> all = combinationsOf(wanted);
     if (all.empty() || !grab(all).empty()) {
@@ -147,12 +181,12 @@ bool grabHotKey(UINT modifiers, UINT key) {
     return true;
 }
 
-void releaseHotKey(UINT modifiers, UINT key) {
+void X11Host::releaseHotKey(UINT modifiers, UINT key) {
     std::erase(hotKeys, HotKey{modifiers & anyModifier, key});
     grabAgain();
 }
 
-bool grabKeys(KeyGrab wanted) {
+bool X11Host::grabKeys(KeyGrab wanted) {
     if (wanted == grabbed) return true;
     const KeyGrab before = std::exchange(grabbed, KeyGrab::None);
     if (before == KeyGrab::All) xcb_ungrab_keyboard(connection(), XCB_CURRENT_TIME);
@@ -164,7 +198,7 @@ bool grabKeys(KeyGrab wanted) {
     return true;
 }
 
-bool keyIsDown(UINT key) { return isDownNow(key); }
+bool X11Host::keyIsDown(UINT key) { return isDownNow(key); }
 
 void releaseKeysDown() {
     while (!down.empty()) tell(false, *down.begin(), 0);
@@ -183,6 +217,42 @@ bool keyboardEvent(const xcb_generic_event_t& event) {
     if (isSentByAProgram(event) || (!pressed && isStartOfRepeat(key))) return true;
     if (pressed && grabbed == KeyGrab::All) tellMissedModifiers(key.state);
     tell(pressed, key.detail, key.state);
+    return true;
+}
+
+POINT X11Host::pointer() {
+    const auto reply = await(xcb_query_pointer_reply, xcb_query_pointer(connection(), root()));
+    return reply ? POINT{reply->root_x, reply->root_y} : POINT{};
+}
+
+// Of every press on the display, whatever gets it, a raw event comes besides.
+void watchClicksElsewhere(bool on) {
+    const struct {
+        xcb_input_event_mask_t head;
+        std::uint32_t mask;
+    } selected{{XCB_INPUT_DEVICE_ALL_MASTER, 1},
+               on ? std::uint32_t{XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS} : 0};
+    xcb_input_xi_select_events(connection(), root(), 1, &selected.head);
+    xcb_flush(connection());
+}
+
+bool pointerEvent(const xcb_generic_event_t& event) {
+    const int type = typeOf(event);
+    if (type == XCB_GE_GENERIC) {  // The only one that is requested.
+        tellClickElsewhere();
+        return true;
+    }
+    if (type != XCB_MOTION_NOTIFY && type != XCB_BUTTON_PRESS && type != XCB_BUTTON_RELEASE)
+        return false;
+    if (isSentByAProgram(event)) return true;
+    // All three have the same form.
+    const auto& button = reinterpret_cast<const xcb_button_press_event_t&>(event);
+    const auto& motion = reinterpret_cast<const xcb_motion_notify_event_t&>(event);
+    if (!isSurface(button.event)) return false;
+    if (type != XCB_MOTION_NOTIFY)
+        tellButton(button, type == XCB_BUTTON_PRESS);
+    else if (!isOutdone(motion))
+        report(eventAt(Event::PointerMoved, button));
     return true;
 }
 

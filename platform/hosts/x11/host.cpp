@@ -1,0 +1,138 @@
+// A live display: its events as the layer wants them, and how a program starts on it and leaves it.
+
+#include "platform/hosts/x11/host.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cctype>
+#include <chrono>
+#include <deque>
+#include <utility>
+
+#include "platform/hosts/x11/display.h"
+#include "platform/hosts/x11/keymap.h"
+#include "platform/hosts/x11/note.h"
+
+namespace host {
+
+namespace x11 {
+
+namespace {
+
+std::deque<Event> told;
+
+// As it was before the entry point made the program's own files private.
+const mode_t usersMask = [] {
+    const mode_t mask = umask(0);
+    umask(mask);
+    return mask;
+}();
+
+// When the display goes, the session has ended for a program that lives on it.
+void tellOfLoss() {
+    static bool isTold = false;
+    if (isConnected() || std::exchange(isTold, true)) return;
+    unwatch(xcb_get_file_descriptor(connection()));
+    report({.kind = Event::SessionQuery});
+    report({.kind = Event::SessionEnd, .message = 1});
+}
+
+// What no part takes is errors of requests whose failure does not matter, and news for others.
+void handle(const xcb_generic_event_t& event) {
+    for (const auto part : {keyboardEvent, noteEvent, trayEvent, pointerEvent, surfaceEvent,
+                            focusEvent, clipboardEvent, monitorEvent})
+        if (part(event)) return;
+}
+
+// The pipe closes by itself if the program starts; otherwise it brings a byte.
+[[noreturn]] void runDetached(const char* path, int failure) {
+    setsid();
+    const pid_t child = fork();
+    if (child != 0) _exit(child < 0);
+    umask(usersMask);
+    execlp("xdg-open", "xdg-open", path, static_cast<char*>(nullptr));
+    [[maybe_unused]] const ssize_t written = write(failure, "", 1);
+    _exit(127);
+}
+
+}  // namespace
+
+void report(const Event& event) { told.push_back(event); }
+
+X11Host::X11Host() {
+    openDisplay();
+    openMonitors();
+    openSurfaces();
+    loadKeymap();
+}
+
+// "unix:0.0", ":0" and ":0.1" are one display, hence one desktop.
+std::string X11Host::session() {
+    char* host = nullptr;
+    int number = 0;
+    if (!xcb_parse_display(nullptr, &host, &number, nullptr)) return "display";
+    std::string name = Owned<char>(host).get();
+    if (name == "unix") name.clear();
+    std::ranges::replace_if(
+        name, [](unsigned char character) { return !std::isalnum(character); }, '-');
+    return "display-" + name + std::to_string(number);
+}
+
+bool X11Host::nextEvent(Event& event) {
+    attendToBalloons();
+    while (told.empty()) {
+        const RawEvent raw = takeEvent();
+        if (raw)
+            handle(*raw);
+        else if (tellOfLoss(); told.empty())
+            return false;
+    }
+    event = told.front();
+    told.pop_front();
+    return true;
+}
+
+// The clipboard manager fetches what is offered while this waits.
+void X11Host::leaveClipboard() {
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point limit = Clock::now() + std::chrono::seconds(1);
+    if (!askToKeepOffer()) return;
+    for (;;) {
+        for (Event event; nextEvent(event);) {
+        }
+        const auto left =
+            std::chrono::ceil<std::chrono::milliseconds>(limit - Clock::now()).count();
+        if (!isOfferBeingKept() || !isConnected() || left <= 0) return;
+        pollfd watched{eventDescriptor(), POLLIN, 0};
+        poll(&watched, 1, static_cast<int>(left));
+    }
+}
+
+// By a grandchild, so that nobody has to wait for its end.
+bool X11Host::openFolder(const std::string& path) {
+    int failure[2];
+    if (pipe2(failure, O_CLOEXEC) != 0) return false;
+    const pid_t child = fork();
+    if (child == 0) runDetached(path.c_str(), failure[1]);
+    close(failure[1]);
+    char byte = 0;
+    int status = 1;
+    if (child > 0) waitpid(child, &status, 0);
+    const bool failed = status != 0 || read(failure[0], &byte, 1) > 0;
+    close(failure[0]);
+    return !failed;
+}
+
+}  // namespace x11
+
+Host& x11Host() {
+    static x11::X11Host host;
+    return host;
+}
+
+}  // namespace host

@@ -1,0 +1,105 @@
+// The live display as a host, and what its parts offer each other.
+
+#pragma once
+
+#include <xcb/xcb.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "platform/hosts/host.h"
+
+namespace host::x11 {
+
+struct X11Host final : Host {
+    X11Host();  // throws std::runtime_error if the display cannot be opened
+
+    std::string session() override;
+
+    int eventDescriptor() override;
+    bool nextEvent(Event& event) override;
+    void finishInput(const Event&, bool) override {}  // Nothing can be passed on.
+
+    std::vector<Monitor> monitors() override;
+    POINT pointer() override;
+    bool keyIsDown(UINT key) override;
+    bool grabHotKey(UINT modifiers, UINT key) override;
+    void releaseHotKey(UINT modifiers, UINT key) override;
+    bool grabKeys(KeyGrab keys) override;
+    bool hasTaskbar() override { return false; }  // No window manager manages these windows.
+
+    Surface createSurface(const std::u16string& title) override;
+    void destroySurface(Surface surface) override;
+    void showSurface(Surface surface, const Placement& placement, bool raise) override;
+    void presentSurface(Surface surface, const Picture& picture) override;
+    void hideSurface(Surface surface) override;
+    bool focusSurface(Surface surface) override;
+    void setCursor(Surface surface, UINT cursor) override;
+    void flush() override;
+
+    bool openPictures(std::uintptr_t monitor) override;
+    PictureState waitForPicture(DWORD milliseconds) override;
+    CapturedPicture readPicture(const RECT& area) override;
+    void closePictures() override;
+
+    bool openClipboard() override { return true; }  // Nobody can keep this clipboard open.
+    void clearClipboard() override;
+    bool offerFiles(const std::vector<std::string>& paths) override;
+    void leaveClipboard() override;
+
+    void setTrayIcon(const TrayIcon* icon) override;
+    void showBalloon(const Balloon& balloon) override;
+    bool openFolder(const std::string& path) override;
+};
+
+// What this host tells the layer next.
+void report(const Event& event);
+
+// Each takes an event that concerns it. False: it is another's.
+bool keyboardEvent(const xcb_generic_event_t& event);
+bool pointerEvent(const xcb_generic_event_t& event);
+bool surfaceEvent(const xcb_generic_event_t& event);
+bool focusEvent(const xcb_generic_event_t& event);
+bool trayEvent(const xcb_generic_event_t& event);
+bool clipboardEvent(const xcb_generic_event_t& event);
+bool monitorEvent(const xcb_generic_event_t& event);
+
+// input.cpp
+// Others have the keyboard now and get the releases too, so every key that is down counts as
+// released.
+void releaseKeysDown();
+// While on, a press anywhere else on the desktop is reported too, as an event without surface; it
+// goes where it was meant for all the same.
+void watchClicksElsewhere(bool on);
+
+// monitor.cpp
+void openMonitors();
+// As the server has them now, without ids; any thread with a connection of its own may ask.
+std::vector<Monitor> readMonitors(xcb_connection_t* server);
+// Makes the server tell that connection of every change of the layout, and of other events at the
+// root window.
+void watchMonitors(xcb_connection_t* server, std::uint32_t others = 0);
+bool tellsOfMonitors(const xcb_generic_event_t& event);
+// As of the last event, from any thread; one without an id if there is none.
+Monitor findMonitor(std::uintptr_t id);
+Monitor primaryMonitor();
+RECT primaryWorkArea();  // without what panels cover, if the window manager says so
+// Whether a Wayland session keeps the display for X11 programs, as its monitors' names may say.
+bool isWaylandSession();
+
+// surface.cpp, focus.cpp
+void openSurfaces();
+bool isSurface(xcb_window_t window);
+void giveFocusBack(Surface leaving);  // to the one of ours that had it before, or to the others
+
+// clipboard.cpp
+// Asks a clipboard manager to keep what is offered. False: there is none, or nothing to keep.
+bool askToKeepOffer();
+bool isOfferBeingKept();  // The manager has not answered yet.
+
+// balloon.cpp
+// Continues with what is on its way; part of looking for events.
+void attendToBalloons();
+
+}  // namespace host::x11
