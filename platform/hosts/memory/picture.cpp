@@ -8,6 +8,7 @@
 #include <stdexcept>
 
 #include "platform/gdi32/canvas.h"
+#include "platform/hosts/balloon.h"
 #include "platform/hosts/memory/desktop.h"
 
 namespace memory {
@@ -123,25 +124,12 @@ void putTaskbar(const Desktop& desktop, const Canvas& target) {
 
 void putBalloon(const Desktop& desktop, const Canvas& target) {
     if (!desktop.balloon || std::chrono::steady_clock::now() > desktop.balloonUntil) return;
-    const auto unit = [&](int length) { return scaled(desktop, length); };
-    const gdi::Canvas canvas = plain(target);
-    gdi::TextStyle style{.face = {unit(12), false}, .color = 0x1A1A1A};
-    const int inner = unit(300);
-    const LONG text = gdi::measureText(desktop.balloon->text, style.face, inner).cy;
-    const RECT& screen = desktop.monitors.front().bounds;
-    const LONG right = screen.right - unit(12), bottom = screen.bottom - unit(52);
-    const RECT box =
-        onCanvas(target, {right - inner - unit(40), bottom - text - unit(48), right, bottom});
-    gdi::fill(canvas, box, 0xFFFAFAFA);
-    gdi::frame(canvas, box, 0xFF8A8A8A);
-    gdi::fill(canvas, {box.left, box.top, box.left + unit(6), box.bottom},
-              desktop.balloon->isError ? 0xFFC42B1C : 0xFF0067C0);
-    const LONG left = box.left + unit(24);
-    gdi::drawText(canvas, {left, box.top + unit(34), left + inner, box.bottom},
-                  desktop.balloon->text, style);
-    style.face.bold = true;
-    gdi::drawText(canvas, {left, box.top + unit(12), left + inner, box.bottom},
-                  desktop.balloon->title, style);
+    const host::Monitor& screen = desktop.monitors.front();
+    const host::BalloonImage image = host::paintBalloon(*desktop.balloon, screen.dpi);
+    const LONG right = screen.bounds.right - scaled(desktop, 12),
+               bottom = screen.bounds.bottom - scaled(desktop, 52);
+    const RECT box{right - image.width, bottom - image.height, right, bottom};
+    put({box, image.pixels.data(), 255}, box, target);
 }
 
 // As the user sees it.

@@ -8,13 +8,13 @@
 #include <algorithm>
 #include <chrono>
 #include <optional>
+#include <set>
 #include <stdexcept>
 #include <utility>
 #include <vector>
 
-#include "platform/core/text.h"
+#include "platform/hosts/balloon.h"
 #include "platform/hosts/x11/display.h"
-#include "platform/hosts/x11/note.h"
 #include "platform/hosts/x11/notification_service.h"
 
 namespace host::x11 {
@@ -27,15 +27,16 @@ constexpr std::chrono::milliseconds patience{1500};
 
 // What the service has been sent and has not answered. It answers in order, so that the answer to
 // the last one is the answer to all.
-std::vector<NoteText> asked;
+std::vector<Balloon> asked;
 Clock::time_point giveUpAt;
 
 struct Own {
-    xcb_window_t window;
-    NoteText text;
+    Surface note;
+    Balloon balloon;
     Clock::time_point end;
 };
 std::vector<Own> own;  // from the bottom up
+std::set<Surface> notes;
 
 int timer() {
     static const int descriptor = [] {
@@ -67,39 +68,57 @@ template <typename Condition>
 void hideOwnIf(Condition condition) {
     std::erase_if(own, [&](Own& each) {
         const bool ends = condition(each);
-        if (ends) hideNote(each.window);
+        if (ends) hideNote(each.note);
         return ends;
     });
 }
 
-void showOwn(const NoteText& text) {
-    const UINT dpi = primaryMonitor().dpi;
+void showOwn(const Balloon& balloon) {
     const RECT area = primaryWorkArea();
-    const LONG margin = static_cast<LONG>(16 * dpi / 96);
+    const LONG margin = static_cast<LONG>(16 * primaryMonitor().dpi / 96);
     LONG bottom = area.bottom - margin;
     for (const Own& each : own)
-        if (const auto bounds = boundsOfNote(each.window))
-            bottom = std::min(bottom, bounds->top - margin);
-    const xcb_window_t window = showNote(text, {area.right - margin, bottom}, dpi);
-    own.push_back({window, text, Clock::now() + showTime(text)});
+        if (notes.contains(each.note))
+            bottom = std::min(bottom, boundsOfSurface(each.note).top - margin);
+    own.push_back({showNote(balloon, {area.right - margin, bottom}), balloon,
+                   Clock::now() + showTime(balloon)});
 }
 
 void showOwn() {
-    for (const NoteText& text : asked) showOwn(text);
+    for (const Balloon& balloon : asked) showOwn(balloon);
     asked.clear();
 }
 
 }  // namespace
 
+Surface showNote(const Balloon& note, POINT corner) {
+    const BalloonImage image = paintBalloon(note, primaryMonitor().dpi);
+    Host& host = x11Host();
+    const Surface surface = host.createSurface(note.text);
+    Placement placement;
+    placement.bounds = {corner.x - image.width, corner.y - image.height, corner.x, corner.y};
+    placement.topmost = true;
+    host.showSurface(surface, placement, true);
+    host.presentSurface(surface, {image.pixels.data(), image.width, image.height, image.width});
+    notes.insert(surface);
+    return surface;
+}
+
+bool hideNote(Surface note) {
+    if (!notes.erase(note)) return false;
+    x11Host().destroySurface(note);
+    return true;
+}
+
+bool isNote(Surface surface) { return notes.contains(surface); }
+
 void X11Host::showBalloon(const Balloon& balloon) {
     attendToBalloons();  // The answer to the last notice has the number that this one replaces.
-    const NoteText text{desktop::toUtf8(balloon.title), desktop::toUtf8(balloon.text),
-                        balloon.isError, balloon.isUrgent};
-    hideOwnIf([&](const Own& each) { return isReplaced(each.text, text); });
-    std::erase_if(asked, [&](const NoteText& earlier) { return isReplaced(earlier, text); });
-    asked.push_back(text);
+    hideOwnIf([&](const Own& each) { return isReplaced(each.balloon, balloon); });
+    std::erase_if(asked, [&](const Balloon& earlier) { return isReplaced(earlier, balloon); });
+    asked.push_back(balloon);
     giveUpAt = Clock::now() + patience;
-    if (!sendNotice(text)) showOwn();
+    if (!sendNotice(balloon)) showOwn();
     setTimer();
 }
 

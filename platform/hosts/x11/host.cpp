@@ -16,7 +16,6 @@
 
 #include "platform/hosts/x11/display.h"
 #include "platform/hosts/x11/keymap.h"
-#include "platform/hosts/x11/note.h"
 
 namespace host {
 
@@ -44,8 +43,8 @@ void tellOfLoss() {
 
 // What no part takes is errors of requests whose failure does not matter, and news for others.
 void handle(const xcb_generic_event_t& event) {
-    for (const auto part : {keyboardEvent, noteEvent, trayEvent, pointerEvent, surfaceEvent,
-                            focusEvent, clipboardEvent, monitorEvent})
+    for (const auto part : {keyboardEvent, trayEvent, pointerEvent, surfaceEvent, focusEvent,
+                            clipboardEvent, monitorEvent})
         if (part(event)) return;
 }
 

@@ -91,6 +91,7 @@ bool isWaylandSession();
 // surface.cpp, focus.cpp
 void openSurfaces();
 bool isSurface(xcb_window_t window);
+RECT boundsOfSurface(Surface surface);
 void giveFocusBack(Surface leaving);  // to the one of ours that had it before, or to the others
 
 // clipboard.cpp
@@ -99,6 +100,10 @@ bool askToKeepOffer();
 bool isOfferBeingKept();  // The manager has not answered yet.
 
 // balloon.cpp
+// A small window with a text, its lower right corner there, until it is hidden or pressed.
+Surface showNote(const Balloon& note, POINT corner);
+bool hideNote(Surface note);  // false: it was none, or has gone
+bool isNote(Surface surface);
 // Continues with what is on its way; part of looking for events.
 void attendToBalloons();
 

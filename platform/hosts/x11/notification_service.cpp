@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <memory>
 
+#include "platform/core/text.h"
 #include "platform/hosts/x11/display.h"
 
 namespace host::x11 {
@@ -25,7 +26,7 @@ using Message = std::unique_ptr<DBusMessage, Unref>;
 DBusConnection* bus = nullptr;
 DBusPendingCall* pending = nullptr;
 dbus_uint32_t shownId = 0;  // of the notice that the next one may replace
-NoteText last;
+Balloon last;
 
 std::string busAddress() {
     if (const char* const address = std::getenv("DBUS_SESSION_BUS_ADDRESS")) return address;
@@ -80,9 +81,9 @@ bool connect() {
 }
 
 // The service reads the body as markup.
-std::string escaped(const std::string& text) {
+std::string escaped(const std::u16string& text) {
     std::string result;
-    for (const char character : text) {
+    for (const char character : desktop::toUtf8(text)) {
         if (character == '&')
             result += "&amp;";
         else if (character == '<')
@@ -113,22 +114,24 @@ void appendHints(DBusMessageIter& arguments, bool isUrgent) {
     dbus_message_iter_close_container(&arguments, &hints);
 }
 
-Message makeNotice(const NoteText& text) {
+Message makeNotice(const Balloon& notice) {
     Message message(dbus_message_new_method_call("org.freedesktop.Notifications",
                                                  "/org/freedesktop/Notifications",
                                                  "org.freedesktop.Notifications", "Notify"));
+    const std::string title = desktop::toUtf8(notice.title);
     DBusMessageIter arguments, actions;
     dbus_message_iter_init_append(message.get(), &arguments);
-    appendText(arguments, text.title);
+    appendText(arguments, title);
     dbus_message_iter_append_basic(&arguments, DBUS_TYPE_UINT32, &shownId);
-    appendText(arguments, text.isError ? "dialog-error" : "dialog-information");
-    appendText(arguments, text.title);
-    appendText(arguments, escaped(text.body));
+    appendText(arguments, notice.isError ? "dialog-error" : "dialog-information");
+    appendText(arguments, title);
+    appendText(arguments, escaped(notice.text));
     dbus_message_iter_open_container(&arguments, DBUS_TYPE_ARRAY, "s", &actions);
     dbus_message_iter_close_container(&arguments, &actions);
-    appendHints(arguments, text.isUrgent);
+    appendHints(arguments, notice.isUrgent);
     // What is urgent stays as long as the service likes, which may be until it is clicked.
-    const auto milliseconds = text.isUrgent ? -1 : static_cast<dbus_int32_t>(showTime(text) / 1ms);
+    const auto milliseconds =
+        notice.isUrgent ? -1 : static_cast<dbus_int32_t>(showTime(notice) / 1ms);
     dbus_message_iter_append_basic(&arguments, DBUS_TYPE_INT32, &milliseconds);
     return message;
 }
@@ -143,13 +146,13 @@ NoticeAnswer readAnswer() {
 
 }  // namespace
 
-bool sendNotice(const NoteText& text) {
+bool sendNotice(const Balloon& notice) {
     if (!connect()) return false;
     forgetNotice();
-    if (!isReplaced(last, text)) shownId = 0;
-    last = text;
-    const Message notice = makeNotice(text);
-    return dbus_connection_send_with_reply(bus, notice.get(), &pending, DBUS_TIMEOUT_INFINITE) &&
+    if (!isReplaced(last, notice)) shownId = 0;
+    last = notice;
+    const Message message = makeNotice(notice);
+    return dbus_connection_send_with_reply(bus, message.get(), &pending, DBUS_TIMEOUT_INFINITE) &&
            pending;
 }
 

@@ -244,6 +244,7 @@ void X11Host::flush() {
 }
 
 bool isSurface(xcb_window_t window) { return windows.contains(window); }
+RECT boundsOfSurface(Surface surface) { return windows.at(surface).placement.bounds; }
 
 // Repairs come from the pixels that were presented last; the program need not paint again.
 bool surfaceEvent(const xcb_generic_event_t& event) {

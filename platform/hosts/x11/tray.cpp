@@ -13,7 +13,6 @@
 
 #include "platform/core/text.h"
 #include "platform/hosts/x11/display.h"
-#include "platform/hosts/x11/note.h"
 
 namespace host::x11 {
 
@@ -23,7 +22,7 @@ std::optional<TrayIcon> wanted;
 xcb_window_t tray = 0;  // 0: there is none
 xcb_window_t icon = 0;
 xcb_colormap_t colours = 0;
-xcb_window_t tip = 0;
+Surface tip = 0;
 Visual visual;
 int width = 0, height = 0;
 int asked = 0;  // the side that the tray was asked for, until it has made its first slot
@@ -169,14 +168,14 @@ void press(const xcb_button_press_event_t& event) {
 void showTip(const xcb_enter_notify_event_t& enter) {
     hideNote(tip);
     if (!wanted || wanted->tip.empty()) return;
-    const UINT dpi = primaryMonitor().dpi;
-    const auto scaled = [&](LONG length) { return length * static_cast<LONG>(dpi) / 96; };
+    const auto scaled = [&](LONG length) {
+        return length * static_cast<LONG>(primaryMonitor().dpi) / 96;
+    };
     // Away from the pointer, on the side where the screen is.
     const LONG above = enter.root_y - enter.event_y - scaled(4);
     const LONG below = enter.root_y + height + scaled(60);
-    tip = showNote({"", desktop::toUtf8(wanted->tip), false},
-                   {std::max<LONG>(enter.root_x, scaled(340)), above > scaled(60) ? above : below},
-                   dpi);
+    tip = showNote({u"", wanted->tip},
+                   {std::max<LONG>(enter.root_x, scaled(340)), above > scaled(60) ? above : below});
 }
 
 bool iconEvent(const xcb_generic_event_t& event) {
