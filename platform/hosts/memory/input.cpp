@@ -1,7 +1,6 @@
 // Scripted input of the embedded desktop, and what the program leaves of it to others.
 
 #include <sys/eventfd.h>
-#include <unistd.h>
 
 #include <algorithm>
 
@@ -70,8 +69,7 @@ void openEvents(Desktop& desktop) {
 
 void queueEvent(Desktop& desktop, const Event& event) {
     desktop.events.push_back(event);
-    const std::uint64_t one = 1;
-    [[maybe_unused]] const ssize_t written = write(desktop.eventDescriptor, &one, sizeof one);
+    eventfd_write(desktop.eventDescriptor, 1);
 }
 
 int Host::eventDescriptor() { return theDesktop().eventDescriptor; }
@@ -79,8 +77,8 @@ int Host::eventDescriptor() { return theDesktop().eventDescriptor; }
 bool Host::nextEvent(Event& event) {
     const Locked desktop;
     if (desktop->events.empty()) {
-        std::uint64_t count = 0;
-        [[maybe_unused]] const ssize_t got = read(desktop->eventDescriptor, &count, sizeof count);
+        eventfd_t count;
+        eventfd_read(desktop->eventDescriptor, &count);
         return false;
     }
     event = desktop->events.front();

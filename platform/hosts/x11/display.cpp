@@ -81,9 +81,7 @@ void makeDescriptors() {
 
 void keep(xcb_generic_event_t* event) {
     kept.emplace_back(event);
-    const std::uint64_t one = 1;
-    if (kept.size() == 1 && write(keptSignal, &one, sizeof one) < 0)
-        throw std::runtime_error("Cannot signal an event of the display");
+    if (kept.size() == 1) eventfd_write(keptSignal, 1);
 }
 
 }  // namespace
@@ -157,9 +155,8 @@ RawEvent takeEvent() {
     if (!peekEvent()) return nullptr;
     RawEvent event = std::move(kept.front());
     kept.pop_front();
-    std::uint64_t count;
-    if (kept.empty() && read(keptSignal, &count, sizeof count) < 0)
-        throw std::runtime_error("Cannot clear the display's signal");
+    eventfd_t count;
+    if (kept.empty()) eventfd_read(keptSignal, &count);
     return event;
 }
 

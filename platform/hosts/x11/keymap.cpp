@@ -50,7 +50,6 @@ constexpr KeypadKey keypad[] = {
 };
 
 struct Key {
-    bool used = false;
     UINT locked = 0, unlocked = 0;  // virtual key with NumLock and without
     bool operator==(const Key&) const = default;
 };
@@ -97,13 +96,13 @@ Key keyOf(xcb_keycode_t code, const xcb_keysym_t* symbols, int count) {
         if (std::find_if(symbols, end, [&](xcb_keysym_t symbol) {
                 return symbol == each.digit || symbol == each.navigation;
             }) != end)
-            return {true, each.withLock, each.without};
+            return {each.withLock, each.without};
     const auto* const typed = std::find_if(symbols, std::min(end, symbols + 2), isLetterOrDigit);
     UINT key = typed != std::min(end, symbols + 2) ? plainKey(*typed) : plainKey(*symbols);
     for (const xcb_keysym_t* symbol = symbols; !key && symbol != end; ++symbol)
         if (isLetterOrDigit(*symbol)) key = plainKey(*symbol);
     if (!key) key = keyByPlace(code);
-    return {true, key, key};
+    return {key, key};
 }
 
 std::uint16_t maskWith(const xcb_get_modifier_mapping_reply_t& mapping, UINT oneKey,

@@ -154,7 +154,8 @@ void openSurfaces() {
 // Without a background the window keeps what was on the screen until it is presented: nothing
 // flashes.
 Surface X11Host::createSurface(const std::u16string& title) {
-    const Surface surface = xcb_generate_id(connection());
+    static Surface withoutDisplay = 0;
+    const Surface surface = isConnected() ? xcb_generate_id(connection()) : ++withoutDisplay;
     const std::uint32_t values[] = {
         XCB_BACK_PIXMAP_NONE, 1,
         XCB_EVENT_MASK_EXPOSURE | XCB_EVENT_MASK_FOCUS_CHANGE | XCB_EVENT_MASK_POINTER_MOTION |
