@@ -88,11 +88,9 @@ RECT primaryWorkArea();  // without what panels cover, if the window manager say
 // Whether a Wayland session keeps the display for X11 programs, as its monitors' names may say.
 bool isWaylandSession();
 
-// surface.cpp, focus.cpp
+// surface.cpp
 void openSurfaces();
 bool isSurface(xcb_window_t window);
-RECT boundsOfSurface(Surface surface);
-void giveFocusBack(Surface leaving);  // to the one of ours that had it before, or to the others
 
 // clipboard.cpp
 // Asks a clipboard manager to keep what is offered. False: there is none, or nothing to keep.
@@ -100,9 +98,9 @@ bool askToKeepOffer();
 bool isOfferBeingKept();  // The manager has not answered yet.
 
 // balloon.cpp
-// A small window with a text, its lower right corner there, until it is hidden or pressed.
-Surface showNote(const Balloon& note, POINT corner);
-bool hideNote(Surface note);  // false: it was none, or has gone
+// A small window with a text, its lower right corner there, for some seconds or until it is hidden.
+Surface showNote(const Balloon& text, POINT corner);
+bool hideNote(Surface surface);  // false: it was none, or has gone
 bool isNote(Surface surface);
 // Continues with what is on its way; part of looking for events.
 void attendToBalloons();

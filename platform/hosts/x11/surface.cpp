@@ -1,5 +1,5 @@
-// The program's windows on the display. No window manager takes part: place and order are the
-// program's own.
+// The program's windows on the display, and which of them has the keyboard. No window manager is
+// involved: position and order are the program's own.
 
 #include "platform/hosts/x11/host.h"
 
@@ -30,7 +30,8 @@ struct Window {
 using Clock = std::chrono::steady_clock;
 
 std::map<Surface, Window> windows;
-int rounds = 0;  // of raising, each shortly after the last
+std::vector<Surface> order;  // lowest first
+int rounds = 0;              // of raising, each shortly after the last
 Clock::time_point lastRound;
 bool isRaising = false;  // The server has been told to, if need be.
 xcb_gcontext_t context = 0;
@@ -60,6 +61,9 @@ void place(Surface surface, const RECT& bounds, bool raise) {
     const int which = XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y | XCB_CONFIG_WINDOW_WIDTH |
                       XCB_CONFIG_WINDOW_HEIGHT | (raise ? XCB_CONFIG_WINDOW_STACK_MODE : 0);
     xcb_configure_window(connection(), surface, static_cast<std::uint16_t>(which), values);
+    if (!raise) return;
+    std::erase(order, surface);
+    order.push_back(surface);
 }
 
 xcb_rectangle_t shapeOf(const RECT& rectangle) {
@@ -115,7 +119,8 @@ void refuseDecoration(Surface surface) {
 // would keep this up without an end, so after some rounds in a row ours give in.
 void stayAbove(xcb_window_t other) {
     if (rounds > 20 && Clock::now() - lastRound < std::chrono::seconds(1)) return;
-    for (const auto& [surface, window] : windows) {
+    for (const Surface surface : order) {
+        const Window& window = windows.at(surface);
         if (!window.shown || !window.placement.topmost) continue;
         const std::uint32_t values[] = {other, XCB_STACK_MODE_TOP_IF};
         xcb_configure_window(connection(), surface,
@@ -136,6 +141,36 @@ void noteOrder(xcb_window_t changed) {
 void put(Surface surface, const Window& window) {
     window.image->put(surface, context, screen().root_depth);
     xcb_flush(connection());
+}
+
+std::vector<Surface> focusOrder;  // the last one has the keyboard, then it goes back one by one
+xcb_window_t outside = XCB_INPUT_FOCUS_POINTER_ROOT;  // had it before the first of ours
+
+Surface focusedSurface() { return focusOrder.empty() ? 0 : focusOrder.back(); }
+
+bool setFocus(xcb_window_t window) {
+    return carriedOut(xcb_set_input_focus_checked(connection(), XCB_INPUT_FOCUS_POINTER_ROOT,
+                                                  window, XCB_CURRENT_TIME));
+}
+
+void rememberOutside() {
+    const auto reply = await(xcb_get_input_focus_reply, xcb_get_input_focus(connection()));
+    if (reply && !windows.contains(reply->focus)) outside = reply->focus;
+}
+
+// The one that had the keyboard may have gone in the meantime.
+void giveOutside() {
+    focusOrder.clear();
+    watchClicksElsewhere(false);
+    if (!setFocus(outside)) setFocus(XCB_INPUT_FOCUS_POINTER_ROOT);
+}
+
+// To the one of ours that had it before, or to the others.
+void giveFocusBack(Surface leaving) {
+    const bool hadIt = leaving == focusedSurface();
+    std::erase(focusOrder, leaving);
+    if (!hadIt) return;
+    if (focusOrder.empty() || !setFocus(focusOrder.back())) giveOutside();
 }
 
 }  // namespace
@@ -175,6 +210,7 @@ Surface X11Host::createSurface(const std::u16string& title) {
 void X11Host::destroySurface(Surface surface) {
     hideSurface(surface);
     windows.erase(surface);
+    std::erase(order, surface);
     xcb_destroy_window(connection(), surface);
     xcb_flush(connection());
 }
@@ -245,7 +281,46 @@ void X11Host::flush() {
 }
 
 bool isSurface(xcb_window_t window) { return windows.contains(window); }
-RECT boundsOfSurface(Surface surface) { return windows.at(surface).placement.bounds; }
+
+// The order is changed first, so that the events which the change brings are known for our own
+// doing. The server refuses a window that is not on the screen.
+bool X11Host::focusSurface(Surface surface) {
+    if (!surface) {
+        if (!focusOrder.empty()) giveOutside();
+        return true;
+    }
+    if (surface == focusedSurface()) return true;
+    if (focusOrder.empty()) rememberOutside();
+    const std::vector<Surface> previous = focusOrder;
+    std::erase(focusOrder, surface);
+    focusOrder.push_back(surface);
+    if (!setFocus(surface)) {
+        focusOrder = previous;
+        return false;
+    }
+    if (previous.empty()) watchClicksElsewhere(true);
+    synchronise();
+    return true;
+}
+
+// A grab of keys moves the focus for its length in name only, so those events count for nothing.
+bool focusEvent(const xcb_generic_event_t& event) {
+    const int type = typeOf(event);
+    if (type != XCB_FOCUS_IN && type != XCB_FOCUS_OUT) return false;
+    const auto& change = reinterpret_cast<const xcb_focus_out_event_t&>(event);
+    const bool real =
+        change.mode == XCB_NOTIFY_MODE_NORMAL || change.mode == XCB_NOTIFY_MODE_WHILE_GRABBED;
+    if (type == XCB_FOCUS_IN || !real || change.detail == XCB_NOTIFY_DETAIL_POINTER) return true;
+    if (change.event != focusedSurface()) return true;
+    // It may have come back since: a box has opened above this window and closed again.
+    const auto now = await(xcb_get_input_focus_reply, xcb_get_input_focus(connection()));
+    if (now && now->focus == change.event) return true;
+    focusOrder.clear();
+    watchClicksElsewhere(false);
+    releaseKeysDown();
+    report({.kind = Event::ActivationLost});
+    return true;
+}
 
 // Repairs come from the pixels that were presented last; the program need not paint again.
 bool surfaceEvent(const xcb_generic_event_t& event) {

@@ -178,40 +178,39 @@ void showTip(const xcb_enter_notify_event_t& enter) {
                    {std::max<LONG>(enter.root_x, scaled(340)), above > scaled(60) ? above : below});
 }
 
+void resize(const xcb_configure_notify_event_t& structure) {
+    width = structure.width;
+    height = structure.height;
+    askForSquare();
+    draw();
+}
+
+void release(const xcb_button_press_event_t& event) {
+    if (event.detail == 1) tellMouse(WM_LBUTTONUP);
+    if (event.detail == 3) tellMouse(WM_RBUTTONUP);
+}
+
+// Some trays send the button events of the icon themselves, so those count.
 bool iconEvent(const xcb_generic_event_t& event) {
-    const auto& button = reinterpret_cast<const xcb_button_press_event_t&>(event);
+    const auto& expose = reinterpret_cast<const xcb_expose_event_t&>(event);
     const auto& structure = reinterpret_cast<const xcb_configure_notify_event_t&>(event);
-    switch (typeOf(event)) {
-    case XCB_EXPOSE:
-        if (reinterpret_cast<const xcb_expose_event_t&>(event).window != icon) return false;
+    const auto& button = reinterpret_cast<const xcb_button_press_event_t&>(event);
+    const int type = typeOf(event);
+    if (type == XCB_EXPOSE && expose.window == icon)
         draw();
-        return true;
-    case XCB_CONFIGURE_NOTIFY:
-        if (structure.window != icon) return false;
-        width = structure.width;
-        height = structure.height;
-        askForSquare();
-        draw();
-        return true;
-    case XCB_BUTTON_PRESS:
-        if (button.event != icon) return false;
+    else if (type == XCB_CONFIGURE_NOTIFY && structure.window == icon)
+        resize(structure);
+    else if (type == XCB_BUTTON_PRESS && button.event == icon)
         press(button);
-        return true;
-    case XCB_BUTTON_RELEASE:
-        if (button.event != icon) return false;
-        if (button.detail == 1) tellMouse(WM_LBUTTONUP);
-        if (button.detail == 3) tellMouse(WM_RBUTTONUP);
-        return true;
-    case XCB_ENTER_NOTIFY:
-        if (button.event != icon) return false;
+    else if (type == XCB_BUTTON_RELEASE && button.event == icon)
+        release(button);
+    else if (type == XCB_ENTER_NOTIFY && button.event == icon)
         showTip(reinterpret_cast<const xcb_enter_notify_event_t&>(event));
-        return true;
-    case XCB_LEAVE_NOTIFY:
-        if (button.event != icon) return false;
+    else if (type == XCB_LEAVE_NOTIFY && button.event == icon)
         hideNote(tip);
-        return true;
-    default: return false;
-    }
+    else
+        return false;
+    return true;
 }
 
 }  // namespace
