@@ -1,4 +1,4 @@
-// Files on the display's clipboard: nothing is handed over before somebody pastes, so the offer
+// Files on the display's clipboard: nothing is transferred before somebody pastes, so the offer
 // lasts as long as the program runs, and longer only if a clipboard manager fetches it at the end.
 // The forms are a list of addresses and what file managers call a copy.
 
@@ -172,7 +172,7 @@ bool clipboardEvent(const xcb_generic_event_t& event) {
     if (type != XCB_SELECTION_CLEAR) return false;
     const auto& clear = reinterpret_cast<const xcb_selection_clear_event_t&>(event);
     if (clear.owner != owner) return false;
-    // Our own clearing is told too, perhaps only after the next offer.
+    // Our own clearing is reported too, perhaps only after the next offer.
     if (clear.time == XCB_CURRENT_TIME || clear.time > since) offered.clear();
     return true;
 }

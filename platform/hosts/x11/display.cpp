@@ -5,12 +5,12 @@
 
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
+#include <sys/mman.h>
 #include <unistd.h>
 #include <xcb/composite.h>
 #include <xcb/damage.h>
 #include <xcb/randr.h>
 #include <xcb/shape.h>
-#include <xcb/shm.h>
 #include <xcb/xfixes.h>
 #include <xcb/xinput.h>
 
@@ -18,8 +18,8 @@
 #include <map>
 #include <stdexcept>
 
+#include "platform/core/descriptor.h"
 #include "platform/hosts/x11/host.h"
-#include "platform/hosts/x11/shared_image.h"
 
 namespace host::x11 {
 
@@ -170,7 +170,44 @@ bool carriedOut(xcb_void_cookie_t cookie) {
 
 void synchronise() { await(xcb_get_input_focus_reply, xcb_get_input_focus(server)); }
 
-// The server tells its time in the event of a changed property.
+std::unique_ptr<SharedImage> shareImage(xcb_connection_t* opened, int width, int height) {
+    const std::size_t size = std::size_t(width) * std::size_t(height) * 4;
+    // Memory without a name: nothing is left whichever way the process ends.
+    desktop::Descriptor file(memfd_create("image", MFD_CLOEXEC));
+    if (!file || ftruncate(file.get(), static_cast<off_t>(size)) != 0) return nullptr;
+    void* const mapped = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, file.get(), 0);
+    if (mapped == MAP_FAILED) return nullptr;
+    const std::shared_ptr<std::uint32_t[]> memory(
+        static_cast<std::uint32_t*>(mapped), [size](std::uint32_t* gone) { munmap(gone, size); });
+
+    const xcb_shm_seg_t segment = xcb_generate_id(opened);
+    const xcb_void_cookie_t attached =
+        xcb_shm_attach_fd_checked(opened, segment, file.release(), 0);  // closes it
+    const Owned<xcb_generic_error_t> refusal(xcb_request_check(opened, attached));
+    if (refusal || xcb_connection_has_error(opened)) return nullptr;
+    return std::unique_ptr<SharedImage>(
+        new SharedImage{opened, segment, width, height, memory, memory.get()});
+}
+
+SharedImage::~SharedImage() { xcb_shm_detach(server, segment); }
+
+bool SharedImage::fetch(int left, int top, int begin, int end) const {
+    const xcb_shm_get_image_cookie_t cookie = xcb_shm_get_image(
+        server, root(), static_cast<std::int16_t>(left), static_cast<std::int16_t>(top + begin),
+        static_cast<std::uint16_t>(width), static_cast<std::uint16_t>(end - begin), ~0u,
+        XCB_IMAGE_FORMAT_Z_PIXMAP, segment, static_cast<std::uint32_t>(begin * width * 4));
+    return Owned<xcb_shm_get_image_reply_t>(xcb_shm_get_image_reply(server, cookie, nullptr)) !=
+           nullptr;
+}
+
+void SharedImage::put(xcb_window_t window, xcb_gcontext_t context) const {
+    const auto wide = static_cast<std::uint16_t>(width);
+    const auto high = static_cast<std::uint16_t>(height);
+    xcb_shm_put_image(server, window, context, wide, high, 0, 0, wide, high, 0, 0,
+                      screen().root_depth, XCB_IMAGE_FORMAT_Z_PIXMAP, 0, segment, 0);
+}
+
+// The event of a changed property has the server's time.
 xcb_timestamp_t serverTime() {
     static const xcb_window_t window = [] {
         const xcb_window_t made = xcb_generate_id(server);

@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include <xcb/shm.h>
 #include <xcb/xcb.h>
 
 #include <cstdint>
@@ -35,10 +36,9 @@ xcb_window_t root();
 xcb_atom_t atom(const std::string& name);
 
 // Events. The server's answers and its events share one stream, so that waiting for an answer can
-// bring in events that make no descriptor readable any more: they are kept, and the descriptor is
-// told.
-// The event descriptor becomes readable when this one is readable or, if wanted, writable. A second
-// call changes what is wanted.
+// bring in events that make no descriptor readable any more: they are kept, and a descriptor of
+// ours becomes readable. The event descriptor becomes readable when this one is readable or, if
+// wanted, writable. A second call changes what is wanted.
 void watch(int descriptor, bool forWriting = false);
 void unwatch(int descriptor);  // before it is closed
 void keepQueuedEvents();
@@ -72,6 +72,26 @@ bool carriedOut(xcb_void_cookie_t cookie);
 void synchronise();
 // The server's present time, which selections want.
 xcb_timestamp_t serverTime();
+
+// Pixels in memory that this process and the display both see. The connection must outlive them.
+struct SharedImage {
+    ~SharedImage();
+
+    // Fills the rows from `begin` up to `end` with what the screen shows there when the image is
+    // at `left`, `top`. False if the display does not answer or the area is not on the screen.
+    bool fetch(int left, int top, int begin, int end) const;
+    // Puts the whole image into a window of the screen's depth. The pixels must stay as they are
+    // until the server has carried it out.
+    void put(xcb_window_t window, xcb_gcontext_t context) const;
+
+    xcb_connection_t* server;
+    xcb_shm_seg_t segment;
+    int width, height;
+    std::shared_ptr<std::uint32_t[]> memory;  // may outlive the image, and the connection
+    std::uint32_t* pixels;
+};
+// Null if the memory cannot be had or the display cannot share it. Waits for the display's answer.
+std::unique_ptr<SharedImage> shareImage(xcb_connection_t* server, int width, int height);
 
 // What a property holds, as bytes or as 32-bit values; empty if it is not there.
 std::string textProperty(xcb_window_t window, xcb_atom_t property);

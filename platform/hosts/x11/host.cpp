@@ -112,7 +112,7 @@ void X11Host::leaveClipboard() {
     }
 }
 
-// By a grandchild, so that nobody has to wait for its end.
+// By a grandchild, whose end needs no waiting.
 bool X11Host::openFolder(const std::string& path) {
     int failure[2];
     if (pipe2(failure, O_CLOEXEC) != 0) return false;

@@ -53,7 +53,7 @@ struct X11Host final : Host {
     bool openFolder(const std::string& path) override;
 };
 
-// What this host tells the layer next.
+// Queues what the layer hears next.
 void report(const Event& event);
 
 // Each takes an event that concerns it. False: it is another's.

@@ -38,7 +38,7 @@ constexpr UINT anyModifier = MOD_ALT | MOD_CONTROL | MOD_SHIFT | MOD_WIN;
 
 std::vector<HotKey> hotKeys;
 KeyGrab grabbed = KeyGrab::None;
-std::set<xcb_keycode_t> down;  // as the layer has been told
+std::set<xcb_keycode_t> down;  // as reported to the layer
 
 // Those that another program has are left in the result. All requests go out before the first
 // answer is awaited.

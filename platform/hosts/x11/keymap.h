@@ -13,7 +13,7 @@ namespace host::x11 {
 
 bool loadKeymap();  // false: it is what it was
 
-// 0: no such virtual key. `state` tells of NumLock, which decides what the keypad's keys are.
+// 0: no such virtual key. `state` has NumLock, which decides what the keypad's keys are.
 UINT virtualKey(xcb_keycode_t code, std::uint16_t state);
 // All keys that may give the virtual key; a generic modifier stands for both sides.
 std::vector<xcb_keycode_t> keycodesOf(UINT key);

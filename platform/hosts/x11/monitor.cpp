@@ -87,8 +87,7 @@ std::vector<Monitor> readMonitors(xcb_connection_t* server) {
     return found;
 }
 
-// A monitor that is defined anew without a change of outputs is told by the root window's structure
-// alone.
+// Only the root window's structure reports a monitor that is defined without a change of outputs.
 void watchMonitors(xcb_connection_t* server, std::uint32_t others) {
     const std::uint32_t events =
         XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_PROPERTY_CHANGE | others;

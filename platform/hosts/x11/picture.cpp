@@ -1,9 +1,8 @@
-// The picture of the screen, for the capture thread, on a connection of its own, so that neither
-// thread ever waits for the other's answers.
+// The screen's image for the capture thread, on a connection of its own, so that neither thread
+// ever waits for the other's answers.
 //
-// The server cannot leave a window out of a picture. Excluded windows stay out because they are
-// never where a picture is taken: the sheet is gone when flush returns, and the frame has its hole
-// there.
+// The server cannot leave a window out of an image. Excluded windows stay out because they are
+// never where one is taken: the sheet is gone when flush returns, and the frame has its hole there.
 
 #include "platform/hosts/x11/host.h"
 
@@ -21,7 +20,6 @@
 #include <utility>
 
 #include "platform/hosts/x11/display.h"
-#include "platform/hosts/x11/shared_image.h"
 
 namespace host::x11 {
 
@@ -41,8 +39,8 @@ struct View {
     xcb_xfixes_region_t region = 0;
     std::unique_ptr<SharedImage> image;
     std::optional<RECT> area;  // the one that was read last
-    // What changed since: a range of rows of the screen. Rows lie in one piece in the image, and it
-    // takes as long to fetch a picture as it is large.
+    // What changed since: a range of rows of the screen. Rows are contiguous in the image, and
+    // fetching takes as long as they are many.
     LONG staleTop = INT_MAX, staleBottom = INT_MIN;
     bool changed = true, lost = false;
     bool ended = false;  // The display has gone, and with it the session.
@@ -71,9 +69,9 @@ bool touches(const xcb_rectangle_t& damaged, const RECT& area) {
            damaged.y < area.bottom && damaged.y + damaged.height > area.top;
 }
 
-// Takes note of all damage so far, whereupon the server tells of the next. Whoever polls reads the
-// same area again and again: a change outside of it would cost a copy, a conversion and a sample,
-// all equal to the last ones.
+// Notes all damage so far, after which the server reports the next. The capture reads the same area
+// again and again: a change outside of it would cost a copy, a conversion and a sample, all equal
+// to the last ones.
 void takeDamage() {
     xcb_damage_subtract(view->server, view->damage, XCB_NONE, view->region);
     const Owned<xcb_xfixes_fetch_region_reply_t> reply(xcb_xfixes_fetch_region_reply(
@@ -152,8 +150,7 @@ CapturedPicture X11Host::readPicture(const RECT& area) {
     view->staleTop = INT_MAX;
     view->staleBottom = INT_MIN;
     SharedImage& image = *view->image;
-    if (first < end && !image.fetch(root(), area.left, area.top, first, end) && !hasEnded())
-        return {};
+    if (first < end && !image.fetch(area.left, area.top, first, end) && !hasEnded()) return {};
     const auto* const bytes = reinterpret_cast<const std::uint8_t*>(image.pixels);
     return {{image.memory, bytes}, width * 4};
 }

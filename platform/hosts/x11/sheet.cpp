@@ -1,7 +1,7 @@
-// The dim sheet is opaque to the server: its pixels are mixed here with a picture of what lay below
+// The dim sheet is opaque to the server: its pixels are mixed here with an image of what was below
 // it when it was shown. Two things must hold when it goes, because a recording starts right then.
-// The windows below must be whole at once, although they never knew that they were covered; and no
-// pixel of the sheet may be left.
+// The windows below must be whole immediately, although they never knew that they were covered; and
+// no pixel of the sheet may be left.
 
 #include "platform/hosts/x11/sheet.h"
 
@@ -45,7 +45,7 @@ void redirect(bool on) {
         xcb_composite_unredirect_subwindows(connection(), root(), mode);
 }
 
-std::uint32_t colour(std::uint32_t pixel) { return pixel & 0xffffff; }
+std::uint32_t color(std::uint32_t pixel) { return pixel & 0xffffff; }
 
 // True as long as every pixel that would tell the two apart is the sheet's.
 bool sheetIsThere() {
@@ -59,8 +59,8 @@ bool sheetIsThere() {
     const auto* const present = reinterpret_cast<std::uint32_t*>(xcb_get_image_data(reply.get()));
     bool distinct = false;
     for (std::size_t x = 0; x < width; ++x) {
-        if (colour(remembered.below[x]) == colour(remembered.shown[x])) continue;
-        if (colour(present[x]) != colour(remembered.shown[x])) return false;
+        if (color(remembered.below[x]) == color(remembered.shown[x])) continue;
+        if (color(present[x]) != color(remembered.shown[x])) return false;
         distinct = true;
     }
     return distinct;
@@ -98,9 +98,9 @@ void rememberSheet(const SharedImage& below, const SharedImage& shown, POINT at)
                   {shown.pixels + offset, shown.pixels + offset + shown.width}};
 }
 
-// Where a compositing manager runs, the screen changes only with its next pass, of which nobody
-// tells. While the sheet is there its pixels are known exactly, so the first other one among them
-// says that it has gone. The limit is for a manager that hangs.
+// Where a compositing manager runs, the screen changes only with its next pass, which is not
+// announced. While the sheet is there its pixels are known exactly, so the first other one among
+// them means that it has gone. The limit is for a manager that hangs.
 void waitForSheetToGo() {
     using Clock = std::chrono::steady_clock;
     const Clock::time_point limit = Clock::now() + std::chrono::milliseconds(500);

@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "platform/hosts/x11/shared_image.h"
+#include "platform/hosts/x11/display.h"
 
 namespace host::x11 {
 
@@ -16,7 +16,7 @@ struct Sheet {
     explicit Sheet(std::unique_ptr<SharedImage> below);  // what the screen showed before the sheet
     ~Sheet();
 
-    // Target = source over what lies below, with that opacity.
+    // Target = source over what is below, with that opacity.
     void blend(const std::uint32_t* source, int stride, BYTE opacity, SharedImage& target) const;
 
     const std::unique_ptr<SharedImage> below;

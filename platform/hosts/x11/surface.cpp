@@ -13,7 +13,6 @@
 
 #include "platform/core/text.h"
 #include "platform/hosts/x11/display.h"
-#include "platform/hosts/x11/shared_image.h"
 #include "platform/hosts/x11/sheet.h"
 
 namespace host::x11 {
@@ -47,7 +46,7 @@ bool samePlace(const RECT& one, const RECT& other) {
 xcb_cursor_t makeCursor(xcb_font_t font, std::uint16_t glyph) {
     const xcb_cursor_t cursor = xcb_generate_id(connection());
     const std::uint16_t most = 0xffff,
-                        mask = glyph + 1;  // the font has each shape's mask behind it
+                        mask = glyph + 1;  // the font has each shape's mask after it
     xcb_create_glyph_cursor(connection(), cursor, font, font, glyph, mask, 0, 0, 0, most, most,
                             most);
     return cursor;
@@ -94,12 +93,12 @@ void shape(Surface surface, const Placement& placement) {
         unsetShape(surface, XCB_SHAPE_SK_INPUT);
 }
 
-// The picture is taken before the redirection and before the window covers anything. A place that
-// is not wholly on the screen, as after a monitor has gone, has no picture; the window is opaque
-// then, as it is without memory for the picture.
+// The image is taken before the redirection and before the window covers anything. An area that is
+// not wholly on the screen, as after a monitor has gone, has no image; the window is opaque then,
+// as it is without memory for the image.
 std::unique_ptr<Sheet> coverWithSheet(const RECT& bounds) {
     auto below = shareImage(connection(), widthOf(bounds), heightOf(bounds));
-    const bool seen = below && below->fetch(root(), bounds.left, bounds.top);
+    const bool seen = below && below->fetch(bounds.left, bounds.top, 0, below->height);
     keepQueuedEvents();
     return seen ? std::make_unique<Sheet>(std::move(below)) : nullptr;
 }
@@ -139,7 +138,7 @@ void noteOrder(xcb_window_t changed) {
 }
 
 void put(Surface surface, const Window& window) {
-    window.image->put(surface, context, screen().root_depth);
+    window.image->put(surface, context);
     xcb_flush(connection());
 }
 
@@ -325,7 +324,7 @@ bool focusEvent(const xcb_generic_event_t& event) {
 // Repairs come from the pixels that were presented last; the program need not paint again.
 bool surfaceEvent(const xcb_generic_event_t& event) {
     const int type = typeOf(event);
-    // Both begin alike: the window that is told, and the one that it is told of.
+    // Both begin alike: the window at which it was selected, and the one that has changed.
     const auto& change = reinterpret_cast<const xcb_map_notify_event_t&>(event);
     if ((type == XCB_CONFIGURE_NOTIFY || type == XCB_MAP_NOTIFY) && change.event == root() &&
         change.window != root()) {

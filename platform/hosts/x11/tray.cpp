@@ -21,7 +21,7 @@ namespace {
 std::optional<TrayIcon> wanted;
 xcb_window_t tray = 0;  // 0: there is none
 xcb_window_t icon = 0;
-xcb_colormap_t colours = 0;
+xcb_colormap_t colormap = 0;
 Surface tip = 0;
 Visual visual;
 int width = 0, height = 0;
@@ -48,8 +48,8 @@ void askForSize(std::uint32_t side) {
 void makeIconWindow() {
     visual = visualOfTray();
     const bool transparent = visual.type->visual_id != screen().root_visual;
-    colours = xcb_generate_id(connection());
-    xcb_create_colormap(connection(), XCB_COLORMAP_ALLOC_NONE, colours, root(),
+    colormap = xcb_generate_id(connection());
+    xcb_create_colormap(connection(), XCB_COLORMAP_ALLOC_NONE, colormap, root(),
                         visual.type->visual_id);
     icon = xcb_generate_id(connection());
     const std::uint32_t ground = transparent ? std::uint32_t(XCB_BACK_PIXMAP_NONE)
@@ -59,7 +59,7 @@ void makeIconWindow() {
                                         XCB_EVENT_MASK_BUTTON_RELEASE |
                                         XCB_EVENT_MASK_ENTER_WINDOW | XCB_EVENT_MASK_LEAVE_WINDOW |
                                         XCB_EVENT_MASK_STRUCTURE_NOTIFY,
-                                    colours};
+                                    colormap};
     const auto side = static_cast<std::uint16_t>(16 * primaryMonitor().dpi / 96);
     width = height = asked = side;
     xcb_create_window(
@@ -92,7 +92,7 @@ void dropIcon() {
     hideNote(tip);
     if (!icon) return;
     xcb_destroy_window(connection(), std::exchange(icon, 0));
-    xcb_free_colormap(connection(), colours);
+    xcb_free_colormap(connection(), colormap);
 }
 
 void dock() {
@@ -100,7 +100,7 @@ void dock() {
                              xcb_get_selection_owner(connection(), traySelection()));
     tray = owner ? owner->owner : 0;
     if (!tray || !wanted) return;
-    const std::uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY;  // tells of its end
+    const std::uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY;  // reports its end
     xcb_change_window_attributes(connection(), tray, XCB_CW_EVENT_MASK, &events);
     dropIcon();
     makeIconWindow();
@@ -232,7 +232,7 @@ void X11Host::setTrayIcon(const TrayIcon* shown) {
     xcb_flush(connection());
 }
 
-// A tray that ends gives the icon's window to the root window, where it would stand around: it goes
+// A tray that ends leaves the icon's window to the root window, where it would stay: it goes
 // instead, and the next tray gets a new one.
 bool trayEvent(const xcb_generic_event_t& event) {
     if (icon && iconEvent(event)) return true;
