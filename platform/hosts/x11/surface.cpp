@@ -129,7 +129,15 @@ void stayAbove(xcb_window_t other) {
     xcb_flush(connection());
 }
 
+// The window over which a compositor paints belongs to the server, which raises it after each of
+// ours: no answer to that would ever be the last.
+bool isServers(xcb_window_t window) {
+    constexpr std::uint32_t clients = 0x1fffffff;
+    return (window & clients & ~xcb_get_setup(connection())->resource_id_mask) == 0;
+}
+
 void noteOrder(xcb_window_t changed) {
+    if (isServers(changed)) return;
     if (!windows.contains(changed)) return stayAbove(changed);
     if (!std::exchange(isRaising, false)) return;
     const Clock::time_point now = Clock::now();
