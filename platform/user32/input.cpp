@@ -157,6 +157,7 @@ bool announcePointer(const MSG& message) {
     return spot == HTCLIENT && find(message.hwnd);
 }
 
+// What a hook posts about a key that it eats comes before the next key reaches the hook.
 bool takeEvents() {
     followHooks();
     constexpr int most = 64;
@@ -164,6 +165,7 @@ bool takeEvents() {
     for (int taken = 0; taken < most; ++taken) {
         if (waiting || !host::current().nextEvent(event)) return true;
         handle(event);
+        if (isPress(event) && eatenDown[event.key & 0xFF]) return false;
     }
     return false;
 }

@@ -46,7 +46,8 @@ void endSessionSoon();
 // --- For what brings input, registered at static initialization
 struct InputSource {
     // Takes events from the host until one waits for a window. False: there may be more, but posted
-    // messages and the end of the session do not wait for all of a flood.
+    // messages and the end of the session do not wait for all of a flood, nor for the keys that
+    // follow one which a hook ate.
     bool (*takeEvents)();
     // The waiting event as a message. Dropped: it was not for a window of ours.
     enum class Taken { None, Message, Dropped };
