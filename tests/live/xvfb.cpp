@@ -269,6 +269,12 @@ std::string savedAtTheEnd(const std::function<void()>& end) {
     return textOf(manager, "LIST");
 }
 
+bool isOwned(const std::string& selection) {
+    return await(xcb_get_selection_owner_reply,
+                 xcb_get_selection_owner(connection, atom(selection)))
+        ->owner;
+}
+
 std::uint32_t pixelAt(int x, int y) {
     const auto reply =
         await(xcb_get_image_reply,

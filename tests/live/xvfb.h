@@ -56,6 +56,7 @@ std::string savedAtTheEnd(const std::function<void()>& end);
 
 std::uint32_t pixelAt(int x, int y);  // 0x00RRGGBB
 xcb_window_t focus();
+bool isOwned(const std::string& selection);
 // The topmost on the screen, below that window: 0 if there is none of that title.
 xcb_window_t findWindow(const std::string& title, xcb_window_t parent = root());
 RECT boundsOf(xcb_window_t window);  // on the screen; empty if there is no such window

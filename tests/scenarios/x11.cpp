@@ -25,9 +25,11 @@ void showOthers() {
 }
 
 // At the top: without a window manager the program's own notices know of no panel and cover it.
+// A tray that came later would take the icon for a moment.
 void startTray() {
     tray = live::start({"trayer", "--edge", "top", "--align", "right", "--widthtype", "request",
                         "--heighttype", "pixel", "--height", "24"});
+    await("the tray", [] { return live::isOwned("_NET_SYSTEM_TRAY_S0"); });
 }
 
 // The tray resizes and moves it while it docks.
