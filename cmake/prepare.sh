@@ -12,7 +12,7 @@ build_packages=(
 )
 native_test_packages=(
     ffmpeg xvfb x11-utils x11-xserver-utils xclip clang libclang-rt-14-dev
-    dbus-daemon dunst libglib2.0-bin trayer desktop-file-utils appstream dpkg-dev file
+    dbus-daemon dunst libglib2.0-bin trayer picom desktop-file-utils appstream dpkg-dev file
 )
 windows_test_packages=(googletest wine64 fonts-wine xvfb xdotool x11-xserver-utils)
 package_packages=(dpkg-dev file)

@@ -80,16 +80,6 @@ TEST_F(LiveHost, pressGoesThroughTheFrameAndItsDragGoesOnOutsideTheSheet) {
     desk->destroySurface(sheet);
 }
 
-// Others do not know that they were covered, and a recording starts right then.
-TEST_F(LiveHost, windowsAreWholeWhenTheSheetHasGone) {
-    const host::Surface sheet = show({0, 0, 1920, 1080}, 180);
-    EXPECT_EQ(live::pixelAt(500, 300), 0x1a242du);  // 70% sheet, 30% window
-    desk->hideSurface(sheet);
-    desk->flush();
-    EXPECT_EQ(live::pixelAt(500, 300), 0x204060u);
-    desk->destroySurface(sheet);
-}
-
 TEST_F(LiveHost, frameIsNewWhereItIsRead) {
     ASSERT_TRUE(desk->openPictures(desk->monitors()[0].id));
     ASSERT_EQ(desk->waitForPicture(0), host::PictureState::Changed);
@@ -143,6 +133,17 @@ TEST_F(LiveHost, changeOfMonitorsIsReportedAndEndsTheRecording) {
         desktop::waitUntil([&] { return desk->waitForPicture(5) == host::PictureState::Lost; }));
     EXPECT_FALSE(desk->openPictures(old));
     EXPECT_TRUE(desk->openPictures(byLeft[960].id));
+    desk->closePictures();
+}
+
+// A capture that failed would lose the clip if it noticed the end before the program did.
+TEST_F(LiveHost, displayThatEndsLeavesTheLastFrame) {
+    ASSERT_TRUE(desk->openPictures(desk->monitors()[0].id));
+    ASSERT_TRUE(desk->readPicture({100, 100, 200, 200}).bytes);
+    live::run("kill $(pgrep -P $PPID Xvfb)");
+    EXPECT_TRUE(desktop::waitUntil([] { return live::boundsOf(live::root()).right == 0; }));
+    EXPECT_EQ(desk->waitForPicture(5), host::PictureState::Unchanged);
+    EXPECT_TRUE(desk->readPicture({100, 100, 200, 200}).bytes);
     desk->closePictures();
 }
 

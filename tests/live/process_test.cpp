@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 
 #include <algorithm>
 #include <chrono>
@@ -29,6 +30,11 @@ struct Process : testing::Test {
         umask(022);  // as most systems set it
     }
 };
+
+void stop(pid_t process) {
+    kill(process, SIGSTOP);
+    waitpid(process, nullptr, WUNTRACED);
+}
 
 bool isPrivate(const Path& folder) {
     return live::run("test -z \"$(find '" + folder.string() + "' -perm /077)\"") == 0;
@@ -67,6 +73,21 @@ struct Recording : Process {
         openSheet();
         user::drag(region);
         await("the red frame", frameIsUp);
+        await("a part of the clip", [&] {
+            return std::ranges::any_of(std::filesystem::directory_iterator(clips),
+                                       [](const auto& entry) {
+                                           return entry.path().stem().extension() == ".partial" &&
+                                                  entry.file_size() > 10'000;
+                                       });
+        });
+    }
+    // The only clip of the folder.
+    Path finish() {
+        live::type("Esc");
+        await("the clip", [] { return live::pasted("text/uri-list").ends_with(".mp4\r\n"); });
+        for (const auto& entry : std::filesystem::directory_iterator(clips))
+            if (entry.path().extension() == ".mp4") return entry.path();
+        return {};
     }
 
     const live::SessionBus bus{true};
@@ -110,20 +131,14 @@ TEST_F(Recording, showsWhatAProgramDrewAtTheRightTime) {
     await("two seconds", [&] { return Clock::now() - start > std::chrono::seconds(2); });
     EXPECT_NE(client.heard().find("+a -a"), std::string::npos);
     kill(program, SIGXFSZ);  // as a write beyond a file's greatest size raises it
-    live::type("Esc");
-    await("the end of the frame", [] { return !frameIsUp(); });
-    await("the clip", [] { return live::pasted("text/uri-list").ends_with(".mp4\r\n"); });
+    const Path clip = finish();
+    EXPECT_FALSE(frameIsUp());
     EXPECT_EQ(client.heard().find("Esc"), std::string::npos);
     live::type("Esc b");
     await("Esc", [&] { return client.heard().ends_with("+Esc -Esc +b -b"); });
 
-    std::vector<double> delays;
-    std::string address = "file://";
-    for (const auto& entry : std::filesystem::directory_iterator(clips))
-        if (entry.path().extension() == ".mp4") {
-            delays = delaysIn(entry.path());
-            address += entry.path().string();
-        }
+    std::vector<double> delays = delaysIn(clip);
+    std::string address = "file://" + clip.string();
     // On a busy machine one of the three programs may stand still for a moment.
     EXPECT_GT(delays.size(), 15u);  // of about 60
     std::ranges::sort(delays);
@@ -139,18 +154,51 @@ TEST_F(Recording, showsWhatAProgramDrewAtTheRightTime) {
 
     // A notice of a lost clip may interrupt the user wherever that is.
     record();
-    await("a part of the clip", [&] {
-        return std::ranges::any_of(
-            std::filesystem::directory_iterator(clips), [](const auto& entry) {
-                return entry.path().stem().extension() == ".partial" && entry.file_size() > 10'000;
-            });
-    });
     EXPECT_EQ(live::run("xrandr --delmonitor right >/dev/null"), 0);
     await("a notice", [&] { return bus.last("body").starts_with("'Acquire desktop"); });
     EXPECT_EQ(bus.last("urgency"), "CRITICAL");
     EXPECT_EQ(live::savedAtTheEnd([&] { kill(program, SIGTERM); }), address + "\r\n");
     EXPECT_EQ(live::waitFor(program), 0);
     EXPECT_TRUE(isPrivate(clips.parent_path()));
+}
+
+TEST_F(Recording, holdsUpNoKeyWhileTheProgramIsStopped) {
+    record();
+    stop(program);
+    live::type("a Esc +Ctrl +Shift 7 -Shift -Ctrl b");
+    user::await("the keys", [&] { return client.heard().ends_with("+b -b"); });
+    EXPECT_NE(client.heard().find("+a -a"), std::string::npos);
+}
+
+// Without a limit two programs that want to be on top would raise their windows for ever.
+TEST_F(Recording, keepsTheFrameOnTopButFightsNoWar) {
+    record();
+    const live::Client other(
+        {region.left - 50, region.top + 45, region.left + 50, region.top + 100});
+    user::await("the frame on top", frameIsUp);
+    const std::uint32_t above = XCB_STACK_MODE_ABOVE;
+    int rounds = 0;
+    do xcb_configure_window(live::person(), other.window, XCB_CONFIG_WINDOW_STACK_MODE, &above);
+    while (++rounds < 1000 && desktop::waitUntil(frameIsUp, 1));
+    EXPECT_LT(rounds, 1000);
+}
+
+TEST_F(Recording, hasNoShadowOfACompositor) {
+    live::start({"picom", "--config", "/dev/null", "--backend", "xrender", "--shadow",
+                 "--shadow-exclude", "_GTK_FRAME_EXTENTS@:c"});
+    user::await("the compositor", [] { return live::isOwned("_NET_WM_CM_S0"); });
+    record();
+    delaysIn(finish());
+}
+
+// The dialog watches for clicks elsewhere, since they take the foreground from it.
+TEST_F(Process, stoppedDialogHoldsUpNoButton) {
+    live::Client others({100, 100, 900, 500});
+    const pid_t settings = live::start({PROGRAM_FILE, "--settings"});
+    user::await("the dialog", [&] { return live::focus() != others.window; });
+    stop(settings);
+    live::click({150, 150});
+    user::await("the click", [&] { return others.heard() == "click"; });
 }
 
 TEST_F(Process, opensItsMenuAtTheIconAndTheFolderAsTheUsersProgram) {

@@ -310,9 +310,9 @@ RECT boundsOf(xcb_window_t window) {
 // The server repairs the strip in the request that moves the bar.
 Client::Client(const RECT& bounds) : server(xcb_connect(nullptr, nullptr)) {
     constexpr std::uint32_t color = 0x204060;
-    window =
-        makeWindow(server, root(), bounds, XCB_CW_EVENT_MASK,
-                   XCB_EVENT_MASK_KEY_PRESS | XCB_EVENT_MASK_KEY_RELEASE | XCB_EVENT_MASK_EXPOSURE);
+    window = makeWindow(server, root(), bounds, XCB_CW_EVENT_MASK,
+                        XCB_EVENT_MASK_KEY_PRESS | XCB_EVENT_MASK_KEY_RELEASE |
+                            XCB_EVENT_MASK_BUTTON_PRESS | XCB_EVENT_MASK_EXPOSURE);
     xcb_flush(server);
     awaitEvent(server, XCB_EXPOSE);
     const xcb_gcontext_t context = xcb_generate_id(server);
@@ -337,6 +337,7 @@ void Client::moveBar(int x) {
 std::string Client::heard() {
     while (const Event event{xcb_poll_for_event(server), std::free}) {
         const int type = event->response_type & 0x7f;
+        if (type == XCB_BUTTON_PRESS) keys += "click";
         if (type != XCB_KEY_PRESS && type != XCB_KEY_RELEASE) continue;
         const auto code = reinterpret_cast<const xcb_key_press_event_t&>(*event).detail;
         keys += (keys.empty() ? "" : " ") + std::string(type == XCB_KEY_PRESS ? "+" : "-") +

@@ -69,7 +69,7 @@ struct Client {
     Client& operator=(const Client&) = delete;
 
     void moveBar(int x);  // a bar of 16 × 16 at the upper edge
-    std::string heard();  // the keys so far: "+a -a +Esc"
+    std::string heard();  // the keys and clicks so far: "+a -a +Esc"
 
     xcb_connection_t* const server;
     xcb_window_t window = 0, bar = 0;
