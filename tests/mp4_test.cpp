@@ -5,8 +5,9 @@
 #include <gtest/gtest.h>
 
 #include <mfapi.h>
+#include <unistd.h>
 
-#include <random>
+#include <fstream>
 
 #include "platform/control.h"
 #include "tests/clip_reader.h"
@@ -16,19 +17,19 @@ namespace {
 
 std::int64_t timeOf(std::int64_t slot) { return slot * 10'000'000 / 30; }
 
-struct MediaStart {
-    MediaStart() { MFStartup(MF_VERSION, MFSTARTUP_FULL); }
-    ~MediaStart() {
-        MFShutdown();
-        EXPECT_TRUE(desktop::openObjects().empty());
-    }
-};
-
 // Frames of squares, each of its own shade in each plane.
 struct Take {
     Take(int asWide, int asHigh, int asSquare = 16)
-        : width(asWide), height(asHigh), square(asSquare) {}
-
+        : width(asWide), height(asHigh), square(asSquare) {
+        MFStartup(MF_VERSION, MFSTARTUP_FULL);
+        writer = openMp4Writer(file.string<WCHAR>(), width, height, false);
+    }
+    ~Take() {
+        desktop::holdEncoder(false);
+        writer = {};
+        MFShutdown();
+        EXPECT_TRUE(desktop::openObjects().empty());
+    }
     std::uint8_t shade(unsigned frame, int x, int y, unsigned plane) const {
         const unsigned number = frame * 7 + x / square * 31u + y / square * 101u + plane * 57;
         return static_cast<std::uint8_t>(20 + (number * 2654435761u >> 24) % 200);
@@ -54,10 +55,9 @@ struct Take {
     }
 
     const int width, height, square;
-    const MediaStart media;
     const ScratchFolder folder;
     const Path file = folder.path / "é clip.mp4";
-    Mp4Writer writer = openMp4Writer(file.string<WCHAR>(), width, height, false);
+    Mp4Writer writer;
 };
 
 // The clip starts with its first sample, whichever slot that has. Long runs of equal frames are
@@ -87,6 +87,9 @@ TEST(Mp4, showsEveryFrameAtItsTime) {
         const Clip clip = readClip(take.file);
         EXPECT_EQ(clip.description, "stream|h264|" + std::to_string(width) + "|" +
                                         std::to_string(height) + "|1:1|tv|smpte170m|30/1\n");
+        // And in the container, nothing beyond what the program declares.
+        const std::string colors("colrnclx\0\2\0\2\0\6\0", 15);
+        EXPECT_NE(readFile(take.file).find(colors), std::string::npos);
         ASSERT_EQ(clip.times.size(), times.size());
         for (std::size_t at = 0; at < times.size(); ++at)
             EXPECT_NEAR(clip.times[at], times[at], 10);
@@ -108,6 +111,35 @@ TEST(Mp4, keepsToTheBitRate) {
     finalizeMp4(take.writer);
     EXPECT_NEAR(static_cast<double>(std::filesystem::file_size(take.file)) * 8 * 30 / count, 12e6,
                 4e6);
+}
+
+double residentMegabytes() {
+    long total = 0, resident = 0;
+    std::ifstream("/proc/self/statm") >> total >> resident;
+    return static_cast<double>(resident * sysconf(_SC_PAGESIZE)) / 1e6;
+}
+
+// Equal frames share their memory, and frames that find none repeat the last one that did.
+TEST(Mp4, boundsItsMemoryWhenTheEncoderFallsBehind) {
+    Take take(3840, 2160, 480);
+    const double before = residentMegabytes();
+    desktop::holdEncoder(true);
+    for (int slot = 0; slot < 95; ++slot) take.write(std::max(slot - 29, 0), slot);
+    EXPECT_LT(residentMegabytes() - before, 600);  // of 1180
+    desktop::holdEncoder(false);
+    finalizeMp4(take.writer);
+    const Clip clip = readClip(take.file);
+    EXPECT_NEAR(clip.seconds, 95 / 30.0, 0.001);
+    std::vector<int> shown;
+    forEachPicture(take.file, clip, [&](const ClipPicture& picture) {
+        int frame = 0;
+        while (frame < 95 && take.greatestDifference(picture, frame) > 20) ++frame;
+        shown.push_back(frame);
+    });
+    ASSERT_EQ(shown.size(), 95u);
+    EXPECT_GE(shown.back(), 15);
+    for (int at = 0; at < 95; ++at)
+        EXPECT_EQ(shown[at], std::clamp(at - 29, 0, shown.back())) << at;
 }
 
 }  // namespace
