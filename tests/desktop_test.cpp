@@ -53,6 +53,9 @@ struct DesktopTest : testing::Test {
         desktop::inputOfOthers();
     }
     ~DesktopTest() override {
+        for (const UINT key : {'7', '8', 'F'}) desktop::releaseKey(key);
+        desktop::releaseButton(1);
+        takeAll();
         DestroyWindow(window);
         DestroyWindow(other);
         EXPECT_TRUE(desktop::openObjects().empty());
@@ -60,6 +63,17 @@ struct DesktopTest : testing::Test {
 
     HWND window = nullptr, other = nullptr;
 };
+
+HHOOK hookKeys(HOOKPROC hook) {
+    return SetWindowsHookExW(WH_KEYBOARD_LL, hook, GetModuleHandleW(nullptr), 0);
+}
+
+// Moves the pointer into the window and presses.
+void pressInWindow() {
+    desktop::movePointer(120, 120);
+    desktop::pressButton(1);
+    takeAll();
+}
 
 int eaten = 0;
 SHORT stateInHook = 0;
@@ -108,7 +122,7 @@ TEST_F(DesktopTest, keysMeetTheHookThenTheHotKeyThenTheWindow) {
     pressKeys({VK_RCONTROL, VK_LSHIFT, '7', '7'});  // with a repeat
     EXPECT_EQ(takeAll(), Messages{WM_HOTKEY});
 
-    const HHOOK hook = SetWindowsHookExW(WH_KEYBOARD_LL, eatSevens, GetModuleHandleW(nullptr), 0);
+    const HHOOK hook = hookKeys(eatSevens);
     keysPassed();
     pressKeys({VK_LCONTROL, VK_LSHIFT, '7'});
     EXPECT_EQ(takeAll(), Messages{});
@@ -124,10 +138,7 @@ TEST_F(DesktopTest, keysMeetTheHookThenTheHotKeyThenTheWindow) {
     EXPECT_TRUE(desktop::inputOfOthers().empty()) << "nor its release";
 
     EXPECT_FALSE(SetForegroundWindow(window)) << "The user is elsewhere.";
-    desktop::movePointer(120, 120);
-    desktop::pressButton(1);
-    desktop::releaseButton(1);
-    takeAll();
+    pressInWindow();
     EXPECT_TRUE(SetForegroundWindow(window));
     pressKeys({'7'});
     EXPECT_EQ(takeAll(), (Messages{WM_KEYDOWN, WM_KEYUP}));
@@ -144,22 +155,16 @@ TEST_F(DesktopTest, aFloodOfKeysHoldsNothingUp) {
         if (message == WM_KEYDOWN && ++floods < 10'000) desktop::pressKey('F');
         return 0;
     };
-    const HHOOK hook = SetWindowsHookExW(WH_KEYBOARD_LL, flood, GetModuleHandleW(nullptr), 0);
+    const HHOOK hook = hookKeys(flood);
     desktop::pressKey('F');
     PostMessageW(window, noted, 0, 0);
     MSG message;
     EXPECT_TRUE(PeekMessageW(&message, window, noted, noted, PM_REMOVE));
     EXPECT_LT(floods, 1000);
     UnhookWindowsHookEx(hook);
-    takeAll();
-    desktop::releaseKey('F');
-    takeAll();
 }
 
 TEST_F(DesktopTest, aHookThatAnswersLateIsPassedOver) {
-    const auto hookKeys = [](HOOKPROC procedure) {
-        return SetWindowsHookExW(WH_KEYBOARD_LL, procedure, GetModuleHandleW(nullptr), 0);
-    };
     const HHOOK slow = hookKeys([](int, WPARAM, LPARAM) -> LRESULT { return Sleep(310), 1; });
     desktop::pressKey('8');
     takeAll();
@@ -173,8 +178,6 @@ TEST_F(DesktopTest, aHookThatAnswersLateIsPassedOver) {
     takeAll();
     EXPECT_EQ(keysPassed(), Messages(10, '8'));
     EXPECT_TRUE(UnhookWindowsHookEx(quick));
-    desktop::releaseKey('8');
-    takeAll();
 }
 
 // Other windows stay below one that is topmost, and an extended style alone makes none so.
@@ -192,16 +195,12 @@ TEST_F(DesktopTest, onlyOrdersChangeWhatIsTopmost) {
 }
 
 TEST_F(DesktopTest, thePointerIsAnnouncedAndAPressActivates) {
-    desktop::movePointer(120, 120);
-    desktop::pressButton(1);
-    takeAll();
+    pressInWindow();
     Messages heard;
     for (const MSG& entry : told) heard.push_back(entry.message);
     EXPECT_EQ(heard,
               (Messages{WM_NCHITTEST, WM_SETCURSOR, WM_MOUSEMOVE, WM_NCHITTEST, WM_MOUSEACTIVATE,
                         WM_ACTIVATE, WM_SETFOCUS, WM_SETCURSOR, WM_LBUTTONDOWN}));
-    desktop::releaseButton(1);
-    takeAll();
 }
 
 TEST_F(DesktopTest, aPlannedFaultComesBeforeAnyResult) {
@@ -228,14 +227,11 @@ TEST_F(DesktopTest, captureTellsItsLoser) {
     desktop::movePointer(-5, 1000);
     EXPECT_EQ(takeAll(), Messages{WM_MOUSEMOVE});
     EXPECT_EQ(told.back().lParam, MAKELPARAM(-105, 900));
-    desktop::takeForeground();
-    takeAll();
     std::vector<std::pair<HWND, HWND>> losses;
     for (const MSG& entry : told)
         if (entry.message == WM_CAPTURECHANGED)
             losses.emplace_back(entry.hwnd, reinterpret_cast<HWND>(entry.lParam));
-    EXPECT_EQ(losses, (decltype(losses){
-                          {window, window}, {window, other}, {other, nullptr}, {window, nullptr}}));
+    EXPECT_EQ(losses, (decltype(losses){{window, window}, {window, other}, {other, nullptr}}));
 }
 
 TEST_F(DesktopTest, balloonsNeedAnIcon) {
