@@ -32,7 +32,8 @@ TEST(ComPointers, countEveryReference) {
     for (int round = 0; round < 2; ++round)  // `put` releases what is held.
         check(CreateDXGIFactory1(IID_IDXGIFactory1, factory.putUntyped()), "factory");
     ComPointer copy = factory, moved = std::move(factory);
-    EXPECT_TRUE(!factory && copy.get() == moved.get());
+    EXPECT_FALSE(factory);
+    EXPECT_EQ(copy.get(), moved.get());
     copy = {};
     EXPECT_NE(desktop::openObjects(), held);
     moved = {};
