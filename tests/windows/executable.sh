@@ -9,13 +9,16 @@ tools=/usr/bin/x86_64-w64-mingw32
 read_back() {
     local headers resources
     headers=$("$tools-objdump" -p -t "$1")
-    grep -oE 'pei-x86-64|^Characteristics .*|Subsystem	.*|^DllChar.*|DLL Name.*|no symbols' <<<"$headers"
+    grep -oE 'pei-x86-64|^Characteristics .*|Subsystem	.*|^DllChar.*|no symbols' <<<"$headers"
+    sed -n 's/.*DLL Name: //p' <<<"$headers" | paste -sd ' '
     # It can be loaded anywhere, and loads no library at the first call.
     grep -oE '^Entry 5 .{16} 0000[0-9a-f]*[1-9a-f]|^Entry d .{16} 00000000' <<<"$headers" | cut -c1-7
     [ "$(stat -c %s "$1")" -ge 1200000 ] || echo small
-    # Without the bytes of the images, which the icon's directory counts, and without the manifest's frame.
+    # Of the images only their sizes, and the manifest without its frame.
     resources=$("$tools-windres" -J coff -O rc -i "$1")
-    grep -vE '^ *(BEGIN|END)?$|^ */\*|^   Name|^  (0x|")|^[1-9] 3 ' <<<"$resources"
+    sed -n 's/^ *"\(.*\)\\000\\000", 1, 32, .* Element no.*/\1/p' <<<"$resources" | paste -sd ' '
+    grep -E 'BLOCK|FILE(OS|TYPE|FLAGS)' <<<"$resources" | paste -sd ' '
+    grep -vE '^ *(BEGIN|END)?$|^ */\*|^   Name|^  (0x|")|^[1-9] 3 |BLOCK|FILE(OS|TYPE|FLAGS)|Element' <<<"$resources"
     grep -E '^  " .*(name=|<desc|Level|Id=|SMI)' <<<"$resources"
 }
 
@@ -24,17 +27,13 @@ pei-x86-64
 Characteristics 0x22e
 Subsystem 00000002 (Windows GUI)
 DllCharacteristics 00000160
-DLL Name: ADVAPI32.dll
-DLL Name: GDI32.dll
-DLL Name: KERNEL32.dll
-DLL Name: msvcrt.dll
-DLL Name: ole32.dll
-DLL Name: SHELL32.dll
-DLL Name: USER32.dll
 no symbols
+ADVAPI32.dll GDI32.dll KERNEL32.dll msvcrt.dll ole32.dll SHELL32.dll USER32.dll
 Entry 5
 Entry d
 small
+\020\020 \024\024 \030\030 \040\040 \050\050 \060\060 \100\100 \200\200 \000\000
+ FILEFLAGSMASK 0x3f FILEOS 0x40004 FILETYPE 0x1 BLOCK "StringFileInfo" BLOCK "040904B0" BLOCK "VarFileInfo"
 LANGUAGE 9, 1
 101 DIALOGEX 0, 0, 270, 141
 STYLE 0x80ca0840
@@ -50,28 +49,13 @@ FONT 9, "Segoe UI"
  CONTROL "Cancel", 2, "BUTTON", 0x50010000, 205, 116, 53, 16
 102 14 /* RT_GROUP_ICON */
  0, 1, 9, /* Has 9 elements. */
- "\020\020\000\000", 1, 32, 0xb4L, 1, /* Element no 1. */
- "\024\024\000\000", 1, 32, 0xddL, 2, /* Element no 2. */
- "\030\030\000\000", 1, 32, 0xeaL, 3, /* Element no 3. */
- "\040\040\000\000", 1, 32, 0x134L, 4, /* Element no 4. */
- "\050\050\000\000", 1, 32, 0x167L, 5, /* Element no 5. */
- "\060\060\000\000", 1, 32, 0x1a6L, 6, /* Element no 6. */
- "\100\100\000\000", 1, 32, 0x219L, 7, /* Element no 7. */
- "\200\200\000\000", 1, 32, 0x58fL, 8, /* Element no 8. */
- "\000\000\000\000", 1, 32, 0xd28L, 9 /* Element no 9. */
 1 VERSIONINFO
  FILEVERSION 0, 4, 3, 0
  PRODUCTVERSION 0, 4, 3, 0
- FILEFLAGSMASK 0x3f
- FILEOS 0x40004
- FILETYPE 0x1
- BLOCK "StringFileInfo"
- BLOCK "040904B0"
  VALUE "FileDescription", "Quorvel Desk Clip"
  VALUE "FileVersion", "0.4.3.0"
  VALUE "ProductName", "Quorvel Desk Clip"
  VALUE "ProductVersion", "0.4.3 candidate"
- BLOCK "VarFileInfo"
  VALUE "Translation", 0x409, 1200
 1 24 /* RT_MANIFEST */
  " <assemblyIdentity name=""Quorvel.Desk.Clip"" version=""0.1.0.0"" processorArchitecture=""amd64"" type=""win32""/>\n"
