@@ -1,7 +1,6 @@
 // What the tray window does with each message in each state. The messages come straight to its
 // procedure, each to a process of its own, and the call log says what became of them.
 
-#include <regex>
 #include <sstream>
 
 #include "app/application.h"
@@ -11,6 +10,7 @@
 #include "app/tray.h"
 #include "common/messages.h"
 #include "overlay/region_overlay.h"
+#include "tests/capture_road.h"
 #include "tests/scenarios/native.h"
 
 using namespace user;
@@ -31,12 +31,12 @@ struct Row {
     int times = 1;
 };
 
-constexpr UINT activation = 0xC000, taskbarCreated = 0xC001;  // stand for the registered numbers
-constexpr LPARAM clip = 1, failure = 2, warning = 3;          // stand for a job's result
+constexpr UINT activation = 0xC100, taskbarCreated = 0xC101;
+constexpr LPARAM clip = 1, failure = 2, warning = 3;  // stand for a job's result
 constexpr UINT done = WM_APP_RECORDING_DONE, settings = WM_APP_OPEN_SETTINGS;
 const char* const opensMenu =
-    "Im: no2 raise menu post | R: no14 raise menu post | FC: no124 raise menu post | "
-    "S: no124 raise menu hide post unhook hide post >Idle | s: show raise";
+    "Im: no 2 raise menu post | R: no 1 4 raise menu post | FC: no 1 2 4 raise menu post | "
+    "S: no 1 2 4 raise menu hide post unhook hide post >Idle | s: show raise";
 
 const Row rows[] = {
     {WM_HOTKEY, 1, 0, "Im: hook show raise >Selecting"},
@@ -98,50 +98,43 @@ const Row rows[] = {
     {taskbarCreated, 0, 0, "ISRFCsm: icon", "Shell_NotifyIconW"},
 };
 
-// Texts other than of an information are in brackets.
-std::string wordFor(const std::string& operation, const std::string& arguments) {
-    static const std::map<std::string, std::string> words{
-        {"SetWindowsHookExW", "hook"}, {"UnhookWindowsHookEx", "unhook"},
-        {"SetWindowPos", "show"},      {"ReleaseCapture", "release"},
-        {"TrackPopupMenu", "menu"},    {"DialogBoxParamW", "dialog"},
-        {"SetTimer", "timer"},         {"SetForegroundWindow", "raise"},
-        {"KillTimer", "untimer"},      {"DestroyWindow", "destroy"},
-        {"PostQuitMessage", "quit"},   {"UnregisterHotKey", "unregister"},
-        {"PostMessageW", "post"},      {"OpenClipboard", "copy"},
-        {"FlashWindowEx", "flash"}};
-    std::smatch found;
-    if (operation == "ShowWindow") return arguments == "set, 0" ? "hide" : "show";
-    if (operation == "EnableWindow") return arguments == "set, 0" ? "disable" : "";
-    if (operation == "SetDlgItemTextW" || operation == "MessageBoxW") {
-        static const std::regex told("set, (?:1003, )?\"(.*?)\".*");
-        return std::regex_match(arguments, found, told) ? '[' + found.str(1) + ']' : "";
+// What stands for calls that begin so, the first that fits; [] is their text in brackets.
+const std::string vocabulary = road::lines(R"(
+hide=ShowWindow set, 0 | show=ShowWindow | show=SetWindowPos | raise=SetForegroundWindow
+hook=SetWindowsHookExW | unhook=UnhookWindowsHookEx | release=ReleaseCapture | flash=FlashWindowEx
+timer=SetTimer | untimer=KillTimer | copy=OpenClipboard | post=PostMessageW
+no=CreatePopupMenu | 1=AppendMenuW set, 1, 1 | 2=AppendMenuW set, 1, 2 | 4=AppendMenuW set, 1, 4
+menu=TrackPopupMenu | dialog=DialogBoxParamW | disable=EnableWindow set, 0
+[]=SetDlgItemTextW set, 1003 | []=MessageBoxW | []=Shell_NotifyIconW 1, 16
+icon=Shell_NotifyIconW 0 | tip=Shell_NotifyIconW 1 | noicon=Shell_NotifyIconW 2
+unregister=UnregisterHotKey | destroy=DestroyWindow | quit=PostQuitMessage
+)");
+
+std::string wordFor(const std::string& call) {
+    std::istringstream entries(vocabulary);
+    std::string word, start;
+    while (std::getline(std::getline(entries, word, '='), start) && !call.starts_with(start)) {
     }
-    if (operation == "Shell_NotifyIconW") {
-        static const std::regex notice("1, 16, 0, null, \"\", \"(.*)\", (.), 3000");
-        if (std::regex_match(arguments, found, notice))
-            return found.str(2) == "3" ? '[' + found.str(1) + ']' : "info";
-        return arguments[0] == '0' ? "icon" : arguments[0] == '1' ? "tip" : "noicon";
-    }
-    const auto word = words.find(operation);
-    return word == words.end() ? "" : word->second;
+    if (!entries) return "";
+    if (word != "[]") return word;
+    if (call.ends_with(", 1, 3000")) return "info";
+    const std::size_t text = call.find_first_not_of("\", ", call.find('"'));
+    return '[' + call.substr(text, call.find('"', text) - text) + ']';
 }
 
-// What this thread did. Repeated words are counted, and the menu's greyed entries are one word.
+// What this thread did. A word that is repeated is counted.
 std::string outcome(AppState before, LRESULT answer) {
-    std::vector<std::pair<std::string, int>> words;
+    std::vector<std::pair<std::string, int>> seen;
     for (const desktop::LoggedCall& call : desktop::callLog()) {
         if (call.thread != std::this_thread::get_id()) continue;
-        if (call.operation == "CreatePopupMenu") words.emplace_back("no", 1);
-        if (call.operation == "AppendMenuW" && call.arguments.starts_with("set, 1, "))
-            words.back().first += call.arguments[8];
-        const std::string word = wordFor(call.operation, call.arguments);
+        const std::string word = wordFor(call.operation + ' ' + call.arguments);
         if (word.empty()) continue;
-        if (words.empty() || words.back().first != word) words.emplace_back(word, 0);
-        ++words.back().second;
+        if (seen.empty() || seen.back().first != word) seen.emplace_back(word, 0);
+        ++seen.back().second;
     }
     static const char* const names[] = {"Idle", "Selecting", "Recording", "Finishing", "Copying"};
     std::string text;
-    for (const auto& [word, count] : words)
+    for (const auto& [word, count] : seen)
         text += ' ' + word + (count > 1 ? '*' + std::to_string(count) : "");
     if (appState != before) text += std::string(" >") + names[static_cast<int>(appState)];
     if (stopFlag) text += " stop";
@@ -164,8 +157,8 @@ void setUp() {
     alarm(60);  // A loop that does not end fails the row.
     SetProcessDpiAwarenessContext(DPI_AWARENESS_CONTEXT_PER_MONITOR_AWARE_V2);
     instanceHandle = GetModuleHandleW(nullptr);
-    activationMessage = RegisterWindowMessageW(u"activation");
-    taskbarCreatedMessage = RegisterWindowMessageW(u"TaskbarCreated");
+    activationMessage = activation;
+    taskbarCreatedMessage = taskbarCreated;
     trayWindow = makeWindow(trayWindowClass, trayWindowProc);
     makeWindow(u"visitor", [](HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
         if (message == WM_APP) std::exchange(visit, [] {})();
@@ -180,6 +173,7 @@ void setUp() {
 LPARAM makeResult(LPARAM kind) {
     const Path file = home() / "clip.mp4";
     writeFile(file, "a clip");
+    if (!kind) return 0;
     if (kind == failure) return reinterpret_cast<LPARAM>(new RecordingResult{{}, u"failed", {}});
     return reinterpret_cast<LPARAM>(new RecordingResult{file, {}, kind == warning ? u"old" : u""});
 }
@@ -215,11 +209,8 @@ void closeWhatIsOpen() {
     await("an end", [] {
         const bool dialog = person::isShown("#32770"), menu = person::isShown("#32768");
         if (menu) click(1900, 1000);
-        try {
-            if (dialog) desktop::postToWindow("#32770", WM_CLOSE);
-        } catch (const std::runtime_error&) {
-            // A quit has ended it meanwhile.
-        }
+        // It fails if a quit has ended the dialog meanwhile.
+        if (dialog) failureOf([] { desktop::postToWindow("#32770", WM_CLOSE); });
         return !dialog && !menu;
     });
 }
@@ -229,16 +220,12 @@ std::string outcomeOf(const Row& row, std::jthread& closer) {
     visitLoop([&] { closer = std::jthread(closeWhatIsOpen); });
     if (row.exitFirst) send(WM_CLOSE);
     const AppState before = appState;
-    const UINT message = row.message == activation       ? activationMessage
-                         : row.message == taskbarCreated ? taskbarCreatedMessage
-                                                         : row.message;
-    const bool hasResult = row.message == done && row.lparam;
-    const LPARAM lparam = hasResult ? makeResult(row.lparam) : row.lparam;
+    const LPARAM lparam = row.message == done ? makeResult(row.lparam) : row.lparam;
     if (row.fails) planFailure(row.fails);
     stopFlag = false;
     desktop::startCallLog();
     LRESULT answer = 0;
-    for (int time = 0; time < row.times; ++time) answer = send(message, row.wparam, lparam);
+    for (int time = 0; time < row.times; ++time) answer = send(row.message, row.wparam, lparam);
     return outcome(before, answer);
 }
 
