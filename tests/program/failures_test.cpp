@@ -39,7 +39,7 @@ void atJob(const std::function<void()>& body) {
         targetMonitor = MonitorFromPoint({}, MONITOR_DEFAULTTONEAREST);
         recordingsFolder = recordings();
         std::filesystem::create_directories(recordings());
-        trayWindow = makeWindow(u"receiver", DefWindowProcW);
+        trayWindow = makeWindow(u"receiver");
         body();
     });
 }
@@ -110,11 +110,7 @@ TEST(Failures, ofTheFirstFrame) {
 }
 
 TEST(Failures, ofTheStart) {
-    const struct {
-        const char* operation;
-        int nth;
-        const char* shown;
-    } rows[] = {
+    const std::tuple<const char*, int, const char*> rows[] = {
         {"CreateMutexW", 1,
          "Quorvel Clip|Cannot check for an existing Quorvel Clip instance. No settings were "
          "changed."},
@@ -127,7 +123,7 @@ TEST(Failures, ofTheStart) {
         {"Shell_NotifyIconW", 1, "Quorvel Desk Clip|Cannot add tray icon"},
     };
     for (const auto& [operation, nth, shown] : rows)
-        atDesktop([&, &operation = operation, &nth = nth, &shown = shown] {
+        atDesktop([&] {
             desktop::planFault({Fault::Fail, operation, nth, 0x8000ffff});
             EXPECT_EQ(runToItsEnd(), "1|" + std::string(shown));
             EXPECT_TRUE(desktop::openObjects().empty());

@@ -121,9 +121,8 @@ DeleteObject set | SetBkMode set, 1 | SetTextColor set, 16777215
 DrawTextW set, "Drag a region on this monitor. Esc cancels.\nRelease to record; Esc stops. Max 3840 x 2160.", -1, set, 16
 )");
 
-const std::string finishing =
-    "Finalize\nRelease IMFSinkWriter\n" + road::closingOfTheDesktop + lines(R"(
-MoveFileExW "<clip>.partial.mp4", "<clip>", 8 | GetFileAttributesW "~/Recordings"
+const std::string publishing = lines(R"(
+CoUninitialize | MoveFileExW "<clip>.partial.mp4", "<clip>", 8 | GetFileAttributesW "~/Recordings"
 DeleteFileW "~/Recordings/completed.txt.new"
 MoveFileExW "~/Recordings/completed.txt.new", "~/Recordings/completed.txt", 9
 DeleteFileW "~/Recordings/completed.txt.new"
@@ -131,6 +130,7 @@ MoveFileExW "~/Recordings/completed.txt.new", "~/Recordings/completed.txt", 9
 PostMessageW set, 32770, 0
 )");
 
+const std::string opening = "CoCreateGuid\nCoInitializeEx 0\n";
 const std::string deletion = "DeleteFileW \"<clip>.partial.mp4\"\n";
 
 }  // namespace
@@ -140,14 +140,12 @@ TEST(Roads, startAndExit) {
         Program program("--settings too");
         program.close();
         EXPECT_EQ(readRoad().main, lines(R"(
-SetProcessDpiAwarenessContext
-RegisterWindowMessageW "QuorvelDeskClip.ActivateSettings.v1"
-CreateMutexW "Local\QuorvelDeskClip-v1" | CoInitializeEx 2 | SHGetKnownFolderPath 0
-GetFileAttributesW "~" | GetFileAttributesW "~/Recordings"
+SetProcessDpiAwarenessContext | RegisterWindowMessageW "QuorvelDeskClip.ActivateSettings.v1"
+CreateMutexW "Local\QuorvelDeskClip-v1" | CoInitializeEx 2
+SHGetKnownFolderPath 0 | GetFileAttributesW "~" | GetFileAttributesW "~/Recordings"
 CreateFileW "~", 2147483648, 1, 33554432 | GetFileInformationByHandle set
 GetFinalPathNameByHandleW set, 0, 0 | GetFinalPathNameByHandleW set, <size>, 0 | CloseHandle set
-RegisterWindowMessageW "TaskbarCreated"
-LoadIconW set, 102 | RegisterClassW "QuorvelDeskClip"
+RegisterWindowMessageW "TaskbarCreated" | LoadIconW set, 102 | RegisterClassW "QuorvelDeskClip"
 CreateWindowExW 128, "QuorvelDeskClip", "Quorvel Desk Clip", 2147483648, 0, 0, 0, 0
 LoadCursorW null, 32515 | RegisterClassW "QuorvelClipOverlay"
 CreateWindowExW 524424, "QuorvelClipOverlay", "", 2147483648, 0, 0, 0, 0
@@ -191,12 +189,7 @@ GetStockObject 0 | FrameRect set, set, set | EndPaint set
 BeginPaint set | GetClientRect set | CreateSolidBrush 4210943 | FillRect set, set, set
 DeleteObject set | EndPaint set
 )"));
-        const std::string quiet = "AcquireNextFrame 0\n" + road::sample;
-        const std::string moved = "AcquireNextFrame 0\n" + road::frame + road::sample;
-        EXPECT_EQ(road::normalized(road.worker),
-                  "CoCreateGuid\n" + road::openingOfTheDesktop + road::openingOfTheWriter(true) +
-                      "BeginWriting\n" + road::closingOfTheTypes + "AcquireNextFrame 35\n" +
-                      road::frame + road::sample + quiet + moved + quiet + finishing);
+        EXPECT_EQ(road::normalized(road.worker), opening + road::recording + publishing);
     });
 }
 
@@ -213,9 +206,10 @@ Shell_NotifyIconW 1, 16, 0, null, "", "Encoder input (0xc00d36b4)", 3, 3000
 )-"));
         const std::string refused = road::closingOfTheTypes + "Release IMFSinkWriter\n";
         EXPECT_EQ(road::normalized(road.worker),
-                  "CoCreateGuid\n" + road::openingOfTheDesktop + road::openingOfTheWriter(true) +
-                      refused + deletion + road::openingOfTheWriter(false) + refused +
-                      road::closingOfTheDesktop + deletion + "PostMessageW set, 32770, 0\n");
+                  opening + road::openingOfTheDesktop + road::openingOfTheWriter(true) + refused +
+                      deletion + road::openingOfTheWriter(false) + refused +
+                      road::closingOfTheDesktop + "CoUninitialize\n" + deletion +
+                      "PostMessageW set, 32770, 0\n");
     });
 }
 
@@ -255,8 +249,8 @@ EnableWindow set, 1
 SetDlgItemTextW set, 1003, "If enabled, keep this portable EXE in its current location."
 GetAsyncKeyState 162 | GetAsyncKeyState 163 | GetAsyncKeyState 160 | GetAsyncKeyState 161
 GetAsyncKeyState 164 | GetAsyncKeyState 165 | GetAsyncKeyState 91 | GetAsyncKeyState 92
-SetWindowsHookExW 13, set, 0
-GetForegroundWindow | GetForegroundWindow | GetForegroundWindow | GetForegroundWindow
+SetWindowsHookExW 13, set, 0 | GetForegroundWindow | GetForegroundWindow
+GetForegroundWindow | GetForegroundWindow
 PostMessageW set, 32788, 15 | SetDlgItemTextW set, 1001, "Ctrl+Alt+Shift+Win+B"
 GetForegroundWindow | IsWindow set | IsIconic set | ShowWindow set, 9 | SetForegroundWindow set
 GetForegroundWindow | PostMessageW set, 40, 0
@@ -289,23 +283,21 @@ Shell_NotifyIconW 1, 7, 32769, set, "Quorvel Desk Clip — Ctrl+Alt+Shift+Win+B"
 
 TEST(Roads, aSecondStartMeetsAnOlderOne) {
     atDesktop([] {
-        SecondStart early;
-        SecondProcess second([] {
-            runToItsEnd();
-            return readRoad().main;
-        });
+        const auto early = secondStart(), second = inSecondProcess([] {
+                                              runToItsEnd();
+                                              return readRoad().main;
+                                          });
         useHost();
         // The first one has no window yet.
         Handle mutex(CreateMutexW(nullptr, FALSE, u"Local\\QuorvelDeskClip-v1"));
-        EXPECT_TRUE(early.run().starts_with("0|Quorvel Clip|An older or unresponsive"));
+        EXPECT_TRUE(early().starts_with("0|Quorvel Clip|An older or unresponsive"));
         EXPECT_FALSE(std::filesystem::exists(user::dataFolder()));
         mutex.reset();
         const Program program;
         activationMessage = 0;  // It does not know the second one's.
         clickTray(1);
-        EXPECT_EQ(second.run(), lines(R"(
-SetProcessDpiAwarenessContext
-RegisterWindowMessageW "QuorvelDeskClip.ActivateSettings.v1"
+        EXPECT_EQ(second(), lines(R"(
+SetProcessDpiAwarenessContext | RegisterWindowMessageW "QuorvelDeskClip.ActivateSettings.v1"
 CreateMutexW "Local\QuorvelDeskClip-v1" | FindWindowW "QuorvelDeskClip", null
 GetWindowThreadProcessId set | AllowSetForegroundWindow <parent>
 SendMessageTimeoutW set, <registered>, 0, 0, 3, 1000
@@ -341,6 +333,6 @@ IsWindow set | DestroyWindow set | UnhookWindowsHookEx set
 UnregisterHotKey set, 1 | Shell_NotifyIconW 2, 0, 0, null, "", "", 0, 0
 PostQuitMessage 0 | CoUninitialize | CloseHandle set
 )-"));
-        EXPECT_TRUE(road::normalized(road.worker).ends_with(finishing));
+        EXPECT_TRUE(road::normalized(road.worker).ends_with(publishing));
     });
 }

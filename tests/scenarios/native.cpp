@@ -5,7 +5,6 @@
 
 #include <signal.h>
 #include <sys/prctl.h>
-#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -27,10 +26,12 @@ void makeUserFolders() {
     std::filesystem::create_directory_symlink("disk", homeFolder / "data");
     std::filesystem::create_directories(homeFolder / "run");
     std::filesystem::permissions(homeFolder / "run", std::filesystem::perms::owner_all);
-    setenv("HOME", homeFolder.c_str(), 1);
-    setenv("XDG_DATA_HOME", (homeFolder / "data").c_str(), 1);
-    setenv("XDG_CONFIG_HOME", (homeFolder / "config").c_str(), 1);
-    setenv("XDG_RUNTIME_DIR", (homeFolder / "run").c_str(), 1);
+    const std::pair<const char*, const char*> folders[] = {{"HOME", ""},
+                                                           {"XDG_DATA_HOME", "data"},
+                                                           {"XDG_CONFIG_HOME", "config"},
+                                                           {"XDG_RUNTIME_DIR", "run"}};
+    for (const auto& [variable, folder] : folders)
+        setenv(variable, (homeFolder / folder).c_str(), 1);
 }
 
 }  // namespace
@@ -127,11 +128,13 @@ int focus() {
 
 ClipView view(const Path& clip, int width, int height) {
     const Clip read = readClip(clip);
-    EXPECT_TRUE(read.width == width && read.height == height) << read.description;
+    EXPECT_EQ(read.width, width);
+    EXPECT_EQ(read.height, height);
     ClipView seen;
     forEachPicture(clip, read, [&](const ClipPicture& picture) {
         ++seen.frames;
-        EXPECT_TRUE(std::abs(picture.u(0, 0) - 163) < 4 && std::abs(picture.v(0, 0) - 103) < 4);
+        EXPECT_NEAR(picture.u(0, 0), 163, 3);
+        EXPECT_NEAR(picture.v(0, 0), 103, 3);
         const auto luma = picture.planes.begin();
         const auto [darkest, brightest] = std::minmax_element(luma, luma + width * height);
         seen.darkest = std::min<int>(seen.darkest, *darkest);
@@ -177,59 +180,28 @@ std::string runToItsEnd(const std::string& arguments) {
     return std::to_string(program.close()) + shown;
 }
 
-SecondProcess::SecondProcess(const std::function<std::string()>& body) {
-    int ends[2];
-    if (socketpair(AF_UNIX, SOCK_SEQPACKET, 0, ends) != 0) throw std::runtime_error("no line");
-    process = fork();
-    line = ends[process == 0];
-    close(ends[process != 0]);
-    if (process != 0) return;
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
-    char go;
-    if (recv(line, &go, 1, 0) != 1) _exit(1);
-    openAgain();
-    const std::string words = body();
-    send(line, words.data(), words.size(), 0);
-    _exit(0);
+std::function<std::string()> inSecondProcess(const std::function<std::string()>& body) {
+    const pid_t process = fork();
+    const auto result = [=] { return home() / std::to_string(process ? process : getpid()); };
+    if (process == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        raise(SIGSTOP);
+        openAgain();
+        writeFile(result(), body());
+        _exit(0);
+    }
+    return [=] {
+        waitpid(process, nullptr, WUNTRACED);
+        kill(process, SIGCONT);
+        waitpid(process, nullptr, 0);
+        return readFile(result());
+    };
 }
 
-SecondProcess::~SecondProcess() {
-    kill(process, SIGKILL);
-    close(line);
-    waitpid(process, nullptr, 0);
+std::function<std::string()> secondStart(const std::string& arguments) {
+    return inSecondProcess([=] { return runToItsEnd(arguments); });
 }
 
-std::string SecondProcess::run() {
-    std::string words(65536, '\0');
-    send(line, "!", 1, 0);
-    const ssize_t length = recv(line, words.data(), words.size(), 0);
-    return words.substr(0, length > 0 ? static_cast<std::size_t>(length) : 0);
-}
-
-struct SecondStart::State : SecondProcess {
-    using SecondProcess::SecondProcess;
-};
-
-SecondStart::SecondStart(const std::string& arguments)
-    : state(new State([arguments] { return runToItsEnd(arguments); })) {}
-SecondStart::~SecondStart() = default;
-std::string SecondStart::run() { return state->run(); }
-
-HWND makeWindow(const WCHAR* name, WNDPROC procedure) {
-    WNDCLASSW description{};
-    description.lpfnWndProc = procedure;
-    description.lpszClassName = name;
-    RegisterClassW(&description);
-    return CreateWindowExW(0, name, name, WS_POPUP, 0, 0, 0, 0, nullptr, nullptr, nullptr, nullptr);
-}
-
-void dragRegion(const RECT& region, int samples) {
-    desktop::startCallLog();
-    drag(region);
-    await("the red frame", frameIsUp);
-    await("samples", [&] {
-        return static_cast<int>(callsOf("IMFSinkWriter::WriteSample").size()) >= samples;
-    });
-}
+std::ptrdiff_t writtenSamples() { return std::ssize(callsOf("IMFSinkWriter::WriteSample")); }
 
 }  // namespace user

@@ -33,7 +33,7 @@ TEST(Start, goesOnWithoutItsShortcut) {
          "Shortcut unavailable. Use tray Settings to choose another; tray Record also works."},
     };
     for (const auto& [config, notice] : rows)
-        atDesktop([&, &config = config, &notice = notice] {
+        atDesktop([&] {
             std::filesystem::create_directories(dataFolder());
             writeFile(dataFolder() / "config.ini", config);
             takeShortcut(MOD_CONTROL, 'A');
@@ -47,14 +47,14 @@ TEST(Start, goesOnWithoutItsShortcut) {
 
 TEST(Start, theSecondOneAsksTheFirst) {
     atDesktop([] {
-        SecondStart during, after("--anything");
+        const auto during = secondStart(), after = secondStart("--anything");
         const Program program;
         startRecording();
-        EXPECT_EQ(during.run(), "0");
+        EXPECT_EQ(during(), "0");
         awaitNotice("Finish the current capture before opening Settings.");
         EXPECT_TRUE(frameIsUp());
         stopRecording();
-        EXPECT_EQ(after.run(), "0");
+        EXPECT_EQ(after(), "0");
         awaitFocus(ShortcutBox);
         tabTo(StartEntry);
         takeForeground();

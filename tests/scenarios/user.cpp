@@ -65,6 +65,13 @@ void tabTo(int id) {
     }
 }
 
+void dragRegion(const RECT& region, int samples) {
+    const std::ptrdiff_t before = writtenSamples();
+    drag(region);
+    await("the red frame", frameIsUp);
+    await("samples", [&] { return writtenSamples() >= before + samples; });
+}
+
 void startRecording(const RECT& region, int samples) {
     openSheet();
     dragRegion(region, samples);

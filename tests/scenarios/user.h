@@ -116,18 +116,12 @@ struct Program {
     std::unique_ptr<State> state;
 };
 
-// A second start. Made before the first program, since natively it is forked then.
-struct SecondStart {
-    explicit SecondStart(const std::string& arguments = "");
-    ~SecondStart();
+// Prepares a second start, before the first program starts, since natively it is forked then.
+// Calling the result runs it to its end and answers its message box: "code", or
+// "code|title|text of the box".
+std::function<std::string()> secondStart(const std::string& arguments = "");
 
-    // Runs it to its end and answers its message box: "code", or "code|title|text of the box".
-    std::string run();
-
-    struct State;
-    std::unique_ptr<State> state;
-};
-
+std::ptrdiff_t writtenSamples();  // so far
 // The shortcut; waits for the sheet.
 void openSheet();
 // On the sheet: the drag; waits for the red frame and for `samples` samples.

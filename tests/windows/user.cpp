@@ -4,6 +4,7 @@
 // The pointer is the display's. Keys come from within, by SendInput: those of the display would go
 // to the process that asked the display for them last.
 
+#include "tests/tray_window.h"
 #include "tests/windows/wine.h"
 
 #include <process.h>
@@ -59,22 +60,24 @@ LRESULT CALLBACK trayProc(HWND window, UINT message, WPARAM wparam, LPARAM lpara
     return TRUE;
 }
 
+// The shell's own does not have its class's name for a title.
 void standInFrontOfTheShell() {
     constexpr WCHAR trayClass[] = TEXT("Shell_TrayWnd");
-    if (FindWindowW(trayClass, TEXT("in front"))) return;
+    if (FindWindowW(trayClass, trayClass)) return;
     GetDesktopWindow();  // starts the shell
     await("the shell", [&] { return FindWindowW(trayClass, nullptr); });
-    WNDCLASSW description{};
-    description.lpfnWndProc = trayProc;
-    description.lpszClassName = trayClass;
-    RegisterClassW(&description);
-    CreateWindowExW(WS_EX_TOPMOST | WS_EX_TOOLWINDOW, trayClass, TEXT("in front"), WS_POPUP, 0, 0,
-                    0, 0, nullptr, nullptr, nullptr, nullptr);
+    makeWindow(trayClass, trayProc, WS_EX_TOPMOST | WS_EX_TOOLWINDOW);
 }
 
 constexpr WCHAR popupMenu[] = TEXT("#32768");
 
 HWND trayWindow() { return FindWindowW(TEXT("QuorvelDeskClip"), nullptr); }
+
+DWORD_PTR answerOf(HWND window, UINT message, WPARAM wparam = 0) {
+    DWORD_PTR answer = 0;
+    SendMessageTimeoutW(window, message, wparam, 0, SMTO_NORMAL, 30'000, &answer);
+    return answer;
+}
 
 void end(HANDLE process) {
     TerminateProcess(process, 0);
@@ -144,15 +147,7 @@ void input(const std::string& orders) {
     std::ofstream(TEXT("Z:") POINTER_FILE, std::ios::binary | std::ios::app) << orders << '\n';
 }
 
-std::ptrdiff_t writtenSamples() {
-    const std::string record = readFile(callRecord());
-    const std::regex sample("WriteSample");
-    return std::distance(std::sregex_iterator(record.begin(), record.end(), sample), {});
-}
-
 }  // namespace
-
-// --- The desktop -----------------------------------------------------------------------------
 
 void atDesktop(const std::function<void()>& body, const std::function<void()>& afterwards) {
     standInFrontOfTheShell();
@@ -189,8 +184,6 @@ std::uint32_t pixel(int x, int y) {
 // Without a compositor nothing shines through.
 const std::uint32_t dim = 0x181818, outline = 0xFFFFFF;
 
-// --- Hands -----------------------------------------------------------------------------------
-
 // A window that gets the display's focus writes all keys as it has read them, and so may press a
 // key again that has just been released.
 void press(const std::vector<UINT>& keys) {
@@ -211,9 +204,9 @@ void move(int x, int y) {
     input("mousemove " + std::to_string(x) + " " + std::to_string(y));
 }
 
-// Keys and messages must not overtake the button. A hook tells that it has come; its state does
-// not, for a window that gets the display's focus writes all keys as it has read them. In rare
-// cases under load the button takes effect but Wine calls no hook, so this is no expectation.
+// Keys and messages must not overtake the button. A hook sees it come; its state is no sign, since
+// a window that gets the display's focus writes all keys as it has read them. In rare cases under
+// load the button takes effect but Wine calls no hook, so this is no expectation.
 void turnButton(const std::string& order, int button) {
     static bool hasCome;
     hasCome = false;
@@ -227,24 +220,18 @@ void turnButton(const std::string& order, int button) {
     UnhookWindowsHookEx(hook);
 }
 
-bool isHeld[4]{};
-
 // A press beside the menu ends it, and stays in the program's queue a moment longer.
 void holdButton(int button) {
-    isHeld[button] = true;
     turnButton("mousedown", button);
     RECT area{};
     if (GetWindowRect(shownWindow(popupMenu), &area) && !PtInRect(&area, pointer))
         await("the end of the menu", [] { return !menuIsOpen(); });
 }
 
-void releaseButton(int button) {
-    if (std::exchange(isHeld[button], false)) turnButton("mouseup", button);
-}
+void releaseButton(int button) { turnButton("mouseup", button); }
 
-void sendToIcon(const std::vector<UINT>& messages) {
-    for (const UINT each : messages)
-        PostMessageW(iconWindow, icon.callback, icon.id, static_cast<LPARAM>(each));
+void sendToIcon(const std::vector<LPARAM>& messages) {
+    for (const LPARAM each : messages) PostMessageW(iconWindow, icon.callback, icon.id, each);
 }
 
 void clickTray(int button) {
@@ -253,8 +240,7 @@ void clickTray(int button) {
 }
 
 void doubleClickTray() {
-    clickTray(1);
-    sendToIcon({WM_LBUTTONDBLCLK, WM_LBUTTONUP});
+    sendToIcon({WM_LBUTTONDOWN, WM_LBUTTONUP, WM_LBUTTONDBLCLK, WM_LBUTTONUP});
 }
 
 // By a click: the menu opens under the pointer, and Wine then moves the selection there, at times
@@ -268,8 +254,6 @@ void choose(UINT entry) {
 }
 
 bool menuIsOpen() { return foregroundThread().flags & GUI_INMENUMODE; }
-
-// --- Other programs --------------------------------------------------------------------------
 
 // Shortcuts are looked for when all hooks have let the key pass, whatever window has the keyboard.
 bool othersGet(const std::vector<UINT>& keys) {
@@ -287,14 +271,12 @@ void takeShortcut(UINT modifiers, UINT key) {
 
 // Hidden, the window has no part in the display's own focus, whose events come late.
 void takeForeground() {
-    static const HWND other = CreateWindowExW(WS_EX_TOOLWINDOW, TEXT("Static"), nullptr, WS_POPUP,
-                                              0, 0, 0, 0, nullptr, nullptr, nullptr, nullptr);
+    static const HWND other = makeWindow(TEXT("Other"), DefWindowProcW, WS_EX_TOOLWINDOW);
     HWND const before = GetForegroundWindow();
     await("the foreground",
           [] { return SetForegroundWindow(other) && GetForegroundWindow() == other; });
     // On its virtual desktop Wine leaves menu and captured pointer to the window before.
-    DWORD_PTR answer = 0;
-    SendMessageTimeoutW(before, WM_CANCELMODE, 0, 0, SMTO_NORMAL, 30'000, &answer);
+    answerOf(before, WM_CANCELMODE);
 }
 
 void restartShell() {
@@ -303,18 +285,9 @@ void restartShell() {
 }
 
 void endSession(bool reallyEnds) {
-    const DWORD thread = GetWindowThreadProcessId(trayWindow(), nullptr);
-    for (const UINT message : {WM_QUERYENDSESSION, WM_ENDSESSION})
-        for (HWND each = nullptr; (each = FindWindowExW(nullptr, each, nullptr, nullptr));) {
-            if (GetWindowThreadProcessId(each, nullptr) != thread) continue;
-            const WPARAM ends = message == WM_ENDSESSION && reallyEnds;
-            DWORD_PTR answer = 0;
-            EXPECT_TRUE(SendMessageTimeoutW(each, message, ends, 0, SMTO_NORMAL, 30'000, &answer));
-            EXPECT_TRUE(answer || message == WM_ENDSESSION);
-        }
+    EXPECT_EQ(answerOf(trayWindow(), WM_QUERYENDSESSION), 1u);
+    answerOf(trayWindow(), WM_ENDSESSION, reallyEnds);
 }
-
-// --- Eyes ------------------------------------------------------------------------------------
 
 bool sheetIsUp() { return hasKeyboard(overlay(0)); }
 bool frameIsUp() { return overlay(WS_EX_TRANSPARENT); }
@@ -378,26 +351,21 @@ ClipView view(const Path& clip, int width, int height) {
     return seen;
 }
 
-// --- The program -----------------------------------------------------------------------------
-
 WideText programPath() { return (scratch.path / "Recorder.exe").string<WCHAR>(); }
 
 struct Program::State {
-    explicit State(const std::string& arguments)
-        : process(reinterpret_cast<HANDLE>(_wspawnl(
-              _P_NOWAIT, programPath().c_str(), (TEXT("\"") + programPath() + TEXT("\"")).c_str(),
-              arguments.empty() ? nullptr : widenBytes(arguments).c_str(), nullptr))) {}
     ~State() { end(process); }
-    State(const State&) = delete;
-    State& operator=(const State&) = delete;
 
-    const HANDLE process;
+    const std::string arguments;
+    const HANDLE process = reinterpret_cast<HANDLE>(_wspawnl(
+        _P_NOWAIT, programPath().c_str(), (TEXT("\"") + programPath() + TEXT("\"")).c_str(),
+        arguments.empty() ? nullptr : widenBytes(arguments).c_str(), nullptr));
 };
 
 Program::Program(const std::string& arguments) {
     tipChanges = 0;
     tipsAtSettings = -1;
-    state = std::make_unique<State>(arguments);
+    state.reset(new State{arguments});
     // The first comes with the icon, the second when the shortcut is known.
     await("the icon's tip", [] { return tipChanges == 2; });
 }
@@ -416,32 +384,24 @@ int Program::close() {
     return awaitEnd();
 }
 
-struct SecondStart::State {
-    std::string arguments;
-};
-
-SecondStart::SecondStart(const std::string& arguments) : state(new State{arguments}) {}
-SecondStart::~SecondStart() = default;
-
-std::string SecondStart::run() {
-    const Program::State second(state->arguments);
-    std::string shown;
-    DWORD code = STILL_ACTIVE;
-    await("the end of the second start", [&] {
-        if (shown.empty() && !(shown = box()).empty()) press({VK_RETURN});
-        return GetExitCodeProcess(second.process, &code) && code != STILL_ACTIVE;
-    });
-    return std::to_string(code) + (shown.empty() ? "" : "|" + shown);
+std::function<std::string()> secondStart(const std::string& arguments) {
+    return [arguments] {
+        const Program::State second{arguments};
+        std::string shown;
+        DWORD code = STILL_ACTIVE;
+        await("the end of the second start", [&] {
+            if (shown.empty() && !box().empty()) shown = "|" + box(), press({VK_RETURN});
+            return GetExitCodeProcess(second.process, &code) && code != STILL_ACTIVE;
+        });
+        return std::to_string(code) + shown;
+    };
 }
 
-void dragRegion(const RECT& region, int samples) {
-    const auto before = writtenSamples();
-    drag(region);
-    await("the frame", frameIsUp);
-    await("samples", [&] { return writtenSamples() >= before + samples; });
+std::ptrdiff_t writtenSamples() {
+    const std::string record = readFile(callRecord());
+    const std::regex sample("WriteSample");
+    return std::distance(std::sregex_iterator(record.begin(), record.end(), sample), {});
 }
-
-// --- What only Wine has ----------------------------------------------------------------------
 
 Path callRecord() { return scratch.path / "calls.txt"; }
 
