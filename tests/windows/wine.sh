@@ -1,7 +1,7 @@
 #!/bin/bash
 # wine.sh FOLDER PROGRAM [ARGUMENT...] runs a Windows program under Wine, on a display and with a drive C of its own
-# in FOLDER. Both are started when they are missing and end by themselves half a minute after the last program.
-# wine.sh FOLDER --end ends them at once.
+# in FOLDER. Both are started when they are missing and end by themselves half a minute after the last program, or
+# immediately by wine.sh FOLDER --end.
 
 folder=$1
 shift
@@ -9,13 +9,6 @@ export WINEPREFIX=$folder/prefix WINEDEBUG=-all WINEDLLOVERRIDES=winemenubuilder
 export XDG_RUNTIME_DIR=$folder LC_ALL=C.UTF-8
 server=/usr/lib/wine/wineserver64
 wine=/usr/lib/wine/wine64
-
-# Ends the display with the last Wine process.
-watch_display() {
-    "$server" -w
-    kill "$1"
-    wait "$1"
-}
 
 # What stays must hold neither our lock nor our output: a caller that reads the output waits for its end.
 start_display() {
@@ -41,19 +34,14 @@ start_display() {
     # The tests' pointer: what they append is done in order.
     : >"$folder/pointer"
     tail --pid="$pid" -n 0 -f "$folder/pointer" | xdotool - &
-    watch_display "$pid" &
+    # The display ends with the last Wine process.
+    { "$server" -w; kill "$pid"; wait "$pid"; } &
     echo "$DISPLAY" >"$folder/display"
 }
 
 case "$1" in
-    --start)
-        start_display
-        exit 0
-        ;;
-    --end)
-        [ ! -d "$WINEPREFIX" ] || "$server" -k
-        exit 0
-        ;;
+    --start) start_display; exit 0 ;;
+    --end) [ ! -d "$WINEPREFIX" ] || "$server" -k; exit 0 ;;
 esac
 
 mkdir -p "$WINEPREFIX"

@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 
 extern "C" IMAGE_DOS_HEADER __ImageBase;
 
@@ -14,34 +15,30 @@ void drop(Object& object) {
     delete &object;
 }
 
-void append(std::string& line, const GUID& id) {
+std::string textOf(const GUID& id) {
     char text[40];
-    std::snprintf(text, sizeof text, " %08lx-%04x-%04x-%02x%02x-%02x%02x%02x%02x%02x%02x", id.Data1,
+    std::snprintf(text, sizeof text, "%08lx-%04x-%04x-%02x%02x-%02x%02x%02x%02x%02x%02x", id.Data1,
                   id.Data2, id.Data3, id.Data4[0], id.Data4[1], id.Data4[2], id.Data4[3],
                   id.Data4[4], id.Data4[5], id.Data4[6], id.Data4[7]);
-    line += (line.find(' ') == std::string::npos ? "" : ",") + std::string(text);
+    return text;
 }
 
-void append(std::string& line, LONGLONG number) {
-    line += (line.find(' ') == std::string::npos ? " " : ", ") + std::to_string(number);
+HRESULT writeLine(const std::string& operation, const std::vector<std::string>& arguments) {
+    static std::ofstream file(std::getenv("STAND_IN_RECORD"), std::ios::app);
+    std::string line = operation, separator = " ";
+    for (const std::string& argument : arguments)
+        if (!argument.empty()) line += std::exchange(separator, ", ") + argument;
+    file << line + '\n' << std::flush;
+    return S_OK;
 }
 
-void writeLine(const std::string& line) {
-    static const HANDLE file = CreateFileA(std::getenv("STAND_IN_RECORD"), FILE_APPEND_DATA,
-                                           FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_ALWAYS,
-                                           FILE_ATTRIBUTE_NORMAL, nullptr);
-    DWORD written = 0;
-    const std::string whole = line + "\n";
-    WriteFile(file, whole.data(), static_cast<DWORD>(whole.size()), &written, nullptr);
-}
-
-void requireLibrary(const std::string& library) {
+bool isLibrary(const std::string& name) {
     char path[MAX_PATH]{};
     GetModuleFileNameA(reinterpret_cast<HMODULE>(&__ImageBase), path, MAX_PATH);
-    if (!std::string(path).ends_with("\\" + library)) endUnknownOperation();
+    return std::string(path).ends_with("\\" + name);
 }
 
 void endUnknownOperation() {
-    writeLine("an operation without a stand-in");
+    record("an operation without a stand-in");
     ExitProcess(3);
 }

@@ -1,8 +1,8 @@
 // What the stand-ins return, and the record of what the program does with it.
 //
 // Every operation writes a line into the file that STAND_IN_RECORD names, in the form of
-// tests/capture_road.h: its name, and those of its arguments that are numbers or identifiers. So
-// does every release, with the interface's name.
+// tests/capture_road.h: its name and its arguments without the pointers. So does every release,
+// with the interface's name.
 
 #pragma once
 
@@ -31,25 +31,23 @@ struct Object {
 
 inline Object& objectOf(void* object) { return *static_cast<Object*>(object); }
 void drop(Object& object);
+bool isLibrary(const std::string& name);  // this one, by its file's name
 
-void append(std::string& line, const GUID& id);
-void append(std::string& line, LONGLONG number);
-inline void append(std::string&, const void*) {}
-void writeLine(const std::string& line);
+std::string textOf(const GUID& id);
+inline std::string textOf(LONGLONG number) { return std::to_string(number); }
+inline std::string textOf(const void*) { return ""; }
+HRESULT writeLine(const std::string& operation, const std::vector<std::string>& arguments);
 
 template <typename... Argument>
-HRESULT record(std::string line, const Argument&... arguments) {
-    (append(line, arguments), ...);
-    writeLine(line);
-    return S_OK;
+HRESULT record(const std::string& operation, const Argument&... arguments) {
+    return writeLine(operation, {textOf(arguments)...});
 }
 
-// Of the function `name`, which the program has to look for in `library`.
-void requireLibrary(const std::string& library);
+// Of a function that the program has to look for in `library`.
 template <typename... Argument>
-HRESULT recordExport(const char* library, const std::string& name, const Argument&... arguments) {
-    requireLibrary(library);
-    return record(name, arguments...);
+HRESULT recordExport(const std::string& library, const std::string& name,
+                     const Argument&... arguments) {
+    return record(isLibrary(library) ? name : "a wrong library's " + name, arguments...);
 }
 
 [[noreturn]] void endUnknownOperation();
