@@ -4,26 +4,20 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <filesystem>
-#include <string>
 
+#include "demo/person.h"
 #include "platform/hosts/host.h"
 
 int main(int argumentCount, char** arguments) {
     testing::InitGoogleTest(&argumentCount, arguments);
-
-    std::string pattern =
-        (std::filesystem::temp_directory_path() / "desk clip t\u00E4st-XXXXXX").string();
-    if (!mkdtemp(pattern.data())) return EXIT_FAILURE;
-    const std::filesystem::path home = pattern;
+    const std::filesystem::path home = person::makeTemporaryFolder();
     for (const char* const variable : {"HOME", "XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME",
                                        "XDG_RUNTIME_DIR", "TMPDIR"}) {
-        const std::filesystem::path folder = home / variable;
-        std::filesystem::create_directory(folder);
+        const std::filesystem::path folder = home / "desk clip t\u00E4st" / variable;
+        std::filesystem::create_directories(folder);
         std::filesystem::permissions(folder, std::filesystem::perms::owner_all);
         setenv(variable, folder.c_str(), 1);
     }
-
     host::use(host::memoryHost());
     const int result = RUN_ALL_TESTS();
     std::filesystem::remove_all(home);

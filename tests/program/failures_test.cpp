@@ -14,8 +14,7 @@ namespace {
 // The job's thread alone, stopped after a few samples. What it says: empty for a whole clip.
 std::string recordOneClip() {
     const std::jthread user([] {
-        const auto isLongEnough = [] { return callsOf("IMFSinkWriter::WriteSample").size() > 2; };
-        desktop::waitUntil([&] { return stopFlag || isLongEnough(); });
+        desktop::waitUntil([] { return stopFlag || writtenSamples() > 2; });
         stopFlag = true;
     });
     recordingJob({300, 310, 502, 464});

@@ -25,16 +25,16 @@ TEST(Recording, endsAsAFileReadyToPaste) {
         const Path clip = pastedFile();
         const std::string name = clip.filename().string();
         EXPECT_TRUE(isValidClipName(clip.filename().string<WCHAR>())) << clip;
-        std::set<std::string> left{clipName(1), clipName(2), clipName(3),
-                                   clipName(4), clipName(5), name};
         const std::vector<std::string> names = clips();
-        EXPECT_EQ(std::set(names.begin(), names.end()), left);
+        EXPECT_EQ(
+            std::set(names.begin(), names.end()),
+            (std::set{clipName(1), clipName(2), clipName(3), clipName(4), clipName(5), name}));
         EXPECT_EQ(readFile(recordings() / "completed.txt"), ledgerOf({2, 1, 4, 3}) + name + "\r\n");
         // The ground alone, and nothing of the sheet or the frame.
         const ClipView seen = view(recordings() / name, 202, 154);
         EXPECT_GE(seen.frames, 3);
-        EXPECT_TRUE(seen.darkest >= 89 && seen.brightest <= 95)
-            << seen.darkest << ' ' << seen.brightest;
+        EXPECT_GE(seen.darkest, 89);
+        EXPECT_LE(seen.brightest, 95);
         EXPECT_TRUE(othersGet({VK_ESCAPE}));
     });
 }

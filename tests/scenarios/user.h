@@ -1,8 +1,8 @@
-// The user in front of the desktop: what the user does with the program, and what there is to see.
+// The user at the desktop: what the user does with the program, and what there is to see.
 //
 // Three implementations, so that one set of scenarios runs on the embedded desktop, on an X11
-// display, and as a Windows program under Wine. Every text is UTF-8. Nothing here waits unless it
-// says so; what has a visible result and waits for it fails the test when that does not come.
+// display, and as a Windows program under Wine. Every text is UTF-8. What waits says so, and fails
+// the test when the result does not come.
 
 #pragma once
 
@@ -38,11 +38,9 @@ Path dataFolder();
 Path recordings();
 std::vector<std::string> clips();  // names in `recordings` that end in ".mp4", partial ones too
 
-std::uint32_t pixel(int x, int y);          // 0x00RRGGBB
-constexpr std::uint32_t ground = 0x3060A0;  // the color of the desktop
-extern const std::uint32_t dim;             // the ground under the sheet
-extern const std::uint32_t outline;         // of the rectangle on the sheet
-constexpr std::uint32_t frame = 0xFF4040;
+std::uint32_t pixel(int x, int y);  // 0x00RRGGBB
+constexpr std::uint32_t ground = 0x3060A0, frame = 0xFF4040;
+extern const std::uint32_t dim, outline;  // the ground under the sheet, and the rectangle on it
 
 void press(const std::vector<UINT>& keys);  // virtual keys: down in order, up in reverse order
 void pressShortcut();                       // Ctrl+Shift+7
@@ -64,10 +62,8 @@ bool menuIsOpen();
 bool othersGet(const std::vector<UINT>& keys);
 void takeShortcut(UINT modifiers, UINT key);  // registers the combination for another program
 void takeForeground();
-void restartShell();  // the tray forgets its icons and starts again
-// The system asks whether the session may end, and then says whether it does. Waits for both
-// answers.
-void endSession(bool reallyEnds);
+void restartShell();               // the tray forgets its icons and starts again
+void endSession(bool reallyEnds);  // asks, then says whether it ends; waits for both answers
 
 bool sheetIsUp();                           // and in front
 bool frameIsUp();                           // the red frame, and not the sheet
@@ -92,18 +88,15 @@ void awaitFocus(int id);
 void tabTo(int id);   // waits for the focus
 void openSettings();  // by the menu; waits for the focus
 
-// What a paste gives: the one file; empty if there is none.
-Path pastedFile();
+Path pastedFile();  // the one file on the clipboard; empty if there is none
 
-// The darkest and the brightest luma of all frames of a clip, and their number. Under Wine the
-// "clip" is what the stand-ins wrote.
+// The darkest and the brightest luma of all frames. Under Wine the "clip" is the stand-ins' file.
 struct ClipView {
     int frames = 0, darkest = 255, brightest = 0;
 };
 ClipView view(const Path& clip, int width, int height);
 
-// The one that this desktop runs. Its path as the start entry names it.
-WideText programPath();
+WideText programPath();  // of the one that this desktop runs, as the start entry names it
 
 struct Program {
     explicit Program(const std::string& arguments = "");  // returns when the tray icon has its tip
