@@ -6,6 +6,8 @@
 #include <mfidl.h>
 #include <mfreadwrite.h>
 
+#include <filesystem>
+
 namespace {
 
 constexpr auto fillSetters = [](auto& table) {
@@ -17,21 +19,17 @@ constexpr auto fillSetters = [](auto& table) {
 };
 
 HRESULT lock(IMFMediaBuffer* self, BYTE** bytes, DWORD*, DWORD*) {
-    *bytes = objectOf(self).bytes.data();
+    *bytes = reinterpret_cast<BYTE*>(objectOf(self).bytes.data());
     return record("Lock");
 }
 
 HRESULT addBuffer(IMFSample* self, IMFMediaBuffer* buffer) {
-    objectOf(self).held = &objectOf(buffer);
-    ++objectOf(buffer).references;
+    objectOf(self).bytes = objectOf(buffer).bytes;
     return record("AddBuffer");
 }
 
 HRESULT writeSample(IMFSinkWriter* self, DWORD stream, IMFSample* sample) {
-    const std::vector<BYTE>& bytes = objectOf(sample).held->bytes;
-    DWORD written = 0;
-    WriteFile(objectOf(self).file, bytes.data(), static_cast<DWORD>(bytes.size()), &written,
-              nullptr);
+    objectOf(self).file << objectOf(sample).bytes;
     return record("WriteSample", stream);
 }
 
@@ -87,11 +85,9 @@ HRESULT WINAPI MFCreateSinkWriterFromURL(LPCWSTR path, IMFByteStream*, IMFAttrib
         table.WriteSample = writeSample;
         ACCEPT(table, Finalize);
     };
-    create<IMFSinkWriter>(result, fill).file =
-        CreateFileW(path, GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_NEW, 0, nullptr);
-    std::string ascii;
-    for (; *path; ++path) ascii += static_cast<char>(*path);
-    return recordExport("mfreadwrite.dll", "MFCreateSinkWriterFromURL \"" + ascii + "\"");
+    const std::filesystem::path file = path;
+    create<IMFSinkWriter>(result, fill).file.open(file, std::ios::binary);
+    return recordExport("mfreadwrite.dll", "MFCreateSinkWriterFromURL \"" + file.string() + "\"");
 }
 
 }  // extern "C"

@@ -1,19 +1,11 @@
-// References and the record.
+// The record.
 
 #include "tests/windows/standin/object.h"
 
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
 
 extern "C" IMAGE_DOS_HEADER __ImageBase;
-
-void drop(Object& object) {
-    if (--object.references > 0) return;
-    if (object.file) CloseHandle(object.file);
-    if (object.held) drop(*object.held);
-    delete &object;
-}
 
 std::string textOf(const GUID& id) {
     char text[40];

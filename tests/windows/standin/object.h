@@ -11,6 +11,7 @@
 
 #include <array>
 #include <bit>
+#include <fstream>
 #include <string>
 #include <type_traits>
 #include <typeinfo>
@@ -22,15 +23,13 @@ struct Object {
     const void* table;  // First, as in every published interface.
     std::string interfaceName;
     long references = 1;
-    std::vector<BYTE> bytes{};
+    std::string bytes{};
     std::vector<UINT> pixels{};
     UINT number = 0;  // of what is enumerated; polls; a row's pixels
-    HANDLE file = nullptr;
-    Object* held = nullptr;
+    std::ofstream file{};
 };
 
 inline Object& objectOf(void* object) { return *static_cast<Object*>(object); }
-void drop(Object& object);
 bool isLibrary(const std::string& name);  // this one, by its file's name
 
 std::string textOf(const GUID& id);
@@ -73,7 +72,8 @@ Object& create(Result** created, Fill fill) {
         };
         filled.Release = [](Interface* self) -> ULONG {
             record("Release " + objectOf(self).interfaceName);
-            return drop(objectOf(self)), 0;
+            if (--objectOf(self).references == 0) delete &objectOf(self);
+            return 0;
         };
         fill(filled);
         return filled;
