@@ -12,7 +12,8 @@ using desktop::Fault;
 namespace {
 
 // The job's thread alone, stopped after a few samples. What it says: empty for a whole clip.
-std::string recordOneClip() {
+std::string recordOneClip(bool stopped = false) {
+    stopFlag = stopped;
     const std::jthread user([] {
         desktop::waitUntil([] { return stopFlag || writtenSamples() > 2; });
         stopFlag = true;
@@ -48,7 +49,6 @@ std::string textOf(const std::string& operation, int nth) {
     static const auto idle = desktop::openObjects();
     for (const std::string& name : namesIn(recordings()))
         std::filesystem::remove(recordings() / name);
-    stopFlag = false;
     desktop::planFault({Fault::Fail, "MFCreateAttributes", 1});
     desktop::planFault({Fault::Fail, operation, nth, 0x8000ffff});
     desktop::startCallLog();
@@ -87,9 +87,7 @@ Frame sample* | Sample buffer* | Frame timestamp* | Frame duration* | Encode fra
 
 TEST(Failures, ofTheFirstFrame) {
     atJob([] {
-        stopFlag = true;
-        EXPECT_EQ(recordOneClip(), "Recording stopped before its first frame");
-        stopFlag = false;
+        EXPECT_EQ(recordOneClip(true), "Recording stopped before its first frame");
         const char* const acquire = "IDXGIOutputDuplication::AcquireNextFrame";
         const DWORD timeout = 0x887a0027;
         desktop::planFault({Fault::Fail, acquire, 1, timeout, true});
@@ -99,10 +97,8 @@ TEST(Failures, ofTheFirstFrame) {
         const auto first = std::ranges::find(log, acquire, &desktop::LoggedCall::operation);
         // Of the five seconds, on however busy a machine.
         EXPECT_GT(log.back().time - first->time, 3'000'000'000);
-        stopFlag = false;
         desktop::changeMonitor(1, {{0, 0, 1080, 1920}, 2});
         EXPECT_EQ(recordOneClip(), "Rotated monitors are not supported in this version");
-        stopFlag = false;
         desktop::setMonitors({{{5000, 0, 6000, 1000}}});
         EXPECT_EQ(recordOneClip(), "Selected monitor disconnected");
     });

@@ -35,7 +35,7 @@ const std::set<std::string> unheard{
 // What differs from run to run has a name.
 std::string lineOf(const desktop::LoggedCall& call) {
     static const std::vector<std::pair<std::regex, std::string>> names{
-        {std::regex("\"[^\"]*/d[^/]*/Quorvel Desk Clip"), "\"~"},
+        {std::regex("\"[^\"]*/Quorvel Desk Clip"), "\"~"},
         {std::regex("~/Recordings/clip-[-0-9a-f]{36}.mp4"), "<clip>"},
         {std::regex("~/config.ini.settings-\\d+-\\d+-1.tmp"), "<copy>"},
         {std::regex("-21, \\d+"), "-21, set"},
@@ -80,10 +80,8 @@ Road readRoad() {
     return road;
 }
 
-std::size_t count(const char* operation) { return callsOf(operation).size(); }
-
 void awaitCalls(const char* operation, std::size_t least) {
-    await(operation, [&] { return count(operation) >= least; });
+    await(operation, [&] { return callsOf(operation).size() >= least; });
 }
 
 // On the monitor to the left. A second press starts the drag again.
@@ -165,29 +163,26 @@ TEST(Roads, aRecordingAndItsCopy) {
     atDesktop([] {
         const Program program;
         select();
-        const char* const sample = "IMFSinkWriter::WriteSample";
-        awaitCalls(sample, 2);
+        await("two samples", [] { return writtenSamples() >= 2; });
         await("the frame",
               [] { return std::ranges::count(callsOf("CreateSolidBrush"), "4210943"); });
         desktop::paintDesktop([](const desktop::Canvas& canvas) { canvas.pixels[0] = 1; });
         awaitCalls("IDXGIOutputDuplication::ReleaseFrame", 2);
-        awaitCalls(sample, count(sample) + 3);
+        await("three more", [until = writtenSamples() + 3] { return writtenSamples() >= until; });
         stopRecording();
         const Road road = readRoad();
         EXPECT_EQ(road.main, selection + lines(R"(
 PostMessageW set, 32771, 0 | UnhookWindowsHookEx set | GetCapture | ShowWindow set, 0 | DwmFlush
-Shell_NotifyIconW 1, 16, 0, null, "", "Finishing clip…", 1, 3000
-GetCapture | ShowWindow set, 0 | DwmFlush | SetTimer set, 1, 100
-CreateFileW "<clip>", 2147483648, 1, 128 | GetFileInformationByHandle set
-GetFinalPathNameByHandleW set, 0, 0 | GetFinalPathNameByHandleW set, <size>, 0 | CloseHandle set
-GlobalAlloc 66, <size> | GlobalLock set | GlobalUnlock set
-OpenClipboard set | EmptyClipboard | SetClipboardData 15, set | CloseClipboard
+Shell_NotifyIconW 1, 16, 0, null, "", "Finishing clip…", 1, 3000 | GetCapture | ShowWindow set, 0
+DwmFlush | SetTimer set, 1, 100 | CreateFileW "<clip>", 2147483648, 1, 128
+GetFileInformationByHandle set | GetFinalPathNameByHandleW set, 0, 0
+GetFinalPathNameByHandleW set, <size>, 0 | CloseHandle set | GlobalAlloc 66, <size> | GlobalLock set
+GlobalUnlock set | OpenClipboard set | EmptyClipboard | SetClipboardData 15, set | CloseClipboard
 KillTimer set, 1 | Shell_NotifyIconW 1, 16, 0, null, "", "Copied — paste the video file.", 1, 3000
 )"));
         EXPECT_EQ(road.painting, sheet + "EndPaint set\n" + sheet + lines(R"(
-GetStockObject 0 | FrameRect set, set, set | EndPaint set
-BeginPaint set | GetClientRect set | CreateSolidBrush 4210943 | FillRect set, set, set
-DeleteObject set | EndPaint set
+GetStockObject 0 | FrameRect set, set, set | EndPaint set | BeginPaint set | GetClientRect set
+CreateSolidBrush 4210943 | FillRect set, set, set | DeleteObject set | EndPaint set
 )"));
         EXPECT_EQ(road::normalized(road.worker), opening + road::recording + publishing);
     });
@@ -234,37 +229,33 @@ TEST(Roads, settingsAndASave) {
         awaitCalls("DestroyIcon", 2);
         press({VK_SPACE});
         await("the check mark", [] { return control(StartEntry).checked; });
-        EXPECT_EQ(count("CallNextHookEx"), 9u);  // Nothing of B, the Windows key and Tab.
+        EXPECT_EQ(callsOf("CallNextHookEx").size(), 9u);  // Nothing of B, the Windows key and Tab.
         press({VK_RETURN});
         awaitCalls("Shell_NotifyIconW", 3);
         const std::string calls = readRoad().main;
         EXPECT_EQ(calls.substr(calls.find("PostMessageW")), lines(R"(
 PostMessageW set, 32772, 0 | GetModuleFileNameW 32768 | DialogBoxParamW set, 101, null
-SetWindowLongPtrW set, -21, set | GetDpiForWindow set
-LoadImageW set, 102, 1, 16, 16, 0 | LoadImageW set, 102, 1, 32, 32, 0
-SendMessageW set, 128, 0, icon 78 | SendMessageW set, 128, 1, icon 79
-SetDlgItemTextW set, 1001, "Ctrl+Shift+7"
+SetWindowLongPtrW set, -21, set | GetDpiForWindow set | LoadImageW set, 102, 1, 16, 16, 0
+LoadImageW set, 102, 1, 32, 32, 0 | SendMessageW set, 128, 0, icon 78
+SendMessageW set, 128, 1, icon 79 | SetDlgItemTextW set, 1001, "Ctrl+Shift+7"
 RegOpenKeyExW "Software\Microsoft\Windows\CurrentVersion\Run", 1 | CheckDlgButton set, 1002, 0
 EnableWindow set, 1
 SetDlgItemTextW set, 1003, "If enabled, keep this portable EXE in its current location."
 GetAsyncKeyState 162 | GetAsyncKeyState 163 | GetAsyncKeyState 160 | GetAsyncKeyState 161
 GetAsyncKeyState 164 | GetAsyncKeyState 165 | GetAsyncKeyState 91 | GetAsyncKeyState 92
-SetWindowsHookExW 13, set, 0 | GetForegroundWindow | GetForegroundWindow
-GetForegroundWindow | GetForegroundWindow
-PostMessageW set, 32788, 15 | SetDlgItemTextW set, 1001, "Ctrl+Alt+Shift+Win+B"
-GetForegroundWindow | IsWindow set | IsIconic set | ShowWindow set, 9 | SetForegroundWindow set
-GetForegroundWindow | PostMessageW set, 40, 0
-SetWindowPos set, null, 1327, 215, 745, 434, 20 | GetDpiForWindow set
+SetWindowsHookExW 13, set, 0 | GetForegroundWindow | GetForegroundWindow | GetForegroundWindow
+GetForegroundWindow | PostMessageW set, 32788, 15
+SetDlgItemTextW set, 1001, "Ctrl+Alt+Shift+Win+B" | GetForegroundWindow | IsWindow set
+IsIconic set | ShowWindow set, 9 | SetForegroundWindow set | GetForegroundWindow
+PostMessageW set, 40, 0 | SetWindowPos set, null, 1327, 215, 745, 434, 20 | GetDpiForWindow set
 LoadImageW set, 102, 1, 24, 24, 0 | LoadImageW set, 102, 1, 48, 48, 0
-SendMessageW set, 128, 0, icon 80 | SendMessageW set, 128, 1, icon 81
-DestroyIcon set | DestroyIcon set | GetForegroundWindow | GetForegroundWindow
-RegisterHotKey set, 2, 16399, 66
+SendMessageW set, 128, 0, icon 80 | SendMessageW set, 128, 1, icon 81 | DestroyIcon set
+DestroyIcon set | GetForegroundWindow | GetForegroundWindow | RegisterHotKey set, 2, 16399, 66
 CopyFileW "~/config.ini", "<copy>", 1
 WritePrivateProfileStringW "hotkey", "modifiers", "15", "<copy>"
 WritePrivateProfileStringW "hotkey", "key", "66", "<copy>"
-WritePrivateProfileStringW null, null, null, "<copy>"
-CreateFileW "<copy>", 3221225472, 1, 128 | FlushFileBuffers set | CloseHandle set
-GetPrivateProfileIntW "hotkey", "modifiers", 0, "<copy>"
+WritePrivateProfileStringW null, null, null, "<copy>" | CreateFileW "<copy>", 3221225472, 1, 128
+FlushFileBuffers set | CloseHandle set | GetPrivateProfileIntW "hotkey", "modifiers", 0, "<copy>"
 GetPrivateProfileIntW "hotkey", "key", 0, "<copy>" | MoveFileExW "<copy>", "~/config.ini", 9
 WritePrivateProfileStringW null, null, null, "~/config.ini" | UnregisterHotKey set, 1
 IsWindowEnabled set | IsDlgButtonChecked set, 1002
@@ -272,8 +263,8 @@ RegOpenKeyExW "Software\Microsoft\Windows\CurrentVersion\Run", 3
 RegCreateKeyExW "Software\Microsoft\Windows\CurrentVersion\Run", 3
 RegQueryValueExW "QuorvelDeskClip" | RegSetValueExW "QuorvelDeskClip", 1, <size>
 RegQueryValueExW "QuorvelDeskClip" | RegQueryValueExW "QuorvelDeskClip" | RegCloseKey
-EndDialog set, 1 | UnhookWindowsHookEx set | PeekMessageW set, 786, 786, 1 | DestroyIcon set | DestroyIcon set
-LoadImageW set, 102, 1, 16, 16, 32768
+EndDialog set, 1 | UnhookWindowsHookEx set | PeekMessageW set, 786, 786, 1 | DestroyIcon set
+DestroyIcon set | LoadImageW set, 102, 1, 16, 16, 32768
 Shell_NotifyIconW 1, 7, 32769, set, "Quorvel Desk Clip — Ctrl+Alt+Shift+Win+B", "", 0, 0
 )"));
         press({VK_LCONTROL, VK_LMENU, VK_LSHIFT, VK_LWIN, 'B'});
@@ -322,16 +313,14 @@ TEST(Roads, aFailureInAProcedureEndsTheProgram) {
         EXPECT_EQ(program.awaitEnd(), 1);
         const Road road = readRoad();
         EXPECT_EQ(road.main.substr(road.main.find("CreatePopupMenu")), lines(R"-(
-CreatePopupMenu
-AppendMenuW set, 1, 1, "Record region" | AppendMenuW set, 0, 2, "Stop recording (Esc)"
-AppendMenuW set, 0, 3, "Open recent clips" | AppendMenuW set, 1, 4, "Settings…"
-AppendMenuW set, 2048, 0, null | AppendMenuW set, 0, 6, "Exit"
+CreatePopupMenu | AppendMenuW set, 1, 1, "Record region"
+AppendMenuW set, 0, 2, "Stop recording (Esc)" | AppendMenuW set, 0, 3, "Open recent clips"
+AppendMenuW set, 1, 4, "Settings…" | AppendMenuW set, 2048, 0, null | AppendMenuW set, 0, 6, "Exit"
 GetCursorPos | SetForegroundWindow set | TrackPopupMenu 386, 1900, 1060 | DestroyMenu set
 PostMessageW set, 0, 0 | PostQuitMessage 1
 MessageBoxW null, "filesystem error: Cannot convert character sequence: Invalid or incomplete multibyte or wide character", "Quorvel Desk Clip", 16
-IsWindow set | DestroyWindow set | UnhookWindowsHookEx set
-UnregisterHotKey set, 1 | Shell_NotifyIconW 2, 0, 0, null, "", "", 0, 0
-PostQuitMessage 0 | CoUninitialize | CloseHandle set
+IsWindow set | DestroyWindow set | UnhookWindowsHookEx set | UnregisterHotKey set, 1
+Shell_NotifyIconW 2, 0, 0, null, "", "", 0, 0 | PostQuitMessage 0 | CoUninitialize | CloseHandle set
 )-"));
         EXPECT_TRUE(road::normalized(road.worker).ends_with(publishing));
     });

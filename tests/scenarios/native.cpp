@@ -20,20 +20,6 @@ namespace {
 Path homeFolder;
 std::size_t noticesAwaited = 0;
 
-void makeUserFolders() {
-    // A link above the data folder is nothing unusual.
-    std::filesystem::create_directories(homeFolder / "disk");
-    std::filesystem::create_directory_symlink("disk", homeFolder / "data");
-    std::filesystem::create_directories(homeFolder / "run");
-    std::filesystem::permissions(homeFolder / "run", std::filesystem::perms::owner_all);
-    const std::pair<const char*, const char*> folders[] = {{"HOME", ""},
-                                                           {"XDG_DATA_HOME", "data"},
-                                                           {"XDG_CONFIG_HOME", "config"},
-                                                           {"XDG_RUNTIME_DIR", "run"}};
-    for (const auto& [variable, folder] : folders)
-        setenv(variable, (homeFolder / folder).c_str(), 1);
-}
-
 }  // namespace
 
 void atDesktop(const std::function<void()>& body, const std::function<void()>& afterwards) {
@@ -41,7 +27,10 @@ void atDesktop(const std::function<void()>& body, const std::function<void()>& a
     std::fflush(nullptr);
     const pid_t child = fork();
     if (child == 0) {
-        makeUserFolders();
+        makeFolders(homeFolder);
+        // A link above the data folder is nothing unusual.
+        std::filesystem::rename(homeFolder / "XDG_DATA_HOME", homeFolder / "disk");
+        std::filesystem::create_directory_symlink("disk", homeFolder / "XDG_DATA_HOME");
         try {
             openDesktop();
             body();
@@ -61,7 +50,7 @@ void atDesktop(const std::function<void()>& body, const std::function<void()>& a
 bool waitUntil(const std::function<bool()>& condition) { return desktop::waitUntil(condition); }
 
 Path home() { return homeFolder; }
-Path dataFolder() { return homeFolder / "data" / "Quorvel Desk Clip"; }
+Path dataFolder() { return homeFolder / "XDG_DATA_HOME" / "Quorvel Desk Clip"; }
 
 const std::uint32_t dim = 0x1F2D40, outline = 0xC2D0E3;
 
@@ -85,15 +74,9 @@ bool frameIsUp() { return person::frameIsUp(); }
 std::string trayTip() { return desktop::trayTip(); }
 
 void awaitNotice(const std::string& text) {
-    await(text.c_str(), [&] {
-        const auto all = desktop::balloons();
-        for (std::size_t at = noticesAwaited; at < all.size(); ++at)
-            if (all[at].text == text) return noticesAwaited = at + 1, true;
-        return false;
-    });
+    await(text.c_str(), [] { return desktop::balloons().size() > noticesAwaited; });
+    EXPECT_EQ(desktop::balloons().at(noticesAwaited++).text, text);
 }
-
-bool noticeIsNew() { return desktop::balloons().size() > noticesAwaited; }
 
 std::string box() {
     const auto boxes = desktop::openBoxes();

@@ -10,7 +10,8 @@ namespace user {
 
 using person::callsOf;
 
-Path home();  // the user's folders are in it
+Path home();                         // the user's folders are in it
+void makeFolders(const Path& home);  // for all that the environment names
 
 // Forks another process of the same desktop, before this one has threads. Calling the result runs
 // `body` there and returns what it returns.

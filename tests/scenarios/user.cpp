@@ -79,6 +79,7 @@ void startRecording(const RECT& region, int samples) {
 
 Path stopRecording() {
     pressEsc();
+    awaitNotice("Finishing clip…");
     awaitNotice("Copied — paste the video file.");
     return pastedFile();
 }

@@ -24,7 +24,7 @@
 namespace user {
 
 // Runs `body` on a desktop without any trace of the program: no settings, clips or start entry, a
-// ground of one color, an empty clipboard. Natively the body runs in a process of its own, whose
+// ground of one color. Natively the body runs in a process of its own, whose
 // failed expectations fail the test here. `afterwards` runs when that process has ended.
 void atDesktop(
     const std::function<void()>& body, const std::function<void()>& afterwards = [] {});
@@ -68,8 +68,7 @@ void endSession(bool reallyEnds);  // asks, then says whether it ends; waits for
 bool sheetIsUp();                           // and in front
 bool frameIsUp();                           // the red frame, and not the sheet
 std::string trayTip();                      // empty without an icon
-void awaitNotice(const std::string& text);  // one that was not awaited before
-bool noticeIsNew();                         // a notice has come since the last one that was awaited
+void awaitNotice(const std::string& text);  // the next one, which has to be this
 
 // "title|text" of the message box that is open; empty without one. Enter answers it.
 std::string box();

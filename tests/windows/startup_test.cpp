@@ -15,13 +15,7 @@ TEST(Startup, ownsOnlyTheExactCommand) {
     // A missing terminator is made up where a zero follows in memory; here none does.
     const WideText unending = command + TEXT("xy");
     const std::size_t bytes = command.size() * sizeof(WCHAR);
-    const struct {
-        DWORD type;
-        WideText text;
-        std::size_t bytes;
-        WideText exe;
-        bool owned;
-    } rows[] = {
+    const std::tuple<DWORD, WideText, std::size_t, WideText, bool> rows[] = {
         {REG_SZ, command, bytes + 2, exe, true},
         {REG_SZ, WideText(1, 0), 2, exe, false},
         {REG_SZ, ended + TEXT("x"), bytes + 6, exe, false},
@@ -35,13 +29,13 @@ TEST(Startup, ownsOnlyTheExactCommand) {
         {REG_SZ, inQuotes(longExe), 65'536, longExe, true},
         {REG_SZ, inQuotes(longerExe), 65'538, longerExe, false},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(&row - rows);
-        RegSetKeyValueW(HKEY_CURRENT_USER, key.c_str(), TEXT("QuorvelDeskClip"), row.type,
-                        row.text.c_str(), static_cast<DWORD>(row.bytes));
-        EXPECT_EQ(readStartup(row.exe).checked, row.owned);
-        EXPECT_EQ(failureOf([&] { saveStartup(row.exe, true); }),
-                  row.owned ? "" : "Another startup entry uses this name. It was not overwritten.");
+    for (const auto& [type, text, size, path, owned] : rows) {
+        SCOPED_TRACE(std::to_string(size));
+        RegSetKeyValueW(HKEY_CURRENT_USER, key.c_str(), TEXT("QuorvelDeskClip"), type, text.c_str(),
+                        static_cast<DWORD>(size));
+        EXPECT_EQ(readStartup(path).checked, owned);
+        EXPECT_EQ(failureOf([&] { saveStartup(path, true); }),
+                  owned ? "" : "Another startup entry uses this name. It was not overwritten.");
     }
     EXPECT_EQ(failureOf([&] { saveStartup(longerExe, false); }), "");
     RegDeleteKeyValueW(HKEY_CURRENT_USER, key.c_str(), TEXT("QuorvelDeskClip"));

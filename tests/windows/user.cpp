@@ -30,7 +30,7 @@ TrayRequest icon{};         // as it was added
 std::string tip;
 int tipChanges = 0;                // of this icon
 int tipsAtSettings = -1;           // when the dialog was last seen
-std::vector<std::string> notices;  // since the one that was awaited last
+std::vector<std::string> notices;  // after the one that was awaited last
 
 const ScratchFolder scratch;
 int shortcutsOfOthers = 0;
@@ -39,11 +39,6 @@ std::string textOf(HWND window) {
     WCHAR text[1000]{};
     SendMessageW(window, WM_GETTEXT, 1000, reinterpret_cast<LPARAM>(text));
     return Path(text).string();
-}
-
-void answerMessages() {
-    MSG message;
-    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) DispatchMessageW(&message);
 }
 
 // The tray in front of the shell's. The shell's own shows notices late or never, and a click on it
@@ -91,9 +86,6 @@ void forgetEverything() {
     std::filesystem::remove_all(dataFolder());
     RegDeleteKeyValueW(HKEY_CURRENT_USER, TEXT("Software\\Microsoft\\Windows\\CurrentVersion\\Run"),
                        TEXT("QuorvelDeskClip"));
-    await("the clipboard", [] { return OpenClipboard(nullptr); });
-    EmptyClipboard();
-    CloseClipboard();
     notices.clear();
     std::filesystem::remove(callRecord());
     SetEnvironmentVariableW(TEXT("STAND_IN_RECORD"), callRecord().string<WCHAR>().c_str());
@@ -160,8 +152,8 @@ void atDesktop(const std::function<void()>& body, const std::function<void()>& a
 
 bool waitUntil(const std::function<bool()>& condition) {
     const ULONGLONG end = GetTickCount64() + 30'000;
-    while (GetTickCount64() < end) {
-        answerMessages();
+    for (MSG message; GetTickCount64() < end;) {
+        while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) DispatchMessageW(&message);
         if (condition()) return true;
         MsgWaitForMultipleObjects(0, nullptr, FALSE, 20, QS_ALLINPUT);
     }
@@ -295,17 +287,9 @@ bool frameIsUp() { return overlay(WS_EX_TRANSPARENT); }
 std::string trayTip() { return IsWindow(iconWindow) ? tip : ""; }
 
 void awaitNotice(const std::string& text) {
-    await(text.c_str(), [&] {
-        const auto found = std::find(notices.begin(), notices.end(), text);
-        if (found == notices.end()) return false;
-        notices.erase(notices.begin(), found + 1);
-        return true;
-    });
-}
-
-bool noticeIsNew() {
-    answerMessages();
-    return !notices.empty();
+    await(text.c_str(), [] { return !notices.empty(); });
+    EXPECT_EQ(notices.at(0), text);
+    notices.erase(notices.begin());
 }
 
 std::string box() {
@@ -332,8 +316,8 @@ Path pastedFile() {
     WCHAR path[1000]{};
     await("the clipboard", [] { return OpenClipboard(nullptr); });
     const auto drop = static_cast<HDROP>(GetClipboardData(CF_HDROP));
-    if (drop && DragQueryFileW(drop, 0xFFFFFFFF, nullptr, 0) == 1)
-        DragQueryFileW(drop, 0, path, 1000);
+    EXPECT_EQ(DragQueryFileW(drop, 0xFFFFFFFF, nullptr, 0), 1u);
+    DragQueryFileW(drop, 0, path, 1000);
     CloseClipboard();
     return path;
 }
