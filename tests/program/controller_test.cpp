@@ -23,10 +23,9 @@ struct Row {
     LPARAM lparam;
     // The states, and what happens in them: I Idle, S Selecting in a drag, R Recording, F
     // Finishing, C Copying; s and m Idle with the settings or the menu open. Elsewhere nothing
-    // happens.
+    // happens; a row with a result, a failure or an exit is not tried there.
     const char* outcome;
-    const char* fails = nullptr;     // an operation
-    const char* states = "ISRFCsm";  // in which it is tried
+    const char* fails = nullptr;  // an operation
     bool exitFirst = false;
     int times = 1;
 };
@@ -41,8 +40,8 @@ const char* const opensMenu =
 const Row rows[] = {
     {WM_HOTKEY, 1, 0, "Im: hook show raise >Selecting"},
     {WM_HOTKEY, 1, 0, "I: hook [Could not install temporary Escape hook; recording not started.]",
-     "SetWindowsHookExW", "I"},
-    {WM_HOTKEY, 1, 0, "I: hook unhook hide [Monitor unavailable]", "GetMonitorInfoW", "I"},
+     "SetWindowsHookExW"},
+    {WM_HOTKEY, 1, 0, "I: hook unhook hide [Monitor unavailable]", "GetMonitorInfoW"},
     {WM_APP_TRAY, 1, WM_LBUTTONDBLCLK, "Im: hook show raise >Selecting"},
     {WM_APP_TRAY, 1, WM_RBUTTONUP, opensMenu},
     {WM_APP_TRAY, 1, WM_CONTEXTMENU, opensMenu},
@@ -52,38 +51,36 @@ const Row rows[] = {
     {settings, 0, 0,
      "Im: dialog [If enabled, keep this portable EXE in its current location.] hook unhook tip | "
      "SRFC: info | s: show raise"},
-    {settings, 0, 0, "I: [Cannot determine the current executable path.] tip", "GetModuleFileNameW",
-     "I"},
-    {settings, 0, 0, "I: dialog [Cannot open Settings.] tip", "DialogBoxParamW", "I"},
+    {settings, 0, 0, "I: [Cannot determine the current executable path.] tip",
+     "GetModuleFileNameW"},
+    {settings, 0, 0, "I: dialog [Cannot open Settings.] tip", "DialogBoxParamW"},
     {settings, 0, 0, "I: dialog [Cannot load branded window icons.] [Cannot open Settings.] tip",
-     "LoadImageW", "I"},
+     "LoadImageW"},
     {settings, 0, 0,
      "I: dialog [If enabled, keep this portable EXE in its current location.] hook disable "
      "[Shortcut capture unavailable. Existing shortcut kept.] tip",
-     "SetWindowsHookExW", "I"},
-    {settings, 0, 0, "s: show raise flash", "SetForegroundWindow", "s"},
+     "SetWindowsHookExW"},
+    {settings, 0, 0, "s: show raise flash", "SetForegroundWindow"},
     {activation, 0, 0, "ISRFCsm: post =1"},
     {WM_APP_REGION_SELECTED, 0, 0, "S: show >Recording"},
     {WM_APP_REGION_SELECTED, 0, 0,
-     "S: show unhook release hide [Resource temporarily unavailable] >Idle", "thread", "S"},
+     "S: show unhook release hide [Resource temporarily unavailable] >Idle", "thread"},
     {done, 0, 0, ""},
     {WM_APP_REGION_CANCELLED, 0, 0, "S: unhook release hide >Idle"},
-    {done, 0, clip, "R: unhook hide timer >Copying | F: hide timer >Copying", nullptr, "RF"},
-    {done, 0, warning, "R: unhook hide [Clip saved; retention warning: old] timer >Copying",
-     nullptr, "R"},
-    {done, 0, failure, "R: unhook hide [failed] >Idle | F: hide [failed] >Idle", nullptr, "RF"},
+    {done, 0, clip, "R: unhook hide timer >Copying | F: hide timer >Copying"},
+    {done, 0, warning, "R: unhook hide [Clip saved; retention warning: old] timer >Copying"},
+    {done, 0, failure, "R: unhook hide [failed] >Idle | F: hide [failed] >Idle"},
     {done, 0, clip,
      "F: hide timer [Clip saved; clipboard retry timer unavailable. Open recent clips.] destroy "
      "unregister noicon quit >Idle",
-     "SetTimer", "F", true},
-    {done, 0, failure, "F: hide [failed] destroy unregister noicon quit >Idle", nullptr, "F", true},
-    {WM_TIMER, 1, 0, "C: copy untimer info destroy unregister noicon quit >Idle", nullptr, "C",
-     true},
+     "SetTimer", true},
+    {done, 0, failure, "F: hide [failed] destroy unregister noicon quit >Idle", nullptr, true},
+    {WM_TIMER, 1, 0, "C: copy untimer info destroy unregister noicon quit >Idle", nullptr, true},
     {WM_TIMER, 1, 0, "C: copy untimer info >Idle"},
     {WM_TIMER, 1, 0,
      "C: copy*20 untimer [Clip saved, but file or clipboard access failed. Open recent clips to "
      "copy it manually.] >Idle",
-     "OpenClipboard", "C", false, 20},
+     "OpenClipboard", false, 20},
     {WM_TIMER, 2, 0, ""},
     {WM_CLOSE, 0, 0,
      "I: destroy unregister noicon quit | S: destroy unhook unregister noicon quit | "
@@ -260,7 +257,10 @@ std::string expectedIn(char state, const Row& row) {
 
 TEST(Controller, eachMessageInEachState) {
     for (const Row& row : rows)
-        for (const char state : std::string(row.states)) {
+        for (const char state : std::string("ISRFCsm")) {
+            const bool isSpecial =
+                row.fails || row.exitFirst || (row.message == done && row.lparam);
+            if (isSpecial && expectedIn(state, row).empty()) continue;
             SCOPED_TRACE(std::to_string(row.message) + ", " + std::to_string(row.lparam) + " in " +
                          state);
             atDesktop([&] {
