@@ -52,8 +52,7 @@ std::string lineOf(const desktop::LoggedCall& call) {
 }
 
 struct Road {
-    std::string main, painting;
-    std::vector<std::string> worker;
+    std::string main, painting, worker;
 };
 
 // Since the log was started. Painting comes when the queue is empty, so it is a list of its own;
@@ -63,11 +62,12 @@ Road readRoad() {
     const auto job = std::ranges::find(log, "CoCreateGuid", &desktop::LoggedCall::operation);
     Road road;
     std::string paint, lastPaint;
+    std::vector<std::string> worker;
     for (const desktop::LoggedCall& call : log) {
         if (unheard.contains(call.operation)) continue;
         const std::string line = lineOf(call);
         if (job != log.end() && call.thread == job->thread) {
-            road.worker.push_back(line);
+            worker.push_back(line);
             continue;
         }
         if (call.operation == "sleep") continue;
@@ -77,6 +77,7 @@ Road readRoad() {
         if (paint != lastPaint) road.painting += paint;
         lastPaint = std::exchange(paint, "");
     }
+    road.worker = road::normalized(worker);
     return road;
 }
 
@@ -184,7 +185,7 @@ KillTimer set, 1 | Shell_NotifyIconW 1, 16, 0, null, "", "Copied — paste the v
 GetStockObject 0 | FrameRect set, set, set | EndPaint set | BeginPaint set | GetClientRect set
 CreateSolidBrush 4210943 | FillRect set, set, set | DeleteObject set | EndPaint set
 )"));
-        EXPECT_EQ(road::normalized(road.worker), opening + road::recording + publishing);
+        EXPECT_EQ(road.worker, opening + road::recording + publishing);
     });
 }
 
@@ -200,11 +201,11 @@ UnhookWindowsHookEx set | GetCapture | ShowWindow set, 0 | DwmFlush
 Shell_NotifyIconW 1, 16, 0, null, "", "Encoder input (0xc00d36b4)", 3, 3000
 )-"));
         const std::string refused = road::closingOfTheTypes + "Release IMFSinkWriter\n";
-        EXPECT_EQ(road::normalized(road.worker),
-                  opening + road::openingOfTheDesktop + road::openingOfTheWriter(true) + refused +
-                      deletion + road::openingOfTheWriter(false) + refused +
-                      road::closingOfTheDesktop + "CoUninitialize\n" + deletion +
-                      "PostMessageW set, 32770, 0\n");
+        EXPECT_EQ(road.worker, opening + road::openingOfTheDesktop +
+                                   road::openingOfTheWriter(true) + refused + deletion +
+                                   road::openingOfTheWriter(false) + refused +
+                                   road::closingOfTheDesktop + "CoUninitialize\n" + deletion +
+                                   "PostMessageW set, 32770, 0\n");
     });
 }
 
@@ -322,6 +323,6 @@ MessageBoxW null, "filesystem error: Cannot convert character sequence: Invalid 
 IsWindow set | DestroyWindow set | UnhookWindowsHookEx set | UnregisterHotKey set, 1
 Shell_NotifyIconW 2, 0, 0, null, "", "", 0, 0 | PostQuitMessage 0 | CoUninitialize | CloseHandle set
 )-"));
-        EXPECT_TRUE(road::normalized(road.worker).ends_with(publishing));
+        EXPECT_TRUE(road.worker.ends_with(publishing));
     });
 }

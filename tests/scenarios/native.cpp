@@ -27,11 +27,11 @@ void atDesktop(const std::function<void()>& body, const std::function<void()>& a
     std::fflush(nullptr);
     const pid_t child = fork();
     if (child == 0) {
-        makeFolders(homeFolder);
-        // A link above the data folder is nothing unusual.
-        std::filesystem::rename(homeFolder / "XDG_DATA_HOME", homeFolder / "disk");
-        std::filesystem::create_directory_symlink("disk", homeFolder / "XDG_DATA_HOME");
         try {
+            makeFolders(homeFolder);
+            // A link above the data folder is nothing unusual.
+            std::filesystem::rename(homeFolder / "XDG_DATA_HOME", homeFolder / "disk");
+            std::filesystem::create_directory_symlink("disk", homeFolder / "XDG_DATA_HOME");
             openDesktop();
             body();
         } catch (const std::exception& failure) {
@@ -118,10 +118,7 @@ ClipView view(const Path& clip, int width, int height) {
         ++seen.frames;
         EXPECT_NEAR(picture.u(0, 0), 163, 3);
         EXPECT_NEAR(picture.v(0, 0), 103, 3);
-        const auto luma = picture.planes.begin();
-        const auto [darkest, brightest] = std::minmax_element(luma, luma + width * height);
-        seen.darkest = std::min<int>(seen.darkest, *darkest);
-        seen.brightest = std::max<int>(seen.brightest, *brightest);
+        seen.lumas.insert(picture.planes.begin(), picture.planes.begin() + width * height);
     });
     return seen;
 }
@@ -136,7 +133,8 @@ Program::Program(const std::string& arguments) {
     useHost();
     desktop::startCallLog();
     state = std::make_unique<State>(Path(arguments).u16string());
-    await("the program's message loop", [] { return !callsOf("GetMessageW").empty(); });
+    await("the message loop and the icon",
+          [] { return !callsOf("GetMessageW").empty() && !trayTip().empty(); });
 }
 
 Program::~Program() = default;

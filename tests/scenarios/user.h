@@ -23,9 +23,9 @@
 
 namespace user {
 
-// Runs `body` on a desktop without any trace of the program: no settings, clips or start entry, a
-// ground of one color. Natively the body runs in a process of its own, whose
-// failed expectations fail the test here. `afterwards` runs when that process has ended.
+// Runs `body` on a desktop of one color without any trace of the program: no settings, clips or
+// start entry. Natively the body runs in a process of its own, whose failed expectations fail the
+// test here. `afterwards` runs when that process has ended.
 void atDesktop(
     const std::function<void()>& body, const std::function<void()>& afterwards = [] {});
 
@@ -87,11 +87,12 @@ void awaitFocus(int id);
 void tabTo(int id);   // waits for the focus
 void openSettings();  // by the menu; waits for the focus
 
-Path pastedFile();  // the one file on the clipboard; empty if there is none
+Path pastedFile();  // the one file on the clipboard
 
-// The darkest and the brightest luma of all frames. Under Wine the "clip" is the stand-ins' file.
+// What the frames of a clip show. Under Wine the "clip" is the stand-ins' file.
 struct ClipView {
-    int frames = 0, darkest = 255, brightest = 0;
+    int frames = 0;
+    std::set<int> lumas;
 };
 ClipView view(const Path& clip, int width, int height);
 
@@ -114,6 +115,7 @@ struct Program {
 std::function<std::string()> secondStart(const std::string& arguments = "");
 
 std::ptrdiff_t writtenSamples();  // so far
+
 // The shortcut; waits for the sheet.
 void openSheet();
 // On the sheet: the drag; waits for the red frame and for `samples` samples.

@@ -328,10 +328,7 @@ ClipView view(const Path& clip, int width, int height) {
     EXPECT_EQ(bytes.size() % (size * 3 / 2), 0u);
     ClipView seen;
     for (std::size_t at = 0; at < bytes.size(); at += size * 3 / 2, ++seen.frames)
-        for (const char each : bytes.substr(at, size)) {
-            seen.darkest = std::min<int>(seen.darkest, static_cast<BYTE>(each));
-            seen.brightest = std::max<int>(seen.brightest, static_cast<BYTE>(each));
-        }
+        for (const BYTE each : bytes.substr(at, size)) seen.lumas.insert(each);
     return seen;
 }
 
