@@ -22,8 +22,9 @@ namespace {
 struct Window {
     Placement placement;
     bool shown = false;
-    std::unique_ptr<SharedImage> image;  // what the window shows; kept for repairs
-    std::unique_ptr<Sheet> sheet;        // there while a translucent window is shown
+    // What the window shows, for repairs. The server itself repairs a window of one color.
+    std::unique_ptr<SharedImage> image;
+    std::unique_ptr<Sheet> sheet;  // there while a translucent window is shown
 };
 
 using Clock = std::chrono::steady_clock;
@@ -145,6 +146,25 @@ void noteOrder(xcb_window_t changed) {
     lastRound = now;
 }
 
+bool isOneColor(const Picture& picture) {
+    for (int y = 0; y < picture.height; ++y) {
+        const std::uint32_t* const row = picture.pixels + std::ptrdiff_t(y) * picture.stride;
+        if (std::any_of(row, row + picture.width,
+                        [&](std::uint32_t pixel) { return pixel != picture.pixels[0]; }))
+            return false;
+    }
+    return true;
+}
+
+// Without a background a window keeps what was on the screen until it is presented: nothing
+// flashes.
+void setBackground(Surface surface, const std::uint32_t* color) {
+    const std::uint32_t none = XCB_BACK_PIXMAP_NONE;
+    xcb_change_window_attributes(connection(), surface,
+                                 color ? XCB_CW_BACK_PIXEL : XCB_CW_BACK_PIXMAP,
+                                 color ? color : &none);
+}
+
 void put(Surface surface, const Window& window) {
     window.image->put(surface, context);
     xcb_flush(connection());
@@ -193,8 +213,6 @@ void openSurfaces() {
     xcb_create_gc(connection(), context, root(), XCB_GC_GRAPHICS_EXPOSURES, &noEvents);
 }
 
-// Without a background the window keeps what was on the screen until it is presented: nothing
-// flashes.
 Surface X11Host::createSurface(const std::u16string& title) {
     static Surface withoutDisplay = 0;
     const Surface surface = isConnected() ? xcb_generate_id(connection()) : ++withoutDisplay;
@@ -239,6 +257,14 @@ void X11Host::showSurface(Surface surface, const Placement& placement, bool rais
 
 void X11Host::presentSurface(Surface surface, const Picture& picture) {
     Window& window = windows.at(surface);
+    if (!window.sheet && isOneColor(picture)) {
+        window.image.reset();
+        setBackground(surface, picture.pixels);
+        xcb_clear_area(connection(), 0, surface, 0, 0, 0, 0);
+        xcb_flush(connection());
+        return;
+    }
+    setBackground(surface, nullptr);
     if (!window.image || window.image->width != picture.width ||
         window.image->height != picture.height) {
         window.image = shareImage(connection(), picture.width, picture.height);
@@ -270,6 +296,7 @@ void X11Host::hideSurface(Surface surface) {
         rememberSheet(*window.sheet->below, *window.image,
                       {window.placement.bounds.left, window.placement.bounds.top});
     xcb_unmap_window(connection(), surface);
+    setBackground(surface, nullptr);
     window.shown = false;
     window.image.reset();
     window.sheet.reset();
