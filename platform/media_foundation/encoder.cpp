@@ -64,8 +64,11 @@ AVCodecContext* openCodec(const VideoFormat& format) {
     AVDictionary* options = nullptr;
     av_dict_set(&options, "preset", pixels > 1280 * 720 ? "ultrafast" : "superfast", 0);
     av_dict_set(&options, "profile", "baseline", 0);
+    // Two threads share a frame instead of having one each, which would keep one more in memory.
     av_dict_set(&options, "x264-params",
-                "scenecut=0:ref=1:aq-mode=0:mbtree=0:rc-lookahead=0:sync-lookahead=0", 0);
+                "scenecut=0:ref=1:aq-mode=0:mbtree=0:rc-lookahead=0:sync-lookahead=0:"
+                "sliced-threads=1",
+                0);
     const int result = avcodec_open2(codec.get(), x264, &options);
     av_dict_free(&options);
     checked(result);
