@@ -145,12 +145,14 @@ CapturedPicture X11Host::readPicture(const RECT& area) {
         view->staleTop = area.top;
         view->staleBottom = area.bottom;
     }
-    const LONG first = std::max(view->staleTop, area.top) - area.top;
-    const LONG end = std::min(view->staleBottom, area.bottom) - area.top;
+    const LONG first = std::max(view->staleTop, area.top);
+    const LONG end = std::min(view->staleBottom, area.bottom);
     view->staleTop = INT_MAX;
     view->staleBottom = INT_MIN;
     SharedImage& image = *view->image;
-    if (first < end && !image.fetch(area.left, area.top, first, end) && !hasEnded()) return {};
+    if (first < end && !image.fetch(area.left, area.top, first - area.top, end - area.top) &&
+        !hasEnded())
+        return {};
     const auto* const bytes = reinterpret_cast<const std::uint8_t*>(image.pixels);
     return {{image.memory, bytes}, width * 4};
 }
