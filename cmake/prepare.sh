@@ -11,7 +11,7 @@ build_packages=(
     binutils-mingw-w64-x86-64 g++-mingw-w64-x86-64-posix
 )
 native_test_packages=(
-    ffmpeg xvfb x11-utils x11-xserver-utils xclip clang libclang-rt-14-dev
+    clang-format python3 ffmpeg xvfb x11-utils x11-xserver-utils xclip clang libclang-rt-14-dev
     dbus-daemon dunst libglib2.0-bin trayer picom desktop-file-utils appstream dpkg-dev file
 )
 windows_test_packages=(googletest wine64 fonts-wine xvfb xdotool x11-xserver-utils)

@@ -26,7 +26,7 @@ struct Color {
     double red, green, blue;
 };
 constexpr Color bars[] = {{.90, .90, .88}, {.93, .83, .20}, {.20, .78, .84}, {.25, .72, .32},
-                           {.76, .28, .70}, {.86, .23, .22}, {.18, .27, .78}, {.10, .10, .12}};
+                          {.76, .28, .70}, {.86, .23, .22}, {.18, .27, .78}, {.10, .10, .12}};
 
 void fill(cairo_t* pen, const Box& box, const Color& color) {
     cairo_set_source_rgb(pen, color.red, color.green, color.blue);

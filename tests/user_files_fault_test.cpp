@@ -14,7 +14,6 @@
 
 #include "demo/person.h"
 #include "settings/config_file.h"
-#include "settings/config_save.h"
 #include "settings/startup.h"
 #include "store/clipboard.h"
 #include "store/data_folder.h"

@@ -148,8 +148,7 @@ HANDLE SetClipboardData(UINT format, HANDLE block) {
     const std::vector<BYTE> bytes = blockAt(call, block).bytes;
     if (call.struck()) return call.fail(ERROR_ACCESS_DENIED);
     if (!isOpen || owner != openedBy) return call.fail(ERROR_CLIPBOARD_NOT_OPEN);
-    if (!host::current().offerFiles(pathsIn(call, bytes)))
-        return call.fail(ERROR_ACCESS_DENIED);
+    if (!host::current().offerFiles(pathsIn(call, bytes))) return call.fail(ERROR_ACCESS_DENIED);
     blocks.remove(block);  // The system's from here on.
     publishBlock(bytes);
     return block;

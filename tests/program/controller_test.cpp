@@ -12,6 +12,7 @@
 #include "overlay/region_overlay.h"
 #include "tests/capture_road.h"
 #include "tests/scenarios/native.h"
+#include "tests/tray_window.h"
 
 using namespace user;
 

@@ -5,6 +5,7 @@
 #include "common/messages.h"
 #include "tests/capture_road.h"
 #include "tests/scenarios/native.h"
+#include "tests/tray_window.h"
 
 using namespace user;
 using desktop::Fault;

@@ -4,7 +4,6 @@
 
 #include "demo/person.h"
 #include "tests/scenarios/user.h"
-#include "tests/tray_window.h"
 
 namespace user {
 

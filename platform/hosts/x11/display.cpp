@@ -19,7 +19,6 @@
 #include <stdexcept>
 
 #include "platform/core/descriptor.h"
-#include "platform/hosts/x11/host.h"
 
 namespace host::x11 {
 
@@ -130,7 +129,7 @@ xcb_atom_t atom(const std::string& name) {
     return known;
 }
 
-int X11Host::eventDescriptor() { return descriptor; }
+int eventsDescriptor() { return descriptor; }
 
 void watch(int watched, bool forWriting) {
     epoll_event event{};

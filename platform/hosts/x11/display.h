@@ -39,6 +39,7 @@ xcb_atom_t atom(const std::string& name);
 // bring in events that make no descriptor readable any more: they are kept, and a descriptor of
 // ours becomes readable. The event descriptor becomes readable when this one is readable or, if
 // wanted, writable. A second call changes what is wanted.
+int eventsDescriptor();
 void watch(int descriptor, bool forWriting = false);
 void unwatch(int descriptor);  // before it is closed
 void keepQueuedEvents();

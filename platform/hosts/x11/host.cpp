@@ -82,6 +82,8 @@ std::string X11Host::session() {
     return "display-" + name + std::to_string(number);
 }
 
+int X11Host::eventDescriptor() { return eventsDescriptor(); }
+
 bool X11Host::nextEvent(Event& event) {
     attendToBalloons();
     while (told.empty()) {
