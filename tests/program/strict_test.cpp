@@ -45,6 +45,15 @@ TEST(Strict, overlayLeavesTheUsersWorkAlone) {
         choose(4);
         await("the dialog", [] { return focus() == ShortcutBox; });
         EXPECT_EQ(inTaskbar(), "#32770");
+        // What follows WM_CLOSE in the queue comes too late for the dialog.
+        desktop::planFault({desktop::Fault::Stall, "SetDlgItemTextW"});
+        press({VK_LMENU, 'K'});
+        await("the new text", desktop::faultStruck);
+        desktop::postToWindow("#32770", WM_CLOSE);
+        desktop::postToWindow("#32770", WM_COMMAND, IDOK);
+        desktop::clearFaults();
+        await("the end of the dialog", [] { return !settingsAreOpen(); });
+        EXPECT_EQ(person::callsOf("EndDialog"), std::vector<std::string>{"set, 2"});
     });
 }
 
