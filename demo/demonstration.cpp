@@ -9,7 +9,6 @@
 // completes a running clip, and exits without waiting for the script.
 
 #include <windows.h>
-#include <shlobj.h>
 
 #include <signal.h>
 
@@ -17,7 +16,6 @@
 #include <atomic>
 #include <chrono>
 #include <cstdio>
-#include <cstring>
 #include <filesystem>
 #include <optional>
 #include <stdexcept>
@@ -124,25 +122,9 @@ void drag(const std::function<void()>& beforeRelease) {
     desktop::releaseButton(1);
 }
 
-// What a paste would insert: the first path of the clipboard's block.
-Path clipOnClipboard() {
-    const auto block = desktop::clipboardBlock();
-    if (!block) throw std::runtime_error("the clipboard is empty");
-    DROPFILES header;
-    std::memcpy(&header, block->data(), sizeof header);
-    std::u16string path;
-    for (std::size_t at = header.pFiles; at + 2 <= block->size(); at += 2) {
-        char16_t character;
-        std::memcpy(&character, block->data() + at, 2);
-        if (character == 0) break;
-        path += character;
-    }
-    return path;
-}
-
 void lookAtTheSettings(const person::Program& program, const Path& folder) {
     constexpr POINT icon{1232, 780}, settings{1150, 725};
-    say("The person right-clicks the icon and chooses Settings.");
+    say("The user right-clicks the icon and chooses Settings.");
     desktop::movePointer(icon.x, icon.y);
     desktop::clickTray(WM_RBUTTONUP);
     waitFor(program, "the menu", [] { return !desktop::openMenu().empty(); });
@@ -153,7 +135,7 @@ void lookAtTheSettings(const person::Program& program, const Path& folder) {
     desktop::releaseButton(1);
     waitFor(program, "the settings", [] { return shortcutInBoxIs("Ctrl+Shift+7"); });
 
-    say("The person tries another shortcut in the box and leaves with Esc: nothing has changed.");
+    say("The user tries another shortcut in the box and leaves with Esc: nothing has changed.");
     person::pressKeys({VK_LCONTROL, VK_LSHIFT, 'K'});
     waitFor(program, "the other shortcut", [] { return shortcutInBoxIs("Ctrl+Shift+K"); });
     pause(.5);
@@ -172,11 +154,11 @@ Path useTheProgram(const person::Program& program, const Path& folder) {
 
     const Film film(folder / "film");
     pause(.5);
-    say("The person presses Ctrl+Shift+7: a dim sheet covers the monitor.");
+    say("The user presses Ctrl+Shift+7: a dim sheet covers the monitor.");
     person::pressShortcut();
     waitFor(program, "the dim sheet", person::sheetIsUp);
 
-    say("The person drags a rectangle over the test card.");
+    say("The user drags a rectangle over the test card.");
     drag([&] { photograph(folder / "3-dim-sheet.png", "the drag on the dim sheet"); });
     waitFor(program, "the red frame", person::frameIsUp);
 
@@ -185,14 +167,14 @@ Path useTheProgram(const person::Program& program, const Path& folder) {
     photograph(folder / "4-red-frame.png", "the red frame");
     pause(1.5);
 
-    say("The person presses Esc.");
+    say("The user presses Esc.");
     person::pressEsc();
     waitFor(program, "the clip on the clipboard",
             [] { return noticed("Copied — paste the video file."); });
     photograph(folder / "5-desktop.png", "the desktop with the notice");
     pause(1);
     say("The clip is on the clipboard, ready to paste.");
-    return clipOnClipboard();
+    return person::pastedFile();
 }
 
 void followTheScript(const person::Program& program, const Path& folder) {

@@ -1,8 +1,11 @@
 #include "demo/person.h"
 
+#include <shlobj.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <stdexcept>
 
 namespace person {
@@ -75,6 +78,16 @@ void drag(int fromX, int fromY, int toX, int toY) {
     hands.pressButton(1);
     hands.movePointer(toX, toY);
     hands.releaseButton(1);
+}
+
+std::filesystem::path pastedFile() {
+    const auto block = desktop::clipboardBlock();
+    if (!block) return {};
+    DROPFILES header;
+    std::memcpy(&header, block->data(), sizeof header);
+    std::u16string path((block->size() - header.pFiles) / sizeof(WCHAR), 0);
+    std::memcpy(path.data(), block->data() + header.pFiles, path.size() * sizeof(WCHAR));
+    return path.substr(0, path.find(WCHAR{0}));
 }
 
 bool isShown(const std::string& className) {

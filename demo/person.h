@@ -48,6 +48,8 @@ void pressShortcut();                           // Ctrl+Shift+7
 void pressEsc();
 void drag(int fromX, int fromY, int toX, int toY);
 
+// What a paste inserts: the first path of the clipboard's block, or an empty one.
+std::filesystem::path pastedFile();
 // Whether a window of that class is visible.
 bool isShown(const std::string& className);
 bool sheetIsUp();

@@ -1,9 +1,6 @@
 // The embedded desktop.
 
-#include <shlobj.h>
-
 #include <cstdlib>
-#include <cstring>
 
 #include "platform/hosts/host.h"
 #include "tests/scenarios/native.h"
@@ -64,14 +61,6 @@ void endSession(bool reallyEnds) {
 
 std::uint32_t pixel(int x, int y) { return desktop::screenPixel(x, y); }
 
-Path pastedFile() {
-    const auto block = desktop::clipboardBlock();
-    if (!block) return {};
-    DROPFILES header;
-    std::memcpy(&header, block->data(), sizeof header);
-    WideText path((block->size() - header.pFiles) / sizeof(WCHAR), 0);
-    std::memcpy(path.data(), block->data() + header.pFiles, path.size() * sizeof(WCHAR));
-    return path.substr(0, path.find(WCHAR{0}));
-}
+Path pastedFile() { return person::pastedFile(); }
 
 }  // namespace user
