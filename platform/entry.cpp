@@ -15,7 +15,7 @@
 
 namespace {
 
-// What stands behind the program's name, with a blank between two arguments.
+// The arguments, separated by blanks.
 std::u16string commandTail(int count, char** arguments) {
     std::string tail;
     for (int index = 1; index < count; ++index)

@@ -30,7 +30,7 @@ MEASURES = {
 
 
 def in_rounded_square(x, y, inset, radius, size):
-    """Whether the point lies in the square that keeps `inset` from every edge of the image."""
+    """Whether the point is in the square that keeps `inset` from every edge of the image."""
     half = size / 2 - inset
     dx = max(abs(x - size / 2) - (half - radius), 0)
     dy = max(abs(y - size / 2) - (half - radius), 0)

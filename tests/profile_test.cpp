@@ -106,7 +106,7 @@ TEST_F(Profile, findsOneKeyAndLeavesTheRestAlone) {
         {"[[S]\r\nK=7\r\n", 99, "[[S]\r\nK=7\r\n[S]\r\nK=42\r\n"},
         {"[S] K=7\r\n", 99, "[S] K=7\r\nK=42\r\n"},
         {"K=7\r\n", 99, "K=7\r\n[S]\r\nK=42\r\n"},
-        // What is missing comes behind the last entry.
+        // What is missing comes after the last entry.
         {"", 99, "[S]\r\nK=42\r\n"},
         {"[S]", 99, "[S]\r\nK=42\r\n"},
         {"; mine\n\n", 99, "; mine\n\n[S]\r\nK=42\r\n"},

@@ -46,7 +46,7 @@ struct Texture : com::ComObject<Texture, ID3D11Texture2D, IID_ID3D11DeviceChild,
     D3D11_TEXTURE2D_DESC description{};
     std::shared_ptr<Frames> frames;  // null: a staging texture
     unsigned frame = 0;              // the one that it is, or was copied from
-    host::CapturedPicture picture;   // a staging texture's; none before the first copy into it
+    host::CapturedPicture picture;   // of a staging texture; none before the first copy into it
     bool isMapped = false;
 };
 

@@ -55,7 +55,7 @@ void paintPanel(const View& view, const RECT& area, std::uint32_t color, std::ui
     gdi::frame(view.canvas, area, edge, thickness);
 }
 
-// A character in the middle of the area stands for a picture.
+// A character in the middle of the area serves as an image.
 void paintGlyph(const View& view, const RECT& area, std::u16string_view glyph, int height,
                 std::uint32_t color, bool bold = false) {
     gdi::drawLine(view.canvas, area, glyph, {{height, bold}, color}, true);

@@ -90,7 +90,7 @@ BOOL GetMessageW(MSG* message, HWND window, UINT first, UINT last) {
     return message->message != WM_QUIT;
 }
 
-// The quit comes out whatever the filter says, but a dead window's handle brings nothing at all.
+// WM_QUIT is retrieved whatever the filter, but nothing is for the handle of a destroyed window.
 BOOL PeekMessageW(MSG* message, HWND window, UINT first, UINT last, UINT remove) {
     desktop::Call call("PeekMessageW", window, first, last, remove);
     call.only("remove", remove, PM_REMOVE);

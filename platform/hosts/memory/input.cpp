@@ -49,8 +49,8 @@ host::Surface surfaceAt(const Desktop& desktop, POINT at) {
     return 0;
 }
 
-// Repeats and the release of a key belong to whoever got its press, even if the hook that took the
-// press has gone.
+// Repeats and the release of a key go where its press went, even if the hook that took the press is
+// gone.
 bool belongsToTheProgram(Desktop& desktop, const Event& event, bool taken) {
     if (!isKey(event)) return taken;
     const bool pressTaken = desktop.pressesTaken.contains(event.key);

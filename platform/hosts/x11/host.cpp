@@ -48,7 +48,7 @@ void handle(const xcb_generic_event_t& event) {
         if (part(event)) return;
 }
 
-// The pipe closes by itself if the program starts; otherwise it brings a byte.
+// The pipe is closed when the program starts; if it does not start, the pipe has a byte.
 [[noreturn]] void runDetached(const char* path, int failure) {
     setsid();
     const pid_t child = fork();
