@@ -7,7 +7,7 @@
 #include <thread>
 
 struct TestCard {
-    // Paints the desktop, then its moving part 30 times a second until it is destroyed.
+    // Paints the desktop, then 30 times a second what moves on it, until it is destroyed.
     TestCard();
     ~TestCard();
     TestCard(const TestCard&) = delete;
