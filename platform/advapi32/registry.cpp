@@ -121,6 +121,7 @@ LSTATUS writeEntry(const std::string& file, std::u16string_view command) {
     std::string copy = file + ".XXXXXX";
     const desktop::Descriptor output(mkostemp(copy.data(), O_CLOEXEC));
     if (!output) return errorAt(file);
+    errno = ENOSPC;  // A write that is cut off by a full disk sets none.
     if (write(output.get(), content.get(), length) == static_cast<ssize_t>(length) &&
         fsync(output.get()) == 0 && rename(copy.c_str(), file.c_str()) == 0)
         return ERROR_SUCCESS;

@@ -146,9 +146,10 @@ HANDLE SetClipboardData(UINT format, HANDLE block) {
     call.only("format", format, CF_HDROP);
     const std::lock_guard lock(guard);
     const std::vector<BYTE> bytes = blockAt(call, block).bytes;
+    const std::vector<std::string> paths = pathsIn(call, bytes);
     if (call.struck()) return call.fail(ERROR_ACCESS_DENIED);
     if (!isOpen || owner != openedBy) return call.fail(ERROR_CLIPBOARD_NOT_OPEN);
-    if (!host::current().offerFiles(pathsIn(call, bytes))) return call.fail(ERROR_ACCESS_DENIED);
+    if (!host::current().offerFiles(paths)) return call.fail(ERROR_ACCESS_DENIED);
     blocks.remove(block);  // The system's from here on.
     publishBlock(bytes);
     return block;
