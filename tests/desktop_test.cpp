@@ -1,9 +1,7 @@
 // The layer's desktop where a mistake of its own would hide one of the program: ranks of messages,
-// the way of a key, the mouse capture, balloons.
+// the way of a key, the mouse capture.
 
 #include <windows.h>
-
-#include <shellapi.h>
 
 #include <gtest/gtest.h>
 
@@ -205,13 +203,12 @@ TEST_F(DesktopTest, thePointerIsAnnouncedAndAPressActivates) {
 
 TEST_F(DesktopTest, aPlannedFaultComesBeforeAnyResult) {
     OpenClipboard(window);
-    for (const auto& [operation, run] : std::initializer_list<std::pair<const char*, BOOL (*)()>>{
-             {"OpenClipboard", [] { return OpenClipboard(nullptr); }},
-             {"SetForegroundWindow", [] { return SetForegroundWindow(nullptr); }},
-             {"RegisterHotKey", [] { return RegisterHotKey(nullptr, 1, MOD_NOREPEAT, 'K'); }}}) {
-        desktop::planFault({desktop::Fault::Fail, operation, 1, ERROR_DISK_FULL});
+    for (BOOL (*const run)() :
+         {+[] { return OpenClipboard(nullptr); }, +[] { return SetForegroundWindow(nullptr); },
+          +[] { return RegisterHotKey(nullptr, 1, MOD_NOREPEAT, 'K'); }}) {
+        desktop::planFault({desktop::Fault::Fail, "", 1, ERROR_DISK_FULL});
         EXPECT_FALSE(run());
-        EXPECT_EQ(GetLastError(), DWORD{ERROR_DISK_FULL}) << operation;
+        EXPECT_EQ(GetLastError(), DWORD{ERROR_DISK_FULL}) << desktop::struckCall();
         desktop::clearFaults();
     }
     CloseClipboard();
@@ -232,17 +229,6 @@ TEST_F(DesktopTest, captureTellsItsLoser) {
         if (entry.message == WM_CAPTURECHANGED)
             losses.emplace_back(entry.hwnd, reinterpret_cast<HWND>(entry.lParam));
     EXPECT_EQ(losses, (decltype(losses){{window, window}, {window, other}, {other, nullptr}}));
-}
-
-TEST_F(DesktopTest, balloonsNeedAnIcon) {
-    NOTIFYICONDATAW icon{};
-    icon.cbSize = sizeof icon;
-    icon.hWnd = window;
-    icon.uFlags = NIF_INFO;
-    icon.szInfo[0] = 'x';
-    icon.dwInfoFlags = NIIF_INFO;
-    EXPECT_FALSE(Shell_NotifyIconW(NIM_MODIFY, &icon));
-    EXPECT_TRUE(desktop::balloons().empty());
 }
 
 }  // namespace

@@ -22,10 +22,10 @@ inline Disk contentsOf(const Path& folder) {
         std::string& item = disk[entry.path().lexically_relative(folder).generic_string()];
         if (entry.is_symlink())
             item = "link " + std::filesystem::read_symlink(entry.path()).string();
-        else if (!entry.is_regular_file())
-            item = entry.is_directory() ? "folder" : "pipe";
-        else
+        else if (entry.is_regular_file())
             item = "file " + readFile(entry.path());
+        else
+            item = entry.is_directory() ? "folder" : "pipe";
     }
     return disk;
 }

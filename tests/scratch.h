@@ -18,8 +18,7 @@
 
 using Path = std::filesystem::path;
 
-// Its name is free when it is made: the number of a process is another one's later, or in another
-// namespace, and what a killed test leaves would be taken for the test's own files.
+// Under a free name: what a killed test of the same process number left is not the test's own.
 struct ScratchFolder {
     explicit ScratchFolder(const Path& parent = std::filesystem::temp_directory_path()) {
         static int number = 0;

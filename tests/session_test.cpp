@@ -52,27 +52,17 @@ struct Session : testing::Test {
     }
 };
 
-TEST_F(Session, hasOneFirstHolderOfAName) {
-    const Child child([] { CreateMutexW(nullptr, FALSE, TEXT("name")); });
-    EXPECT_FALSE(claims());
-    child.end();
-    EXPECT_TRUE(claims());
-    EXPECT_TRUE(claims()) << "The last handle ends the name.";
-}
-
 TEST_F(Session, usesAFolderThatIsTheUsersAlone) {
     const ScratchFolder scratch;
     const Path cache = std::getenv("XDG_CACHE_HOME"), own = scratch.path;
     std::filesystem::create_directory(own / "another");
     // Only the superuser can give it away; to everybody else the root belongs to another.
     const bool isGiven = chown((own / "another").c_str(), 12345, 12345) == 0;
-    const std::pair<Path, Path> rows[] = {{own, own},
-                                          {isGiven ? own / "another" : "/", cache},
-                                          {own / "missing", cache},
-                                          {"", cache}};
-    for (const auto& [runtime, base] : rows) {
+    for (const Path& runtime :
+         {own, isGiven ? own / "another" : Path("/"), own / "missing", Path()}) {
         setenv("XDG_RUNTIME_DIR", runtime.c_str(), 1);
-        EXPECT_EQ(desktop::sessionFolder(), base / "quorvel-desk-clip" / "a_session_0");
+        EXPECT_EQ(desktop::sessionFolder(),
+                  (runtime == own ? own : cache) / "quorvel-desk-clip" / "a_session_0");
     }
     std::filesystem::permissions(cache / "quorvel-desk-clip", std::filesystem::perms::all);
     EXPECT_EQ(CreateMutexW(nullptr, FALSE, TEXT("name")), nullptr);
@@ -90,22 +80,12 @@ desktop::Descriptor socketAt(const Path& path, decltype(connect)* bindOrConnect)
     return made;
 }
 
-// Whether a packet of so many bytes, as any program can send it, gets an answer.
+// Whether a packet of so many bytes, as any program can send it, is answered.
 bool isAnswered(const Path& mailbox, std::size_t size) {
     const desktop::Descriptor line = socketAt(mailbox, connect);
     std::uint64_t packet[4]{0xC000, 0, 0, 0};
     send(line.get(), packet, size, 0);
     return recv(line.get(), packet, sizeof packet, 0) > 0;
-}
-
-TEST_F(Session, givesUpSilentConnections) {
-    const Child child([] { desktop::openMailbox(u"SomeClass", 5); });
-    const Path mailbox = desktop::findMailbox(u"SomeClass")->path;
-    std::vector<desktop::Descriptor> silent;
-    for (int count = 0; count < 60; ++count) silent.push_back(socketAt(mailbox, connect));
-    EXPECT_TRUE(isAnswered(mailbox, 24));
-    pollfd first{silent.front().get(), POLLIN, 0};
-    EXPECT_EQ(poll(&first, 1, 30000), 1);
 }
 
 // Whatever has left them: a start must neither take one for the first instance nor fail.
@@ -121,8 +101,12 @@ TEST_F(Session, startsDespiteLeftoverSockets) {
     EXPECT_FALSE(desktop::findMailbox(u"SomeClass"));
 }
 
-TEST_F(Session, carriesRegisteredMessagesToAnotherProcess) {
-    const Child child([] { desktop::openMailbox(u"SomeClass", 5); });
+TEST_F(Session, carriesRegisteredMessagesToTheFirstProcess) {
+    const Child child([] {
+        CreateMutexW(nullptr, FALSE, TEXT("name"));
+        desktop::openMailbox(u"SomeClass", 5);
+    });
+    EXPECT_FALSE(claims());
     const auto found = desktop::findMailbox(u"someCLASS");
     ASSERT_TRUE(found);
     EXPECT_EQ(found->process, child.process);
@@ -131,8 +115,12 @@ TEST_F(Session, carriesRegisteredMessagesToAnotherProcess) {
         const auto answer = desktop::sendMail(*found, static_cast<UINT>(message), 0, 0, 10'000);
         EXPECT_EQ(answer.value_or(0), message == 0xC000 || message == 0xFFFF ? message + 1 : 0);
     }
+    std::vector<desktop::Descriptor> silent;
+    for (int count = 0; count < 60; ++count) silent.push_back(socketAt(found->path, connect));
     for (const std::size_t size : {16, 24, 32})
         EXPECT_EQ(isAnswered(found->path, size), size == 24) << size;
+    pollfd first{silent.front().get(), POLLIN, 0};
+    EXPECT_EQ(poll(&first, 1, 30'000), 1) << "A silent connection is given up.";
     kill(child.process, SIGSTOP);
     EXPECT_FALSE(desktop::sendMail(*found, 0xC000, 0, 0, 50));  // found, but hung
     EXPECT_TRUE(desktop::findMailbox(u"SomeClass"));
@@ -140,6 +128,7 @@ TEST_F(Session, carriesRegisteredMessagesToAnotherProcess) {
     EXPECT_FALSE(desktop::sendMail(*found, 0xC000, 0, 0, 50));
     EXPECT_FALSE(desktop::findMailbox(u"SomeClass"));
     EXPECT_FALSE(std::filesystem::exists(found->path));
+    for (int round = 0; round < 2; ++round) EXPECT_TRUE(claims()) << "Its last handle is closed.";
 }
 
 TEST_F(Session, opensFilesAsOtherProcessesAllow) {

@@ -10,6 +10,7 @@
 
 #include <csignal>
 #include <functional>
+#include <set>
 #include <thread>
 
 #include "demo/person.h"
@@ -60,9 +61,9 @@ struct Scene {
     }
     Disk look(bool withCopies = true) const {
         Disk disk = contentsOf(home);
-        disk.erase("completed.txt.new");
-        if (!withCopies)
-            std::erase_if(disk, [](const auto& one) { return one.first.ends_with(".tmp"); });
+        std::erase_if(disk, [&](const auto& one) {
+            return one.first == "completed.txt.new" || (!withCopies && one.first.ends_with(".tmp"));
+        });
         return disk;
     }
     std::string run(const Subject& subject) {
@@ -199,7 +200,6 @@ TEST(UserFiles, areWholeWhereverTheProcessEnds) {
 }
 
 void expectWholeAtEveryFailure(const Subject& subject, bool andAllLater) {
-    SCOPED_TRACE(subject.name);
     std::vector<std::string> said;
     std::string failed = "none yet";
     for (int call = 1; !failed.empty(); ++call) {
@@ -210,8 +210,7 @@ void expectWholeAtEveryFailure(const Subject& subject, bool andAllLater) {
         const std::string words = scene.run(subject);
         failed = desktop::struckCall();
         desktop::clearFaults();
-        SCOPED_TRACE(testing::Message() << call << " " << failed << " " << words);
-
+        SCOPED_TRACE(testing::Message() << subject.name << call << " " << failed << " " << words);
         const Disk left = scene.look(!andAllLater);
         // A listed clip that cannot be looked at counts as gone.
         if (failed != "GetFileAttributesW") {
@@ -328,14 +327,14 @@ TEST(UserFiles, areThoseOfTheirOwnFolder) {
     const Scene scene(registration);
     const Path link = scene.home / "link", unnamed = scene.home / "caf\xE9";
     const auto linkTo = [&](const Path& target) { put(link, "link " + target.string()); };
-    const auto registering = [](const Path& folder, const Path& clip) {
-        return failureOf([&] { registerCompletedClip(folder, clip); });
-    };
-    const std::string invalid = "Invalid completed recording name";
-    EXPECT_EQ(registering(scene.home, scene.home / "clip-1.mp4"), invalid);
-    EXPECT_EQ(registering(scene.home, link / clipName(11)), invalid);
     linkTo(scene.home);
-    EXPECT_EQ(registering(link, link / clipName(11)), linkedFolder);
+    const std::string invalid = "Invalid completed recording name";
+    const std::tuple<Path, Path, std::string> rows[] = {
+        {scene.home, scene.home / "clip-1.mp4", invalid},
+        {scene.home, link / clipName(11), invalid},
+        {link, link / clipName(11), linkedFolder}};
+    for (const auto& [folder, clip, words] : rows)
+        EXPECT_EQ(failureOf([&] { registerCompletedClip(folder, clip); }), words);
     // The user's own links above are followed, but not to a name that the program's texts cannot
     // hold: the folder that they would name instead is another one.
     EXPECT_TRUE(copyClipToClipboard(scene.window.handle, link / clipName(11)));
@@ -358,13 +357,15 @@ TEST(UserFiles, areCopiedToAFreeName) {
     for (const int taken : {31, 32}) {
         Scene scene(change);
         desktop::startCallLog();
-        for (int nth = 1; nth <= taken; ++nth)
-            desktop::planFault({Fault::Fail, "CopyFileW", nth,
-                                nth % 2 ? DWORD{ERROR_FILE_EXISTS} : DWORD{ERROR_ALREADY_EXISTS}});
+        for (int nth = 1; nth <= taken; ++nth) {
+            const DWORD code = nth % 2 ? ERROR_FILE_EXISTS : ERROR_ALREADY_EXISTS;
+            desktop::planFault({Fault::Fail, "CopyFileW", nth, code});
+        }
         EXPECT_EQ(scene.run(change), taken == 31 ? "" : cannotPrepare);
         desktop::clearFaults();
-        const auto names = person::callsOf("CopyFileW");
-        EXPECT_EQ(std::set<std::string>(names.begin(), names.end()).size(), 32u);
+        std::set<std::string> names;
+        for (const std::string& call : person::callsOf("CopyFileW")) names.insert(call);
+        EXPECT_EQ(names.size(), 32u);
     }
 }
 

@@ -18,7 +18,7 @@ read_back() {
     resources=$("$tools-windres" -J coff -O rc -i "$1")
     sed -n 's/^ *"\(.*\)\\000\\000", 1, 32, .* Element no.*/\1/p' <<<"$resources" | paste -sd ' '
     grep -E 'BLOCK|FILE(OS|TYPE|FLAGS)' <<<"$resources" | paste -sd ' '
-    grep -vE '^ *(BEGIN|END)?$|^ */\*|^   Name|^  (0x|")|^[1-9] 3 |BLOCK|FILE(OS|TYPE|FLAGS)|Element' <<<"$resources"
+    grep -vE '^ *(BEGIN|END)?$|^ */\*|^   Name|^  (0x|")|^[1-9] 3 |BLOCK|FILE(OS|TYPE|FLAGS)|Element|CONTROL' <<<"$resources"
     grep -E '^  " .*(name=|<desc|Level|Id=|SMI)' <<<"$resources"
 }
 
@@ -40,13 +40,6 @@ STYLE 0x80ca0840
 EXSTYLE 0x40000
 CAPTION "Quorvel Clip - Settings"
 FONT 9, "Segoe UI"
- CONTROL "Recording &shortcut", -1, "STATIC", 0x50020000, 12, 10, 246, 10
- CONTROL "", 1001, "EDIT", 0x50810880, 12, 24, 246, 18
- CONTROL "Click the box, then press a key combination. Tab moves on.", -1, "STATIC", 0x50020000, 12, 46, 246, 18
- CONTROL "Start with &Windows", 1002, "BUTTON", 0x50010003, 12, 70, 246, 12
- CONTROL "", 1003, "STATIC", 0x50020000, 12, 86, 246, 24
- CONTROL "&Save", 1, "BUTTON", 0x50010001, 146, 116, 53, 16
- CONTROL "Cancel", 2, "BUTTON", 0x50010000, 205, 116, 53, 16
 102 14 /* RT_GROUP_ICON */
  0, 1, 9, /* Has 9 elements. */
 1 VERSIONINFO

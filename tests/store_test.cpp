@@ -1,0 +1,180 @@
+// What belongs to clips on the disk: their names, the ledger and its rule, and the copy. What is in
+// their way: see the user's files.
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "store/clip_name.h"
+#include "store/clipboard.h"
+#include "store/data_folder.h"
+#include "store/ledger.h"
+#include "store/retention.h"
+#include "tests/retention_model.h"
+#include "tests/tray_window.h"
+
+namespace {
+
+TEST(ClipName, hasExactlyOneForm) {
+    const WideText example = TEXT("clip-3f2a9c1e-7b4d-4e21-9a6f-0c5d8e7b1a23.mp4");
+    EXPECT_TRUE(isValidClipName(example));
+    EXPECT_EQ(partialPath(example).string(), Path(example).string() + ".partial.mp4");
+    for (const WideText& name :
+         {WideText(), example.substr(1), example + TEXT(" "), partialPath(example).string<WCHAR>()})
+        EXPECT_FALSE(isValidClipName(name)) << Path(name).string();
+    // Upper case, the neighbors of the digits, a hyphen for a digit and the other way round, and a
+    // character whose low eight bits are the digit's.
+    const std::pair<std::size_t, std::u16string> wrong[] = {
+        {0, u"C"},  {5, u"Fg`/\u0133"}, {40, u":-"}, {13, u"0"}, {18, u"0"},
+        {23, u"0"}, {28, u"0"},         {41, u"_"},  {42, u"M"}};
+    for (const auto& [index, letters] : wrong)
+        for (const char16_t letter : letters) {
+            WideText name = example;
+            name[index] = static_cast<WCHAR>(letter);
+            EXPECT_FALSE(isValidClipName(name)) << Path(name).string();
+        }
+}
+
+std::vector<int> numbers(const auto& names) {
+    std::vector<int> found;
+    for (const WideText& name : names)
+        found.push_back(std::stoi(Path(name).string().substr(29, 12)));
+    return found;
+}
+
+TEST(Ledger, readsWhatIsWholeAndSkipsTheRest) {
+    const ScratchFolder folder;
+    makeClips(folder.path, {1, 2, 3});
+    std::filesystem::create_directory(folder.path / clipName(4));
+    const std::string one = clipName(1), two = clipName(2), three = clipName(3);
+    std::string upper = three;
+    upper.replace(upper.size() - 3, 3, "MP4");
+    const struct {
+        std::string bytes;
+        std::vector<int> owned, seen;
+    } rows[] = {
+        {"", {}, {}},
+        {one + "\r\n" + two + "\r\n", {1, 2}, {1, 2}},
+        {one + "\n" + two + "\n", {1, 2}, {1, 2}},
+        {two + "\r\n" + one, {2, 1}, {1, 2}},   // no last line end
+        {one + "\r\n" + two + "\r", {1}, {1}},  // a lone CR is no line end
+        {one + "\r\n" + two + "\x1A\r\n" + three + "\r\n", {1, 2}, {1, 2}},
+        {one + "\r\n" + two + "\r\x1A\n", {1}, {1}},
+        {"\xEF\xBB\xBF" + one + "\r\n" + two + "\r\n", {2}, {2}},
+        {one + " \r\n\r\n " + two + "\r\n" + upper + "\r\n" + std::string(45, '\xE9') + "\n",
+         {},
+         {}},
+        {std::string(100'000, 'x') + "\n" + one + "\n", {1}, {1}},
+        // The first is gone, the second a folder: seen, not owned.
+        {clipName(9) + "\n" + clipName(4) + "\n" + one + "\n", {1}, {1, 4, 9}},
+        {std::string("\0", 1) + one + "\n" + two + "\n", {2}, {2}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(testing::PrintToString(row.bytes.substr(0, 200)));
+        writeFile(folder.path / "completed.txt", row.bytes);
+        const Ledger ledger = readLedger(folder.path);
+        EXPECT_EQ(numbers(ledger.ownedNames), row.owned);
+        EXPECT_EQ(numbers(ledger.seenNames), row.seen);
+    }
+}
+
+// The user's own file stays that has been linked to the new list's name.
+TEST(Ledger, isReplacedAsAWhole) {
+    const ScratchFolder folder;
+    makeClips(folder.path, {1});
+    std::filesystem::create_hard_link(folder.path / clipName(1), folder.path / "completed.txt.new");
+    for (const std::vector<int>& owned : {std::vector{7, 5}, std::vector{3}}) {
+        std::deque<WideText> names;
+        for (const int number : owned) names.push_back(widenBytes(clipName(number)));
+        writeLedger(folder.path, names);
+        EXPECT_EQ(readFile(folder.path / "completed.txt"), ledgerOf(owned));
+    }
+    EXPECT_EQ(readFile(folder.path / clipName(1)), "1");
+    EXPECT_TRUE(readLedger(folder.path / "missing").seenNames.empty());
+}
+
+// One change that is not the program's.
+void meddle(const Path& folder, const auto& below) {
+    const auto anyName = [&] { return clipName(static_cast<int>(1 + below(16))); };
+    const Path clip = folder / anyName(), ledger = folder / "completed.txt";
+    std::string text = readFile(ledger);
+    const std::size_t at = below(text.size() + 1);
+    const std::string pieces[] = {anyName() + "\r\n", anyName(), "\r", "\n", " ", "x", text};
+    const std::size_t kind = below(9);
+    std::error_code ignored;
+    if (kind < 3) std::filesystem::remove_all(clip);
+    if (kind == 1) std::filesystem::create_directory(clip);
+    if (kind == 2) std::filesystem::create_symlink("foreign.txt", clip, ignored);
+    if (kind == 3) std::filesystem::rename(clip, folder / anyName(), ignored);
+    if (kind == 4) std::filesystem::rename(clip, folder / "mine.mp4", ignored);
+    if (kind == 5) std::filesystem::remove(ledger);
+    if (kind == 6) writeFile(ledger, text.erase(at, below(60)));
+    if (kind > 6) writeFile(ledger, text.insert(at, pieces[below(std::size(pieces))]));
+}
+
+// Under Wine each step takes some milliseconds.
+constexpr unsigned seeds = Path::preferred_separator == '/' ? 5'000 : 200;
+
+TEST(Retention, neverLeavesItsRule) {
+    for (unsigned seed = 1; seed <= seeds && !HasFatalFailure(); ++seed) {
+        SCOPED_TRACE(testing::Message() << "seed " << seed);
+        std::mt19937 random(seed);
+        const auto below = [&](std::size_t limit) { return random() % limit; };
+        const ScratchFolder folder(memory);
+        makeClips(folder.path, {1, 2, 3, 4, 5, 6, 7, 8});
+        writeFile(folder.path / "foreign.txt", "foreign");
+        writeFile(folder.path / "completed.txt", ledgerOf({3, 1, 4, 2, 5}));
+        int newest = 8;
+        for (std::size_t step = 6 + below(8); step > 0; --step) {
+            if (below(2) == 0) {
+                meddle(folder.path, below);
+                continue;
+            }
+            const Path clip = folder.path / clipName(++newest);
+            std::filesystem::remove_all(clip);
+            writeFile(clip, "new");
+            const Disk before = contentsOf(folder.path);
+            ASSERT_EQ(failureOf([&] { registerCompletedClip(folder.path, clip); }), "");
+            ASSERT_EQ(contentsOf(folder.path),
+                      stepsOfRegistration(before, clip.filename().string()).back());
+        }
+    }
+}
+
+TEST(Clipboard, pathsLoseOnlyKnownPrefixes) {
+    const std::pair<const char*, const char*> rows[] = {
+        {"\\\\?\\C:\\x\\y", "C:\\x\\y"},
+        {"\\\\?\\C:\\", "C:\\"},
+        {"\\\\?\\C:", "\\\\?\\C:"},  // six characters
+        {"\\\\?\\UNC\\server\\share", "\\\\server\\share"},
+        {"\\\\?\\unc\\server\\share", "\\\\?\\unc\\server\\share"},
+        {"\\\\?\\Volume{0}\\x", "\\\\?\\Volume{0}\\x"},
+        {"C:\\x", "C:\\x"},
+    };
+    for (const auto& [given, expected] : rows)
+        EXPECT_EQ(Path(stripFinalPathPrefix(widenBytes(given))).string(), expected);
+}
+
+TEST(Clipboard, takesOnlyAFinishedClip) {
+    const TrayWindow window;
+    const ScratchFolder folder;
+    const auto copy = [&](const std::string& name) {
+        return copyClipToClipboard(window.handle, folder.path / name);
+    };
+    for (const char* const name :
+         {"clip.mov", "clip.MP4", "clip.mp4.partial.mp4", "a.partial b.mp4", "clip"}) {
+        writeFile(folder.path / name, "x");
+        EXPECT_FALSE(copy(name)) << name;
+    }
+    std::filesystem::create_directory(folder.path / "folder.mp4");
+    writeFile(folder.path / "empty.mp4", "");
+    for (const char* const name : {"missing.mp4", "folder.mp4", "empty.mp4"})
+        EXPECT_FALSE(copy(name)) << name;
+    std::ofstream writer(folder.path / "clip.mp4");
+    writer << "x" << std::flush;
+    EXPECT_FALSE(copy("clip.mp4"));  // is being written
+    writer.close();
+    EXPECT_TRUE(copy("clip.mp4"));
+}
+
+}  // namespace
