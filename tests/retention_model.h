@@ -38,7 +38,9 @@ inline std::vector<std::string> ownedIn(const Disk& disk) {
     static const std::regex form("clip-[0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}\\.mp4");
     std::vector<std::string> owned;
     if (!isFile(disk, "completed.txt")) return owned;
-    std::istringstream lines(disk.at("completed.txt").substr(5));
+    // A text ends at Ctrl+Z, like a file whose last line has no end.
+    const std::string& text = disk.at("completed.txt");
+    std::istringstream lines(text.substr(5, text.find('\x1A') - 5));
     for (std::string line; std::getline(lines, line);) {
         if (line.ends_with('\r') && !lines.eof()) line.pop_back();
         if (std::regex_match(line, form) && isFile(disk, line) &&

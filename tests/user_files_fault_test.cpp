@@ -126,10 +126,12 @@ const Subject change{"change of the shortcut",
 const Subject firstConfig{
     "first config.ini", {}, [](Scene& scene) { ensureConfigFile(scene.config); }, {{}}, {}};
 
-const WideText exe = TEXT("/opt/clip");
+const WideText exe = TEXT("/a\n \u00E9=b%\"\\$`c");
 const std::string entry = "autostart/QuorvelDeskClip.desktop";
 const std::string head = "file [Desktop Entry]\nType=Application\nName=QuorvelDeskClip\nExec=";
-const std::string owned = head + "\"/opt/clip\"\n";
+const std::string command = "\"/a\\n \xC3\xA9"
+                            R"(=b%%\\"\\\\\\$\\`c)",
+                  owned = head + command + "\"\n";
 const std::string cannotUpdate = "Cannot update Windows startup registration.";
 const std::string cannotRead = "Cannot read Windows startup value.";
 const std::string refused = "Windows refused the startup change.";
@@ -234,8 +236,9 @@ TEST(UserFiles, areWholeWhicheverCallFails) {
 }
 
 TEST(UserFiles, meetAnotherProgramAtTheWorstMoment) {
-    const std::string foreign = head + "\"x\"\n", shorter = head + "\"/opt/cli\"\n",
-                      longer = head + "\"/opt/clip --settings\"\n";
+    const std::string foreign = head + "\"x\"\n",
+                      shorter = head + command.substr(0, command.size() - 1) + "\"\n",
+                      longer = head + command + " --settings\"\n";
     const std::string notAFile = "Retention refused a linked/non-file entry";
     const std::string unconfirmed =
         "Startup changed during Save; its state could not be confirmed.";
@@ -301,6 +304,15 @@ TEST(UserFiles, surviveAFullDiskAndWhatIsInTheWay) {
         {enabling, {{"autostart", "file x"}}, cannotUpdate},
         {enabling, {{entry, "link x"}}, another},
         {enabling, {{entry, "pipe"}}, another},
+        {enabling, {{entry, owned + "Hidden=true\n"}}, ""},
+        {enabling, {{entry, owned + "X-GNOME-Autostart-enabled=false\n"}}, ""},
+        {enabling, {{entry, head + command + "\" --settings\n"}}, another},
+        {enabling, {{entry, head + command + "\n"}}, another},
+        {enabling, {{entry, head + "/opt/clip\n"}}, another},
+        {enabling, {{entry, head + "\"\n[Other]\nExec=" + command + "\"\n"}}, another},
+        {enabling, {{entry, "file \n"}}, another},
+        {disabling, {{entry, owned + "X-GNOME-Autostart-enabled=true\n[O]\nHidden=1\n"}}, ""},
+        {disabling, {{entry, "file #\n[Desktop Entry]\nExec = " + command + "\" \n"}}, ""},
         {disabling, {{entry, "link x"}}, ""},
         {disabling, {{entry, "folder"}}, ""},
         {disabling, {{"autostart", ""}}, ""},
@@ -350,6 +362,10 @@ TEST(UserFiles, areThoseOfTheirOwnFolder) {
     put(link, "pipe");
     EXPECT_EQ(failureOf([&] { resolvePhysicalPath(link, true); }),
               "Cannot open completed clip/data folder");
+    for (const bool enable : {true, false}) saveStartup(WideText(258, 'x'), enable);
+    EXPECT_EQ(failureOf([] { saveStartup(WideText(259, 'x'), true); }),
+              "The executable path exceeds the Windows Run command limit. Move it to a shorter "
+              "path first.");
 }
 
 // Thirty-two names are tried, each another one.
