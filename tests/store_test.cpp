@@ -8,7 +8,6 @@
 #include "store/clip_name.h"
 #include "store/clipboard.h"
 #include "store/data_folder.h"
-#include "store/ledger.h"
 #include "store/retention.h"
 #include "tests/retention_model.h"
 #include "tests/tray_window.h"
@@ -33,21 +32,6 @@ TEST(ClipName, hasExactlyOneForm) {
             name[index] = static_cast<WCHAR>(letter);
             EXPECT_FALSE(isValidClipName(name)) << Path(name).string();
         }
-}
-
-// The user's own file stays that has been linked to the new list's name.
-TEST(Ledger, isReplacedAsAWhole) {
-    const ScratchFolder folder;
-    makeClips(folder.path, {1});
-    std::filesystem::create_hard_link(folder.path / clipName(1), folder.path / "completed.txt.new");
-    for (const std::vector<int>& owned : {std::vector{7, 5}, std::vector{3}}) {
-        std::deque<WideText> names;
-        for (const int number : owned) names.push_back(widenBytes(clipName(number)));
-        writeLedger(folder.path, names);
-        EXPECT_EQ(readFile(folder.path / "completed.txt"), ledgerOf(owned));
-    }
-    EXPECT_EQ(readFile(folder.path / clipName(1)), "1");
-    EXPECT_TRUE(readLedger(folder.path / "missing").seenNames.empty());
 }
 
 // One change that is not the program's.
