@@ -217,16 +217,16 @@ void expectWholeAtEveryFailure(const Subject& subject, bool andAllLater) {
         // A listed clip that cannot be looked at counts as gone.
         if (failed != "GetFileAttributesW") {
             EXPECT_TRUE(std::ranges::count(states, left)) << testing::PrintToString(left);
-            EXPECT_TRUE(left == states.back() || !words.empty());
+            EXPECT_EQ(words.empty() ? left : states.back(), states.back());
         }
-        EXPECT_TRUE(!failed.empty() || words.empty());
+        EXPECT_EQ(failed.empty() ? words : "", "");
         if (andAllLater) continue;
         if (!failed.empty() && (said.empty() || said.back() != words)) said.push_back(words);
         EXPECT_EQ(scene.run(subject), "");
         EXPECT_EQ(scene.look(), statesOf(subject, left).back());
         EXPECT_EQ(desktop::openObjects(), held);
     }
-    EXPECT_TRUE(andAllLater || said == subject.words) << testing::PrintToString(said);
+    EXPECT_EQ(andAllLater ? subject.words : said, subject.words);
 }
 
 TEST(UserFiles, areWholeWhicheverCallFails) {
