@@ -11,7 +11,7 @@
 
 #include "platform/core/text.h"
 #include "platform/hosts/host.h"
-#include "platform/user32/message_queue.h"
+#include "platform/user32/messages.h"
 
 namespace {
 

@@ -15,8 +15,7 @@
 #include "platform/core/user_folders.h"
 #include "platform/hosts/host.h"
 #include "platform/media_foundation/mp4_file.h"
-#include "platform/user32/input.h"
-#include "platform/user32/message_queue.h"
+#include "platform/user32/messages.h"
 #include "platform/user32/resources.h"
 #include "platform/user32/window.h"
 
@@ -84,25 +83,26 @@ bool carryOut(DWORD command, const NOTIFYICONDATAW& data) {
     return true;
 }
 
-// Mouse messages are posted to the icon's window. A shell that has started again has forgotten the
-// icon, and every window hears of it.
-void takeEvent(const host::Event& event) {
-    if (event.kind == host::Event::TaskbarCreated) {
-        entry.reset();
-        publishTip("");
-        user32::broadcast(desktop::registeredMessage(u"TaskbarCreated"), 0, 0);
-    } else if (entry) {
-        user32::post(
-            {entry->window, entry->callback, entry->id, static_cast<LPARAM>(event.message), 0, {}});
-    }
-}
-
-const bool registered = user32::setTrayAction(takeEvent) &&
-                        user32::registerFor(user32::Moment::ThreadEnds, [](HWND) { forgetIcon(); });
-
 }  // namespace
 
 }  // namespace shell32
+
+void user32::removeTrayIconOf(HWND window) {
+    if (shell32::entry && shell32::entry->window == window) shell32::forgetIcon();
+}
+
+// Mouse messages are posted to the icon's window. A shell that has started again has forgotten the
+// icon, and every window hears of it.
+void user32::takeTrayEvent(const host::Event& event) {
+    auto& entry = shell32::entry;
+    if (event.kind == host::Event::TaskbarCreated) {
+        entry.reset();
+        shell32::publishTip("");
+        broadcast(desktop::registeredMessage(u"TaskbarCreated"), 0, 0);
+    } else if (entry) {
+        post(entry->window, entry->callback, entry->id, static_cast<LPARAM>(event.message));
+    }
+}
 
 BOOL Shell_NotifyIconW(DWORD command, NOTIFYICONDATAW* icon) {
     desktop::Call call("Shell_NotifyIconW", command, icon->uFlags, icon->uCallbackMessage,

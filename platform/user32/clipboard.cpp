@@ -1,7 +1,7 @@
 // Files on the clipboard, and the movable memory blocks that bring them there.
 
+#include <algorithm>
 #include <cstring>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -23,19 +23,17 @@ namespace {
 
 struct Block {
     std::vector<BYTE> bytes;  // never resized: the program has its address
-    int locks = 0;
+    bool locked = false;
 };
-
-std::mutex guard;
 desktop::HandleTable<HGLOBAL, Block> blocks(0x20000008, "GlobalBlock");
 
 Block& blockAt(const desktop::Call& call, HGLOBAL handle) {
+    enterUserInterface();
     Block* const block = blocks.find(handle);
     if (!block) call.refuse("block", handle);
     return *block;
 }
 
-bool isOpen = false;
 HWND openedBy = nullptr;
 HWND owner = nullptr;
 
@@ -43,40 +41,31 @@ void publishBlock(std::optional<std::vector<std::uint8_t>> block) {
     desktop::withShown([&](desktop::Shown& shown) { shown.clipboard = std::move(block); });
 }
 
-// The paths after the DROPFILES record, in UTF-8: each ends with a zero, the list with another.
-std::vector<std::string> pathsIn(const desktop::Call& call,
-                                 const std::vector<std::uint8_t>& block) {
-    DROPFILES header;
-    if (block.size() < sizeof header) call.refuse("size", block.size());
-    std::memcpy(&header, block.data(), sizeof header);
+// The one path after the DROPFILES record. A zero ends it, and another the list.
+std::u16string pathIn(const desktop::Call& call, const std::vector<BYTE>& block) {
+    DROPFILES header{};
+    std::memcpy(&header, block.data(), std::min(sizeof header, block.size()));
     call.only("fWide", header.fWide, TRUE);
-    std::vector<std::string> paths;
-    std::u16string path;
-    for (std::size_t at = header.pFiles; at + 2 <= block.size(); at += 2) {
-        const auto unit = static_cast<char16_t>(block[at] | block[at + 1] << 8);
-        if (unit) {
-            path += unit;
-            continue;
-        }
-        if (path.empty()) return paths;
-        paths.push_back(desktop::toUtf8(std::exchange(path, {})));
-    }
-    call.refuse("list without an end at", header.pFiles);
+    if (header.pFiles > block.size()) call.refuse("offset", header.pFiles);
+    std::u16string list((block.size() - header.pFiles) / sizeof(WCHAR), 0);
+    std::memcpy(list.data(), block.data() + header.pFiles, list.size() * sizeof(WCHAR));
+    const std::size_t end = list.find(u'\0');
+    if (end == 0 || end + 2 != list.size() || list.back()) call.refuse("list that ends at", end);
+    return list.substr(0, end);
 }
 
 void close() {
-    isOpen = false;
     openedBy = nullptr;
     desktop::closed("Clipboard");
 }
 
-// A window that is gone has the clipboard neither open nor as its own; what is on it stays.
-const bool registered = registerFor(Moment::WindowIsDestroyed, [](HWND window) {
-    if (isOpen && openedBy == window) close();
-    if (owner == window) owner = nullptr;
-});
-
 }  // namespace
+
+// What is on the clipboard stays.
+void leaveClipboard(HWND window) {
+    if (openedBy == window) close();
+    if (owner == window) owner = nullptr;
+}
 
 }  // namespace user32
 
@@ -86,33 +75,31 @@ HGLOBAL GlobalAlloc(UINT flags, SIZE_T bytes) {
     desktop::Call call("GlobalAlloc", flags, bytes);
     call.only("flags", flags, GMEM_MOVEABLE | GMEM_ZEROINIT);
     if (call.struck()) return call.fail(ERROR_NOT_ENOUGH_MEMORY);
-    const std::lock_guard lock(guard);
+    enterUserInterface();
     return blocks.add({std::vector<BYTE>(bytes)});
 }
 
 LPVOID GlobalLock(HGLOBAL handle) {
     desktop::Call call("GlobalLock", handle);
-    const std::lock_guard lock(guard);
     Block& block = blockAt(call, handle);
+    call.only("lock", block.locked, false);
     if (call.struck()) return call.fail(ERROR_NOT_ENOUGH_MEMORY);
-    ++block.locks;
+    block.locked = true;
     return block.bytes.data();
 }
 
 BOOL GlobalUnlock(HGLOBAL handle) {
     desktop::Call call("GlobalUnlock", handle);
-    const std::lock_guard lock(guard);
     Block& block = blockAt(call, handle);
-    if (block.locks == 0) call.refuse("count of locks", 0);
-    if (--block.locks > 0) return TRUE;
+    call.only("lock", block.locked, true);
+    block.locked = false;
     SetLastError(ERROR_SUCCESS);  // tells the unlocked block from a failure
     return FALSE;
 }
 
 HGLOBAL GlobalFree(HGLOBAL handle) {
     desktop::Call call("GlobalFree", handle);
-    const std::lock_guard lock(guard);
-    call.only("locks", blockAt(call, handle).locks, 0);
+    call.only("lock", blockAt(call, handle).locked, false);
     blocks.remove(handle);
     return nullptr;
 }
@@ -121,9 +108,8 @@ BOOL OpenClipboard(HWND window) {
     desktop::Call call("OpenClipboard", window);
     if (call.struck()) return call.fail(ERROR_ACCESS_DENIED);
     if (!find(window)) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
-    if (isOpen) return openedBy == window ? TRUE : call.fail(ERROR_ACCESS_DENIED);
+    if (openedBy) return openedBy == window ? TRUE : call.fail(ERROR_ACCESS_DENIED);
     if (!host::current().openClipboard()) return call.fail(ERROR_ACCESS_DENIED);
-    isOpen = true;
     openedBy = window;
     desktop::opened("Clipboard");
     return TRUE;
@@ -133,7 +119,7 @@ BOOL OpenClipboard(HWND window) {
 BOOL EmptyClipboard() {
     desktop::Call call("EmptyClipboard");
     if (call.struck()) return call.fail(ERROR_ACCESS_DENIED);
-    if (!isOpen) return call.fail(ERROR_CLIPBOARD_NOT_OPEN);
+    if (!openedBy) return call.fail(ERROR_CLIPBOARD_NOT_OPEN);
     if (owner) send(owner, WM_DESTROYCLIPBOARD, 0, 0);
     owner = openedBy;
     publishBlock(std::nullopt);
@@ -144,12 +130,11 @@ BOOL EmptyClipboard() {
 HANDLE SetClipboardData(UINT format, HANDLE block) {
     desktop::Call call("SetClipboardData", format, block);
     call.only("format", format, CF_HDROP);
-    const std::lock_guard lock(guard);
     const std::vector<BYTE> bytes = blockAt(call, block).bytes;
-    const std::vector<std::string> paths = pathsIn(call, bytes);
+    const std::string path = desktop::toUtf8(pathIn(call, bytes));
     if (call.struck()) return call.fail(ERROR_ACCESS_DENIED);
-    if (!isOpen || owner != openedBy) return call.fail(ERROR_CLIPBOARD_NOT_OPEN);
-    if (!host::current().offerFiles(paths)) return call.fail(ERROR_ACCESS_DENIED);
+    if (!openedBy || owner != openedBy) return call.fail(ERROR_CLIPBOARD_NOT_OPEN);
+    if (!host::current().offerFiles({path})) return call.fail(ERROR_ACCESS_DENIED);
     blocks.remove(block);  // The system's from here on.
     publishBlock(bytes);
     return block;
@@ -157,7 +142,7 @@ HANDLE SetClipboardData(UINT format, HANDLE block) {
 
 BOOL CloseClipboard() {
     desktop::Call call("CloseClipboard");
-    if (!isOpen) return call.fail(ERROR_CLIPBOARD_NOT_OPEN);
+    if (!openedBy) return call.fail(ERROR_CLIPBOARD_NOT_OPEN);
     close();
     return TRUE;
 }

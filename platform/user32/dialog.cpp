@@ -9,8 +9,7 @@
 #include "platform/core/call.h"
 #include "platform/core/shown.h"
 #include "platform/core/text.h"
-#include "platform/user32/input.h"
-#include "platform/user32/message_queue.h"
+#include "platform/user32/messages.h"
 #include "platform/user32/window.h"
 
 namespace user32 {
@@ -72,8 +71,7 @@ void runSystemMenu(const Dialog& dialog) {
 void minimize(const Dialog& dialog) {
     Window& window = *find(dialog.window);
     window.minimized = true;
-    setVisible(window, false);
-    announce(Moment::WindowHides, dialog.window);
+    hide(window);
 }
 
 void runSystemCommand(Dialog& dialog, WPARAM command) {
@@ -102,7 +100,7 @@ LRESULT answerByDefault(Dialog& dialog, UINT message, WPARAM wparam, LPARAM lpar
         place(*find(dialog.window), *reinterpret_cast<const RECT*>(lparam));
         return 0;
     case WM_SETICON: return setIcon(dialog, wparam, lparam);
-    case WM_CLOSE: post({dialog.window, WM_COMMAND, IDCANCEL, 0, 0, {}}); return 0;
+    case WM_CLOSE: post(dialog.window, WM_COMMAND, IDCANCEL, 0); return 0;
     case WM_SYSCOMMAND: return runSystemCommand(dialog, wparam), 0;
     case WM_ACTIVATE: return changeActivation(dialog, wparam != WA_INACTIVE), 0;
     case WM_DISPLAYCHANGE: return settle(dialog, true), 0;
@@ -151,15 +149,10 @@ void initialize(Dialog& dialog, LPARAM parameter) {
         desktop::refuse("DialogBoxParamW", "focus set by the program", 0);
     if (dialog.done) return;
     setFocus(dialog, nextTabStop(dialog, nullptr, false), true);
-    setVisible(*find(dialog.window), true);
+    show(*find(dialog.window));
     activate(dialog.window);
     showChange(dialog);
 }
-
-const bool registered = registerFor(Moment::ThreadEnds, [](HWND) {
-    dialogs.clear();
-    publish();
-});
 
 }  // namespace
 
@@ -193,8 +186,7 @@ void endDialog(Dialog& dialog, INT_PTR result) {
     dialog.done = true;
     dialog.result = result;
     setBoxOf(dialog.owner, nullptr);
-    setVisible(*find(dialog.window), false);
-    announce(Moment::WindowHides, dialog.window);
+    hide(*find(dialog.window));
     publish();
 }
 

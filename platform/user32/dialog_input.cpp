@@ -2,7 +2,7 @@
 // controls and the caption.
 
 #include "platform/user32/dialog.h"
-#include "platform/user32/input.h"
+#include "platform/user32/messages.h"
 
 #include <windowsx.h>
 

@@ -1,14 +1,15 @@
-// The way of an event: host, hook, hot key, window.
-
-#include "platform/user32/input.h"
+// The way of an event: host, hook, hot key, window; and what has the foreground and the capture,
+// with what their changes cause.
 
 #include <algorithm>
 #include <bitset>
 #include <optional>
+#include <utility>
 
 #include "platform/core/call.h"
+#include "platform/core/objects.h"
 #include "platform/hosts/host.h"
-#include "platform/user32/message_queue.h"
+#include "platform/user32/messages.h"
 #include "platform/user32/window.h"
 
 namespace user32 {
@@ -19,9 +20,53 @@ using host::Event;
 
 std::optional<Event> waiting;  // pointer or key event for a window
 UINT takenModifiers = 0;
-void (*trayEvent)(const Event& event) = nullptr;
-std::bitset<256> passedDown;  // keys whose press went past the hooks
-std::bitset<256> eatenDown;   // keys whose press a hook ate: nobody else sees them as down
+WPARAM buttons = 0;           // MK_ bits of those that are held
+std::bitset<256> passedDown;  // keys whose press went past the hook
+std::bitset<256> eatenDown;   // keys whose press the hook ate: nobody else sees them as down
+
+void tell(HWND window, bool active) {
+    if (!window) return;
+    send(window, WM_ACTIVATE, active ? WA_ACTIVE : WA_INACTIVE, 0);
+    send(window, active ? WM_SETFOCUS : WM_KILLFOCUS, 0, 0);
+}
+
+void moveForeground(HWND window) {
+    const HWND before = std::exchange(state.foreground, window);
+    if (before == window) return;
+    tell(before, false);
+    if (foreground() == window) tell(window, true);
+    publishWindows();
+}
+
+bool canBeActive(const Window& window) {
+    return window.visible && window.enabled && !(window.extendedStyle & WS_EX_NOACTIVATE) &&
+           width(window) > 0;
+}
+
+// A menu that has the capture closes with it.
+void loseActivation() {
+    state.entitled = false;
+    releaseCapture();
+    moveForeground(nullptr);
+}
+
+// A key or button goes down. What did so before the program was started does not count. The display
+// knows nothing of a hidden window that has the foreground, so it cannot report that a press
+// elsewhere takes it away.
+void notePress(const Event& press, bool ours) {
+    if (press.time != Event{}.time && press.time < state.begun) return;
+    state.entitled = ours;
+    if (!ours && foreground() && !find(foreground())->visible) loseActivation();
+}
+
+// As a press on it does: unless the window refuses.
+void activateByPress(HWND window, UINT message) {
+    const Window* const record = find(window);
+    if (!record || !canBeActive(*record) || foreground() == window || state.menu == window) return;
+    const LRESULT answer = send(window, WM_MOUSEACTIVATE, reinterpret_cast<WPARAM>(window),
+                                MAKELPARAM(HTCLIENT, message));
+    if (answer == MA_ACTIVATE && find(window)) activate(window);
+}
 
 bool isPress(const Event& event) { return event.kind == Event::KeyPressed; }
 
@@ -35,28 +80,22 @@ UINT keyMessage(const Event& event) {
     return system ? WM_SYSKEYUP : WM_KEYUP;
 }
 
+HWND keyTarget() { return state.menu ? state.menu : foreground(); }
+
+// A hidden window may have the foreground, but on a display that others use too the keys are
+// theirs.
 void offerKey(const Event& event) {
     const bool press = isPress(event);
     const std::size_t key = event.key & 0xFF;
     const bool repeat = press && passedDown[key];
-    if (hooksEat(event, keyMessage(event))) {
-        if (press)
-            eatenDown[key] = true;
-        else
-            eatenDown[key] = passedDown[key] = false;
-        return host::current().finishInput(event, true);
-    }
-    passedDown[key] = press;
-    eatenDown[key] = false;
-    if (press && isHotKey(event, repeat)) {
-        allowForeground();
-        return host::current().finishInput(event, true);
-    }
-    // A hidden window may have the foreground, but on a display that others use too the keys are
-    // theirs.
-    const bool ours = keyTarget() && find(keyTarget())->visible;
-    if (press) noteInput(event, ours);
-    host::current().finishInput(event, ours);
+    const bool eaten = hookEats(event, keyMessage(event));
+    eatenDown[key] = eaten && press;
+    if (!eaten || !press) passedDown[key] = press;
+    const bool isHot = !eaten && press && isHotKey(event, repeat);
+    if (isHot) state.entitled = true;
+    const bool ours = !eaten && !isHot && keyTarget() && find(keyTarget())->visible;
+    if (press && !eaten && !isHot) notePress(event, ours);
+    host::current().finishInput(event, eaten || isHot || ours);
     if (ours) waiting = event;
 }
 
@@ -67,17 +106,14 @@ void handle(const Event& event) {
     case Event::PointerMoved:
     case Event::ButtonPressed:
     case Event::ButtonReleased: waiting = event; return;
-    case Event::TrayMouse: allowForeground(); break;
+    case Event::TrayMouse: state.entitled = true; return takeTrayEvent(event);
+    case Event::TaskbarCreated: return takeTrayEvent(event);
     case Event::ActivationLost: return loseActivation();
     case Event::LayoutChanged: return broadcast(WM_DISPLAYCHANGE, 32, 0);
     case Event::SessionQuery: return tellAll(WM_QUERYENDSESSION, 0, 0);
     case Event::SessionEnd: return tellSessionEnd(event.message != 0);
-    case Event::TaskbarCreated: break;
     }
-    if (trayEvent) trayEvent(event);
 }
-
-WPARAM buttons = 0;  // MK_ bits of those that are held
 
 // The host knows what else covers the windows of ours.
 HWND windowOf(host::Surface surface) {
@@ -90,34 +126,22 @@ HWND windowOf(host::Surface surface) {
 constexpr WPARAM buttonBits[] = {MK_LBUTTON, MK_MBUTTON, MK_RBUTTON};
 constexpr UINT buttonMessages[] = {WM_LBUTTONDOWN, WM_MBUTTONDOWN, WM_RBUTTONDOWN};
 
-UINT messageOf(const host::Event& event) {
-    if (event.kind == host::Event::PointerMoved) return WM_MOUSEMOVE;
+UINT pointerMessage(const Event& event) {
+    if (event.kind == Event::PointerMoved) return WM_MOUSEMOVE;
     const UINT press = buttonMessages[event.button - 1];
-    return event.kind == host::Event::ButtonPressed ? press : press + 1;
+    return event.kind == Event::ButtonPressed ? press : press + 1;
 }
 
-bool pointerMessage(const host::Event& event, MSG& message) {
+MSG pointerInput(const Event& event) {
+    if (event.kind == Event::ButtonPressed) buttons |= buttonBits[event.button - 1];
+    if (event.kind == Event::ButtonReleased) buttons &= ~buttonBits[event.button - 1];
     const HWND window = capture() ? capture() : windowOf(event.surface);
-    if (event.kind == host::Event::ButtonPressed) buttons |= buttonBits[event.button - 1];
-    if (event.kind == host::Event::ButtonReleased) buttons &= ~buttonBits[event.button - 1];
-    if (!window) return false;
-    const Window& record = *find(window);
-    const RECT& bounds = record.bounds;
+    if (!window) return {};
+    const RECT& bounds = find(window)->bounds;
     const WPARAM held = buttons | (event.modifiers & MOD_SHIFT ? MK_SHIFT : 0u) |
                         (event.modifiers & MOD_CONTROL ? MK_CONTROL : 0u);
-    // Under a modal box: the disabled window takes the press away from others and does nothing with
-    // it.
-    message = {window, record.enabled ? messageOf(event) : UINT{WM_NULL},
-               held,   MAKELPARAM(event.at.x - bounds.left, event.at.y - bounds.top),
-               0,      event.at};
-    return true;
-}
-
-// Bits of a key message's LPARAM: repeat count, scan code, extended key, Alt held, release.
-LPARAM keyParameter(const Event& event) {
-    const UINT bits = 1u | scanCodeOf(event.key) << 16 | (isExtended(event.key) ? 1u << 24 : 0) |
-                      (event.modifiers & MOD_ALT ? 1u << 29 : 0) | (isPress(event) ? 0 : 3u << 30);
-    return static_cast<LPARAM>(bits);
+    const LPARAM at = MAKELPARAM(event.at.x - bounds.left, event.at.y - bounds.top);
+    return {window, pointerMessage(event), held, at, 0, event.at};
 }
 
 // A window sees modifiers without their side.
@@ -127,26 +151,19 @@ UINT withoutSide(UINT key) {
     return isAlt(key) ? VK_MENU : key;
 }
 
-bool resolve(const Event& event, MSG& message) {
-    if (event.kind != Event::KeyPressed && event.kind != Event::KeyReleased)
-        return pointerMessage(event, message);
-    const Window* const target = find(keyTarget());
-    if (!target) return false;
-    // The window under a modal box can have the foreground; keys do nothing there.
-    message = {keyTarget(),
-               target->enabled ? keyMessage(event) : UINT{WM_NULL},
-               withoutSide(event.key),
-               keyParameter(event),
-               0,
-               {}};
-    return true;
+// Bits of a key message's LPARAM: repeat count, scan code, extended key, Alt held, release.
+MSG keyInput(const Event& event) {
+    const UINT bits = 1u | scanCodeOf(event.key) << 16 |
+                      (event.modifiers & MOD_ALT ? 1u << 29 : 0) | (isPress(event) ? 0 : 3u << 30);
+    return {keyTarget(), keyMessage(event), withoutSide(event.key), static_cast<LPARAM>(bits), 0,
+            {}};
 }
 
 // What a window hears before a pointer message: without a capture it decides whether the pointer is
 // on its client area, whether a press activates it, and how the pointer looks. False: the message
 // is none of its client area's.
 bool announcePointer(const MSG& message) {
-    if (message.message == WM_NULL || capture() == message.hwnd) return true;
+    if (capture() == message.hwnd) return true;
     const LRESULT spot =
         send(message.hwnd, WM_NCHITTEST, 0, MAKELPARAM(message.pt.x, message.pt.y));
     const bool isPressed =
@@ -157,9 +174,11 @@ bool announcePointer(const MSG& message) {
     return spot == HTCLIENT && find(message.hwnd);
 }
 
+}  // namespace
+
 // What a hook posts about a key that it eats comes before the next key reaches the hook.
 bool takeEvents() {
-    followHooks();
+    followHook();
     constexpr int most = 64;
     Event event;
     for (int taken = 0; taken < most; ++taken) {
@@ -170,50 +189,115 @@ bool takeEvents() {
     return false;
 }
 
-InputSource::Taken takeInput(MSG& message, const Filter& filter) {
-    if (!waiting) return InputSource::Taken::None;
-    const Event event = *waiting;
-    const bool pointer = event.kind <= Event::ButtonReleased;
-    MSG candidate{};
-    const bool forWindow = resolve(event, candidate);
-    if (forWindow && !passes(filter, candidate)) return InputSource::Taken::None;
-    waiting.reset();
+// A window under a modal box can have the foreground, or take a press away from others; it does
+// nothing with them.
+bool takeInput(MSG& message) {
+    if (!waiting) return false;
+    const Event event = *std::exchange(waiting, std::nullopt);
     takenModifiers = event.modifiers;
-    if (pointer) host::current().finishInput(event, forWindow);
-    if (event.kind == Event::ButtonPressed) noteInput(event, forWindow);
-    if (!forWindow || (pointer && !announcePointer(candidate))) return InputSource::Taken::Dropped;
-    message = candidate;
-    return InputSource::Taken::Message;
+    const bool isPointer = event.kind <= Event::ButtonReleased;
+    message = isPointer ? pointerInput(event) : keyInput(event);
+    const Window* const window = find(message.hwnd);
+    if (isPointer) host::current().finishInput(event, window);
+    if (event.kind == Event::ButtonPressed) notePress(event, window);
+    if (!window)
+        message = {};
+    else if (!window->enabled)
+        message.message = WM_NULL;
+    else if (isPointer && !announcePointer(message))
+        message = {};
+    return true;
 }
-
-const bool registered = setInputSource({takeEvents, takeInput});
-
-}  // namespace
 
 UINT modifiersOfInput() { return takenModifiers; }
 
-bool setTrayAction(void (*action)(const Event&)) { return trayEvent = action, true; }
+// A hidden window can have the foreground; only a visible one can have the display's own focus.
+bool activate(HWND window) {
+    if (!foreground() && !state.entitled) return false;
+    Window* const record = find(window);
+    if (record->visible && !host::current().focusSurface(record->surface)) return false;
+    raise(*record);
+    moveForeground(window);
+    return true;
+}
+
+// The next window of ours takes over, or the program that was there before.
+void leaveActivation(HWND window) {
+    if (capture() == window) releaseCapture();
+    if (foreground() != window) return;
+    const auto next =
+        std::ranges::find_if(windowOrder(), [](HWND other) { return canBeActive(*find(other)); });
+    if (next != windowOrder().end()) {
+        activate(*next);
+        return;
+    }
+    host::current().focusSurface(0);
+    moveForeground(nullptr);
+}
+
+HWND capture() { return state.capture; }
+
+void setCapture(HWND window) {
+    const HWND loser = std::exchange(state.capture, window);
+    if (!loser) desktop::opened("MouseCapture");
+    if (loser) send(loser, WM_CAPTURECHANGED, 0, reinterpret_cast<LPARAM>(window));
+}
+
+void releaseCapture() {
+    const HWND loser = std::exchange(state.capture, nullptr);
+    if (!loser) return;
+    desktop::closed("MouseCapture");
+    send(loser, WM_CAPTURECHANGED, 0, 0);
+}
 
 }  // namespace user32
 
 using namespace user32;
 
-// The top bit tells that the key is down. The state is the one before an event that a hook is
-// looking at.
+// The top bit tells that the key is down. In a hook the event's own key would not count yet.
 SHORT GetAsyncKeyState(int code) {
     desktop::Call call("GetAsyncKeyState", code);
+    if (state.isInHook) call.refuse("call in a hook", code);
     const UINT key = static_cast<UINT>(code);
-    const Event* const hooked = hookedEvent();
-    const bool isDown = hooked && hooked->key == key
-                            ? passedDown[key & 0xFF]
-                            : !eatenDown[key & 0xFF] && host::current().keyIsDown(key);
+    const bool isDown = !eatenDown[key & 0xFF] && host::current().keyIsDown(key);
     return isDown ? static_cast<SHORT>(0x8000) : SHORT{0};
 }
 
 BOOL GetCursorPos(LPPOINT point) {
     desktop::Call call("GetCursorPos");
-    expectDpiAwareness("GetCursorPos");
+    call.only("DPI awareness", state.isDpiAware, true);
     if (call.struck()) return call.fail(ERROR_ACCESS_DENIED);
     *point = host::current().pointer();
+    return TRUE;
+}
+
+BOOL SetForegroundWindow(HWND window) {
+    desktop::Call call("SetForegroundWindow", window);
+    if (call.struck()) return call.fail(ERROR_ACCESS_DENIED);
+    if (!find(window)) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
+    return activate(window) ? TRUE : call.fail(ERROR_ACCESS_DENIED);
+}
+
+HWND GetForegroundWindow() {
+    desktop::Call call("GetForegroundWindow");
+    return foreground();
+}
+
+HWND SetCapture(HWND window) {
+    desktop::Call call("SetCapture", window);
+    if (call.struck() || !find(window)) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
+    const HWND before = capture();
+    setCapture(window);
+    return before;
+}
+
+HWND GetCapture() {
+    desktop::Call call("GetCapture");
+    return capture();
+}
+
+BOOL ReleaseCapture() {
+    desktop::Call call("ReleaseCapture");
+    releaseCapture();
     return TRUE;
 }

@@ -1,21 +1,18 @@
-// The keyboard: keys and what is printed on them; hooks, which are called on the thread that
-// installed them while it looks at its queue; hot keys, of which one combination has one owner on
+// The keyboard: keys and what is printed on them; the hook, which is called on the thread that
+// installed it while that looks at its queue; hot keys, of which one combination has one owner on
 // the whole desktop.
 
-#include "platform/user32/input.h"
+#include "platform/user32/messages.h"
 
 #include <algorithm>
 #include <chrono>
 #include <map>
-#include <span>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 #include "platform/core/call.h"
 #include "platform/core/objects.h"
 #include "platform/user32/dialog.h"
-#include "platform/user32/message_queue.h"
 #include "platform/user32/window.h"
 
 namespace user32 {
@@ -52,43 +49,32 @@ constexpr const WCHAR* names[] = {
     u"Num 2", u"Num 3", u"Num 0",     u"Num Del", u"Sys Req", u"",      u"\\",          u"F11",
     u"F12"};
 
-struct LaterKey {
-    UINT key, scanCode;
-};
 // Keys that came later and have the extended form of a code, and those that mean either side.
-constexpr LaterKey extendedKeys[] = {
-    {VK_RCONTROL, 0x1D}, {VK_DIVIDE, 0x35}, {VK_RMENU, 0x38},  {VK_NUMLOCK, 0x45}, {VK_HOME, 0x47},
-    {VK_UP, 0x48},       {VK_PRIOR, 0x49},  {VK_LEFT, 0x4B},   {VK_RIGHT, 0x4D},   {VK_END, 0x4F},
-    {VK_DOWN, 0x50},     {VK_NEXT, 0x51},   {VK_INSERT, 0x52}, {VK_DELETE, 0x53},  {VK_LWIN, 0x5B},
-    {VK_RWIN, 0x5C},     {VK_APPS, 0x5D}};
-constexpr LaterKey sidelessKeys[] = {
-    {VK_CONTROL, 0x1D}, {VK_SHIFT, 0x2A}, {VK_MENU, 0x38}, {VK_CLEAR, 0x4C}};
+constexpr std::pair<UINT, UINT> laterKeys[] = {
+    {VK_RCONTROL, 0x11D}, {VK_DIVIDE, 0x135}, {VK_RMENU, 0x138}, {VK_NUMLOCK, 0x145},
+    {VK_HOME, 0x147},     {VK_UP, 0x148},     {VK_PRIOR, 0x149}, {VK_LEFT, 0x14B},
+    {VK_RIGHT, 0x14D},    {VK_END, 0x14F},    {VK_DOWN, 0x150},  {VK_NEXT, 0x151},
+    {VK_INSERT, 0x152},   {VK_DELETE, 0x153}, {VK_LWIN, 0x15B},  {VK_RWIN, 0x15C},
+    {VK_APPS, 0x15D},     {VK_CONTROL, 0x1D}, {VK_SHIFT, 0x2A},  {VK_MENU, 0x38},
+    {VK_CLEAR, 0x4C}};
 
-UINT scanCodeIn(std::span<const LaterKey> some, UINT key) {
-    const auto found = std::ranges::find(some, key, &LaterKey::key);
-    return found == some.end() ? 0 : found->scanCode;
-}
-
-// By number, so that the next older hook is the one with the next smaller number, whatever was
-// removed meanwhile.
-std::map<std::uintptr_t, HOOKPROC> hooks;
-std::uintptr_t nextNumber = 0x31000000;
-std::uintptr_t currentNumber = 0;
-const host::Event* currentEvent = nullptr;
+// The program installs one at a time.
+HOOKPROC hook = nullptr;
+std::uintptr_t hookNumber = 0x31000000;  // grows with each, so that a dead handle stays dead
 
 host::KeyGrab grabbed = host::KeyGrab::None;
 
 // On Windows a hook sees every key of the desktop. A host that cannot pass keys on is only to grab
 // what the hook eats: outside of a dialog that is Esc, and a dialog reads shortcuts in its box.
 host::KeyGrab neededGrab() {
-    if (hooks.empty()) return host::KeyGrab::None;
+    if (!hook) return host::KeyGrab::None;
     const Dialog* const dialog = openDialog();
     if (!dialog) return host::KeyGrab::Escape;
     const Control* const control = isActive(*dialog) ? dialog->focus : nullptr;
     return control && control->kind == ControlKind::Box ? host::KeyGrab::All : host::KeyGrab::None;
 }
 
-// The system waits so long for an answer. After more misses than that it takes the hooks away
+// The system waits so long for an answer. After more misses than that it takes the hook away
 // without a word.
 constexpr std::chrono::milliseconds timeLimit{300};
 constexpr int mostMisses = 10;
@@ -99,46 +85,15 @@ bool isLate(const host::Event& event) {
            std::chrono::steady_clock::now() - event.time > timeLimit;
 }
 
-LRESULT callBelow(std::uintptr_t number, int code, WPARAM wparam, LPARAM lparam) {
-    auto found = hooks.lower_bound(number);
-    if (found == hooks.begin()) return 0;
-    --found;
-    const std::uintptr_t outer = std::exchange(currentNumber, found->first);
-    const LRESULT answer = found->second(code, wparam, lparam);
-    currentNumber = outer;
-    return answer;
-}
-
-KBDLLHOOKSTRUCT recordOf(const host::Event& event) {
-    KBDLLHOOKSTRUCT record{};
-    record.vkCode = event.key;
-    record.scanCode = scanCodeOf(event.key);
-    record.flags = (isExtended(event.key) ? LLKHF_EXTENDED : 0u) |
-                   (event.modifiers & MOD_ALT ? LLKHF_ALTDOWN : 0u) |
-                   (event.kind == host::Event::KeyReleased ? LLKHF_UP : 0u);
-    record.time = messageTime();
-    return record;
-}
-
-void forgetHooks() {
-    hooks.clear();
-    followHooks();
-    misses = 0;
-}
-
-// What the hooks say, if they are called at all, comes too late to eat the event.
+// What the hook says, if it is called at all, comes too late to eat the event.
 bool miss() {
-    if (++misses <= mostMisses) return false;
-    for (std::size_t count = hooks.size(); count > 0; --count) desktop::closed("Hook");
-    forgetHooks();
+    if (++misses <= mostMisses || !hook) return false;
+    desktop::closed("Hook");
+    forgetHook();
     return false;
 }
 
-struct HotKey {
-    HWND window;
-    int id;
-    bool operator==(const HotKey&) const = default;
-};
+using HotKey = std::pair<HWND, int>;              // the window and its number for it
 std::map<std::pair<UINT, UINT>, HotKey> hotKeys;  // by modifiers and key
 
 // How many were released.
@@ -153,24 +108,16 @@ std::size_t releaseHotKeys(Condition condition) {
     });
 }
 
-void releaseHotKeysOf(HWND window) {
-    releaseHotKeys([&](const HotKey& each) { return each.window == window; });
-}
-
-const bool registered = registerFor(Moment::WindowIsDestroyed, releaseHotKeysOf) &&
-                        registerFor(Moment::ThreadEnds, [](HWND) { forgetHooks(); });
-
 }  // namespace
 
 UINT scanCodeOf(UINT key) {
     const auto* const found = std::ranges::find(keys, key);
     if (key && found != std::end(keys)) return static_cast<UINT>(found - keys);
-    return scanCodeIn(extendedKeys, key) + scanCodeIn(sidelessKeys, key);
+    const auto* const later = std::ranges::find(laterKeys, key, &std::pair<UINT, UINT>::first);
+    return later == std::end(laterKeys) ? 0 : later->second;
 }
 
-bool isExtended(UINT key) { return scanCodeIn(extendedKeys, key) != 0; }
-
-bool followHooks() {
+bool followHook() {
     const host::KeyGrab needed = neededGrab();
     if (needed == grabbed) return true;
     const bool had = host::current().grabKeys(needed);
@@ -178,32 +125,40 @@ bool followHooks() {
     return had;
 }
 
-bool hooksEat(const host::Event& event, UINT message) {
-    if (hooks.empty()) return false;
+void forgetHook() {
+    hook = nullptr;
+    followHook();
+    misses = 0;
+}
+
+bool hookEats(const host::Event& event, UINT message) {
+    if (!hook) return false;
     if (isLate(event)) return miss();
-    KBDLLHOOKSTRUCT record = recordOf(event);
-    const host::Event* const outer = std::exchange(currentEvent, &event);
-    const LRESULT answer =
-        callBelow(nextNumber, HC_ACTION, message, reinterpret_cast<LPARAM>(&record));
-    currentEvent = outer;
+    const UINT code = scanCodeOf(event.key);
+    const bool isRelease = event.kind == host::Event::KeyReleased;
+    KBDLLHOOKSTRUCT record{event.key, code & 0xFF,
+                           (code & 0x100 ? LLKHF_EXTENDED : 0u) |
+                               (event.modifiers & MOD_ALT ? LLKHF_ALTDOWN : 0u) |
+                               (isRelease ? LLKHF_UP : 0u),
+                           messageTime(), 0};
+    state.isInHook = true;
+    const LRESULT answer = hook(HC_ACTION, message, reinterpret_cast<LPARAM>(&record));
+    state.isInHook = false;
     if (isLate(event)) return miss();
     misses = 0;
     return answer != 0;
 }
 
-const host::Event* hookedEvent() { return currentEvent; }
+void releaseHotKeysOf(HWND window) {
+    releaseHotKeys([&](const HotKey& each) { return each.first == window; });
+}
 
 bool isHotKey(const host::Event& press, bool isRepeat) {
     const auto found = hotKeys.find({press.modifiers, press.key});
     if (found == hotKeys.end()) return false;
     const auto& [window, id] = found->second;
     if (!isRepeat)
-        post({window,
-              WM_HOTKEY,
-              static_cast<WPARAM>(id),
-              MAKELPARAM(press.modifiers, press.key),
-              0,
-              {}});
+        post(window, WM_HOTKEY, static_cast<WPARAM>(id), MAKELPARAM(press.modifiers, press.key));
     return true;
 }
 
@@ -214,7 +169,7 @@ using namespace user32;
 UINT MapVirtualKeyW(UINT code, UINT kind) {
     desktop::Call call("MapVirtualKeyW", code, kind);
     call.only("kind", kind, MAPVK_VK_TO_VSC);
-    return scanCodeOf(code);
+    return scanCodeOf(code) & 0xFF;
 }
 
 int GetKeyNameTextW(LONG parameter, LPWSTR name, int capacity) {
@@ -232,30 +187,30 @@ HHOOK SetWindowsHookExW(int kind, HOOKPROC procedure, HINSTANCE module, DWORD th
     desktop::Call call("SetWindowsHookExW", kind, module, thread);
     enterUserInterface();
     call.only("kind", kind, WH_KEYBOARD_LL);
-    if (thread) call.refuse("thread", thread);
+    if (thread || hook) call.refuse("thread or second hook", thread);
     if (call.struck()) return call.fail(ERROR_ACCESS_DENIED);
     if (!module) return call.fail(ERROR_HOOK_NEEDS_HMOD);
-    hooks[nextNumber] = procedure;
-    if (!followHooks()) {
-        hooks.erase(nextNumber);
+    hook = procedure;
+    if (!followHook()) {
+        hook = nullptr;
         return call.fail(ERROR_ACCESS_DENIED);
     }
     desktop::opened("Hook");
-    return reinterpret_cast<HHOOK>(nextNumber++);
+    return reinterpret_cast<HHOOK>(++hookNumber);
 }
 
-// The handle does not matter: the next hook is the one below the hook that is running.
-LRESULT CallNextHookEx(HHOOK hook, int code, WPARAM wparam, LPARAM lparam) {
-    desktop::Call call("CallNextHookEx", hook, code);
-    return callBelow(currentNumber, code, wparam, lparam);
+// There is no other hook.
+LRESULT CallNextHookEx(HHOOK, int code, WPARAM, LPARAM) {
+    desktop::Call call("CallNextHookEx", code);
+    return 0;
 }
 
-BOOL UnhookWindowsHookEx(HHOOK hook) {
-    desktop::Call call("UnhookWindowsHookEx", hook);
-    if (!hooks.erase(reinterpret_cast<std::uintptr_t>(hook)))
+BOOL UnhookWindowsHookEx(HHOOK handle) {
+    desktop::Call call("UnhookWindowsHookEx", handle);
+    if (!hook || handle != reinterpret_cast<HHOOK>(hookNumber))
         return call.fail(ERROR_INVALID_HOOK_HANDLE);
     desktop::closed("Hook");
-    followHooks();
+    forgetHook();
     return TRUE;
 }
 

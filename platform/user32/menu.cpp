@@ -8,8 +8,7 @@
 #include "platform/core/objects.h"
 #include "platform/core/shown.h"
 #include "platform/core/text.h"
-#include "platform/user32/input.h"
-#include "platform/user32/message_queue.h"
+#include "platform/user32/messages.h"
 #include "platform/user32/window.h"
 
 #include <windowsx.h>
@@ -170,18 +169,18 @@ void openAt(POINT at, const Menu& items, HWND owner) {
     creation.ofTheLayer = true;
     Window& window = addWindow(creation);
     menu.window = window.handle;
-    setVisible(window, true);
+    show(window);
     raise(window);
     if (foreground() == owner) {
         host::current().focusSurface(window.surface);
         setCapture(window.handle);
-        divertKeys(window.handle);
+        state.menu = window.handle;
     }
     publish();
 }
 
 void close(HWND owner) {
-    divertKeys(nullptr);
+    state.menu = nullptr;
     unsettled = owner;
     menu.done = true;
     publish();
@@ -189,12 +188,6 @@ void close(HWND owner) {
     destroyWindow(menu.window);
     if (!foreground() || !find(foreground())->visible) host::current().focusSurface(0);
 }
-
-const bool registered = registerFor(Moment::ThreadEnds, [](HWND) {
-    menu = {};
-    unsettled = nullptr;
-    divertKeys(nullptr);
-});
 
 }  // namespace
 

@@ -12,9 +12,6 @@ namespace user32 {
 
 namespace {
 
-bool aware = false;
-const bool registered = registerFor(Moment::ThreadEnds, [](HWND) { aware = false; });
-
 std::int64_t distance(const RECT& area, POINT at) {
     const std::int64_t across = std::max({area.left - at.x, 0, at.x - (area.right - 1)});
     const std::int64_t down = std::max({area.top - at.y, 0, at.y - (area.bottom - 1)});
@@ -22,41 +19,29 @@ std::int64_t distance(const RECT& area, POINT at) {
 }
 
 // Small and big icons are 16 and 32 pixels at 96 dots an inch.
-int metric(const char* operation, int index, UINT dpi) {
-    switch (index) {
-    case SM_CXICON:
-    case SM_CYICON: return gdi::scaled(32, dpi);
-    case SM_CXSMICON:
-    case SM_CYSMICON: return gdi::scaled(16, dpi);
-    default: desktop::refuse(operation, "index", index);
-    }
+int iconSize(const desktop::Call& call, int index, UINT dpi) {
+    call.only("index", index, SM_CXICON, SM_CYICON, SM_CXSMICON, SM_CYSMICON);
+    return gdi::scaled(index == SM_CXICON || index == SM_CYICON ? 32 : 16, dpi);
 }
 
 }  // namespace
 
 host::Monitor primaryMonitor() {
     const std::vector<host::Monitor> all = host::current().monitors();
-    const auto found = std::find_if(all.begin(), all.end(),
-                                    [](const host::Monitor& monitor) { return monitor.primary; });
+    const auto found = std::ranges::find(all, true, &host::Monitor::primary);
     return found == all.end() ? host::Monitor{} : *found;
 }
 
 host::Monitor nearestMonitor(POINT at) {
     const std::vector<host::Monitor> all = host::current().monitors();
-    const auto nearest =
-        std::min_element(all.begin(), all.end(), [&](const auto& a, const auto& b) {
-            return distance(a.bounds, at) < distance(b.bounds, at);
-        });
+    const auto nearest = std::ranges::min_element(
+        all, {}, [&](const host::Monitor& each) { return distance(each.bounds, at); });
     return nearest == all.end() ? host::Monitor{} : *nearest;
 }
 
 host::Monitor monitorOf(const Window& window) {
     const RECT& bounds = window.bounds;
     return nearestMonitor({(bounds.left + bounds.right) / 2, (bounds.top + bounds.bottom) / 2});
-}
-
-void expectDpiAwareness(const char* operation) {
-    if (!aware) desktop::refuse(operation, "DPI awareness", 0);
 }
 
 }  // namespace user32
@@ -66,13 +51,13 @@ using namespace user32;
 HMONITOR MonitorFromPoint(POINT point, DWORD otherwise) {
     desktop::Call call("MonitorFromPoint", point.x, point.y, otherwise);
     call.only("otherwise", otherwise, MONITOR_DEFAULTTONEAREST);
-    expectDpiAwareness("MonitorFromPoint");
+    call.only("DPI awareness", state.isDpiAware, true);
     return reinterpret_cast<HMONITOR>(nearestMonitor(point).id);
 }
 
 BOOL GetMonitorInfoW(HMONITOR monitor, MONITORINFO* information) {
     desktop::Call call("GetMonitorInfoW", monitor);
-    expectDpiAwareness("GetMonitorInfoW");
+    call.only("DPI awareness", state.isDpiAware, true);
     if (call.struck()) return call.fail(ERROR_INVALID_MONITOR_HANDLE);
     if (information->cbSize != sizeof *information) return call.fail(ERROR_INVALID_PARAMETER);
     for (const host::Monitor& entry : host::current().monitors())
@@ -88,15 +73,14 @@ BOOL GetMonitorInfoW(HMONITOR monitor, MONITORINFO* information) {
 // a refusal, planned or not, leaves the program aware.
 BOOL SetProcessDpiAwarenessContext(DPI_AWARENESS_CONTEXT context) {
     desktop::Call call("SetProcessDpiAwarenessContext");
-    if (context != DPI_AWARENESS_CONTEXT_PER_MONITOR_AWARE_V2)
-        call.refuse("context", reinterpret_cast<std::intptr_t>(context));
-    const bool decided = std::exchange(aware, true);
+    call.only("context", context, DPI_AWARENESS_CONTEXT_PER_MONITOR_AWARE_V2);
+    const bool decided = std::exchange(state.isDpiAware, true);
     return call.struck() || decided ? call.fail(ERROR_ACCESS_DENIED) : TRUE;
 }
 
 UINT GetDpiForWindow(HWND window) {
     desktop::Call call("GetDpiForWindow", window);
-    expectDpiAwareness("GetDpiForWindow");
+    call.only("DPI awareness", state.isDpiAware, true);
     const Window* const record = find(window);
     if (!record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
     return monitorOf(*record).dpi;
@@ -104,12 +88,12 @@ UINT GetDpiForWindow(HWND window) {
 
 int GetSystemMetrics(int index) {
     desktop::Call call("GetSystemMetrics", index);
-    return metric("GetSystemMetrics", index, primaryMonitor().dpi);
+    return iconSize(call, index, primaryMonitor().dpi);
 }
 
 int GetSystemMetricsForDpi(int index, UINT dpi) {
     desktop::Call call("GetSystemMetricsForDpi", index, dpi);
-    return metric("GetSystemMetricsForDpi", index, dpi);
+    return iconSize(call, index, dpi);
 }
 
 HRESULT DwmFlush() {

@@ -6,12 +6,11 @@
 #include <algorithm>
 #include <atomic>
 #include <map>
-#include <thread>
 #include <utility>
 
 #include "platform/core/call.h"
-#include "platform/core/objects.h"
 #include "platform/core/mailbox.h"
+#include "platform/core/objects.h"
 #include "platform/core/shown.h"
 #include "platform/core/text.h"
 
@@ -19,34 +18,24 @@ namespace user32 {
 
 namespace {
 
-struct Class {
-    std::u16string name;
-    WNDPROC procedure;
-    UINT cursor;
-};
-
-std::map<std::u16string, Class> classes;  // by the name in lower case
+std::map<std::u16string, Creation> classes;  // by the name in lower case
 desktop::HandleTable<HWND, Window> table(0x10010);
 std::vector<HWND> order;
-HWND front = nullptr;
 
-// Exists before any static object registers.
-std::vector<void (*)(HWND)>& actionsAt(Moment moment) {
-    static std::map<Moment, std::vector<void (*)(HWND)>> all;
-    return all[moment];
-}
+std::atomic<bool> thereIsAThread = false;
 
-std::atomic<std::thread::id> owner{};
-
-struct Ending {
+struct Thread {
     bool entered = false;
-    ~Ending() {
+    ~Thread() {
         if (!entered) return;
-        announce(Moment::ThreadEnds);
-        owner = std::thread::id{};
+        destroyAllWindows();
+        classes.clear();
+        forgetHook();
+        state = {};
+        thereIsAThread = false;
     }
 };
-thread_local Ending ending;
+thread_local Thread thread;
 
 std::uint64_t mailboxId(HWND window) { return reinterpret_cast<std::uintptr_t>(window); }
 
@@ -55,7 +44,10 @@ void forget(HWND window) {
     const Window& record = *find(window);
     std::erase(order, window);
     publishWindows();  // From here on no thread can post to it.
-    announce(Moment::WindowIsDestroyed, window);
+    leaveQueue(window);
+    releaseHotKeysOf(window);
+    leaveClipboard(window);
+    removeTrayIconOf(window);
     host::current().destroySurface(record.surface);
     if (!record.ofTheLayer) {
         desktop::closeMailbox(mailboxId(window));
@@ -64,23 +56,16 @@ void forget(HWND window) {
     table.remove(window);
 }
 
-const bool registered = registerFor(Moment::ThreadEnds, [](HWND) {
-    destroyAllWindows();
-    classes.clear();
-});
-
 }  // namespace
 
 void enterUserInterface() {
-    if (ending.entered) return;
-    std::thread::id nobody{};
-    if (!owner.compare_exchange_strong(nobody, std::this_thread::get_id()))
-        desktop::refuse("user interface", "second thread", 0);
-    ending.entered = true;
+    if (thread.entered) return;
+    if (thereIsAThread.exchange(true)) desktop::refuse("user interface", "second thread", 0);
+    thread.entered = true;
     // Asking without a choice stops the process, here rather than somewhere later.
     host::current();
     desktop::withShown([](desktop::Shown& shown) { shown = {}; });
-    announce(Moment::ThreadBegins);
+    state.begun = std::chrono::steady_clock::now();
 }
 
 Window* find(HWND window) {
@@ -89,13 +74,11 @@ Window* find(HWND window) {
 }
 
 const std::vector<HWND>& windowOrder() { return order; }
-HWND foreground() { return front; }
-HWND setForeground(HWND window) { return std::exchange(front, window); }
 
 void moveToFront(HWND window) {
     std::erase(order, window);
     const bool topmost = (find(window)->extendedStyle & WS_EX_TOPMOST) != 0;
-    const auto place = std::find_if(order.begin(), order.end(), [&](HWND other) {
+    const auto place = std::ranges::find_if(order, [&](HWND other) {
         return topmost || !(find(other)->extendedStyle & WS_EX_TOPMOST);
     });
     order.insert(place, window);
@@ -103,12 +86,11 @@ void moveToFront(HWND window) {
 
 Window& addWindow(const Creation& creation) {
     enterUserInterface();
-    Window record;
-    static_cast<Creation&>(record) = creation;
-    record.surface = host::current().createSurface(creation.title);
-    const HWND handle = table.add(std::move(record));
+    const HWND handle = table.add({});
     Window& window = *table.find(handle);
+    static_cast<Creation&>(window) = creation;
     window.handle = handle;
+    window.surface = host::current().createSurface(creation.title);
     moveToFront(handle);
     if (!creation.ofTheLayer) {
         desktop::opened("Window");
@@ -119,8 +101,7 @@ Window& addWindow(const Creation& creation) {
 }
 
 void destroyWindow(HWND window) {
-    setVisible(*find(window), false);
-    announce(Moment::WindowHides, window);
+    hide(*find(window));
     send(window, WM_DESTROY, 0, 0);
     send(window, WM_NCDESTROY, 0, 0);
     if (find(window)) forget(window);
@@ -129,8 +110,7 @@ void destroyWindow(HWND window) {
 void destroyAllWindows() {
     while (!order.empty()) {
         const HWND window = order.front();
-        setVisible(*find(window), false);
-        announce(Moment::WindowHides, window);
+        hide(*find(window));
         forget(window);
     }
 }
@@ -140,14 +120,6 @@ bool isLive(HWND window) {
         return std::ranges::find(shown.windows, window, &desktop::ShownHandle::handle) !=
                shown.windows.end();
     });
-}
-
-bool registerFor(Moment moment, void (*action)(HWND)) {
-    return actionsAt(moment).push_back(action), true;
-}
-
-void announce(Moment moment, HWND window) {
-    for (const auto action : actionsAt(moment)) action(window);
 }
 
 LRESULT send(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
@@ -163,15 +135,14 @@ ATOM RegisterClassW(const WNDCLASSW* windowClass) {
     desktop::Call call("RegisterClassW", windowClass->lpszClassName);
     enterUserInterface();
     call.only("style", windowClass->style, 0);
-    if (windowClass->hbrBackground) call.refuse("background", 1);
-    const std::u16string name = windowClass->lpszClassName;
+    call.only("background", windowClass->hbrBackground, nullptr);
     if (call.struck()) return call.fail(ERROR_NOT_ENOUGH_MEMORY);
-    const auto cursor = reinterpret_cast<std::uintptr_t>(windowClass->hCursor);
-    const bool isNew = classes
-                           .insert({desktop::lowered(name),
-                                    {name, windowClass->lpfnWndProc, static_cast<UINT>(cursor)}})
-                           .second;
-    if (!isNew) return call.fail(ERROR_CLASS_ALREADY_EXISTS);
+    Creation creation;
+    creation.className = windowClass->lpszClassName;
+    creation.procedure = windowClass->lpfnWndProc;
+    creation.cursor = static_cast<UINT>(reinterpret_cast<std::uintptr_t>(windowClass->hCursor));
+    if (!classes.try_emplace(desktop::lowered(creation.className), creation).second)
+        return call.fail(ERROR_CLASS_ALREADY_EXISTS);
     return static_cast<ATOM>(0xC000 + classes.size());
 }
 
@@ -190,41 +161,37 @@ HWND CreateWindowExW(DWORD extendedStyle, LPCWSTR className, LPCWSTR title, DWOR
     enterUserInterface();
     call.only("style", style, WS_POPUP);
     call.within("extended style", extendedStyle, knownExtendedStyles);
-    if (parent || menu) call.refuse("parent or menu", 1);
+    if (!title || parent || menu) call.refuse("title, parent or menu", 1);
     if (call.struck()) return call.fail(ERROR_NOT_ENOUGH_MEMORY);
     const auto found = classes.find(desktop::lowered(className));
     if (found == classes.end()) return call.fail(ERROR_CANNOT_FIND_WND_CLASS);
-    const Creation creation{found->second.name,
-                            title ? title : u"",
-                            found->second.procedure,
-                            found->second.cursor,
-                            style | WS_CLIPSIBLINGS,
-                            extendedStyle,
-                            {x, y, x + width, y + height},
-                            false};
+    Creation creation = found->second;
+    creation.title = title;
+    creation.style = style | WS_CLIPSIBLINGS;
+    creation.extendedStyle = extendedStyle;
+    creation.bounds = {x, y, x + width, y + height};
     const HWND window = addWindow(creation).handle;
-    CREATESTRUCTW record{parameter,
-                         instance,
-                         nullptr,
-                         nullptr,
-                         height,
-                         width,
-                         y,
-                         x,
-                         static_cast<LONG>(creation.style),
-                         creation.title.c_str(),
-                         creation.className.c_str(),
-                         extendedStyle};
+    CREATESTRUCTW record{};
+    record.lpCreateParams = parameter;
+    record.hInstance = instance;
+    record.x = x;
+    record.y = y;
+    record.cx = width;
+    record.cy = height;
+    record.style = static_cast<LONG>(creation.style);
+    record.dwExStyle = extendedStyle;
+    record.lpszName = title;
+    record.lpszClass = creation.className.c_str();
     const auto address = reinterpret_cast<LPARAM>(&record);
     MINMAXINFO limits{};
     RECT client = creation.bounds;
     send(window, WM_GETMINMAXINFO, 0, reinterpret_cast<LPARAM>(&limits));
-    const bool wanted =
-        send(window, WM_NCCREATE, 0, address) != 0 &&
-        send(window, WM_NCCALCSIZE, FALSE, reinterpret_cast<LPARAM>(&client)) == 0 &&
-        send(window, WM_CREATE, 0, address) != -1;
-    if (wanted) send(window, WM_SIZE, SIZE_RESTORED, MAKELPARAM(width, height));
-    if (wanted) return window;
+    if (send(window, WM_NCCREATE, 0, address) &&
+        !send(window, WM_NCCALCSIZE, FALSE, reinterpret_cast<LPARAM>(&client)) &&
+        send(window, WM_CREATE, 0, address) != -1) {
+        send(window, WM_SIZE, SIZE_RESTORED, MAKELPARAM(width, height));
+        return window;
+    }
     if (find(window)) destroyWindow(window);
     return nullptr;
 }
@@ -247,16 +214,15 @@ LONG_PTR GetWindowLongPtrW(HWND window, int index) {
 LONG_PTR SetWindowLongPtrW(HWND window, int index, LONG_PTR value) {
     desktop::Call call("SetWindowLongPtrW", window, index, value);
     call.only("index", index, GWLP_USERDATA, GWL_EXSTYLE);
-    if (index == GWL_EXSTYLE && value & ~static_cast<LONG_PTR>(knownExtendedStyles))
-        call.refuse("extended style", value);
+    const auto styles = static_cast<DWORD>(value);
+    if (index == GWL_EXSTYLE) call.within("extended style", styles, knownExtendedStyles);
     Window* const record = find(window);
     if (call.struck() || !record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
     if (index == GWLP_USERDATA) return std::exchange(record->userData, value);
     // Only an order makes a window topmost, or stops it from being so.
     const DWORD before = record->extendedStyle;
-    record->extendedStyle =
-        (static_cast<DWORD>(value) & ~DWORD{WS_EX_TOPMOST}) | (before & WS_EX_TOPMOST);
-    if (!(value & WS_EX_LAYERED)) record->opacity.reset();
+    record->extendedStyle = (styles & ~DWORD{WS_EX_TOPMOST}) | (before & WS_EX_TOPMOST);
+    if (!(styles & WS_EX_LAYERED)) record->opacity.reset();
     if (record->visible) updatePlacement(*record, false);
     return before;
 }

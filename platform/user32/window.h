@@ -2,15 +2,15 @@
 // and monitors.
 //
 // The thread is the first one that asks for a window, a message or a hook. It alone touches the
-// records of this folder, so none of them has a lock; what other threads may see is in
-// desktop/shown.h and in the message queue. When the thread ends, everything of it goes as the
-// system would take it: windows, timers, hot keys, hooks, the tray icon. A later thread can then
-// follow it.
+// records of this folder, so none of them has a lock; what other threads may see is in core/shown.h
+// and in the message queue. When the thread ends, everything of it goes as the system would take
+// it: windows, timer, hot keys, hook, the tray icon. A later thread can then follow it.
 
 #pragma once
 
 #include <windows.h>
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -26,11 +26,19 @@ namespace user32 {
 // is another.
 void enterUserInterface();
 
-// What modules do at these moments, in no order among them. They register at static initialization;
-// the result only serves to be stored. Hiding is also a part of destruction.
-enum class Moment { ThreadBegins, ThreadEnds, WindowHides, WindowIsDestroyed };
-bool registerFor(Moment moment, void (*action)(HWND));
-void announce(Moment moment, HWND window = nullptr);
+// What the thread has beside its windows, until it ends.
+struct State {
+    HWND foreground = nullptr;  // null: another program's
+    HWND capture = nullptr;
+    HWND menu = nullptr;   // an open one, which gets all keys though its owner has the foreground
+    bool entitled = true;  // to take the foreground
+    std::chrono::steady_clock::time_point begun{};
+    std::optional<int> quit;  // the code
+    bool isInHook = false;
+    // Before it is, nothing asks for positions: Windows would convert them, which is not done here.
+    bool isDpiAware = false;
+};
+inline State state;
 
 struct Creation {
     std::u16string className, title;
@@ -49,9 +57,9 @@ struct Window : Creation {
     bool visible = false;
     bool enabled = true;
     bool minimized = false;
-    HWND box = nullptr;                       // a message box of it, which stays above
-    std::optional<BYTE> opacity;              // layered windows show nothing before it is set
-    std::optional<std::vector<RECT>> region;  // in window coordinates; none: the whole window
+    HWND box = nullptr;           // a message box of it, which stays above
+    std::optional<BYTE> opacity;  // layered windows show nothing before it is set
+    std::vector<RECT> region;     // in window coordinates; empty: the whole window
     bool excludedFromCapture = false;
     host::Surface surface = 0;
     std::vector<std::uint32_t> pixels;
@@ -62,8 +70,7 @@ struct Window : Creation {
 
 // Null if the handle is dead.
 Window* find(HWND window);
-HWND foreground();                       // null: another program's
-HWND setForeground(HWND window);         // the record of it alone; the one before
+inline HWND foreground() { return state.foreground; }
 const std::vector<HWND>& windowOrder();  // topmost first
 void moveToFront(HWND window);           // in that order, as far as its style allows
 
@@ -78,31 +85,33 @@ bool isLive(HWND window);  // any thread
 LRESULT send(HWND window, UINT message, WPARAM wparam, LPARAM lparam);
 
 // --- window_place.cpp
-void setVisible(Window& window, bool visible);
+void show(Window& window);
+void hide(Window& window);  // takes the capture and the foreground away from it
 void place(Window& window, const RECT& bounds);
 // To the front of the windows that are topmost as it is: those stay above the others.
 void raise(Window& window);
 // Tells the host where and how the window is to be seen.
 void updatePlacement(Window& window, bool raised);
-// Copies what a user sees of the windows to desktop/shown.h.
+// Copies what a user sees of the windows to core/shown.h.
 void publishWindows();
-// Something of it can be on the screen.
-bool isSeen(const Window& window);
 int width(const Window& window);
 int height(const Window& window);
 void invalidate(Window& window, bool erase);
-void present(Window& window);
 // Its pixels; what is painted on them is presented, and nothing is left to paint.
 void paintWindow(Window& window, const std::function<void(const gdi::Canvas&)>& paint);
+
+// --- What goes with a window or with the thread, by file
+void leaveActivation(HWND window);   // input.cpp: the capture and the foreground
+void leaveQueue(HWND window);        // messages.cpp: the timer and what was posted
+void releaseHotKeysOf(HWND window);  // keyboard.cpp
+void forgetHook();                   // keyboard.cpp
+void leaveClipboard(HWND window);    // clipboard.cpp
+void removeTrayIconOf(HWND window);  // shell32/shell.cpp
 
 // --- monitor.cpp
 host::Monitor primaryMonitor();
 host::Monitor nearestMonitor(POINT at);
 host::Monitor monitorOf(const Window& window);  // that has its middle
-
-// Stops the process if it asks for positions before it has said that it knows of scales: Windows
-// would convert them, which is not done here.
-void expectDpiAwareness(const char* operation);
 
 // --- menu.cpp
 struct MenuItem {

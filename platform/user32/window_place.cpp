@@ -4,10 +4,9 @@
 #include <utility>
 
 #include "platform/core/call.h"
-#include "platform/core/objects.h"
 #include "platform/core/shown.h"
 #include "platform/core/text.h"
-#include "platform/user32/input.h"
+#include "platform/user32/messages.h"
 #include "platform/user32/window.h"
 
 namespace user32 {
@@ -16,15 +15,10 @@ namespace {
 
 bool isLayered(const Window& window) { return (window.extendedStyle & WS_EX_LAYERED) != 0; }
 
-host::Placement placementOf(const Window& window) {
-    host::Placement placement;
-    placement.bounds = window.bounds;
-    placement.opacity = isLayered(window) ? *window.opacity : BYTE{255};
-    if (window.region) placement.shape = *window.region;
-    placement.passesMouse = isLayered(window) && window.extendedStyle & WS_EX_TRANSPARENT;
-    placement.excludedFromCapture = window.excludedFromCapture;
-    placement.topmost = window.extendedStyle & WS_EX_TOPMOST;
-    return placement;
+// Something of it can be on the screen.
+bool isSeen(const Window& window) {
+    return window.visible && !gdi::isEmpty(window.bounds) &&
+           (!isLayered(window) || window.opacity.has_value());
 }
 
 bool isInTaskbar(const Window& window) {
@@ -36,47 +30,58 @@ gdi::Canvas canvasOf(Window& window) {
     return {window.pixels.data(), width(window), height(window), width(window)};
 }
 
+void present(Window& window) {
+    if (!isSeen(window)) return;
+    host::current().presentSurface(
+        window.surface, {window.pixels.data(), width(window), height(window), width(window)});
+}
+
 }  // namespace
 
 int width(const Window& window) { return window.bounds.right - window.bounds.left; }
 int height(const Window& window) { return window.bounds.bottom - window.bounds.top; }
-
-bool isSeen(const Window& window) {
-    return window.visible && !gdi::isEmpty(window.bounds) &&
-           (!isLayered(window) || window.opacity.has_value());
-}
 
 void updatePlacement(Window& window, bool raised) {
     const auto count =
         static_cast<std::size_t>(width(window)) * static_cast<std::size_t>(height(window));
     // A window that nobody sees can still be painted on.
     if (window.visible && window.pixels.size() != count) window.pixels.assign(count, 0);
+    const host::Placement placement{.bounds = window.bounds,
+                                    .opacity = window.opacity.value_or(255),
+                                    .shape = window.region,
+                                    .passesMouse = isLayered(window) &&
+                                                   window.extendedStyle & WS_EX_TRANSPARENT,
+                                    .excludedFromCapture = window.excludedFromCapture,
+                                    .topmost = (window.extendedStyle & WS_EX_TOPMOST) != 0};
     if (isSeen(window))
-        host::current().showSurface(window.surface, placementOf(window), raised);
+        host::current().showSurface(window.surface, placement, raised);
     else
         host::current().hideSurface(window.surface);
     publishWindows();
 }
 
-void setVisible(Window& window, bool visible) {
-    if (window.visible == visible) return;
-    window.visible = visible;
+// The window may have come below the pointer, which then looks as the window says.
+void show(Window& window) {
+    if (std::exchange(window.visible, true)) return;
     updatePlacement(window, false);
-    if (!visible) return;
     invalidate(window, true);
-    // The window may have come below the pointer, which then looks as the window says.
     send(window.handle, WM_SETCURSOR, reinterpret_cast<WPARAM>(window.handle),
          MAKELPARAM(HTCLIENT, WM_MOUSEMOVE));
 }
 
+void hide(Window& window) {
+    if (std::exchange(window.visible, false)) updatePlacement(window, false);
+    leaveActivation(window.handle);
+}
+
 void place(Window& window, const RECT& bounds) {
-    const int before = width(window), beforeDown = height(window);
-    window.bounds = bounds;
-    const bool resized = width(window) != before || height(window) != beforeDown;
+    const RECT before = std::exchange(window.bounds, bounds);
+    const bool resized =
+        width(window) != before.right - before.left || height(window) != before.bottom - before.top;
     if (window.visible) updatePlacement(window, false);
-    if (window.visible && resized) invalidate(window, true);
-    if (resized)
-        send(window.handle, WM_SIZE, SIZE_RESTORED, MAKELPARAM(width(window), height(window)));
+    if (!resized) return;
+    if (window.visible) invalidate(window, true);
+    send(window.handle, WM_SIZE, SIZE_RESTORED, MAKELPARAM(width(window), height(window)));
 }
 
 void raise(Window& window) {
@@ -109,12 +114,6 @@ void invalidate(Window& window, bool erase) {
     window.erase |= erase;
 }
 
-void present(Window& window) {
-    if (!isSeen(window)) return;
-    host::current().presentSurface(
-        window.surface, {window.pixels.data(), width(window), height(window), width(window)});
-}
-
 void paintWindow(Window& window, const std::function<void(const gdi::Canvas&)>& paint) {
     paint(canvasOf(window));
     window.dirty = {};
@@ -131,12 +130,12 @@ BOOL ShowWindow(HWND window, int command) {
     Window* const record = find(window);
     if (!record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
     const bool before = record->visible;
+    if (command == SW_HIDE) return hide(*record), before;
     if (command == SW_RESTORE) record->minimized = false;
-    const bool visible = command != SW_HIDE && !record->minimized;
-    setVisible(*record, visible);
-    if (command == SW_HIDE) announce(Moment::WindowHides, window);
-    if (visible && !before) activate(window);
-    return before;
+    if (before || record->minimized) return before;
+    show(*record);
+    activate(window);
+    return FALSE;
 }
 
 BOOL IsIconic(HWND window) {
@@ -155,16 +154,14 @@ BOOL FlashWindowEx(FLASHWINFO* flash) {
 
 BOOL SetWindowPos(HWND window, HWND after, int x, int y, int width, int height, UINT flags) {
     desktop::Call call("SetWindowPos", window, after, x, y, width, height, flags);
-    constexpr UINT known = SWP_NOZORDER | SWP_NOACTIVATE | SWP_SHOWWINDOW;
-    call.within("flags", flags, known);
+    call.within("flags", flags, SWP_NOZORDER | SWP_NOACTIVATE | SWP_SHOWWINDOW);
     const bool ordered = !(flags & SWP_NOZORDER);
-    if (ordered && after != HWND_TOPMOST)
-        call.refuse("order", reinterpret_cast<std::intptr_t>(after));
+    if (ordered) call.only("order", after, HWND_TOPMOST);
     Window* const record = find(window);
     if (call.struck() || !record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
     if (ordered) record->extendedStyle |= WS_EX_TOPMOST;
     place(*record, {x, y, x + width, y + height});
-    if (flags & SWP_SHOWWINDOW) setVisible(*record, true);
+    if (flags & SWP_SHOWWINDOW) show(*record);
     if (ordered) raise(*record);
     if (!(flags & SWP_NOACTIVATE)) activate(window);
     return TRUE;
@@ -185,16 +182,12 @@ BOOL SetLayeredWindowAttributes(HWND window, COLORREF key, BYTE alpha, DWORD fla
 // Takes the region over. The size of the window does not change it.
 int SetWindowRgn(HWND window, HRGN region, BOOL redraw) {
     desktop::Call call("SetWindowRgn", window, region, redraw);
-    if (redraw) call.refuse("redraw", redraw);
+    call.only("redraw", redraw, FALSE);
     Window* const record = find(window);
     if (call.struck() || !record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
-    if (region) {
-        auto taken = gdi::takeRegion(region);
-        if (!taken) return call.fail(ERROR_INVALID_HANDLE);
-        record->region = std::move(*taken);
-    } else {
-        record->region.reset();
-    }
+    auto taken = region ? gdi::takeRegion(region) : std::vector<RECT>();
+    if (!taken) return call.fail(ERROR_INVALID_HANDLE);
+    record->region = std::move(*taken);
     if (record->visible) updatePlacement(*record, false);
     return TRUE;
 }
@@ -219,7 +212,7 @@ BOOL GetClientRect(HWND window, LPRECT rectangle) {
 
 BOOL InvalidateRect(HWND window, const RECT* rectangle, BOOL erase) {
     desktop::Call call("InvalidateRect", window, rectangle, erase);
-    if (rectangle) call.refuse("part of a window", rectangle->left);
+    call.only("part of a window", rectangle, nullptr);
     Window* const record = find(window);
     if (call.struck() || !record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
     invalidate(*record, erase != FALSE);
@@ -233,12 +226,10 @@ HDC BeginPaint(HWND window, PAINTSTRUCT* paint) {
     *paint = {};
     Window* const record = find(window);
     if (!record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
-    if (record->painting) call.refuse("painting already", 1);
+    call.only("painting already", record->painting, nullptr);
     paint->rcPaint = std::exchange(record->dirty, {});
-    const bool erase = std::exchange(record->erase, false);
-    record->painting = gdi::openContext(canvasOf(*record));
-    paint->hdc = record->painting;
-    if (erase)
+    paint->hdc = record->painting = gdi::openContext(canvasOf(*record));
+    if (std::exchange(record->erase, false))
         paint->fErase = !send(window, WM_ERASEBKGND, reinterpret_cast<WPARAM>(paint->hdc), 0);
     return paint->hdc;
 }

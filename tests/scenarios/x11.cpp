@@ -4,7 +4,7 @@
 #include <cstdlib>
 
 #include "platform/hosts/host.h"
-#include "platform/user32/message_queue.h"
+#include "platform/user32/messages.h"
 #include "tests/live/xvfb.h"
 #include "tests/scenarios/native.h"
 
