@@ -143,6 +143,7 @@ struct MenuEntry {
 std::vector<MenuEntry> openMenu();  // empty if none is open
 
 struct ShownWindow {
+    HWND handle;
     std::string className, title;
     RECT bounds;
     bool visible, foreground, inTaskbar;

@@ -11,7 +11,7 @@
 
 #include "platform/core/text.h"
 #include "platform/hosts/host.h"
-#include "platform/user32/messages.h"
+#include "platform/user32/window.h"
 
 namespace {
 

@@ -19,12 +19,7 @@ std::vector<ShownBox> openBoxes() { return copyOf(&Shown::boxes); }
 std::optional<ShownDialog> openDialog() { return copyOf(&Shown::dialog); }
 std::vector<MenuEntry> openMenu() { return copyOf(&Shown::menu); }
 std::optional<std::vector<std::uint8_t>> clipboardBlock() { return copyOf(&Shown::clipboard); }
-
-std::vector<ShownWindow> windows() {
-    std::vector<ShownWindow> windows;
-    for (const ShownHandle& entry : copyOf(&Shown::windows)) windows.push_back(entry.window);
-    return windows;
-}
+std::vector<ShownWindow> windows() { return copyOf(&Shown::windows); }
 
 void waitForBalloon(const std::string& text) {
     const auto isThere = [&] {

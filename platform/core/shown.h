@@ -18,13 +18,8 @@
 
 namespace desktop {
 
-struct ShownHandle {
-    HWND handle;
-    ShownWindow window;
-};
-
 struct Shown {
-    std::vector<ShownHandle> windows;  // topmost first
+    std::vector<ShownWindow> windows;  // topmost first
     std::vector<ShownBox> boxes;       // the last one is on top
     std::optional<ShownDialog> dialog;
     std::vector<MenuEntry> menu;

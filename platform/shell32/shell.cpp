@@ -15,7 +15,6 @@
 #include "platform/core/user_folders.h"
 #include "platform/hosts/host.h"
 #include "platform/media_foundation/mp4_file.h"
-#include "platform/user32/messages.h"
 #include "platform/user32/resources.h"
 #include "platform/user32/window.h"
 

@@ -9,7 +9,6 @@
 #include "platform/core/call.h"
 #include "platform/core/shown.h"
 #include "platform/core/text.h"
-#include "platform/user32/messages.h"
 #include "platform/user32/window.h"
 
 namespace user32 {

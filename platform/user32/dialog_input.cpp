@@ -2,7 +2,7 @@
 // controls and the caption.
 
 #include "platform/user32/dialog.h"
-#include "platform/user32/messages.h"
+#include "platform/user32/window.h"
 
 #include <windowsx.h>
 
@@ -153,7 +153,7 @@ void movePointer(Dialog& dialog, POINT at) {
 void releasePointer(Dialog& dialog, POINT at) {
     if (capture() != dialog.window) return;
     Control* const pressed = dialog.pressed;
-    releaseCapture();
+    setCapture(nullptr);
     if (!pressed) return;
     if (pressed->kind == ControlKind::Caption) return settle(dialog, false);
     if (controlAt(dialog, at) == pressed) click(*pressed);

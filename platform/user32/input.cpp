@@ -9,7 +9,6 @@
 #include "platform/core/call.h"
 #include "platform/core/objects.h"
 #include "platform/hosts/host.h"
-#include "platform/user32/messages.h"
 #include "platform/user32/window.h"
 
 namespace user32 {
@@ -46,7 +45,7 @@ bool canBeActive(const Window& window) {
 // A menu that has the capture closes with it.
 void loseActivation() {
     state.entitled = false;
-    releaseCapture();
+    setCapture(nullptr);
     moveForeground(nullptr);
 }
 
@@ -117,8 +116,8 @@ void handle(const Event& event) {
 
 // The host knows what else covers the windows of ours.
 HWND windowOf(host::Surface surface) {
-    for (const HWND window : windowOrder())
-        if (surface && find(window)->surface == surface) return window;
+    for (const Window& window : windows)
+        if (surface && window.surface == surface) return window.handle;
     return nullptr;
 }
 
@@ -223,31 +222,19 @@ bool activate(HWND window) {
 
 // The next window of ours takes over, or the program that was there before.
 void leaveActivation(HWND window) {
-    if (capture() == window) releaseCapture();
+    if (capture() == window) setCapture(nullptr);
     if (foreground() != window) return;
-    const auto next =
-        std::ranges::find_if(windowOrder(), [](HWND other) { return canBeActive(*find(other)); });
-    if (next != windowOrder().end()) {
-        activate(*next);
-        return;
-    }
+    const auto next = std::ranges::find_if(windows, canBeActive);
+    if (next != windows.end()) return static_cast<void>(activate(next->handle));
     host::current().focusSurface(0);
     moveForeground(nullptr);
 }
 
-HWND capture() { return state.capture; }
-
 void setCapture(HWND window) {
     const HWND loser = std::exchange(state.capture, window);
-    if (!loser) desktop::opened("MouseCapture");
+    if (window && !loser) desktop::opened("MouseCapture");
+    if (loser && !window) desktop::closed("MouseCapture");
     if (loser) send(loser, WM_CAPTURECHANGED, 0, reinterpret_cast<LPARAM>(window));
-}
-
-void releaseCapture() {
-    const HWND loser = std::exchange(state.capture, nullptr);
-    if (!loser) return;
-    desktop::closed("MouseCapture");
-    send(loser, WM_CAPTURECHANGED, 0, 0);
 }
 
 }  // namespace user32
@@ -298,6 +285,6 @@ HWND GetCapture() {
 
 BOOL ReleaseCapture() {
     desktop::Call call("ReleaseCapture");
-    releaseCapture();
+    setCapture(nullptr);
     return TRUE;
 }

@@ -2,8 +2,6 @@
 // installed it while that looks at its queue; hot keys, of which one combination has one owner on
 // the whole desktop.
 
-#include "platform/user32/messages.h"
-
 #include <algorithm>
 #include <chrono>
 #include <map>

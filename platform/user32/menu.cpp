@@ -8,7 +8,6 @@
 #include "platform/core/objects.h"
 #include "platform/core/shown.h"
 #include "platform/core/text.h"
-#include "platform/user32/messages.h"
 #include "platform/user32/window.h"
 
 #include <windowsx.h>
@@ -184,7 +183,7 @@ void close(HWND owner) {
     unsettled = owner;
     menu.done = true;
     publish();
-    if (capture() == menu.window) releaseCapture();
+    if (capture() == menu.window) setCapture(nullptr);
     destroyWindow(menu.window);
     if (!foreground() || !find(foreground())->visible) host::current().focusSurface(0);
 }

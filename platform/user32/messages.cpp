@@ -1,8 +1,6 @@
 // The message queue, the timer, the published operations on messages, and what a window does with
 // those that its procedure passes on.
 
-#include "platform/user32/messages.h"
-
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
@@ -109,13 +107,11 @@ bool takeQuit(MSG& message) {
 
 // Painting comes last but for the timer, and comes again until the window has been painted.
 bool findPaint(MSG& message) {
-    for (const HWND handle : windowOrder()) {
-        const Window& window = *find(handle);
-        if (!window.visible || gdi::isEmpty(window.dirty)) continue;
-        message = {handle, WM_PAINT, 0, 0, 0, {}};
-        return true;
-    }
-    return false;
+    const auto found = std::ranges::find_if(windows, [](const Window& window) {
+        return window.visible && !gdi::isEmpty(window.dirty);
+    });
+    if (found != windows.end()) message = {found->handle, WM_PAINT, 0, 0, 0, {}};
+    return found != windows.end();
 }
 
 bool takeTimer(MSG& message) {
@@ -157,9 +153,9 @@ desktop::HandleTable<HWND, desktop::Mailbox> strangers(0x40000000);
 // Any thread.
 HWND ownWindow(const std::u16string& className) {
     return desktop::withShown([&](desktop::Shown& shown) -> HWND {
-        for (const auto& [handle, window] : shown.windows)
+        for (const desktop::ShownWindow& window : shown.windows)
             if (desktop::lowered(desktop::toUtf16(window.className)) == desktop::lowered(className))
-                return handle;
+                return window.handle;
         return nullptr;
     });
 }
@@ -256,16 +252,15 @@ void leaveQueue(HWND window) {
 }
 
 void tellAll(UINT message, WPARAM wparam, LPARAM lparam) {
-    const std::vector<HWND> all = windowOrder();  // a copy: windows may go meanwhile
-    for (const HWND window : all) {
-        const Window* const record = find(window);
-        if (record && !record->ofTheLayer) send(window, message, wparam, lparam);
-    }
+    std::vector<HWND> all;  // Windows may go meanwhile.
+    for (const Window& window : windows)
+        if (!window.ofTheLayer) all.push_back(window.handle);
+    for (const HWND window : all) send(window, message, wparam, lparam);
 }
 
 void broadcast(UINT message, WPARAM wparam, LPARAM lparam) {
-    for (const HWND window : windowOrder())
-        if (!find(window)->ofTheLayer) post(window, message, wparam, lparam);
+    for (const Window& window : windows)
+        if (!window.ofTheLayer) post(window.handle, message, wparam, lparam);
 }
 
 // The process ends with the last answer; nothing that follows the message loop ever runs.

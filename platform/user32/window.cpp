@@ -19,8 +19,6 @@ namespace user32 {
 namespace {
 
 std::map<std::u16string, Creation> classes;  // by the name in lower case
-desktop::HandleTable<HWND, Window> table(0x10010);
-std::vector<HWND> order;
 
 std::atomic<bool> thereIsAThread = false;
 
@@ -41,19 +39,17 @@ std::uint64_t mailboxId(HWND window) { return reinterpret_cast<std::uintptr_t>(w
 
 // Everything that the published rules take away together with a window.
 void forget(HWND window) {
-    const Window& record = *find(window);
-    std::erase(order, window);
+    std::list<Window> gone;
+    gone.splice(gone.end(), windows, std::ranges::find(windows, window, &Window::handle));
     publishWindows();  // From here on no thread can post to it.
     leaveQueue(window);
     releaseHotKeysOf(window);
     leaveClipboard(window);
     removeTrayIconOf(window);
-    host::current().destroySurface(record.surface);
-    if (!record.ofTheLayer) {
-        desktop::closeMailbox(mailboxId(window));
-        desktop::closed("Window");
-    }
-    table.remove(window);
+    host::current().destroySurface(gone.front().surface);
+    if (gone.front().ofTheLayer) return;
+    desktop::closeMailbox(mailboxId(window));
+    desktop::closed("Window");
 }
 
 }  // namespace
@@ -70,31 +66,21 @@ void enterUserInterface() {
 
 Window* find(HWND window) {
     enterUserInterface();
-    return table.find(window);
-}
-
-const std::vector<HWND>& windowOrder() { return order; }
-
-void moveToFront(HWND window) {
-    std::erase(order, window);
-    const bool topmost = (find(window)->extendedStyle & WS_EX_TOPMOST) != 0;
-    const auto place = std::ranges::find_if(order, [&](HWND other) {
-        return topmost || !(find(other)->extendedStyle & WS_EX_TOPMOST);
-    });
-    order.insert(place, window);
+    const auto found = std::ranges::find(windows, window, &Window::handle);
+    return found == windows.end() ? nullptr : &*found;
 }
 
 Window& addWindow(const Creation& creation) {
     enterUserInterface();
-    const HWND handle = table.add({});
-    Window& window = *table.find(handle);
+    static std::uintptr_t lastHandle = 0x10000;  // No number is used twice.
+    Window& window = windows.emplace_front();
     static_cast<Creation&>(window) = creation;
-    window.handle = handle;
+    window.handle = reinterpret_cast<HWND>(lastHandle += 0x10);
     window.surface = host::current().createSurface(creation.title);
-    moveToFront(handle);
+    moveToFront(window);
     if (!creation.ofTheLayer) {
         desktop::opened("Window");
-        desktop::openMailbox(creation.className, mailboxId(handle));
+        desktop::openMailbox(creation.className, mailboxId(window.handle));
     }
     publishWindows();
     return window;
@@ -108,17 +94,16 @@ void destroyWindow(HWND window) {
 }
 
 void destroyAllWindows() {
-    while (!order.empty()) {
-        const HWND window = order.front();
-        hide(*find(window));
-        forget(window);
+    while (!windows.empty()) {
+        Window& window = windows.front();
+        hide(window);
+        forget(window.handle);
     }
 }
 
 bool isLive(HWND window) {
     return desktop::withShown([&](const desktop::Shown& shown) {
-        return std::ranges::find(shown.windows, window, &desktop::ShownHandle::handle) !=
-               shown.windows.end();
+        return std::ranges::count(shown.windows, window, &desktop::ShownWindow::handle) > 0;
     });
 }
 

@@ -1,5 +1,4 @@
-// The one user-interface thread and its windows: their records, classes, order, position, painting
-// and monitors.
+// The one user-interface thread: its windows, its messages, and the input that becomes messages.
 //
 // The thread is the first one that asks for a window, a message or a hook. It alone touches the
 // records of this folder, so none of them has a lock; what other threads may see is in core/shown.h
@@ -13,6 +12,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <list>
 #include <optional>
 #include <string>
 #include <vector>
@@ -68,11 +68,14 @@ struct Window : Creation {
     HDC painting = nullptr;
 };
 
+inline int width(const Window& window) { return window.bounds.right - window.bounds.left; }
+inline int height(const Window& window) { return window.bounds.bottom - window.bounds.top; }
+
+inline std::list<Window> windows;  // topmost first
+
 // Null if the handle is dead.
 Window* find(HWND window);
 inline HWND foreground() { return state.foreground; }
-const std::vector<HWND>& windowOrder();  // topmost first
-void moveToFront(HWND window);           // in that order, as far as its style allows
 
 // Adds the record without any message.
 Window& addWindow(const Creation& creation);
@@ -88,25 +91,17 @@ LRESULT send(HWND window, UINT message, WPARAM wparam, LPARAM lparam);
 void show(Window& window);
 void hide(Window& window);  // takes the capture and the foreground away from it
 void place(Window& window, const RECT& bounds);
-// To the front of the windows that are topmost as it is: those stay above the others.
+// To the front of the windows that are topmost as it is: those stay above the others. The first
+// changes the order of the records alone.
+void moveToFront(Window& window);
 void raise(Window& window);
 // Tells the host where and how the window is to be seen.
 void updatePlacement(Window& window, bool raised);
 // Copies what a user sees of the windows to core/shown.h.
 void publishWindows();
-int width(const Window& window);
-int height(const Window& window);
 void invalidate(Window& window, bool erase);
 // Its pixels; what is painted on them is presented, and nothing is left to paint.
 void paintWindow(Window& window, const std::function<void(const gdi::Canvas&)>& paint);
-
-// --- What goes with a window or with the thread, by file
-void leaveActivation(HWND window);   // input.cpp: the capture and the foreground
-void leaveQueue(HWND window);        // messages.cpp: the timer and what was posted
-void releaseHotKeysOf(HWND window);  // keyboard.cpp
-void forgetHook();                   // keyboard.cpp
-void leaveClipboard(HWND window);    // clipboard.cpp
-void removeTrayIconOf(HWND window);  // shell32/shell.cpp
 
 // --- monitor.cpp
 host::Monitor primaryMonitor();
@@ -127,5 +122,62 @@ void settleMenuOf(HWND owner);
 // --- messages.cpp
 // What DefWindowProcW does; stops the process at a message that it does not know.
 LRESULT answerMessage(HWND window, UINT message, WPARAM wparam, LPARAM lparam);
+// Dispatches everything until `done`, or until the quit comes, which it leaves to the outer loop.
+void runLoop(const std::function<bool()>& done);
+
+// Milliseconds, as messages and key events carry them.
+DWORD messageTime();
+
+// To every window that the program made: sent, or posted.
+void tellAll(UINT message, WPARAM wparam, LPARAM lparam);
+void broadcast(UINT message, WPARAM wparam, LPARAM lparam);
+// After the answers to WM_ENDSESSION; if the session really ends, the process does too.
+void tellSessionEnd(bool reallyEnds);
+
+// Any thread. Returns 0 or the error.
+DWORD post(HWND window, UINT message, WPARAM wparam, LPARAM lparam);
+// The session ends for this program alone (a signal). Callable from a signal handler.
+void endSessionSoon();
+void leaveQueue(HWND window);  // The timer goes, and what was posted.
+
+// --- input.cpp
+// Takes events from the host until one waits for a window. False: there may be more, but posted
+// messages and the end of the session do not wait for all of a flood, nor for the keys that follow
+// one which the hook ate.
+bool takeEvents();
+// Makes a message of the event that waits. False: there is none. Without a window, the event was
+// not for one of ours.
+bool takeInput(MSG& message);
+// MOD_ALT | MOD_CONTROL | MOD_SHIFT | MOD_WIN, as they were held at the input message that was
+// taken last.
+UINT modifiersOfInput();
+
+// False where the program may not take the foreground: it may if it has it, if it was started or
+// addressed by the user's last input, or if a program that may has named it.
+bool activate(HWND window);
+
+inline HWND capture() { return state.capture; }
+// Null: nobody gets it. Tells the loser before it returns, which may be the same window.
+void setCapture(HWND window);
+void leaveActivation(HWND window);
+
+// --- keyboard.cpp: a US English keyboard
+// With the bit 0x100 for keys that came later and share a code with an older one; 0: the keyboard
+// does not have the key.
+UINT scanCodeOf(UINT key);
+// Keeps the keys that the host grabs in step with what the hook may eat; false if it cannot have
+// them.
+bool followHook();
+bool hookEats(const host::Event& event, UINT message);
+// Posts WM_HOTKEY if the press completes a registered combination, modifiers exactly. A repeat is
+// taken in silence.
+bool isHotKey(const host::Event& press, bool isRepeat);
+void releaseHotKeysOf(HWND window);
+void forgetHook();
+
+// --- clipboard.cpp and shell32/shell.cpp: what of them goes with a window
+void leaveClipboard(HWND window);
+void removeTrayIconOf(HWND window);
+void takeTrayEvent(const host::Event& event);
 
 }  // namespace user32

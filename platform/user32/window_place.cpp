@@ -1,12 +1,13 @@
 // Where a window is, whether it is seen, and how: opacity, region, exclusion from captures, and
 // painting.
 
+#include <algorithm>
+#include <ranges>
 #include <utility>
 
 #include "platform/core/call.h"
 #include "platform/core/shown.h"
 #include "platform/core/text.h"
-#include "platform/user32/messages.h"
 #include "platform/user32/window.h"
 
 namespace user32 {
@@ -14,6 +15,7 @@ namespace user32 {
 namespace {
 
 bool isLayered(const Window& window) { return (window.extendedStyle & WS_EX_LAYERED) != 0; }
+bool isTopmost(const Window& window) { return (window.extendedStyle & WS_EX_TOPMOST) != 0; }
 
 // Something of it can be on the screen.
 bool isSeen(const Window& window) {
@@ -38,9 +40,6 @@ void present(Window& window) {
 
 }  // namespace
 
-int width(const Window& window) { return window.bounds.right - window.bounds.left; }
-int height(const Window& window) { return window.bounds.bottom - window.bounds.top; }
-
 void updatePlacement(Window& window, bool raised) {
     const auto count =
         static_cast<std::size_t>(width(window)) * static_cast<std::size_t>(height(window));
@@ -52,7 +51,7 @@ void updatePlacement(Window& window, bool raised) {
                                     .passesMouse = isLayered(window) &&
                                                    window.extendedStyle & WS_EX_TRANSPARENT,
                                     .excludedFromCapture = window.excludedFromCapture,
-                                    .topmost = (window.extendedStyle & WS_EX_TOPMOST) != 0};
+                                    .topmost = isTopmost(window)};
     if (isSeen(window))
         host::current().showSurface(window.surface, placement, raised);
     else
@@ -84,27 +83,28 @@ void place(Window& window, const RECT& bounds) {
     send(window.handle, WM_SIZE, SIZE_RESTORED, MAKELPARAM(width(window), height(window)));
 }
 
+void moveToFront(Window& window) {
+    const auto self = std::ranges::find(windows, window.handle, &Window::handle);
+    const auto front = std::ranges::find_if(
+        windows, [&](const Window& other) { return isTopmost(window) || !isTopmost(other); });
+    windows.splice(front, windows, self);
+}
+
 void raise(Window& window) {
-    moveToFront(window.handle);
+    moveToFront(window);
     if (window.visible) updatePlacement(window, true);
     if (window.box) raise(*find(window.box));
-    if (window.extendedStyle & WS_EX_TOPMOST) return;
-    const std::vector<HWND> order = windowOrder();
-    for (auto above = order.rbegin(); above != order.rend(); ++above) {
-        Window& other = *find(*above);
-        if (other.extendedStyle & WS_EX_TOPMOST && isSeen(other)) updatePlacement(other, true);
-    }
+    if (isTopmost(window)) return;
+    for (Window& above : std::views::reverse(windows))
+        if (isTopmost(above) && isSeen(above)) updatePlacement(above, true);
 }
 
 void publishWindows() {
-    std::vector<desktop::ShownHandle> all;
-    for (const HWND handle : windowOrder()) {
-        const Window& window = *find(handle);
-        all.push_back(
-            {handle,
-             {desktop::toUtf8(window.className), desktop::toUtf8(window.title), window.bounds,
-              window.visible, foreground() == handle, isInTaskbar(window), window.shownCursor}});
-    }
+    std::vector<desktop::ShownWindow> all;
+    for (const Window& window : windows)
+        all.push_back({window.handle, desktop::toUtf8(window.className),
+                       desktop::toUtf8(window.title), window.bounds, window.visible,
+                       foreground() == window.handle, isInTaskbar(window), window.shownCursor});
     desktop::withShown([&](desktop::Shown& shown) { shown.windows = std::move(all); });
 }
 

@@ -4,7 +4,7 @@
 #include <cstdlib>
 
 #include "platform/hosts/host.h"
-#include "platform/user32/messages.h"
+#include "platform/user32/window.h"
 #include "tests/live/xvfb.h"
 #include "tests/scenarios/native.h"
 
