@@ -24,11 +24,10 @@ void closeMailbox(std::uint64_t window);
 
 // Readable while mail may be waiting.
 std::vector<int> mailboxDescriptors();
-// Takes what has arrived and answers each registered message with what `deliver` returns; any other
-// gets no answer, and of the connections that stay silent only the newest 16 are kept. Never waits.
-// `deliver` may open and close mailboxes and may come back here.
-void answerMail(const std::function<LRESULT(std::uint64_t window, UINT message, WPARAM wparam,
-                                            LPARAM lparam)>& deliver);
+// Takes a message that has arrived and answers a registered one with what `deliver` returns,
+// any other with nothing. Never waits. `deliver` may open and close mailboxes and may come back
+// here.
+void answerMail(const std::function<LRESULT(std::uint64_t window, UINT message)>& deliver);
 
 // A window of another process.
 struct Mailbox {
@@ -40,8 +39,7 @@ struct Mailbox {
 std::optional<Mailbox> findMailbox(std::u16string_view className);
 // Sends a registered message and waits for the answer; empty if none comes in time or the window is
 // gone.
-std::optional<LRESULT> sendMail(const Mailbox& mailbox, UINT message, WPARAM wparam, LPARAM lparam,
-                                UINT milliseconds);
+std::optional<LRESULT> sendMail(const Mailbox& mailbox, UINT message, UINT milliseconds);
 
 // The number of a registered message: the same for the same text, without case, in every process.
 UINT registeredMessage(std::u16string_view text);

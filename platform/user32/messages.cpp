@@ -71,10 +71,10 @@ void stopTimer() {
 constexpr char16_t foregroundMail[] = u"AllowSetForegroundWindow";
 
 void answerMail() {
-    desktop::answerMail([](std::uint64_t window, UINT message, WPARAM wparam, LPARAM lparam) {
+    desktop::answerMail([](std::uint64_t window, UINT message) {
         if (message == desktop::registeredMessage(foregroundMail))
             return state.entitled = true, LRESULT{1};
-        return send(reinterpret_cast<HWND>(window), message, wparam, lparam);
+        return send(reinterpret_cast<HWND>(window), message, 0, 0);
     });
 }
 
@@ -322,10 +322,11 @@ LRESULT SendMessageTimeoutW(HWND window, UINT message, WPARAM wparam, LPARAM lpa
                             UINT milliseconds, PDWORD_PTR result) {
     desktop::Call call("SendMessageTimeoutW", window, message, wparam, lparam, flags, milliseconds);
     call.only("flags", flags, SMTO_BLOCK | SMTO_ABORTIFHUNG);
+    call.only("parameters", wparam || lparam, false);
     const desktop::Mailbox* const mailbox = strangers.find(window);
     if (!mailbox) call.refuse("window of this process", window);
     if (call.struck()) return call.fail(ERROR_TIMEOUT);
-    const auto answer = desktop::sendMail(*mailbox, message, wparam, lparam, milliseconds);
+    const auto answer = desktop::sendMail(*mailbox, message, milliseconds);
     if (!answer) return call.fail(ERROR_TIMEOUT);
     *result = static_cast<DWORD_PTR>(*answer);
     return TRUE;
@@ -371,8 +372,7 @@ BOOL AllowSetForegroundWindow(DWORD process) {
     if (call.struck() || !(foreground() || state.entitled)) return call.fail(ERROR_ACCESS_DENIED);
     for (const auto& [handle, mailbox] : strangers.records)
         if (static_cast<DWORD>(mailbox.process) == process)
-            return desktop::sendMail(mailbox, desktop::registeredMessage(foregroundMail), 0, 0, 0),
-                   TRUE;
+            return desktop::sendMail(mailbox, desktop::registeredMessage(foregroundMail), 0), TRUE;
     return call.fail(ERROR_INVALID_PARAMETER);
 }
 
