@@ -17,7 +17,6 @@
 #include <fstream>
 #include <iterator>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 
@@ -130,7 +129,6 @@ LSTATUS writeEntry(const std::string& file, std::u16string_view command) {
     return code;
 }
 
-std::mutex guard;
 desktop::HandleTable<HKEY, REGSAM> table(0x30000010, "RegistryKey");  // their rights
 
 LSTATUS failure(const desktop::Call& call) {
@@ -147,15 +145,8 @@ void refuseUnknown(const desktop::Call& call, HKEY parent, LPCWSTR path, DWORD o
     call.only("rights", rights, KEY_QUERY_VALUE, KEY_SET_VALUE, KEY_QUERY_VALUE | KEY_SET_VALUE);
 }
 
-LSTATUS openKey(REGSAM rights, PHKEY handle) {
-    const std::lock_guard lock(guard);
-    *handle = table.add(rights);
-    return ERROR_SUCCESS;
-}
-
 // 0, or the code with which the call fails.
 LSTATUS refusal(desktop::Call& call, HKEY handle, REGSAM right) {
-    const std::lock_guard lock(guard);
     const REGSAM* const rights = table.find(handle);
     if (!rights) call.refuse("key", handle);
     if (call.struck()) return failure(call);
@@ -181,7 +172,9 @@ LSTATUS RegOpenKeyExW(HKEY parent, LPCWSTR path, DWORD options, REGSAM rights, P
     if (call.struck()) return failure(call);
     std::error_code ignored;
     const bool isThere = std::filesystem::is_directory(autostartFolder(), ignored);
-    return isThere ? openKey(rights, key) : ERROR_FILE_NOT_FOUND;
+    if (!isThere) return ERROR_FILE_NOT_FOUND;
+    *key = table.add(rights);
+    return ERROR_SUCCESS;
 }
 
 LSTATUS RegCreateKeyExW(HKEY parent, LPCWSTR path, DWORD reserved, LPWSTR keyClass, DWORD options,
@@ -189,13 +182,14 @@ LSTATUS RegCreateKeyExW(HKEY parent, LPCWSTR path, DWORD reserved, LPWSTR keyCla
                         LPDWORD disposition) {
     desktop::Call call("RegCreateKeyExW", path, rights);
     refuseUnknown(call, parent, path, options, rights);
-    call.only("reserved argument, class or security", reserved || keyClass || security, false);
+    call.only("class, security or disposition", reserved || keyClass || security || disposition,
+              false);
     if (call.struck()) return failure(call);
     std::error_code error;
-    const bool isNew = std::filesystem::create_directories(autostartFolder(), error);
+    std::filesystem::create_directories(autostartFolder(), error);
     if (error) return static_cast<LSTATUS>(kernel32::errorCode(error.value()));
-    if (disposition) *disposition = isNew ? REG_CREATED_NEW_KEY : REG_OPENED_EXISTING_KEY;
-    return openKey(rights, key);
+    *key = table.add(rights);
+    return ERROR_SUCCESS;
 }
 
 LSTATUS RegQueryValueExW(HKEY key, LPCWSTR name, LPDWORD reserved, LPDWORD type, LPBYTE data,
@@ -237,7 +231,6 @@ LSTATUS RegDeleteValueW(HKEY key, LPCWSTR name) {
 
 LSTATUS RegCloseKey(HKEY key) {
     desktop::Call call("RegCloseKey");
-    const std::lock_guard lock(guard);
     if (!table.remove(key)) call.refuse("key", key);
     return ERROR_SUCCESS;
 }

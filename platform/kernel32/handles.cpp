@@ -2,8 +2,7 @@
 //
 // Only the name of a mutex is used: its creator is the first. A name is a file in the session's
 // folder, and each handle holds a shared lock on it. Locks end with their process, so a file
-// without a lock is a name without a holder; removing the last lock removes the file. One lock on
-// the folder makes each of these steps whole.
+// without a lock is a name without a holder.
 
 #include <windows.h>
 
@@ -14,9 +13,6 @@
 
 #include <cerrno>
 #include <filesystem>
-#include <memory>
-#include <mutex>
-#include <optional>
 
 #include "platform/core/call.h"
 #include "platform/core/descriptor.h"
@@ -30,32 +26,11 @@ namespace {
 using desktop::Descriptor;
 
 struct OpenFile {
-    std::shared_ptr<Descriptor> descriptor;
+    Descriptor descriptor;
     DWORD access;
 };
-
-struct Mutex {
-    std::shared_ptr<Descriptor> lock;
-    std::filesystem::path path;
-};
-
-std::mutex guard;  // of the tables
 desktop::HandleTable<HANDLE, OpenFile> files(0x104, "File");
-desktop::HandleTable<HANDLE, Mutex> mutexes(0x10104, "Mutex");
-
-template <typename Record>
-HANDLE addTo(desktop::HandleTable<HANDLE, Record>& table, Record record) {
-    const std::lock_guard lock(guard);
-    return table.add(std::move(record));
-}
-
-// A copy: another thread may close the handle.
-template <typename Record>
-std::optional<Record> findIn(desktop::HandleTable<HANDLE, Record>& table, HANDLE handle) {
-    const std::lock_guard lock(guard);
-    Record* const found = table.find(handle);
-    return found ? std::optional(*found) : std::nullopt;
-}
+desktop::HandleTable<HANDLE, Descriptor> mutexes(0x10104, "Mutex");  // locks on their names
 
 // 0, or the code of the reason why the item may not be opened so.
 DWORD refusal(const std::string& path, DWORD access, DWORD flags) {
@@ -71,12 +46,6 @@ DWORD refusal(const std::string& path, DWORD access, DWORD flags) {
     return ERROR_SUCCESS;
 }
 
-Descriptor lockFolder(const std::filesystem::path& folder) {
-    Descriptor opened(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (opened && flock(opened.get(), LOCK_EX) != 0) return Descriptor();
-    return opened;
-}
-
 // "Local\\x" and "x" are the same object.
 std::string objectName(const desktop::Call& call, LPCWSTR name) {
     const std::string text = desktop::toUtf8(name);
@@ -85,12 +54,6 @@ std::string objectName(const desktop::Call& call, LPCWSTR name) {
     if (plain.empty() || plain.find_first_of("/\\") != std::string::npos)
         call.refuse("separator in the name", 1);
     return plain;
-}
-
-void releaseName(const Mutex& mutex) {
-    const Descriptor step = lockFolder(mutex.path.parent_path());
-    const bool isLast = step && flock(mutex.lock->get(), LOCK_EX | LOCK_NB) == 0;
-    if (isLast) unlink(mutex.path.c_str());
 }
 
 }  // namespace
@@ -113,16 +76,16 @@ HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD share, LPSECURITY_ATTRIBUTE
     if (!file) return call.fail(kernel32::errorCode(errno, path)), INVALID_HANDLE_VALUE;
     if (!kernel32::shareFile(file.get(), access, share))
         return call.fail(ERROR_SHARING_VIOLATION), INVALID_HANDLE_VALUE;
-    return addTo(files, {std::make_shared<Descriptor>(std::move(file)), access});
+    return files.add({std::move(file), access});
 }
 
 BOOL FlushFileBuffers(HANDLE file) {
     desktop::Call call("FlushFileBuffers", file);
     if (call.struck()) return call.fail(ERROR_WRITE_FAULT);
-    const auto opened = findIn(files, file);
+    const auto* const opened = files.find(file);
     if (!opened) return call.fail(ERROR_INVALID_HANDLE);
     if (!(opened->access & GENERIC_WRITE)) return call.fail(ERROR_ACCESS_DENIED);
-    if (fsync(opened->descriptor->get()) != 0) return call.fail(kernel32::errorCode(errno));
+    if (fsync(opened->descriptor.get()) != 0) return call.fail(kernel32::errorCode(errno));
     return TRUE;
 }
 
@@ -130,10 +93,10 @@ BOOL FlushFileBuffers(HANDLE file) {
 BOOL GetFileInformationByHandle(HANDLE file, BY_HANDLE_FILE_INFORMATION* information) {
     desktop::Call call("GetFileInformationByHandle", file);
     if (call.struck()) return call.fail(ERROR_GEN_FAILURE);
-    const auto opened = findIn(files, file);
+    const auto* const opened = files.find(file);
     if (!opened) return call.fail(ERROR_INVALID_HANDLE);
     struct stat item {};
-    if (fstat(opened->descriptor->get(), &item) != 0) return call.fail(kernel32::errorCode(errno));
+    if (fstat(opened->descriptor.get(), &item) != 0) return call.fail(kernel32::errorCode(errno));
     const auto size = static_cast<std::uint64_t>(item.st_size);
     *information = {};
     information->dwFileAttributes = kernel32::attributesOf(item);
@@ -146,10 +109,10 @@ DWORD GetFinalPathNameByHandleW(HANDLE file, LPWSTR path, DWORD capacity, DWORD 
     desktop::Call call("GetFinalPathNameByHandleW", file, capacity, flags);
     call.only("flags", flags, FILE_NAME_NORMALIZED | VOLUME_NAME_DOS);
     if (call.struck()) return call.fail(ERROR_PATH_NOT_FOUND);
-    const auto opened = findIn(files, file);
+    const auto* const opened = files.find(file);
     if (!opened) return call.fail(ERROR_INVALID_HANDLE);
     std::error_code error;
-    const auto link = "/proc/self/fd/" + std::to_string(opened->descriptor->get());
+    const auto link = "/proc/self/fd/" + std::to_string(opened->descriptor.get());
     const auto target = std::filesystem::read_symlink(link, error);
     if (error) return call.fail(kernel32::errorCode(error.value()));
     const auto text = desktop::publishedPath(target.native());
@@ -168,20 +131,19 @@ HANDLE CreateMutexW(LPSECURITY_ATTRIBUTES security, BOOL owned, LPCWSTR name) {
     const auto folder = desktop::sessionFolder();
     if (!folder) return call.fail(ERROR_ACCESS_DENIED);
     const std::filesystem::path path = *folder / file;
-    const Descriptor step = lockFolder(*folder);
     desktop::removeSocket(path);
+    // One at a time: a lock does not become a shared one in a single step.
+    const Descriptor step(open(folder->c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     Descriptor lock(open(path.c_str(), O_RDONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
-    if (!step || !lock) return call.fail(ERROR_ACCESS_DENIED);
+    if (!lock || flock(step.get(), LOCK_EX) != 0) return call.fail(ERROR_ACCESS_DENIED);
     const bool isNew = flock(lock.get(), LOCK_EX | LOCK_NB) == 0;
     if (flock(lock.get(), LOCK_SH) != 0) return call.fail(ERROR_ACCESS_DENIED);
     SetLastError(isNew ? ERROR_SUCCESS : ERROR_ALREADY_EXISTS);
-    return addTo(mutexes, {std::make_shared<Descriptor>(std::move(lock)), path});
+    return mutexes.add(std::move(lock));
 }
 
 BOOL CloseHandle(HANDLE handle) {
     desktop::Call call("CloseHandle", handle);
-    if (const auto mutex = findIn(mutexes, handle)) releaseName(*mutex);
-    const std::lock_guard lock(guard);
     if (!mutexes.remove(handle) && !files.remove(handle)) call.refuse("handle", handle);
     return TRUE;
 }

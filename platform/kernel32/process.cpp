@@ -47,14 +47,9 @@ DWORD GetModuleFileNameW(HMODULE module, LPWSTR name, DWORD capacity) {
     if (call.struck()) return call.fail(ERROR_INVALID_HANDLE);
     const auto path = desktop::publishedPath(programFile);
     if (!path) return call.fail(ERROR_NO_UNICODE_TRANSLATION);
-    if (path->size() < capacity) {
-        name[path->copy(name, path->size())] = 0;
-        return static_cast<DWORD>(path->size());
-    }
-    // The published way to say that the name is cut: the length is the capacity.
-    name[path->copy(name, capacity - 1)] = 0;
-    SetLastError(ERROR_INSUFFICIENT_BUFFER);
-    return capacity;
+    if (path->size() >= capacity) call.refuse("capacity", capacity);
+    name[path->copy(name, path->size())] = 0;
+    return static_cast<DWORD>(path->size());
 }
 
 // There is one module, and its handle leads to nothing.
