@@ -5,6 +5,7 @@
 #include <windows.h>
 
 #include <atomic>
+#include <typeinfo>
 
 #include "platform/com/table.h"
 #include "platform/core/call.h"
@@ -12,18 +13,9 @@
 
 namespace com {
 
-// A member function of an object as an entry of its table.
-template <auto function, typename Kind = decltype(function)>
-constexpr auto member = nullptr;
-template <auto function, typename Result, typename Object, typename... Arguments>
-constexpr auto member<function, Result (Object::*)(Arguments...)> = +[](Object* object,
-                                                                        Arguments... arguments) {
-    return (object->*function)(arguments...);
-};
-
 // The base of an object of the class `Self`, which the program knows as an `Interface`. It answers
-// to IID_IUnknown and to `ids`, the identifiers of `Interface` and of its bases. `Self` fills the
-// table with its methods in `static void fill(Table&)`. It is born with one reference, which
+// to IID_IUnknown and to `ids`, the identifiers of `Interface` and of its bases. `Self` sets its
+// methods in `static void fill(Table&)`. It is born with one reference, which
 // belongs to its maker, and every reference counts as an open object.
 template <typename Self, typename Interface, const IID&... ids>
 class ComObject {
@@ -41,7 +33,7 @@ public:
     HRESULT QueryInterface(REFIID id, void** object) {
         desktop::Call call("QueryInterface", id);
         *object = nullptr;
-        if (call.struck()) return call.result(E_NOINTERFACE);
+        if (call.struck()) return call.fail(E_NOINTERFACE);
         if (!(id == IID_IUnknown || ... || (id == ids))) return E_NOINTERFACE;
         AddRef();
         *object = this;
@@ -66,11 +58,14 @@ public:
         return left;
     }
 
+    static void fill(Table&) {}
     static const Table& tableOfClass() {
         static const Table filled = [] {
-            Table table =
-                Table::of<Interface>(member<&Self::QueryInterface>, member<&ComObject::AddRef>,
-                                     member<&ComObject::Release>);
+            Table table(typeid(Interface).name());
+            table.set<static_cast<HRESULT (IUnknown::*)(REFIID, void**)>(&IUnknown::QueryInterface),
+                      &Self::QueryInterface>();
+            table.set<&IUnknown::AddRef, &ComObject::AddRef>();
+            table.set<&IUnknown::Release, &ComObject::Release>();
             Self::fill(table);
             return table;
         }();

@@ -14,7 +14,7 @@
 #include <array>
 #include <bit>
 #include <cstddef>
-#include <typeinfo>
+#include <cstring>
 #include <utility>
 
 namespace com {
@@ -23,34 +23,32 @@ namespace com {
 [[noreturn]] void stopAtSlot(const char* interfaceName, std::size_t slot);
 
 struct Table {
-    // The functions of IUnknown are the first three of every interface.
-    template <typename Interface, typename Asked, typename Object>
-    static Table of(HRESULT (*query)(Asked*, REFIID, void**), ULONG (*addReference)(Object*),
-                    ULONG (*release)(Object*)) {
-        Table table;
-        // The compiler's own name of a type at file level: its length, then its letters.
-        table.interfaceName = typeid(Interface).name();
-        while (*table.interfaceName >= '0' && *table.interfaceName <= '9') ++table.interfaceName;
-        table.slots[0] = reinterpret_cast<Slot>(query);
-        table.slots[1] = reinterpret_cast<Slot>(addReference);
-        table.slots[2] = reinterpret_cast<Slot>(release);
-        return table;
-    }
+    // The compiler's own name of a type at file level: its length, then its letters.
+    explicit Table(const char* typeName)
+        : interfaceName(typeName + std::strspn(typeName, "0123456789")) {}
 
-    template <typename Result, typename Interface, typename Object, typename... Arguments>
-    Table& set(Result (Interface::*published)(Arguments...),
-               Result (*function)(Object*, Arguments...)) {
-        // The lowest bit of the offset tells a virtual function from others, on some processors.
-        const auto words = std::bit_cast<std::array<std::size_t, 2>>(published);
-        slots.at(words[0] / sizeof(Slot)) = reinterpret_cast<Slot>(function);
-        return *this;
+    // Calls of the published method go to that function of the object.
+    template <auto published, auto function>
+    void set() {
+        setEntry<function>(published, function);
     }
 
     using Slot = void (*)();
     std::array<Slot, 128> slots = unfilled(std::make_index_sequence<128>());
-    const char* interfaceName = nullptr;
+    const char* interfaceName;
 
 private:
+    template <auto function, typename Result, typename Interface, typename Object,
+              typename... Arguments>
+    void setEntry(Result (Interface::*published)(Arguments...), Result (Object::*)(Arguments...)) {
+        auto* const entry = +[](Object* object, Arguments... arguments) {
+            return (object->*function)(arguments...);
+        };
+        // The lowest bit of the offset tells a virtual function from others, on some processors.
+        const auto words = std::bit_cast<std::array<std::size_t, 2>>(published);
+        slots.at(words[0] / sizeof(Slot)) = reinterpret_cast<Slot>(entry);
+    }
+
     template <std::size_t slot>
     static void stop(const Table* const* object) {
         stopAtSlot((*object)->interfaceName, slot);

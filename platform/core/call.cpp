@@ -93,7 +93,7 @@ bool Call::struck() {
 }
 
 Failure Call::fail(DWORD usual) const {
-    if (FAILED(static_cast<HRESULT>(usual))) return {result(static_cast<HRESULT>(usual))};
+    if (FAILED(static_cast<HRESULT>(usual))) return {static_cast<HRESULT>(code(usual))};
     lastError = code(usual);
     return {0};
 }

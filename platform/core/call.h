@@ -79,9 +79,6 @@ struct Call {
     bool struck();
     // The code that the fault names, or `usual` if it names none.
     DWORD code(DWORD usual) const { return plannedCode ? plannedCode : usual; }
-    HRESULT result(HRESULT usual) const {
-        return static_cast<HRESULT>(code(static_cast<DWORD>(usual)));
-    }
     // The result of a failure for code(usual). An HRESULT is the result; any other code becomes the
     // last error.
     Failure fail(DWORD usual) const;

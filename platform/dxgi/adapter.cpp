@@ -21,7 +21,7 @@ struct Output
 
     HRESULT GetDesc(DXGI_OUTPUT_DESC* description) {
         desktop::Call call("IDXGIOutput::GetDesc");
-        if (call.struck()) return call.result(E_FAIL);
+        if (call.struck()) return call.fail(E_FAIL);
         *description = {};
         description->DesktopCoordinates = monitor.bounds;
         description->AttachedToDesktop = TRUE;
@@ -32,14 +32,14 @@ struct Output
     HRESULT DuplicateOutput(IUnknown* device, IDXGIOutputDuplication** duplication) {
         desktop::Call call("IDXGIOutput1::DuplicateOutput");
         *duplication = nullptr;
-        if (call.struck()) return call.result(E_ACCESSDENIED);
+        if (call.struck()) return call.fail(E_ACCESSDENIED);
         if (com::objectOf<Device>(device)->adapter != adapter) return E_INVALIDARG;
         return openDuplication(monitor, duplication);
     }
 
     static void fill(com::Table& table) {
-        table.set(&IDXGIOutput1::GetDesc, com::member<&Output::GetDesc>);
-        table.set(&IDXGIOutput1::DuplicateOutput, com::member<&Output::DuplicateOutput>);
+        table.set<&IDXGIOutput1::GetDesc, &Output::GetDesc>();
+        table.set<&IDXGIOutput1::DuplicateOutput, &Output::DuplicateOutput>();
     }
 
     const host::Monitor monitor;
@@ -54,7 +54,7 @@ struct Adapter
     HRESULT EnumOutputs(UINT position, IDXGIOutput** output) {
         desktop::Call call("IDXGIAdapter::EnumOutputs", position);
         *output = nullptr;
-        if (call.struck()) return call.result(E_OUTOFMEMORY);
+        if (call.struck()) return call.fail(E_OUTOFMEMORY);
         const std::size_t first = index == 0 ? 0 : index == 1 ? 1 : monitors.size();
         const std::size_t end =
             index == 0 ? std::min<std::size_t>(1, monitors.size()) : monitors.size();
@@ -64,7 +64,7 @@ struct Adapter
     }
 
     static void fill(com::Table& table) {
-        table.set(&IDXGIAdapter1::EnumOutputs, com::member<&Adapter::EnumOutputs>);
+        table.set<&IDXGIAdapter1::EnumOutputs, &Adapter::EnumOutputs>();
     }
 
     const std::vector<host::Monitor> monitors;
@@ -76,14 +76,14 @@ struct Factory
     HRESULT EnumAdapters1(UINT index, IDXGIAdapter1** adapter) {
         desktop::Call call("IDXGIFactory1::EnumAdapters1", index);
         *adapter = nullptr;
-        if (call.struck()) return call.result(E_OUTOFMEMORY);
+        if (call.struck()) return call.fail(E_OUTOFMEMORY);
         if (index >= adapterCount) return DXGI_ERROR_NOT_FOUND;
         *adapter = (new Adapter(monitors, index))->published();
         return S_OK;
     }
 
     static void fill(com::Table& table) {
-        table.set(&IDXGIFactory1::EnumAdapters1, com::member<&Factory::EnumAdapters1>);
+        table.set<&IDXGIFactory1::EnumAdapters1, &Factory::EnumAdapters1>();
     }
 
     const std::vector<host::Monitor> monitors = host::current().monitors();
@@ -98,7 +98,7 @@ UINT indexOf(IDXGIAdapter* adapter) { return com::objectOf<Adapter>(adapter)->in
 HRESULT CreateDXGIFactory1(REFIID id, void** factory) {
     desktop::Call call("CreateDXGIFactory1", id);
     *factory = nullptr;
-    if (call.struck()) return call.result(E_FAIL);
+    if (call.struck()) return call.fail(E_FAIL);
     if (!(id == IID_IDXGIFactory1)) return E_NOINTERFACE;
     *factory = (new dxgi::Factory)->published();
     return S_OK;

@@ -62,7 +62,7 @@ struct Context
         call.only("kind of access", kind, D3D11_MAP_READ);
         call.only("flags", flags, 0);
         call.only("texture", texture.frames || texture.isMapped, false);
-        if (call.struck()) return call.result(E_OUTOFMEMORY);
+        if (call.struck()) return call.fail(E_OUTOFMEMORY);
         const UINT height = texture.description.Height;
         if (!texture.picture.bytes)
             texture.picture = blackPicture(texture.description.Width, height);
@@ -81,10 +81,9 @@ struct Context
     }
 
     static void fill(com::Table& table) {
-        table.set(&ID3D11DeviceContext::CopySubresourceRegion,
-                  com::member<&Context::CopySubresourceRegion>);
-        table.set(&ID3D11DeviceContext::Map, com::member<&Context::Map>);
-        table.set(&ID3D11DeviceContext::Unmap, com::member<&Context::Unmap>);
+        table.set<&ID3D11DeviceContext::CopySubresourceRegion, &Context::CopySubresourceRegion>();
+        table.set<&ID3D11DeviceContext::Map, &Context::Map>();
+        table.set<&ID3D11DeviceContext::Unmap, &Context::Unmap>();
     }
 };
 
@@ -106,7 +105,7 @@ HRESULT Device::CreateTexture2D(const D3D11_TEXTURE2D_DESC* description,
     call.only("access", description->CPUAccessFlags, D3D11_CPU_ACCESS_READ);
     call.only("flags", description->BindFlags | description->MiscFlags, 0);
     call.only("initial data", initial, nullptr);
-    if (call.struck()) return call.result(E_OUTOFMEMORY);
+    if (call.struck()) return call.fail(E_OUTOFMEMORY);
     if (description->Width == 0 || description->Height == 0) return E_INVALIDARG;
     *texture = (new Texture(*description))->published();
     return S_OK;
@@ -125,7 +124,7 @@ HRESULT D3D11CreateDevice(IDXGIAdapter* adapter, D3D_DRIVER_TYPE driver, HMODULE
     call.only("flags", flags, D3D11_CREATE_DEVICE_BGRA_SUPPORT);
     call.only("feature levels", levels || levelCount || level, false);
     call.only("version", sdkVersion, D3D11_SDK_VERSION);
-    if (call.struck()) return call.result(DXGI_ERROR_UNSUPPORTED);
+    if (call.struck()) return call.fail(DXGI_ERROR_UNSUPPORTED);
     if (driver != D3D_DRIVER_TYPE_UNKNOWN) return E_INVALIDARG;  // as always with an adapter
     *device = (new dxgi::Device(dxgi::indexOf(adapter)))->published();
     *context = (new dxgi::Context)->published();

@@ -21,12 +21,10 @@ struct FrameResource
         if (!(id == IID_ID3D11Texture2D)) return ComObject::QueryInterface(id, object);
         desktop::Call call("QueryInterface", id);
         *object = nullptr;
-        if (call.struck()) return call.result(E_NOINTERFACE);
+        if (call.struck()) return call.fail(E_NOINTERFACE);
         *object = (new Texture(frames))->published();
         return S_OK;
     }
-
-    static void fill(com::Table&) {}
 
     const std::shared_ptr<Frames> frames;
 };
@@ -46,7 +44,7 @@ struct Duplication : com::ComObject<Duplication, IDXGIOutputDuplication, IID_IDX
         desktop::Call call("IDXGIOutputDuplication::AcquireNextFrame", milliseconds);
         *information = {};
         *resource = nullptr;
-        if (call.struck()) return call.result(DXGI_ERROR_ACCESS_LOST);
+        if (call.struck()) return call.fail(DXGI_ERROR_ACCESS_LOST);
         if (frames->isHeld) return DXGI_ERROR_INVALID_CALL;
         if (frames->isLost) return DXGI_ERROR_ACCESS_LOST;
         const host::PictureState state = host::current().waitForPicture(milliseconds);
@@ -74,13 +72,13 @@ struct Duplication : com::ComObject<Duplication, IDXGIOutputDuplication, IID_IDX
         if (!frames->isHeld) return DXGI_ERROR_INVALID_CALL;
         frames->isHeld = false;
         desktop::closed("DesktopFrame");
-        return call.struck() ? call.result(DXGI_ERROR_ACCESS_LOST) : S_OK;
+        if (call.struck()) return call.fail(DXGI_ERROR_ACCESS_LOST);
+        return S_OK;
     }
 
     static void fill(com::Table& table) {
-        table.set(&IDXGIOutputDuplication::AcquireNextFrame,
-                  com::member<&Duplication::AcquireNextFrame>);
-        table.set(&IDXGIOutputDuplication::ReleaseFrame, com::member<&Duplication::ReleaseFrame>);
+        table.set<&IDXGIOutputDuplication::AcquireNextFrame, &Duplication::AcquireNextFrame>();
+        table.set<&IDXGIOutputDuplication::ReleaseFrame, &Duplication::ReleaseFrame>();
     }
 
     const std::shared_ptr<Frames> frames = std::make_shared<Frames>();

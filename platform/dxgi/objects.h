@@ -18,7 +18,7 @@ struct Device : com::ComObject<Device, ID3D11Device, IID_ID3D11Device> {
                             const D3D11_SUBRESOURCE_DATA* initial, ID3D11Texture2D** texture);
 
     static void fill(com::Table& table) {
-        table.set(&ID3D11Device::CreateTexture2D, com::member<&Device::CreateTexture2D>);
+        table.set<&ID3D11Device::CreateTexture2D, &Device::CreateTexture2D>();
     }
 
     const UINT adapter;  // index of the one that it was created on
@@ -40,8 +40,6 @@ struct Texture : com::ComObject<Texture, ID3D11Texture2D, IID_ID3D11DeviceChild,
     ~Texture() {
         if (isMapped) desktop::closed("MappedTexture");
     }
-
-    static void fill(com::Table&) {}
 
     D3D11_TEXTURE2D_DESC description{};
     std::shared_ptr<Frames> frames;  // null: a staging texture

@@ -94,7 +94,7 @@ VideoFormat readInputType(AttributeValues type) {
 HRESULT MFCreateAttributes(IMFAttributes** attributes, UINT32 initialSize) {
     desktop::Call call("MFCreateAttributes", initialSize);
     *attributes = nullptr;
-    if (call.struck()) return call.result(E_OUTOFMEMORY);
+    if (call.struck()) return call.fail(E_OUTOFMEMORY);
     *attributes = (new media::Attributes)->published();
     return S_OK;
 }
@@ -102,7 +102,7 @@ HRESULT MFCreateAttributes(IMFAttributes** attributes, UINT32 initialSize) {
 HRESULT MFCreateMediaType(IMFMediaType** type) {
     desktop::Call call("MFCreateMediaType");
     *type = nullptr;
-    if (call.struck()) return call.result(E_OUTOFMEMORY);
+    if (call.struck()) return call.fail(E_OUTOFMEMORY);
     *type = (new media::MediaType)->published();
     return S_OK;
 }

@@ -10,7 +10,7 @@
 
 #include "platform/com/object.h"
 #include "platform/core/call.h"
-#include "platform/media_foundation/mp4_file.h"
+#include "platform/media_foundation/encoder.h"
 
 namespace media {
 
@@ -35,16 +35,16 @@ struct AttributeStore : com::ComObject<Self, Interface, ids...> {
     }
 
     static void fill(com::Table& table) {
-        table.set(&IMFAttributes::SetUINT32, com::member<&AttributeStore::SetUINT32>);
-        table.set(&IMFAttributes::SetUINT64, com::member<&AttributeStore::SetUINT64>);
-        table.set(&IMFAttributes::SetGUID, com::member<&AttributeStore::SetGUID>);
+        table.set<&IMFAttributes::SetUINT32, &AttributeStore::SetUINT32>();
+        table.set<&IMFAttributes::SetUINT64, &AttributeStore::SetUINT64>();
+        table.set<&IMFAttributes::SetGUID, &AttributeStore::SetGUID>();
     }
 
     AttributeValues values;
 
 private:
     HRESULT store(desktop::Call& call, REFGUID key, const Value& value) {
-        if (call.struck()) return call.result(E_OUTOFMEMORY);
+        if (call.struck()) return call.fail(E_OUTOFMEMORY);
         setValue(values, key, value);
         return S_OK;
     }

@@ -1,7 +1,7 @@
 // Written with libavformat through a file of our own, so that the reason why a write failed is not
 // lost and tests can limit the disk.
 
-#include "platform/media_foundation/mp4_file.h"
+#include "platform/media_foundation/encoder.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>

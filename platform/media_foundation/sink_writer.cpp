@@ -11,9 +11,8 @@ extern "C" {
 
 #include <atomic>
 #include <memory>
-#include <new>
+#include <exception>
 #include <optional>
-#include <system_error>
 
 #include "platform/core/objects.h"
 #include "platform/core/text.h"
@@ -32,49 +31,48 @@ struct MemoryBuffer : com::ComObject<MemoryBuffer, IMFMediaBuffer, IID_IMFMediaB
     // The bytes are not cleared: the program fills them, 30 times a second. Throws std::bad_alloc.
     explicit MemoryBuffer(DWORD size) : bytes(new std::uint8_t[size]), capacity(size) {}
     ~MemoryBuffer() {
-        for (; locks > 0; --locks) desktop::closed("LockedBuffer");
+        if (isLocked) desktop::closed("LockedBuffer");
     }
 
     HRESULT Lock(BYTE** start, DWORD* maximum, DWORD* current) {
         desktop::Call call("IMFMediaBuffer::Lock");
+        call.only("lengths or second lock", maximum || current || isLocked, false);
         *start = nullptr;
-        if (call.struck()) return call.result(E_FAIL);
+        if (call.struck()) return call.fail(E_FAIL);
         *start = bytes.get();
-        if (maximum) *maximum = capacity;
-        if (current) *current = length;
-        ++locks;
+        isLocked = true;
         desktop::opened("LockedBuffer");
         return S_OK;
     }
     HRESULT Unlock() {
         desktop::Call call("IMFMediaBuffer::Unlock");
-        if (locks == 0) call.refuse("number of locks", locks);
-        if (call.struck()) return call.result(E_FAIL);
-        --locks;
+        call.only("lock", isLocked, true);
+        if (call.struck()) return call.fail(E_FAIL);
+        isLocked = false;
         desktop::closed("LockedBuffer");
         return S_OK;
     }
     HRESULT SetCurrentLength(DWORD current) {
         desktop::Call call("IMFMediaBuffer::SetCurrentLength", current);
-        if (call.struck()) return call.result(E_FAIL);
+        if (call.struck()) return call.fail(E_FAIL);
         if (current > capacity) return E_INVALIDARG;
         length = current;
         return S_OK;
     }
 
     static void fill(com::Table& table) {
-        table.set(&IMFMediaBuffer::Lock, com::member<&MemoryBuffer::Lock>);
-        table.set(&IMFMediaBuffer::Unlock, com::member<&MemoryBuffer::Unlock>);
-        table.set(&IMFMediaBuffer::SetCurrentLength, com::member<&MemoryBuffer::SetCurrentLength>);
+        table.set<&IMFMediaBuffer::Lock, &MemoryBuffer::Lock>();
+        table.set<&IMFMediaBuffer::Unlock, &MemoryBuffer::Unlock>();
+        table.set<&IMFMediaBuffer::SetCurrentLength, &MemoryBuffer::SetCurrentLength>();
     }
 
     const std::shared_ptr<std::uint8_t[]> bytes;  // Outlives the buffer until it is encoded.
     const DWORD capacity;
     DWORD length = 0;
-    int locks = 0;
+    bool isLocked = false;
 };
 
-struct Sample : AttributeStore<Sample, IMFSample, IID_IMFAttributes, IID_IMFSample> {
+struct Sample : com::ComObject<Sample, IMFSample, IID_IMFAttributes, IID_IMFSample> {
     ~Sample() {
         if (buffer) buffer->drop();
     }
@@ -88,17 +86,16 @@ struct Sample : AttributeStore<Sample, IMFSample, IID_IMFAttributes, IID_IMFSamp
     HRESULT AddBuffer(IMFMediaBuffer* added) {
         desktop::Call call("IMFSample::AddBuffer");
         call.only("second buffer", buffer, nullptr);
-        if (call.struck()) return call.result(E_OUTOFMEMORY);
+        if (call.struck()) return call.fail(E_OUTOFMEMORY);
         buffer = com::objectOf<MemoryBuffer>(added);
         buffer->AddRef();
         return S_OK;
     }
 
     static void fill(com::Table& table) {
-        AttributeStore::fill(table);
-        table.set(&IMFSample::SetSampleTime, com::member<&Sample::SetSampleTime>);
-        table.set(&IMFSample::SetSampleDuration, com::member<&Sample::SetSampleDuration>);
-        table.set(&IMFSample::AddBuffer, com::member<&Sample::AddBuffer>);
+        table.set<&IMFSample::SetSampleTime, &Sample::SetSampleTime>();
+        table.set<&IMFSample::SetSampleDuration, &Sample::SetSampleDuration>();
+        table.set<&IMFSample::AddBuffer, &Sample::AddBuffer>();
     }
 
     Interval shown{-1, 0};           // -1: without a time
@@ -107,7 +104,7 @@ struct Sample : AttributeStore<Sample, IMFSample, IID_IMFAttributes, IID_IMFSamp
 private:
     static HRESULT set(const char* operation, std::int64_t& member, LONGLONG value) {
         desktop::Call call(operation, value);
-        if (call.struck()) return call.result(E_FAIL);
+        if (call.struck()) return call.fail(E_FAIL);
         member = value;
         return S_OK;
     }
@@ -120,9 +117,7 @@ HRESULT guarded(Work work) {
         return work();
     } catch (const Failure& failure) {
         return failure.code;
-    } catch (const std::bad_alloc&) {
-        return E_OUTOFMEMORY;
-    } catch (const std::system_error&) {  // The system has no thread left.
+    } catch (const std::exception&) {  // no memory, or no thread
         return E_OUTOFMEMORY;
     }
 }
@@ -137,9 +132,9 @@ struct SinkWriter : com::ComObject<SinkWriter, IMFSinkWriter, IID_IMFSinkWriter>
     HRESULT AddStream(IMFMediaType* type, DWORD* stream) {
         desktop::Call call("IMFSinkWriter::AddStream");
         call.only("second stream", output.has_value(), false);
-        return guarded([&] {
+        return guarded([&]() -> HRESULT {
             const VideoFormat asked = readOutputType(com::objectOf<MediaType>(type)->values);
-            if (call.struck()) return call.result(MF_E_INVALIDMEDIATYPE);
+            if (call.struck()) return call.fail(MF_E_INVALIDMEDIATYPE);
             output = asked;
             *stream = 0;
             return S_OK;
@@ -148,9 +143,9 @@ struct SinkWriter : com::ComObject<SinkWriter, IMFSinkWriter, IID_IMFSinkWriter>
     HRESULT SetInputMediaType(DWORD stream, IMFMediaType* type, IMFAttributes* parameters) {
         desktop::Call call("IMFSinkWriter::SetInputMediaType", stream);
         call.only("parameters", parameters, nullptr);
-        return guarded([&] {
+        return guarded([&]() -> HRESULT {
             const VideoFormat asked = readInputType(com::objectOf<MediaType>(type)->values);
-            if (call.struck()) return call.result(MF_E_INVALIDMEDIATYPE);
+            if (call.struck()) return call.fail(MF_E_INVALIDMEDIATYPE);
             if (!output || stream != 0) return MF_E_INVALIDSTREAMNUMBER;
             if (encoder) return MF_E_INVALIDREQUEST;
             if (asked.width != output->width || asked.height != output->height ||
@@ -162,7 +157,7 @@ struct SinkWriter : com::ComObject<SinkWriter, IMFSinkWriter, IID_IMFSinkWriter>
     }
     HRESULT BeginWriting() {
         desktop::Call call("IMFSinkWriter::BeginWriting");
-        if (call.struck()) return call.result(MF_E_TOPO_CODEC_NOT_FOUND);
+        if (call.struck()) return call.fail(MF_E_TOPO_CODEC_NOT_FOUND);
         if (!input || encoder) return MF_E_INVALIDREQUEST;
         return guarded([&] {
             encoder = std::make_unique<Encoder>(file, *output);
@@ -173,12 +168,11 @@ struct SinkWriter : com::ComObject<SinkWriter, IMFSinkWriter, IID_IMFSinkWriter>
         desktop::Call call("IMFSinkWriter::WriteSample", stream);
         const Sample& sample = *com::objectOf<Sample>(published);
         const auto& [time, duration] = sample.shown;
-        call.only("attributes of the sample", sample.values.size(), 0);
         // The first sample may have any time. No later one is put in order.
         if (time >= 0 && time <= lastTime) call.refuse("time of the sample", time);
         if (duration <= 0) call.refuse("duration of the sample", duration);
-        if (sample.buffer) call.only("locks of the buffer", sample.buffer->locks, 0);
-        if (call.struck()) return call.result(E_FAIL);
+        call.only("lock of the buffer", sample.buffer && sample.buffer->isLocked, false);
+        if (call.struck()) return call.fail(E_FAIL);
         if (!encoder || isFinal) return MF_E_INVALIDREQUEST;
         if (stream != 0) return MF_E_INVALIDSTREAMNUMBER;
         if (time < 0) return MF_E_NO_SAMPLE_TIMESTAMP;
@@ -190,7 +184,7 @@ struct SinkWriter : com::ComObject<SinkWriter, IMFSinkWriter, IID_IMFSinkWriter>
     HRESULT Finalize() {
         desktop::Call call("IMFSinkWriter::Finalize");
         if (encoder && lastTime < 0) call.refuse("number of samples", 0);
-        if (call.struck()) return call.result(E_FAIL);
+        if (call.struck()) return call.fail(E_FAIL);
         if (!encoder || isFinal) return MF_E_INVALIDREQUEST;
         isFinal = true;
         const HRESULT result = encoder->finish();
@@ -199,11 +193,11 @@ struct SinkWriter : com::ComObject<SinkWriter, IMFSinkWriter, IID_IMFSinkWriter>
     }
 
     static void fill(com::Table& table) {
-        table.set(&IMFSinkWriter::AddStream, com::member<&SinkWriter::AddStream>);
-        table.set(&IMFSinkWriter::SetInputMediaType, com::member<&SinkWriter::SetInputMediaType>);
-        table.set(&IMFSinkWriter::BeginWriting, com::member<&SinkWriter::BeginWriting>);
-        table.set(&IMFSinkWriter::WriteSample, com::member<&SinkWriter::WriteSample>);
-        table.set(&IMFSinkWriter::Finalize, com::member<&SinkWriter::Finalize>);
+        table.set<&IMFSinkWriter::AddStream, &SinkWriter::AddStream>();
+        table.set<&IMFSinkWriter::SetInputMediaType, &SinkWriter::SetInputMediaType>();
+        table.set<&IMFSinkWriter::BeginWriting, &SinkWriter::BeginWriting>();
+        table.set<&IMFSinkWriter::WriteSample, &SinkWriter::WriteSample>();
+        table.set<&IMFSinkWriter::Finalize, &SinkWriter::Finalize>();
     }
 
     // The encoder's thread writes into the file, so the file outlives it.
@@ -224,7 +218,7 @@ HRESULT MFStartup(ULONG version, DWORD flags) {
     desktop::Call call("MFStartup", version, flags);
     call.only("version", version, MF_VERSION);
     call.only("flags", flags, MFSTARTUP_FULL);
-    if (call.struck()) return call.result(E_FAIL);
+    if (call.struck()) return call.fail(E_FAIL);
     // The encoder would describe every clip on the standard error stream.
     av_log_set_level(AV_LOG_ERROR);
     ++media::starts;
@@ -245,7 +239,7 @@ HRESULT MFShutdown() {
 HRESULT MFCreateMemoryBuffer(DWORD capacity, IMFMediaBuffer** buffer) {
     desktop::Call call("MFCreateMemoryBuffer", capacity);
     *buffer = nullptr;
-    if (call.struck()) return call.result(E_OUTOFMEMORY);
+    if (call.struck()) return call.fail(E_OUTOFMEMORY);
     return media::guarded([&] {
         *buffer = (new media::MemoryBuffer(capacity))->published();
         return S_OK;
@@ -255,7 +249,7 @@ HRESULT MFCreateMemoryBuffer(DWORD capacity, IMFMediaBuffer** buffer) {
 HRESULT MFCreateSample(IMFSample** sample) {
     desktop::Call call("MFCreateSample");
     *sample = nullptr;
-    if (call.struck()) return call.result(E_OUTOFMEMORY);
+    if (call.struck()) return call.fail(E_OUTOFMEMORY);
     *sample = (new media::Sample)->published();
     return S_OK;
 }
@@ -266,9 +260,9 @@ HRESULT MFCreateSinkWriterFromURL(LPCWSTR url, IMFByteStream* stream, IMFAttribu
     *writer = nullptr;
     call.only("byte stream", stream, nullptr);
     if (!attributes) call.refuse("attributes", 0);
-    return media::guarded([&] {
+    return media::guarded([&]() -> HRESULT {
         media::checkWriterAttributes(com::objectOf<media::Attributes>(attributes)->values);
-        if (call.struck()) return call.result(E_ACCESSDENIED);
+        if (call.struck()) return call.fail(E_ACCESSDENIED);
         if (media::starts == 0) return MF_E_PLATFORM_NOT_INITIALIZED;
         *writer = (new media::SinkWriter(desktop::toUtf8(url)))->published();
         return S_OK;

@@ -14,7 +14,7 @@
 #include "platform/core/text.h"
 #include "platform/core/user_folders.h"
 #include "platform/hosts/host.h"
-#include "platform/media_foundation/mp4_file.h"
+#include "platform/media_foundation/encoder.h"
 #include "platform/user32/resources.h"
 #include "platform/user32/window.h"
 

@@ -98,7 +98,7 @@ int GetSystemMetricsForDpi(int index, UINT dpi) {
 
 HRESULT DwmFlush() {
     desktop::Call call("DwmFlush");
-    if (call.struck()) return call.result(E_FAIL);
+    if (call.struck()) return call.fail(E_FAIL);
     host::current().flush();
     return S_OK;
 }
