@@ -102,7 +102,7 @@ TEST_F(Session, startsDespiteLeftoverSockets) {
 TEST_F(Session, carriesRegisteredMessagesToTheFirstProcess) {
     const Child child([] {
         CreateMutexW(nullptr, FALSE, TEXT("name"));
-        desktop::openMailbox(u"SomeClass", 5);
+        desktop::openMailbox(u"SomeClass", nullptr);
     });
     EXPECT_FALSE(claims());
     const auto found = desktop::findMailbox(u"someCLASS");

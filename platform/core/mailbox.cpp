@@ -25,7 +25,7 @@ namespace desktop {
 namespace {
 
 struct OpenMailbox {
-    std::uint64_t window;
+    HWND window;
     std::string path;
     Descriptor socket;
 };
@@ -66,12 +66,12 @@ Descriptor connectTo(const std::string& path) {
 
 }  // namespace
 
-void openMailbox(std::u16string_view className, std::uint64_t window) {
+void openMailbox(std::u16string_view className, HWND window) {
     findMailbox(className);  // Leftovers of a process that was killed go when the next one comes.
     const auto folder = sessionFolder();
     if (!folder) return;
-    const std::string name =
-        classPrefix(className) + std::to_string(getpid()) + '.' + std::to_string(window);
+    const std::string name = classPrefix(className) + std::to_string(getpid()) + '.' +
+                             std::to_string(reinterpret_cast<std::uintptr_t>(window));
     // It gets its name when it is bound: until then another process would take it for a leftover.
     const std::string path = *folder / name, unready = *folder / ("new-" + name);
     Descriptor socket = makeSocket();
@@ -80,7 +80,7 @@ void openMailbox(std::u16string_view className, std::uint64_t window) {
         mailboxes.push_back({window, path, std::move(socket)});
 }
 
-void closeMailbox(std::uint64_t window) {
+void closeMailbox(HWND window) {
     std::erase_if(mailboxes, [window](const OpenMailbox& each) {
         if (each.window == window) unlink(each.path.c_str());
         return each.window == window;
@@ -93,7 +93,7 @@ std::vector<int> mailboxDescriptors() {
     return descriptors;
 }
 
-void answerMail(const std::function<LRESULT(std::uint64_t window, UINT message)>& deliver) {
+void answerMail(const std::function<LRESULT(HWND window, UINT message)>& deliver) {
     for (const OpenMailbox& mailbox : mailboxes) {
         UINT message = 0;
         sockaddr_un sender{};

@@ -8,7 +8,6 @@
 
 #include <windows.h>
 
-#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -17,17 +16,16 @@
 
 namespace desktop {
 
-// `window` is the owner's own number for the window. User-interface thread only, as everything up
-// to answerMail.
-void openMailbox(std::u16string_view className, std::uint64_t window);
-void closeMailbox(std::uint64_t window);
+// User-interface thread only, as everything up to answerMail.
+void openMailbox(std::u16string_view className, HWND window);
+void closeMailbox(HWND window);
 
 // Readable while mail may be waiting.
 std::vector<int> mailboxDescriptors();
 // Takes a message that has arrived and answers a registered one with what `deliver` returns,
 // any other with nothing. Never waits. `deliver` may open and close mailboxes and may come back
 // here.
-void answerMail(const std::function<LRESULT(std::uint64_t window, UINT message)>& deliver);
+void answerMail(const std::function<LRESULT(HWND window, UINT message)>& deliver);
 
 // A window of another process.
 struct Mailbox {

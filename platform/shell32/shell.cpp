@@ -97,7 +97,7 @@ void user32::takeTrayEvent(const host::Event& event) {
     if (event.kind == host::Event::TaskbarCreated) {
         entry.reset();
         shell32::publishTip("");
-        broadcast(desktop::registeredMessage(u"TaskbarCreated"), 0, 0);
+        tellAll(desktop::registeredMessage(u"TaskbarCreated"), 0, 0);
     } else if (entry) {
         post(entry->window, entry->callback, entry->id, static_cast<LPARAM>(event.message));
     }

@@ -28,7 +28,6 @@ struct Block {
 desktop::HandleTable<HGLOBAL, Block> blocks(0x20000008, "GlobalBlock");
 
 Block& blockAt(const desktop::Call& call, HGLOBAL handle) {
-    enterUserInterface();
     Block* const block = blocks.find(handle);
     if (!block) call.refuse("block", handle);
     return *block;
@@ -75,7 +74,6 @@ HGLOBAL GlobalAlloc(UINT flags, SIZE_T bytes) {
     desktop::Call call("GlobalAlloc", flags, bytes);
     call.only("flags", flags, GMEM_MOVEABLE | GMEM_ZEROINIT);
     if (call.struck()) return call.fail(ERROR_NOT_ENOUGH_MEMORY);
-    enterUserInterface();
     return blocks.add({std::vector<BYTE>(bytes)});
 }
 

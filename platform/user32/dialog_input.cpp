@@ -78,7 +78,7 @@ void useMnemonic(Dialog& dialog, UINT key) {
 }
 
 void pressPlainKey(Dialog& dialog, UINT key) {
-    const UINT held = modifiersOfInput();
+    const UINT held = state.modifiers;
     const Control* const focus = dialog.focus;
     switch (key) {
     case VK_TAB: return setFocus(dialog, nextTabStop(dialog, focus, held & MOD_SHIFT), true);

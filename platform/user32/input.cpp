@@ -18,10 +18,9 @@ namespace {
 using host::Event;
 
 std::optional<Event> waiting;  // pointer or key event for a window
-UINT takenModifiers = 0;
-WPARAM buttons = 0;           // MK_ bits of those that are held
-std::bitset<256> passedDown;  // keys whose press went past the hook
-std::bitset<256> eatenDown;   // keys whose press the hook ate: nobody else sees them as down
+WPARAM buttons = 0;            // MK_ bits of those that are held
+std::bitset<256> passedDown;   // keys whose press went past the hook
+std::bitset<256> eatenDown;    // keys whose press the hook ate: nobody else sees them as down
 
 void tell(HWND window, bool active) {
     if (!window) return;
@@ -108,7 +107,7 @@ void handle(const Event& event) {
     case Event::TrayMouse: state.entitled = true; return takeTrayEvent(event);
     case Event::TaskbarCreated: return takeTrayEvent(event);
     case Event::ActivationLost: return loseActivation();
-    case Event::LayoutChanged: return broadcast(WM_DISPLAYCHANGE, 32, 0);
+    case Event::LayoutChanged: return tellAll(WM_DISPLAYCHANGE, 32, 0);
     case Event::SessionQuery: return tellAll(WM_QUERYENDSESSION, 0, 0);
     case Event::SessionEnd: return tellSessionEnd(event.message != 0);
     }
@@ -178,9 +177,8 @@ bool announcePointer(const MSG& message) {
 // What a hook posts about a key that it eats comes before the next key reaches the hook.
 bool takeEvents() {
     followHook();
-    constexpr int most = 64;
     Event event;
-    for (int taken = 0; taken < most; ++taken) {
+    for (int left = 64; left > 0; --left) {
         if (waiting || !host::current().nextEvent(event)) return true;
         handle(event);
         if (isPress(event) && eatenDown[event.key & 0xFF]) return false;
@@ -193,7 +191,7 @@ bool takeEvents() {
 bool takeInput(MSG& message) {
     if (!waiting) return false;
     const Event event = *std::exchange(waiting, std::nullopt);
-    takenModifiers = event.modifiers;
+    state.modifiers = event.modifiers;
     const bool isPointer = event.kind <= Event::ButtonReleased;
     message = isPointer ? pointerInput(event) : keyInput(event);
     const Window* const window = find(message.hwnd);
@@ -207,8 +205,6 @@ bool takeInput(MSG& message) {
         message = {};
     return true;
 }
-
-UINT modifiersOfInput() { return takenModifiers; }
 
 // A hidden window can have the foreground; only a visible one can have the display's own focus.
 bool activate(HWND window) {

@@ -94,18 +94,6 @@ bool miss() {
 using HotKey = std::pair<HWND, int>;              // the window and its number for it
 std::map<std::pair<UINT, UINT>, HotKey> hotKeys;  // by modifiers and key
 
-// How many were released.
-template <typename Condition>
-std::size_t releaseHotKeys(Condition condition) {
-    return std::erase_if(hotKeys, [&](const auto& entry) {
-        const auto& [combination, hotKey] = entry;
-        if (!condition(hotKey)) return false;
-        host::current().releaseHotKey(combination.first, combination.second);
-        desktop::closed("HotKey");
-        return true;
-    });
-}
-
 }  // namespace
 
 UINT scanCodeOf(UINT key) {
@@ -147,8 +135,14 @@ bool hookEats(const host::Event& event, UINT message) {
     return answer != 0;
 }
 
-void releaseHotKeysOf(HWND window) {
-    releaseHotKeys([&](const HotKey& each) { return each.first == window; });
+std::size_t releaseHotKeys(HWND window, std::optional<int> id) {
+    return std::erase_if(hotKeys, [&](const auto& entry) {
+        const auto& [combination, hotKey] = entry;
+        if (hotKey.first != window || (id && hotKey.second != *id)) return false;
+        host::current().releaseHotKey(combination.first, combination.second);
+        desktop::closed("HotKey");
+        return true;
+    });
 }
 
 bool isHotKey(const host::Event& press, bool isRepeat) {
@@ -232,7 +226,6 @@ BOOL RegisterHotKey(HWND window, int id, UINT modifiers, UINT key) {
 BOOL UnregisterHotKey(HWND window, int id) {
     desktop::Call call("UnregisterHotKey", window, id);
     if (!find(window)) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
-    if (!releaseHotKeys([&](const HotKey& each) { return each == HotKey{window, id}; }))
-        return call.fail(ERROR_HOTKEY_NOT_REGISTERED);
+    if (!releaseHotKeys(window, id)) return call.fail(ERROR_HOTKEY_NOT_REGISTERED);
     return TRUE;
 }

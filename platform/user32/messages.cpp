@@ -71,10 +71,10 @@ void stopTimer() {
 constexpr char16_t foregroundMail[] = u"AllowSetForegroundWindow";
 
 void answerMail() {
-    desktop::answerMail([](std::uint64_t window, UINT message) {
+    desktop::answerMail([](HWND window, UINT message) {
         if (message == desktop::registeredMessage(foregroundMail))
             return state.entitled = true, LRESULT{1};
-        return send(reinterpret_cast<HWND>(window), message, 0, 0);
+        return send(window, message, 0, 0);
     });
 }
 
@@ -227,12 +227,10 @@ void runLoop(const std::function<bool()>& done) {
 }
 
 DWORD post(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
-    {
-        const std::lock_guard lock(shared.mutex);
-        if (!isLive(window)) return ERROR_INVALID_WINDOW_HANDLE;
-        if (shared.posted.size() >= mostPosted) return ERROR_NOT_ENOUGH_QUOTA;
-        shared.posted.push_back({window, message, wparam, lparam, 0, {}});
-    }
+    const std::lock_guard lock(shared.mutex);
+    if (!isLive(window)) return ERROR_INVALID_WINDOW_HANDLE;
+    if (shared.posted.size() >= mostPosted) return ERROR_NOT_ENOUGH_QUOTA;
+    shared.posted.push_back({window, message, wparam, lparam, 0, {}});
     wake();
     return 0;
 }
@@ -256,11 +254,6 @@ void tellAll(UINT message, WPARAM wparam, LPARAM lparam) {
     for (const Window& window : windows)
         if (!window.ofTheLayer) all.push_back(window.handle);
     for (const HWND window : all) send(window, message, wparam, lparam);
-}
-
-void broadcast(UINT message, WPARAM wparam, LPARAM lparam) {
-    for (const Window& window : windows)
-        if (!window.ofTheLayer) post(window.handle, message, wparam, lparam);
 }
 
 // The process ends with the last answer; nothing that follows the message loop ever runs.

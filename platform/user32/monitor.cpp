@@ -60,13 +60,13 @@ BOOL GetMonitorInfoW(HMONITOR monitor, MONITORINFO* information) {
     call.only("DPI awareness", state.isDpiAware, true);
     if (call.struck()) return call.fail(ERROR_INVALID_MONITOR_HANDLE);
     if (information->cbSize != sizeof *information) return call.fail(ERROR_INVALID_PARAMETER);
-    for (const host::Monitor& entry : host::current().monitors())
-        if (reinterpret_cast<HMONITOR>(entry.id) == monitor) {
-            information->rcMonitor = information->rcWork = entry.bounds;
-            information->dwFlags = entry.primary ? MONITORINFOF_PRIMARY : 0;
-            return TRUE;
-        }
-    return call.fail(ERROR_INVALID_MONITOR_HANDLE);
+    const std::vector<host::Monitor> all = host::current().monitors();
+    const auto id = reinterpret_cast<std::uintptr_t>(monitor);
+    const auto found = std::ranges::find(all, id, &host::Monitor::id);
+    if (found == all.end()) return call.fail(ERROR_INVALID_MONITOR_HANDLE);
+    information->rcMonitor = information->rcWork = found->bounds;
+    information->dwFlags = found->primary ? MONITORINFOF_PRIMARY : 0;
+    return TRUE;
 }
 
 // The call is refused where the program's manifest has decided already, which asks for the same: so

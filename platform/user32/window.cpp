@@ -18,6 +18,9 @@ namespace user32 {
 
 namespace {
 
+constexpr DWORD knownExtendedStyles = WS_EX_LAYERED | WS_EX_TOOLWINDOW | WS_EX_TOPMOST |
+                                      WS_EX_TRANSPARENT | WS_EX_NOACTIVATE | WS_EX_APPWINDOW;
+
 std::map<std::u16string, Creation> classes;  // by the name in lower case
 
 std::atomic<bool> thereIsAThread = false;
@@ -35,20 +38,18 @@ struct Thread {
 };
 thread_local Thread thread;
 
-std::uint64_t mailboxId(HWND window) { return reinterpret_cast<std::uintptr_t>(window); }
-
 // Everything that the published rules take away together with a window.
 void forget(HWND window) {
     std::list<Window> gone;
     gone.splice(gone.end(), windows, std::ranges::find(windows, window, &Window::handle));
     publishWindows();  // From here on no thread can post to it.
     leaveQueue(window);
-    releaseHotKeysOf(window);
+    releaseHotKeys(window);
     leaveClipboard(window);
     removeTrayIconOf(window);
     host::current().destroySurface(gone.front().surface);
     if (gone.front().ofTheLayer) return;
-    desktop::closeMailbox(mailboxId(window));
+    desktop::closeMailbox(window);
     desktop::closed("Window");
 }
 
@@ -80,7 +81,7 @@ Window& addWindow(const Creation& creation) {
     moveToFront(window);
     if (!creation.ofTheLayer) {
         desktop::opened("Window");
-        desktop::openMailbox(creation.className, mailboxId(window.handle));
+        desktop::openMailbox(creation.className, window.handle);
     }
     publishWindows();
     return window;
@@ -130,13 +131,6 @@ ATOM RegisterClassW(const WNDCLASSW* windowClass) {
         return call.fail(ERROR_CLASS_ALREADY_EXISTS);
     return static_cast<ATOM>(0xC000 + classes.size());
 }
-
-namespace {
-
-constexpr DWORD knownExtendedStyles = WS_EX_LAYERED | WS_EX_TOOLWINDOW | WS_EX_TOPMOST |
-                                      WS_EX_TRANSPARENT | WS_EX_NOACTIVATE | WS_EX_APPWINDOW;
-
-}  // namespace
 
 HWND CreateWindowExW(DWORD extendedStyle, LPCWSTR className, LPCWSTR title, DWORD style, int x,
                      int y, int width, int height, HWND parent, HMENU menu, HINSTANCE instance,

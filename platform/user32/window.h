@@ -34,6 +34,7 @@ struct State {
     bool entitled = true;  // to take the foreground
     std::chrono::steady_clock::time_point begun{};
     std::optional<int> quit;  // the code
+    UINT modifiers = 0;       // MOD_ and the like, held at the input message that was taken last
     bool isInHook = false;
     // Before it is, nothing asks for positions: Windows would convert them, which is not done here.
     bool isDpiAware = false;
@@ -128,9 +129,8 @@ void runLoop(const std::function<bool()>& done);
 // Milliseconds, as messages and key events carry them.
 DWORD messageTime();
 
-// To every window that the program made: sent, or posted.
+// Sends to every window that the program made.
 void tellAll(UINT message, WPARAM wparam, LPARAM lparam);
-void broadcast(UINT message, WPARAM wparam, LPARAM lparam);
 // After the answers to WM_ENDSESSION; if the session really ends, the process does too.
 void tellSessionEnd(bool reallyEnds);
 
@@ -148,9 +148,6 @@ bool takeEvents();
 // Makes a message of the event that waits. False: there is none. Without a window, the event was
 // not for one of ours.
 bool takeInput(MSG& message);
-// MOD_ALT | MOD_CONTROL | MOD_SHIFT | MOD_WIN, as they were held at the input message that was
-// taken last.
-UINT modifiersOfInput();
 
 // False where the program may not take the foreground: it may if it has it, if it was started or
 // addressed by the user's last input, or if a program that may has named it.
@@ -172,7 +169,8 @@ bool hookEats(const host::Event& event, UINT message);
 // Posts WM_HOTKEY if the press completes a registered combination, modifiers exactly. A repeat is
 // taken in silence.
 bool isHotKey(const host::Event& press, bool isRepeat);
-void releaseHotKeysOf(HWND window);
+// All of the window or one of them; returns how many there were.
+std::size_t releaseHotKeys(HWND window, std::optional<int> id = {});
 void forgetHook();
 
 // --- clipboard.cpp and shell32/shell.cpp: what of them goes with a window
