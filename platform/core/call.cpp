@@ -48,20 +48,12 @@ std::int64_t now() {
     return std::chrono::duration_cast<std::chrono::nanoseconds>(time).count();
 }
 
-void strike(const char* operation) {
-    if (firstStruck.empty()) firstStruck = operation;
-}
-
 }  // namespace
 
 std::string describe(const WCHAR* text) {
     if (!text) return "null";
     if (IS_INTRESOURCE(text)) return std::to_string(reinterpret_cast<std::uintptr_t>(text));
     return '"' + toUtf8(text) + '"';
-}
-
-std::string describe(const char* text) {
-    return text ? '"' + std::string(text) + '"' : std::string("null");
 }
 
 std::string describe(const void* pointer) { return pointer ? "set" : "null"; }
@@ -87,7 +79,7 @@ bool Call::struck() {
         if (plan.fault.kind != Fault::Fail || !isDue(plan, operation) || fails) continue;
         fails = true;
         plannedCode = plan.fault.code;
-        strike(operation);
+        if (firstStruck.empty()) firstStruck = operation;
     }
     return fails;
 }
@@ -118,7 +110,7 @@ void Call::enter() {
         if (plan.fault.kind == Fault::Stall) stalls = true;
     }
     if (!stalls) return;
-    strike(operation);
+    if (firstStruck.empty()) firstStruck = operation;
     const unsigned before = clearings;
     cleared.wait(lock, [before] { return clearings != before; });
 }
@@ -153,13 +145,11 @@ void planFault(const Fault& fault) {
 }
 
 void clearFaults() {
-    {
-        const std::lock_guard lock(guard);
-        plans.clear();
-        firstStruck.clear();
-        anythingPlanned = false;
-        ++clearings;
-    }
+    const std::lock_guard lock(guard);
+    plans.clear();
+    firstStruck.clear();
+    anythingPlanned = false;
+    ++clearings;
     cleared.notify_all();
 }
 

@@ -12,7 +12,6 @@
 namespace desktop {
 
 std::string describe(const WCHAR* text);    // UTF-8 in quotes, null, or the number of a resource
-std::string describe(const char* text);     // in quotes, or null
 std::string describe(const void* pointer);  // "set" or "null": addresses differ from run to run
 std::string describe(const GUID& id);
 

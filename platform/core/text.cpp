@@ -6,18 +6,14 @@ namespace desktop {
 
 std::string toUtf8(std::u16string_view text) {
     std::string result;
-    while (!text.empty()) {
-        const auto* const units = reinterpret_cast<const gunichar2*>(text.data());
-        // The first call stops at what is no character; a lone high surrogate stops the second.
-        glong valid = 0;
-        g_free(g_utf16_to_utf8(units, static_cast<glong>(text.size()), &valid, nullptr, nullptr));
-        gchar* const part = g_utf16_to_utf8(units, valid, &valid, nullptr, nullptr);
-        result += part;
-        g_free(part);
-        text.remove_prefix(static_cast<std::size_t>(valid));
-        if (text.empty()) break;
-        result += text.front() ? std::string_view("\uFFFD") : std::string_view("\0", 1);
-        text.remove_prefix(1);
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        gunichar letter = text[at];
+        const bool isPair =
+            letter >> 10 == 0x36 && at + 1 < text.size() && text[at + 1] >> 10 == 0x37;
+        if (isPair) letter = 0x10000 + ((letter & 0x3FF) << 10) + (text[++at] & 0x3FF);
+        if (letter >> 11 == 0x1B) letter = 0xFFFD;
+        char bytes[6];
+        result.append(bytes, static_cast<std::size_t>(g_unichar_to_utf8(letter, bytes)));
     }
     return result;
 }
