@@ -48,18 +48,17 @@ struct Output
 
 struct Adapter
     : com::ComObject<Adapter, IDXGIAdapter1, IID_IDXGIObject, IID_IDXGIAdapter, IID_IDXGIAdapter1> {
-    Adapter(const std::vector<host::Monitor>& present, UINT position)
-        : monitors(present), index(position) {}
+    Adapter(const std::vector<host::Monitor>& present, UINT position) : index(position) {
+        for (std::size_t each = 0; each < present.size(); ++each)
+            if (std::min<std::size_t>(each, 1) == index) monitors.push_back(present[each]);
+    }
 
     HRESULT EnumOutputs(UINT position, IDXGIOutput** output) {
         desktop::Call call("IDXGIAdapter::EnumOutputs", position);
         *output = nullptr;
         if (call.struck()) return call.fail(E_OUTOFMEMORY);
-        const std::size_t first = index == 0 ? 0 : index == 1 ? 1 : monitors.size();
-        const std::size_t end =
-            index == 0 ? std::min<std::size_t>(1, monitors.size()) : monitors.size();
-        if (first + position >= end) return DXGI_ERROR_NOT_FOUND;
-        *output = (new Output(monitors[first + position], index))->published();
+        if (position >= monitors.size()) return DXGI_ERROR_NOT_FOUND;
+        *output = (new Output(monitors[position], index))->published();
         return S_OK;
     }
 
@@ -67,7 +66,7 @@ struct Adapter
         table.set<&IDXGIAdapter1::EnumOutputs, &Adapter::EnumOutputs>();
     }
 
-    const std::vector<host::Monitor> monitors;
+    std::vector<host::Monitor> monitors;
     const UINT index;
 };
 

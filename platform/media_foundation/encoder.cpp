@@ -172,22 +172,19 @@ void Encoder::receive() {
     if (result != AVERROR(EAGAIN) && result != AVERROR_EOF) checked(result);
 }
 
-void Encoder::encodeAll() {
-    for (Frame frame; takeFrame(frame); frame = {}) {
-        held.wait(true);
-        encode(frame);
-    }
-    if (order == Order::GiveUp) return;
-    checked(avcodec_send_frame(codec.get(), nullptr));
-    receive();
-    file.finish();
-}
-
 void Encoder::run() {
     becomeBatchThread();
     HRESULT result = S_OK;
     try {
-        encodeAll();
+        for (Frame frame; takeFrame(frame); frame = {}) {
+            held.wait(true);
+            encode(frame);
+        }
+        if (order != Order::GiveUp) {
+            checked(avcodec_send_frame(codec.get(), nullptr));
+            receive();
+            file.finish();
+        }
     } catch (const Failure& met) {
         result = met.code;
     } catch (const std::exception&) {

@@ -94,7 +94,6 @@ private:
     void run();
     void endThread(Order last);
     bool takeFrame(Frame& frame);
-    void encodeAll();
     void encode(const Frame& frame);
     void receive();
 

@@ -14,7 +14,6 @@
 #include "platform/core/objects.h"
 #include "platform/core/shown.h"
 #include "platform/core/text.h"
-#include "platform/hosts/host.h"
 #include "platform/user32/window.h"
 
 namespace user32 {

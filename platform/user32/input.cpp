@@ -8,7 +8,6 @@
 
 #include "platform/core/call.h"
 #include "platform/core/objects.h"
-#include "platform/hosts/host.h"
 #include "platform/user32/window.h"
 
 namespace user32 {
