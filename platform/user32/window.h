@@ -34,7 +34,8 @@ struct State {
     bool entitled = true;  // to take the foreground
     std::chrono::steady_clock::time_point begun{};
     std::optional<int> quit;  // the code
-    UINT modifiers = 0;       // MOD_ and the like, held at the input message that was taken last
+    // MOD_ALT | MOD_CONTROL | MOD_SHIFT | MOD_WIN, as held at the input message taken last.
+    UINT modifiers = 0;
     bool isInHook = false;
     // Before it is, nothing asks for positions: Windows would convert them, which is not done here.
     bool isDpiAware = false;
@@ -92,10 +93,9 @@ LRESULT send(HWND window, UINT message, WPARAM wparam, LPARAM lparam);
 void show(Window& window);
 void hide(Window& window);  // takes the capture and the foreground away from it
 void place(Window& window, const RECT& bounds);
-// To the front of the windows that are topmost as it is: those stay above the others. The first
-// changes the order of the records alone.
-void moveToFront(Window& window);
+// To the front of the windows that are topmost as it is: those stay above the others.
 void raise(Window& window);
+void moveToFront(Window& window);  // The host does not hear of it.
 // Tells the host where and how the window is to be seen.
 void updatePlacement(Window& window, bool raised);
 // Copies what a user sees of the windows to core/shown.h.
@@ -125,10 +125,8 @@ void settleMenuOf(HWND owner);
 LRESULT answerMessage(HWND window, UINT message, WPARAM wparam, LPARAM lparam);
 // Dispatches everything until `done`, or until the quit comes, which it leaves to the outer loop.
 void runLoop(const std::function<bool()>& done);
-
 // Milliseconds, as messages and key events carry them.
 DWORD messageTime();
-
 // Sends to every window that the program made.
 void tellAll(UINT message, WPARAM wparam, LPARAM lparam);
 // After the answers to WM_ENDSESSION; if the session really ends, the process does too.
