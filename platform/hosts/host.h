@@ -111,7 +111,7 @@ struct Host {
     // Names the desktop among those of this user, so that a second start finds the first.
     virtual std::string session() = 0;
 
-    // Readable while an event may be there; valid until the process ends.
+    // Readable while an event may be there. Asked for before each wait.
     virtual int eventDescriptor() = 0;
     // Takes one event that is there and never waits. False: there is none.
     virtual bool nextEvent(Event& event) = 0;

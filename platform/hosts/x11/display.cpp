@@ -15,6 +15,7 @@
 #include <xcb/xinput.h>
 
 #include <cerrno>
+#include <deque>
 #include <map>
 #include <stdexcept>
 
@@ -83,6 +84,10 @@ void keep(xcb_generic_event_t* event) {
     if (kept.size() == 1) eventfd_write(keptSignal, 1);
 }
 
+void keepQueuedEvents() {
+    while (xcb_generic_event_t* const event = xcb_poll_for_queued_event(server)) keep(event);
+}
+
 }  // namespace
 
 void openDisplay() {
@@ -129,7 +134,10 @@ xcb_atom_t atom(const std::string& name) {
     return known;
 }
 
-int eventsDescriptor() { return descriptor; }
+int eventsDescriptor() {
+    keepQueuedEvents();
+    return descriptor;
+}
 
 void watch(int watched, bool forWriting) {
     epoll_event event{};
@@ -139,10 +147,6 @@ void watch(int watched, bool forWriting) {
 }
 
 void unwatch(int watched) { epoll_ctl(descriptor, EPOLL_CTL_DEL, watched, nullptr); }
-
-void keepQueuedEvents() {
-    while (xcb_generic_event_t* const event = xcb_poll_for_queued_event(server)) keep(event);
-}
 
 const xcb_generic_event_t* peekEvent() {
     if (kept.empty())
@@ -159,12 +163,8 @@ RawEvent takeEvent() {
     return event;
 }
 
-const std::deque<RawEvent>& keptEvents() { return kept; }
-
 bool carriedOut(xcb_void_cookie_t cookie) {
-    const Owned<xcb_generic_error_t> error(xcb_request_check(server, cookie));
-    keepQueuedEvents();
-    return !error;
+    return !Owned<xcb_generic_error_t>(xcb_request_check(server, cookie));
 }
 
 void synchronise() { await(xcb_get_input_focus_reply, xcb_get_input_focus(server)); }
@@ -217,6 +217,7 @@ xcb_timestamp_t serverTime() {
     }();
     setProperty(window, "WM_CLIENT_LEADER", XCB_ATOM_WINDOW, {window});
     synchronise();
+    keepQueuedEvents();
     xcb_timestamp_t time = XCB_CURRENT_TIME;
     for (const RawEvent& event : kept) {
         const auto* const change = reinterpret_cast<xcb_property_notify_event_t*>(event.get());

@@ -8,7 +8,6 @@
 
 #include <cstdint>
 #include <cstdlib>
-#include <deque>
 #include <functional>
 #include <memory>
 #include <string>
@@ -35,17 +34,16 @@ int screenNumber();
 xcb_window_t root();
 xcb_atom_t atom(const std::string& name);
 
-// Events. The server's answers and its events share one stream, so that waiting for an answer can
-// bring in events that make no descriptor readable any more: they are kept, and a descriptor of
-// ours becomes readable. The event descriptor becomes readable when this one is readable or, if
-// wanted, writable. A second call changes what is wanted.
+// Events. The server's answers and its events share one stream, so that every request, also one of
+// cairo's, can bring in events that make the connection readable no more. They are kept when the
+// descriptor is asked for, which has to be before each wait, and make it readable.
 int eventsDescriptor();
+// It becomes readable when this one is readable or, if wanted, writable. A second call changes what
+// is wanted.
 void watch(int descriptor, bool forWriting = false);
-void unwatch(int descriptor);  // before it is closed
-void keepQueuedEvents();
+void unwatch(int descriptor);            // before it is closed
 RawEvent takeEvent();                    // null: none there
 const xcb_generic_event_t* peekEvent();  // null: none there
-const std::deque<RawEvent>& keptEvents();
 bool isConnected();
 // The numbers of the extensions' first events. Known even after the display has gone, when the
 // library no longer answers.
@@ -63,9 +61,7 @@ inline bool isSentByAProgram(const xcb_generic_event_t& event) {
 template <typename Fetch, typename Cookie>
 auto await(Fetch fetch, Cookie cookie) {
     using Reply = std::remove_pointer_t<decltype(fetch(nullptr, cookie, nullptr))>;
-    Owned<Reply> reply(fetch(connection(), cookie, nullptr));
-    keepQueuedEvents();
-    return reply;
+    return Owned<Reply>(fetch(connection(), cookie, nullptr));
 }
 // Waits until a checked request has been carried out; false if it failed.
 bool carriedOut(xcb_void_cookie_t cookie);

@@ -56,7 +56,6 @@ Monitor findBy(Value Monitor::*member, Value value) {
 // False if the layout is what it was.
 bool refresh() {
     std::vector<Monitor> present = readMonitors(connection());
-    keepQueuedEvents();
     const std::lock_guard lock(guard);
     if (std::equal(present.begin(), present.end(), known.begin(), known.end(), sameLayout))
         return false;

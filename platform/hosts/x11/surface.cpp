@@ -100,7 +100,6 @@ void shape(Surface surface, const Placement& placement) {
 std::unique_ptr<Sheet> coverWithSheet(const RECT& bounds) {
     auto below = shareImage(connection(), widthOf(bounds), heightOf(bounds));
     const bool seen = below && below->fetch(bounds.left, bounds.top, 0, below->height);
-    keepQueuedEvents();
     return seen ? std::make_unique<Sheet>(std::move(below)) : nullptr;
 }
 
@@ -268,7 +267,6 @@ void X11Host::presentSurface(Surface surface, const Picture& picture) {
     if (!window.image || window.image->width != picture.width ||
         window.image->height != picture.height) {
         window.image = shareImage(connection(), picture.width, picture.height);
-        keepQueuedEvents();
     } else {
         synchronise();  // The server may still be reading the pixels of the last time.
     }
