@@ -1,26 +1,81 @@
 // What the live display owes the layer, where the whole program would not show a mistake: who gets
-// which key and press, what is drawn where, when a frame is new.
+// which key and press, what is drawn where, when a frame is new, who shows a balloon. The host is
+// driven without the rest of the layer, beside another program's window that has the keyboard.
 
-#include <gtest/gtest.h>
+#include <poll.h>
+#include <signal.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
 #include <map>
 #include <utility>
 
-#include "tests/live/live_host.h"
+#include "platform/control.h"
+#include "platform/hosts/host.h"
+#include "tests/live/xvfb.h"
+
+using host::Event, host::KeyGrab;
 
 namespace {
 
-TEST_F(LiveHost, escapeIsGrabbedToItsEndAndOtherKeysAreNot) {
+struct LiveHost : testing::Test {
+    ~LiveHost() override { desk->grabKeys(KeyGrab::None); }
+
+    static host::Host* open() {
+        live::startDisplay();
+        return &host::x11Host();
+    }
+
+    bool mayHaveEvents(int milliseconds) {
+        pollfd waiting{desk->eventDescriptor(), POLLIN, 0};
+        return poll(&waiting, 1, milliseconds) > 0;
+    }
+    bool goOnUntil(const std::function<bool()>& condition) {
+        return user::waitUntil([&] {
+            if (mayHaveEvents(0))
+                for (Event event; desk->nextEvent(event);) events.push_back(event);
+            return condition();
+        });
+    }
+    long count(Event::Kind kind, UINT key = 0) const {
+        return std::ranges::count_if(events, [&](const Event& event) {
+            return event.kind == kind && (key == 0 || event.key == key);
+        });
+    }
+    bool comes(Event::Kind kind, UINT key = 0, long times = 1) {
+        return goOnUntil([&] { return count(kind, key) >= times; });
+    }
+    // Types and waits until the client has the last key's release: everything before has arrived by
+    // then, or never will.
+    std::string heardAfter(const std::string& keys) {
+        live::type(keys);
+        const std::string end = "-" + keys.substr(keys.find_last_of(" +-") + 1);
+        EXPECT_TRUE(goOnUntil([&] { return client.heard().ends_with(end); }));
+        return client.heard();
+    }
+    host::Surface show(const RECT& bounds, BYTE opacity = 255, std::uint32_t color = 0x181818) {
+        const host::Surface surface = desk->createSurface(u"");
+        desk->showSurface(surface, {bounds, opacity, {}}, true);
+        const int width = bounds.right - bounds.left, height = bounds.bottom - bounds.top;
+        const std::vector<std::uint32_t> pixels(static_cast<std::size_t>(width * height), color);
+        desk->presentSurface(surface, {pixels.data(), width, height, width});
+        desk->flush();
+        return surface;
+    }
+
+    host::Host* const desk = open();
+    live::Client client{{100, 100, 900, 500}};
+    std::vector<Event> events;
+};
+
+TEST_F(LiveHost, grabbedKeyIsTakenToItsEnd) {
     ASSERT_TRUE(desk->grabKeys(KeyGrab::Escape));
-    EXPECT_EQ(heardAfter("a Esc b"), "+a -a +b -b");
     live::type("+Esc");
-    ASSERT_TRUE(comes(Event::KeyPressed, VK_ESCAPE, 2));
+    ASSERT_TRUE(comes(Event::KeyPressed, VK_ESCAPE));
     desk->grabKeys(KeyGrab::None);  // while the key that ended it is still down
     live::type("-Esc");
-    ASSERT_TRUE(comes(Event::KeyReleased, VK_ESCAPE, 2));
-    EXPECT_EQ(heardAfter("Esc e"), "+a -a +b -b +Esc -Esc +e -e");
+    ASSERT_TRUE(comes(Event::KeyReleased, VK_ESCAPE));
+    EXPECT_EQ(heardAfter("Esc e"), "+Esc-Esc+e-e");
 }
 
 TEST_F(LiveHost, wholeKeyboardIsGrabbedWithTheModifiersThatAreHeld) {
@@ -33,24 +88,20 @@ TEST_F(LiveHost, wholeKeyboardIsGrabbedWithTheModifiersThatAreHeld) {
     live::type("-Ctrl");
     ASSERT_TRUE(comes(Event::KeyReleased, VK_LCONTROL));
     desk->grabKeys(KeyGrab::None);
-    EXPECT_EQ(heardAfter("a"), "+Ctrl +a -a");
+    EXPECT_EQ(heardAfter("a"), "+Ctrl+a-a");
 }
 
-TEST_F(LiveHost, hotKeyFiresOnlyWithItsModifiers) {
-    ASSERT_TRUE(desk->grabHotKey(MOD_CONTROL | MOD_SHIFT, '7'));
-    live::type("+Ctrl +Shift +7");
-    ASSERT_TRUE(comes(Event::KeyPressed, '7'));
-    EXPECT_EQ(events.back().modifiers, UINT{MOD_CONTROL | MOD_SHIFT});
-    EXPECT_EQ(heardAfter("-7 -Ctrl -Shift 7"), "+Ctrl +Shift -Ctrl -Shift +7 -7");
-    desk->releaseHotKey(MOD_CONTROL | MOD_SHIFT, '7');
-}
-
-TEST_F(LiveHost, combinationsOfOthersStayTheirs) {
-    ASSERT_TRUE(live::grabKey(MOD_ALT, VK_ESCAPE) && live::grabKey(MOD_CONTROL | MOD_SHIFT, '8'));
-    EXPECT_FALSE(desk->grabHotKey(MOD_CONTROL | MOD_SHIFT, '8'));
-    ASSERT_TRUE(desk->grabKeys(KeyGrab::Escape));
-    EXPECT_EQ(heardAfter("+Alt Esc -Alt Esc a"), "+Alt -Alt +a -a");
+TEST_F(LiveHost, onlyItsOwnCombinationsAreGrabbed) {
+    constexpr UINT both = MOD_CONTROL | MOD_SHIFT;
+    ASSERT_TRUE(live::grabKey(MOD_ALT, VK_ESCAPE) && live::grabKey(both, '8'));
+    EXPECT_FALSE(desk->grabHotKey(both, '8'));
+    ASSERT_TRUE(desk->grabKeys(KeyGrab::Escape) && desk->grabHotKey(both, '7'));
+    EXPECT_EQ(heardAfter("+Alt Esc -Alt Esc +Ctrl +Shift 7 -Ctrl -Shift 7"),
+              "+Alt-Alt+Ctrl+Shift-Ctrl-Shift+7-7");
     EXPECT_EQ(count(Event::KeyPressed, VK_ESCAPE), 1);
+    const auto fired = std::ranges::find(events, UINT{'7'}, &Event::key);
+    EXPECT_TRUE(fired != events.end() && fired->modifiers == both);
+    desk->releaseHotKey(both, '7');
     xcb_ungrab_key(live::person(), XCB_GRAB_ANY, live::root(), XCB_MOD_MASK_ANY);
 }
 
@@ -63,16 +114,16 @@ TEST_F(LiveHost, heldKeyRepeatsWithoutBeingReleased) {
     live::type("-k");
     EXPECT_TRUE(comes(Event::KeyReleased, 'K'));
     desk->destroySurface(dialog);
-    EXPECT_EQ(heardAfter("a"), "+a -a");
+    EXPECT_EQ(heardAfter("a"), "+a-a");
 }
 
 TEST_F(LiveHost, pressGoesThroughTheFrameAndItsDragGoesOnOutsideTheSheet) {
     const host::Surface sheet = show({0, 0, 960, 1080}), frame = desk->createSurface(u"");
     desk->showSurface(frame, {{300, 300, 400, 360}, 255, {}, true}, true);
-    live::movePointer(300, 301);
-    live::pressButton(1);
-    live::movePointer(1500, 200);
-    live::releaseButton(1);
+    user::move(300, 301);
+    user::holdButton(1);
+    user::move(1500, 200);
+    user::releaseButton(1);
     ASSERT_TRUE(comes(Event::ButtonReleased));
     EXPECT_EQ(events.back().at.x, 1500);
     EXPECT_EQ(events.back().surface, sheet);
@@ -130,7 +181,7 @@ TEST_F(LiveHost, changeOfMonitorsIsReportedAndEndsTheRecording) {
     EXPECT_TRUE(byLeft[960].primary && !byLeft[0].primary);
     EXPECT_EQ(byLeft[0].bounds.right, 960);
     EXPECT_TRUE(
-        desktop::waitUntil([&] { return desk->waitForPicture(5) == host::PictureState::Lost; }));
+        user::waitUntil([&] { return desk->waitForPicture(5) == host::PictureState::Lost; }));
     EXPECT_FALSE(desk->openPictures(old));
     EXPECT_TRUE(desk->openPictures(byLeft[960].id));
     desk->closePictures();
@@ -141,7 +192,7 @@ TEST_F(LiveHost, displayThatEndsLeavesTheLastFrame) {
     ASSERT_TRUE(desk->openPictures(desk->monitors()[0].id));
     ASSERT_TRUE(desk->readPicture({100, 100, 200, 200}).bytes);
     live::run("kill $(pgrep -P $PPID Xvfb)");
-    EXPECT_TRUE(desktop::waitUntil([] { return live::boundsOf(live::root()).right == 0; }));
+    EXPECT_TRUE(user::waitUntil([] { return live::boundsOf(live::root()).right == 0; }));
     EXPECT_EQ(desk->waitForPicture(5), host::PictureState::Unchanged);
     EXPECT_TRUE(desk->readPicture({100, 100, 200, 200}).bytes);
     desk->closePictures();
@@ -157,8 +208,9 @@ TEST_F(LiveHost, iconIsDrawnInEveryTrayThatComes) {
     desk->setTrayIcon(&icon);
     for (const auto& [height, image] : {std::pair{24, 20}, {64, 48}}) {
         const pid_t tray =
-            live::start({"trayer", "--edge", "bottom", "--align", "right", "--widthtype", "request",
-                         "--heighttype", "pixel", "--height", std::to_string(height)});
+            live::start("trayer --edge bottom --align right --widthtype request --heighttype pixel "
+                        "--height " +
+                        std::to_string(height));
         ASSERT_TRUE(comes(Event::TaskbarCreated));
         events.clear();
         desk->setTrayIcon(&icon);
@@ -172,13 +224,78 @@ TEST_F(LiveHost, iconIsDrawnInEveryTrayThatComes) {
             return std::ssize(drawn) == image && drawn[0] == (slot.left + slot.right - image) / 2;
         })) << slot.left
             << ' ' << slot.right;
-        live::movePointer(slot.left + 1, slot.top + 1);
+        user::move(slot.left + 1, slot.top + 1);
         EXPECT_TRUE(
             goOnUntil([&] { return live::boundsOf(live::findWindow("Tip")).bottom <= slot.top; }));
         live::end(tray);
         EXPECT_TRUE(goOnUntil([] { return !live::findWindow("Tip"); }));
     }
     desk->setTrayIcon(nullptr);
+}
+
+TEST_F(LiveHost, balloonGoesToTheNotificationService) {
+    const live::SessionBus bus(true);
+    const auto show = [&](const std::u16string& text, bool isError = false, bool isUrgent = false) {
+        const std::string before = bus.last("body");
+        desk->showBalloon({u"Quorvel Desk Clip", text, isError, isUrgent});
+        EXPECT_TRUE(goOnUntil([&] { return bus.last("body") != before; }));
+        return bus.last("body") + " " + bus.last("timeout") + " " + bus.last("urgency");
+    };
+    EXPECT_EQ(show(u"a < b & \u2014"), "'a &lt; b &amp; \u2014' 5000 NORMAL");
+    // The number under which a notice is shown comes back a moment later.
+    std::string number;
+    std::u16string text = u"Finishing ";
+    EXPECT_TRUE(user::waitUntil([&] {
+        number = bus.last("id");
+        show(text += u'.');
+        return bus.last("id") == number;
+    }));
+    EXPECT_EQ(show(u"lost", true, true), "'lost' 0 CRITICAL");
+    EXPECT_EQ(bus.last("id"), number);
+    show(u"Copied");
+    EXPECT_NE(bus.last("id"), number) << "An error stays.";
+    EXPECT_TRUE(goOnUntil([&] { return !mayHaveEvents(2000); }))
+        << "Something goes on after the answer.";
+    EXPECT_EQ(live::pixelAt(1890, 1050), 0u);
+}
+
+// The bus does not answer in time. What was meant for it is not to be shown when it does.
+TEST_F(LiveHost, balloonThatWasGivenUpIsNotShownLater) {
+    const live::SessionBus bus(true);
+    kill(bus.daemon, SIGSTOP);
+    desk->showBalloon({u"Quorvel Desk Clip", u"late"});
+    EXPECT_TRUE(goOnUntil([] { return live::findWindow("late") != 0; }));
+    kill(bus.daemon, SIGCONT);
+    desk->showBalloon({u"Quorvel Desk Clip", u"next"});
+    EXPECT_TRUE(goOnUntil([&] { return bus.last("body") == "'next'"; }));
+    EXPECT_EQ(readFile(bus.notices).find("late"), std::string::npos);
+    EXPECT_FALSE(live::findWindow("late"));
+}
+
+// Nobody shows notices here, so each is a window of its own above the panel, until it is clicked.
+// An error stays.
+TEST_F(LiveHost, balloonWithoutANotificationService) {
+    live::run("xprop -root -f _NET_WORKAREA 32c -set _NET_WORKAREA '0, 0, 1920, 1000'");
+    const std::string copied = "Copied — paste the video file.";
+    for (const bool hasBus : {true, false}) {  // It ends while the program runs.
+        SCOPED_TRACE(hasBus);
+        std::optional<live::SessionBus> bus;
+        if (hasBus) bus.emplace(false);
+        desk->showBalloon({u"Quorvel Desk Clip", u"lost", true});
+        desk->showBalloon({u"Quorvel Desk Clip", u"Finishing"});
+        desk->showBalloon({u"Quorvel Desk Clip", u"Copied \u2014 paste the video file."});
+        ASSERT_TRUE(goOnUntil([&] { return live::findWindow(copied) != 0; }));
+        EXPECT_EQ(live::findWindow("Finishing"), 0u);
+        const RECT error = live::boundsOf(live::findWindow("lost"));
+        EXPECT_LT(live::boundsOf(live::findWindow(copied)).bottom, error.top);
+        EXPECT_LT(error.bottom, 1000);
+        for (const std::string& text : {std::string("lost"), copied}) {
+            const RECT bounds = live::boundsOf(live::findWindow(text));
+            user::click(bounds.left + 5, bounds.top + 5);
+            EXPECT_TRUE(goOnUntil([&] { return live::findWindow(text) == 0; }));
+        }
+    }
+    live::run("xprop -root -remove _NET_WORKAREA");
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// A display of the test's own, and the user in front of it.
+// A display of the test's own, the user in front of it, and other programs on it.
 
 #include "tests/live/xvfb.h"
 
@@ -9,12 +9,9 @@
 #include <xcb/xtest.h>
 
 #include <cstdlib>
-#include <map>
-#include <memory>
 #include <sstream>
 
 #include "demo/person.h"
-#include "tests/scratch.h"
 
 namespace live {
 
@@ -30,9 +27,31 @@ struct Input {
 xcb_connection_t* connection = nullptr;
 const xcb_screen_t* screen = nullptr;
 
-const std::map<std::string, xcb_keysym_t> namedKeys{
-    {"Esc", 0xff1b},  {"Tab", 0xff09},   {"Enter", 0xff0d}, {"Space", 0x20},
-    {"Ctrl", 0xffe3}, {"Shift", 0xffe1}, {"Alt", 0xffe9}};
+struct Key {
+    std::string name;
+    UINT virtualKey;
+    int code;  // in the layout that an Xvfb has
+};
+
+const std::vector<Key> keyboard = [] {
+    std::vector<Key> keys{
+        {"Esc", VK_ESCAPE, 9},     {"Tab", VK_TAB, 23},      {"Enter", VK_RETURN, 36},
+        {"Ctrl", VK_LCONTROL, 37}, {"Shift", VK_LSHIFT, 50}, {"Alt", VK_LMENU, 64},
+        {"Space", VK_SPACE, 65},   {"Down", VK_DOWN, 116},   {"Win", VK_LWIN, 133}};
+    for (int i = 0; i < 10; ++i) keys.push_back({"F", UINT(VK_F1 + i), 67 + i});
+    const std::pair<std::string, int> rows[] = {
+        {"1234567890", 10}, {"qwertyuiop", 24}, {"asdfghjkl", 38}, {"zxcvbnm", 52}};
+    for (auto [row, code] : rows)
+        for (const char key : row) keys.push_back({{key}, UINT(std::toupper(key)), code++});
+    return keys;
+}();
+
+template <typename Value>
+const Key& keyBy(Value Key::*member, const std::type_identity_t<Value>& value) {
+    const auto found = std::ranges::find(keyboard, value, member);
+    if (found == keyboard.end()) throw std::runtime_error("no such key");
+    return *found;
+}
 
 // The answer to a request; null if it failed.
 template <typename Fetch, typename Cookie>
@@ -41,29 +60,14 @@ auto await(Fetch fetch, Cookie cookie) {
         fetch(connection, cookie, nullptr), std::free);
 }
 
-Event awaitEvent(xcb_connection_t* server, int type) {
-    Event event{nullptr, std::free};
-    const auto isThere = [&] {
-        event.reset(xcb_poll_for_event(server));
+void awaitEvent(xcb_connection_t* server, int type) {
+    user::await("an event", [&] {
+        const Event event{xcb_poll_for_event(server), std::free};
         return event && (event->response_type & 0x7f) == type;
-    };
-    if (!desktop::waitUntil(isThere)) throw std::runtime_error("an event was awaited in vain");
-    return event;
+    });
 }
 
 Path temporary(const char* name) { return std::filesystem::temp_directory_path() / name; }
-
-// The server writes its number when it can be used.
-std::string startServer(const std::string& network) {
-    const Path number = temporary("display");
-    writeFile(number, "");
-    start({"sh", "-c",
-           "exec Xvfb -displayfd 3 -screen 0 1920x1080x24 -noreset " + network + " tcp 3>'" +
-               number.string() + "'"});
-    if (!desktop::waitUntil([&] { return readFile(number).ends_with('\n'); }))
-        throw std::runtime_error("Xvfb did not start");
-    return ":" + std::to_string(std::stoi(readFile(number)));
-}
 
 void fake(const std::vector<Input>& inputs) {
     for (const auto& [type, detail, at] : inputs)
@@ -73,23 +77,13 @@ void fake(const std::vector<Input>& inputs) {
     xcb_flush(connection);
 }
 
-constexpr int firstCode = 8;
-
-std::vector<xcb_keysym_t> keySymbols() {
-    const auto map = await(xcb_get_keyboard_mapping_reply,
-                           xcb_get_keyboard_mapping(connection, firstCode, 256 - firstCode));
-    std::vector<xcb_keysym_t> symbols;
-    for (int at = 0; at < xcb_get_keyboard_mapping_keysyms_length(map.get());
-         at += map->keysyms_per_keycode)
-        symbols.push_back(xcb_get_keyboard_mapping_keysyms(map.get())[at]);
-    return symbols;
+template <int type>
+void fakeKey(UINT key) {
+    fake({{type, keyBy(&Key::virtualKey, key).code}});
 }
-
-std::string nameOf(xcb_keycode_t code) {
-    const xcb_keysym_t symbol = keySymbols().at(code - firstCode);
-    for (const auto& [name, named] : namedKeys)
-        if (named == symbol) return name;
-    return {static_cast<char>(symbol)};
+template <int type>
+void fakeButton(int button) {
+    fake({{type, button}});
 }
 
 xcb_atom_t atom(const std::string& name) {
@@ -126,15 +120,23 @@ xcb_window_t makeWindow(xcb_connection_t* server, xcb_window_t parent, const REC
 
 }  // namespace
 
+// The server writes its number when it can be used. Over TCP it shares no memory.
 void startDisplay() {
     if (connection) return;
-    setenv("DISPLAY", startServer("-nolisten").c_str(), 1);
+    const Path number = temporary("display");
+    start("Xvfb -displayfd 3 -screen 0 1920x1080x24 -noreset -listen tcp 3>'" + number.string() +
+          "'");
+    user::await("the display", [&] { return readFile(number).ends_with('\n'); });
+    setenv("DISPLAY", (":" + std::to_string(std::stoi(readFile(number)))).c_str(), 1);
     unsetenv("DBUS_SESSION_BUS_ADDRESS");
     unsetenv("WAYLAND_DISPLAY");
     connect();
+    person::hands = {fakeKey<XCB_KEY_PRESS>, fakeKey<XCB_KEY_RELEASE>,
+                     [](int x, int y) {
+                         fake({{XCB_MOTION_NOTIFY, 0, {x, y}}});
+                     },
+                     fakeButton<XCB_BUTTON_PRESS>, fakeButton<XCB_BUTTON_RELEASE>};
 }
-
-std::string startDistantDisplay() { return "127.0.0.1" + startServer("-listen"); }
 
 void connect() {
     connection = xcb_connect(nullptr, nullptr);
@@ -145,14 +147,11 @@ void connect() {
 xcb_connection_t* person() { return connection; }
 xcb_window_t root() { return screen->root; }
 
-pid_t start(const std::vector<std::string>& command) {
-    std::vector<char*> arguments;
-    for (const std::string& word : command) arguments.push_back(const_cast<char*>(word.c_str()));
-    arguments.push_back(nullptr);
+pid_t start(const std::string& command) {
     const pid_t child = fork();
     if (child != 0) return child;
     prctl(PR_SET_PDEATHSIG, SIGKILL);
-    execvp(arguments[0], arguments.data());
+    execl("/bin/sh", "sh", "-c", ("exec env " + command).c_str(), nullptr);
     _exit(127);
 }
 
@@ -167,61 +166,32 @@ int end(pid_t program) {
     return waitFor(program);
 }
 
-int run(const std::string& command) { return waitFor(start({"sh", "-c", command})); }
+int run(const std::string& command) { return waitFor(start(command)); }
 
 // As long as the program has the combination nobody else gets it. The server hears nobody else
 // meanwhile, or the question itself would keep the combination from the program.
 pid_t startProgram() {
-    const pid_t program = start({PROGRAM_FILE});
-    const auto shortcutIsTaken = [] {
+    const pid_t program = start("'" PROGRAM_FILE "'");
+    user::await("the program's shortcut", [] {
         xcb_grab_server(connection);
         const bool taken = !grabKey(MOD_CONTROL | MOD_SHIFT, '7');
         xcb_ungrab_key(connection, XCB_GRAB_ANY, root(), XCB_MOD_MASK_ANY);
         xcb_ungrab_server(connection);
         xcb_flush(connection);
         return taken;
-    };
-    if (!desktop::waitUntil(shortcutIsTaken)) throw std::runtime_error("the program did not start");
+    });
     return program;
 }
-
-xcb_keycode_t codeOf(xcb_keysym_t key) {
-    const std::vector<xcb_keysym_t> symbols = keySymbols();
-    const auto found = std::ranges::find(symbols, key);
-    if (found == symbols.end()) throw std::runtime_error("no such key");
-    return static_cast<xcb_keycode_t>(firstCode + (found - symbols.begin()));
-}
-
-xcb_keysym_t symbolOf(UINT key) {
-    static const std::map<UINT, xcb_keysym_t> others{
-        {VK_LCONTROL, 0xffe3}, {VK_LSHIFT, 0xffe1}, {VK_LMENU, 0xffe9},  {VK_LWIN, 0xffeb},
-        {VK_TAB, 0xff09},      {VK_RETURN, 0xff0d}, {VK_ESCAPE, 0xff1b}, {VK_DOWN, 0xff54}};
-    if (key >= 'A' && key <= 'Z') return key - 'A' + 'a';
-    if (key >= VK_F1 && key <= VK_F12) return key - VK_F1 + 0xffbe;
-    return others.contains(key) ? others.at(key) : key;
-}
-
-void press(xcb_keysym_t key) { fake({{XCB_KEY_PRESS, codeOf(key)}}); }
-void release(xcb_keysym_t key) { fake({{XCB_KEY_RELEASE, codeOf(key)}}); }
-void tap(xcb_keysym_t key) { press(key), release(key); }
 
 void type(const std::string& keys) {
     std::istringstream words(keys);
     for (std::string word; words >> word;) {
         const char way = word[0];
         if (way == '+' || way == '-') word.erase(0, 1);
-        const xcb_keysym_t key = namedKeys.contains(word) ? namedKeys.at(word) : word[0];
-        if (way != '-') press(key);
-        if (way != '+') release(key);
+        const int code = keyBy(&Key::name, word).code;
+        if (way != '-') fake({{XCB_KEY_PRESS, code}});
+        if (way != '+') fake({{XCB_KEY_RELEASE, code}});
     }
-}
-
-void movePointer(int x, int y) { fake({{XCB_MOTION_NOTIFY, 0, {x, y}}}); }
-void pressButton(int button) { fake({{XCB_BUTTON_PRESS, button}}); }
-void releaseButton(int button) { fake({{XCB_BUTTON_RELEASE, button}}); }
-
-void click(POINT at, int button) {
-    fake({{XCB_MOTION_NOTIFY, 0, at}, {XCB_BUTTON_PRESS, button}, {XCB_BUTTON_RELEASE, button}});
 }
 
 void doubleClick(POINT at) {
@@ -229,19 +199,14 @@ void doubleClick(POINT at) {
     fake({{XCB_MOTION_NOTIFY, 0, at}, down, up, down, up});
 }
 
-void takeHands() {
-    person::hands = {[](UINT key) { press(symbolOf(key)); },
-                     [](UINT key) { release(symbolOf(key)); }, movePointer, pressButton,
-                     releaseButton};
-}
-
 bool grabKey(UINT modifiers, UINT key) {
     const int state = (modifiers & MOD_CONTROL ? XCB_MOD_MASK_CONTROL : 0) |
                       (modifiers & MOD_SHIFT ? XCB_MOD_MASK_SHIFT : 0) |
                       (modifiers & MOD_ALT ? XCB_MOD_MASK_1 : 0);
+    const auto code = static_cast<xcb_keycode_t>(keyBy(&Key::virtualKey, key).code);
     const auto cookie =
-        xcb_grab_key_checked(connection, 0, root(), static_cast<std::uint16_t>(state),
-                             codeOf(symbolOf(key)), XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
+        xcb_grab_key_checked(connection, 0, root(), static_cast<std::uint16_t>(state), code,
+                             XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
     return !std::shared_ptr<xcb_generic_error_t>(xcb_request_check(connection, cookie), std::free);
 }
 
@@ -307,25 +272,36 @@ RECT boundsOf(xcb_window_t window) {
             corner->dst_y + size->height};
 }
 
+RECT awaitIcon(const std::string& tip) {
+    RECT seen{};
+    user::await("the icon in the tray", [&] {
+        const RECT before = std::exchange(seen, boundsOf(findWindow(tip, findWindow("panel"))));
+        return seen.right - seen.left >= 16 && before.left == seen.left;
+    });
+    return seen;
+}
+
 // The server repairs the strip in the request that moves the bar.
 Client::Client(const RECT& bounds) : server(xcb_connect(nullptr, nullptr)) {
-    constexpr std::uint32_t color = 0x204060;
     window = makeWindow(server, root(), bounds, XCB_CW_EVENT_MASK,
                         XCB_EVENT_MASK_KEY_PRESS | XCB_EVENT_MASK_KEY_RELEASE |
                             XCB_EVENT_MASK_BUTTON_PRESS | XCB_EVENT_MASK_EXPOSURE);
     xcb_flush(server);
     awaitEvent(server, XCB_EXPOSE);
     const xcb_gcontext_t context = xcb_generate_id(server);
-    xcb_create_gc(server, context, window, XCB_GC_FOREGROUND, &color);
+    xcb_create_gc(server, context, window, XCB_GC_FOREGROUND, &user::ground);
     const xcb_rectangle_t all{0, 0, 1920, 1080};
     xcb_poly_fill_rectangle(server, window, context, 1, &all);
     const xcb_window_t strip =
-        makeWindow(server, window, {0, 0, 1920, 16}, XCB_CW_BACK_PIXEL, color);
+        makeWindow(server, window, {0, 0, 1920, 16}, XCB_CW_BACK_PIXEL, user::ground);
     bar = makeWindow(server, strip, {0, 0, 16, 16}, XCB_CW_BACK_PIXEL, 0xe0a020);
+    takeFocus();
+}
+
+void Client::takeFocus() {
     xcb_set_input_focus(server, XCB_INPUT_FOCUS_PARENT, window, XCB_CURRENT_TIME);
     xcb_flush(server);
-    if (!desktop::waitUntil([&] { return focus() == window; }))
-        throw std::runtime_error("another program's window did not get the keyboard");
+    user::await("another program's window in front", [&] { return focus() == window; });
 }
 
 void Client::moveBar(int x) {
@@ -340,10 +316,43 @@ std::string Client::heard() {
         if (type == XCB_BUTTON_PRESS) keys += "click";
         if (type != XCB_KEY_PRESS && type != XCB_KEY_RELEASE) continue;
         const auto code = reinterpret_cast<const xcb_key_press_event_t&>(*event).detail;
-        keys += (keys.empty() ? "" : " ") + std::string(type == XCB_KEY_PRESS ? "+" : "-") +
-                nameOf(code);
+        keys += std::string(type == XCB_KEY_PRESS ? "+" : "-") + keyBy(&Key::code, code).name;
     }
     return keys;
+}
+
+SessionBus::SessionBus(bool hasService) {
+    const std::string address = "unix:abstract=desk-clip-" + std::to_string(getpid());
+    setenv("DBUS_SESSION_BUS_ADDRESS", address.c_str(), 1);
+    // The session's usual bus would start whatever notification service is installed.
+    writeFile(folder.path / "conf", "<busconfig><listen>" + address + R"(</listen>
+        <policy context="default">
+            <allow send_destination="*"/><allow receive_sender="*"/><allow own="*"/>
+        </policy></busconfig>)");
+    const auto has = [](const std::string& name) {
+        return run("gdbus wait -e -t 1 " + name + " 2>/dev/null") == 0;
+    };
+    daemon = start("dbus-daemon --nofork --nosyslog --config-file='" +
+                   (folder.path / "conf").string() + "' 2>/dev/null");
+    user::await("the bus", [&] { return has("org.freedesktop.DBus"); });
+    if (!hasService) return;
+    // It ends if there is no bus yet.
+    service = start("dunst -print >'" + notices.string() + "' 2>/dev/null");
+    user::await("the service", [&] { return has("org.freedesktop.Notifications"); });
+}
+
+SessionBus::~SessionBus() {
+    end(daemon);
+    if (service) end(service);
+    unsetenv("DBUS_SESSION_BUS_ADDRESS");
+}
+
+std::string SessionBus::last(const std::string& field) const {
+    const std::string all = readFile(notices), mark = "\n\t" + field + ": ";
+    const std::size_t at = all.rfind(mark);
+    if (at == std::string::npos) return {};
+    const std::size_t start = at + mark.size();
+    return all.substr(start, all.find('\n', start) - start);
 }
 
 }  // namespace live

@@ -61,6 +61,4 @@ void endSession(bool reallyEnds) {
 
 std::uint32_t pixel(int x, int y) { return desktop::screenPixel(x, y); }
 
-Path pastedFile() { return person::pastedFile(); }
-
 }  // namespace user

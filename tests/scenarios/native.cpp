@@ -109,6 +109,8 @@ int focus() {
     return 0;
 }
 
+Path pastedFile() { return person::pastedFile(); }
+
 ClipView view(const Path& clip, int width, int height) {
     const Clip read = readClip(clip);
     EXPECT_EQ(read.width, width);
