@@ -24,6 +24,7 @@
 
 #include "demo/person.h"
 #include "demo/test_card.h"
+#include "demo/user.h"
 #include "platform/control.h"
 #include "platform/hosts/host.h"
 
@@ -97,10 +98,7 @@ RECT surroundingsOf(const char* className) {
 }
 
 bool shortcutInBoxIs(const std::string& text) {
-    const auto dialog = desktop::openDialog();
-    return dialog && std::ranges::any_of(dialog->controls, [&](const desktop::ShownControl& one) {
-               return one.className == "edit" && one.text == text;
-           });
+    return user::control(user::ShortcutBox).text == text;
 }
 
 bool noticed(const std::string& text) {
@@ -110,57 +108,55 @@ bool noticed(const std::string& text) {
 }
 
 void drag(const std::function<void()>& beforeRelease) {
-    desktop::movePointer(region.left, region.top);
-    desktop::pressButton(1);
+    user::move(region.left, region.top);
+    user::holdButton(1);
     constexpr int steps = 20;
     for (int step = 1; step <= steps; ++step) {
-        desktop::movePointer(region.left + (region.right - region.left) * step / steps,
-                             region.top + (region.bottom - region.top) * step / steps);
+        user::move(region.left + (region.right - region.left) * step / steps,
+                   region.top + (region.bottom - region.top) * step / steps);
         pause(.02);
     }
     beforeRelease();
-    desktop::releaseButton(1);
+    user::releaseButton(1);
 }
 
 void lookAtTheSettings(const person::Program& program, const Path& folder) {
-    constexpr POINT icon{1232, 780}, settings{1150, 725};
+    constexpr POINT settings{1150, 725};
     say("The user right-clicks the icon and chooses Settings.");
-    desktop::movePointer(icon.x, icon.y);
-    desktop::clickTray(WM_RBUTTONUP);
-    waitFor(program, "the menu", [] { return !desktop::openMenu().empty(); });
-    desktop::movePointer(settings.x, settings.y);
+    user::clickTray(3);
+    waitFor(program, "the menu", user::menuIsOpen);
+    user::move(settings.x, settings.y);
     pause(.5);
     photograph(folder / "1-menu.png", "the menu", surroundingsOf("#32768"));
-    desktop::pressButton(1);
-    desktop::releaseButton(1);
+    user::click(settings.x, settings.y);
     waitFor(program, "the settings", [] { return shortcutInBoxIs("Ctrl+Shift+7"); });
 
     say("The user tries another shortcut in the box and leaves with Esc: nothing has changed.");
-    person::pressKeys({VK_LCONTROL, VK_LSHIFT, 'K'});
+    user::press({VK_LCONTROL, VK_LSHIFT, 'K'});
     waitFor(program, "the other shortcut", [] { return shortcutInBoxIs("Ctrl+Shift+K"); });
     pause(.5);
     photograph(folder / "2-settings.png", "the settings", surroundingsOf("#32770"));
-    person::pressEsc();
-    waitFor(program, "the end of the settings", [] { return !desktop::openDialog(); });
+    user::pressEsc();
+    waitFor(program, "the end of the settings", [] { return !user::settingsAreOpen(); });
     pause(.5);
 }
 
 Path useTheProgram(const person::Program& program, const Path& folder) {
     say("A desktop of 1280 x 800 shows a test card. The program starts; it lives in the tray.");
-    waitFor(program, "the tray icon", [] { return !desktop::trayTip().empty(); });
-    say("  tray icon: " + desktop::trayTip());
+    waitFor(program, "the tray icon", [] { return !user::trayTip().empty(); });
+    say("  tray icon: " + user::trayTip());
     pause(.5);
     lookAtTheSettings(program, folder);
 
     const Film film(folder / "film");
     pause(.5);
     say("The user presses Ctrl+Shift+7: a dim sheet covers the monitor.");
-    person::pressShortcut();
-    waitFor(program, "the dim sheet", person::sheetIsUp);
+    user::pressShortcut();
+    waitFor(program, "the dim sheet", user::sheetIsUp);
 
     say("The user drags a rectangle over the test card.");
     drag([&] { photograph(folder / "3-dim-sheet.png", "the drag on the dim sheet"); });
-    waitFor(program, "the red frame", person::frameIsUp);
+    waitFor(program, "the red frame", user::frameIsUp);
 
     say("A red frame marks the region while it is recorded, for three seconds.");
     pause(1.5);
@@ -168,13 +164,13 @@ Path useTheProgram(const person::Program& program, const Path& folder) {
     pause(1.5);
 
     say("The user presses Esc.");
-    person::pressEsc();
+    user::pressEsc();
     waitFor(program, "the clip on the clipboard",
             [] { return noticed("Copied — paste the video file."); });
     photograph(folder / "5-desktop.png", "the desktop with the notice");
     pause(1);
     say("The clip is on the clipboard, ready to paste.");
-    return person::pastedFile();
+    return user::pastedFile();
 }
 
 void followTheScript(const person::Program& program, const Path& folder) {
@@ -220,6 +216,7 @@ int main(int argumentCount, char** arguments) {
     const Path runtime = makeFolders(folder);
     host::use(host::memoryHost());
     desktop::setMonitors({{{0, 0, 1280, 800}}});
+    person::trayIcon = {1232, 780};
 
     int exitCode = 0;
     {

@@ -1,5 +1,5 @@
-// The program on the embedded desktop, and what its user does and sees: for the demonstration, the
-// tests and the benchmarks.
+// The program in this process and the hands of its user: for the demonstration, the tests and the
+// benchmarks.
 
 #pragma once
 
@@ -33,6 +33,14 @@ private:
 // Creates an empty temporary folder, which the caller removes. Throws std::runtime_error.
 std::filesystem::path makeTemporaryFolder();
 
+// Where a click on the embedded desktop's icon leaves the pointer.
+inline POINT trayIcon{1900, 1060};
+inline void clickEmbeddedTray(int button) {
+    desktop::movePointer(trayIcon.x, trayIcon.y);
+    desktop::clickTray(button == 3 ? WM_RBUTTONDOWN : WM_LBUTTONDOWN);
+    desktop::clickTray(button == 3 ? WM_RBUTTONUP : WM_LBUTTONUP);
+}
+
 // Input of keys and pointer. That of the embedded desktop unless replaced.
 struct Hands {
     void (*pressKey)(UINT key) = desktop::pressKey;
@@ -40,20 +48,12 @@ struct Hands {
     void (*movePointer)(int x, int y) = desktop::movePointer;
     void (*pressButton)(int button) = desktop::pressButton;
     void (*releaseButton)(int button) = desktop::releaseButton;
+    void (*clickTray)(int button) = clickEmbeddedTray;
 };
 inline Hands hands;
 
-void pressKeys(const std::vector<UINT>& keys);  // down in order, up in reverse order
-void pressShortcut();                           // Ctrl+Shift+7
-void pressEsc();
-void drag(int fromX, int fromY, int toX, int toY);
-
-// What a paste inserts: the first path of the clipboard's block, or an empty one.
-std::filesystem::path pastedFile();
 // Whether a window of that class is visible.
 bool isShown(const std::string& className);
-bool sheetIsUp();
-bool frameIsUp();
 // The arguments of every call of the operation in the call log.
 std::vector<std::string> callsOf(const std::string& operation);
 

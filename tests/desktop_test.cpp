@@ -7,9 +7,10 @@
 
 #include <vector>
 
-#include "demo/person.h"
+#include "demo/user.h"
+#include "platform/control.h"
 
-using person::pressKeys;
+constexpr auto pressKeys = user::press;
 
 namespace {
 

@@ -71,9 +71,7 @@ Path temporary(const char* name) { return std::filesystem::temp_directory_path()
 
 void fake(const std::vector<Input>& inputs) {
     for (const auto& [type, detail, at] : inputs)
-        xcb_test_fake_input(connection, static_cast<std::uint8_t>(type),
-                            static_cast<std::uint8_t>(detail), XCB_CURRENT_TIME, root(),
-                            static_cast<std::int16_t>(at.x), static_cast<std::int16_t>(at.y), 0);
+        xcb_test_fake_input(connection, type, detail, XCB_CURRENT_TIME, root(), at.x, at.y, 0);
     xcb_flush(connection);
 }
 
@@ -87,8 +85,8 @@ void fakeButton(int button) {
 }
 
 xcb_atom_t atom(const std::string& name) {
-    const auto length = static_cast<std::uint16_t>(name.size());
-    return await(xcb_intern_atom_reply, xcb_intern_atom(connection, 0, length, name.data()))->atom;
+    return await(xcb_intern_atom_reply, xcb_intern_atom(connection, 0, name.size(), name.data()))
+        ->atom;
 }
 
 std::string textOf(xcb_window_t window, const std::string& property) {
@@ -109,10 +107,8 @@ bool isShown(xcb_window_t window) {
 xcb_window_t makeWindow(xcb_connection_t* server, xcb_window_t parent, const RECT& bounds,
                         xcb_cw_t mask, std::uint32_t value) {
     const xcb_window_t window = xcb_generate_id(server);
-    xcb_create_window(server, XCB_COPY_FROM_PARENT, window, parent,
-                      static_cast<std::int16_t>(bounds.left), static_cast<std::int16_t>(bounds.top),
-                      static_cast<std::uint16_t>(bounds.right - bounds.left),
-                      static_cast<std::uint16_t>(bounds.bottom - bounds.top), 0,
+    xcb_create_window(server, XCB_COPY_FROM_PARENT, window, parent, bounds.left, bounds.top,
+                      bounds.right - bounds.left, bounds.bottom - bounds.top, 0,
                       XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, mask, &value);
     xcb_map_window(server, window);
     return window;
@@ -203,10 +199,9 @@ bool grabKey(UINT modifiers, UINT key) {
     const int state = (modifiers & MOD_CONTROL ? XCB_MOD_MASK_CONTROL : 0) |
                       (modifiers & MOD_SHIFT ? XCB_MOD_MASK_SHIFT : 0) |
                       (modifiers & MOD_ALT ? XCB_MOD_MASK_1 : 0);
-    const auto code = static_cast<xcb_keycode_t>(keyBy(&Key::virtualKey, key).code);
-    const auto cookie =
-        xcb_grab_key_checked(connection, 0, root(), static_cast<std::uint16_t>(state), code,
-                             XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
+    const auto code = keyBy(&Key::virtualKey, key).code;
+    const auto cookie = xcb_grab_key_checked(connection, 0, root(), state, code,
+                                             XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
     return !std::shared_ptr<xcb_generic_error_t>(xcb_request_check(connection, cookie), std::free);
 }
 
@@ -243,8 +238,7 @@ bool isOwned(const std::string& selection) {
 std::uint32_t pixelAt(int x, int y) {
     const auto reply =
         await(xcb_get_image_reply,
-              xcb_get_image(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, root(),
-                            static_cast<std::int16_t>(x), static_cast<std::int16_t>(y), 1, 1, ~0u));
+              xcb_get_image(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, root(), x, y, 1, 1, ~0u));
     if (!reply) throw std::runtime_error("no pixel there");
     return *reinterpret_cast<std::uint32_t*>(xcb_get_image_data(reply.get())) & 0xffffff;
 }

@@ -19,12 +19,6 @@ void openDesktop() {
 void useHost() { host::use(host::memoryHost()); }
 void openAgain() {}
 
-void clickTray(int button) {
-    move(1900, 1060);
-    desktop::clickTray(button == 3 ? WM_RBUTTONDOWN : WM_LBUTTONDOWN);
-    desktop::clickTray(button == 3 ? WM_RBUTTONUP : WM_LBUTTONUP);
-}
-
 void doubleClickTray() {
     clickTray(1);
     desktop::clickTray(WM_LBUTTONDBLCLK);

@@ -54,62 +54,10 @@ Path dataFolder() { return homeFolder / "XDG_DATA_HOME" / "Quorvel Desk Clip"; }
 
 const std::uint32_t dim = 0x1F2D40, outline = 0xC2D0E3;
 
-void press(const std::vector<UINT>& keys) { person::pressKeys(keys); }
-void move(int x, int y) { person::hands.movePointer(x, y); }
-void holdButton(int button) { person::hands.pressButton(button); }
-void releaseButton(int button) { person::hands.releaseButton(button); }
-
-bool menuIsOpen() { return !desktop::openMenu().empty(); }
-
-void choose(UINT entry) {
-    for (const desktop::MenuEntry& each : desktop::openMenu()) {
-        if (!each.separator) press({VK_DOWN});
-        if (each.id == entry) break;
-    }
-    press({VK_RETURN});
-}
-
-bool sheetIsUp() { return person::sheetIsUp(); }
-bool frameIsUp() { return person::frameIsUp(); }
-std::string trayTip() { return desktop::trayTip(); }
-
 void awaitNotice(const std::string& text) {
     await(text.c_str(), [] { return desktop::balloons().size() > noticesAwaited; });
     EXPECT_EQ(desktop::balloons().at(noticesAwaited++).text, text);
 }
-
-std::string box() {
-    const auto boxes = desktop::openBoxes();
-    return boxes.empty() ? "" : boxes.back().title + "|" + boxes.back().text;
-}
-
-// The program has finished with the dialog when it updates the tip. Before that it drops the
-// shortcut and opens no menu.
-bool settingsAreOpen() {
-    bool isInUse = desktop::openDialog().has_value();
-    for (const desktop::LoggedCall& call : desktop::callLog()) {
-        if (call.operation == "DialogBoxParamW") isInUse = true;
-        if (call.operation == "Shell_NotifyIconW" && call.arguments.starts_with("1, 7,"))
-            isInUse = false;
-    }
-    return isInUse;
-}
-
-ControlView control(int id) {
-    if (const auto dialog = desktop::openDialog())
-        for (const desktop::ShownControl& one : dialog->controls)
-            if (one.id == id) return {one.text, one.checked, one.enabled, one.bounds};
-    return {};
-}
-
-int focus() {
-    if (const auto dialog = desktop::openDialog())
-        for (const desktop::ShownControl& one : dialog->controls)
-            if (one.focused) return one.id;
-    return 0;
-}
-
-Path pastedFile() { return person::pastedFile(); }
 
 ClipView view(const Path& clip, int width, int height) {
     const Clip read = readClip(clip);

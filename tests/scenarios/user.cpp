@@ -16,15 +16,6 @@ std::vector<std::string> clips() {
     return names;
 }
 
-void pressShortcut() { press({VK_LCONTROL, VK_LSHIFT, '7'}); }
-void pressEsc() { press({VK_ESCAPE}); }
-
-void click(int x, int y, int button) {
-    move(x, y);
-    holdButton(button);
-    releaseButton(button);
-}
-
 void drag(const RECT& region) {
     move(region.left, region.top);
     holdButton(1);

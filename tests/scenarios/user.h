@@ -19,6 +19,7 @@
 #include <vector>
 
 #include "common/wide_text.h"
+#include "demo/user.h"
 #include "tests/scratch.h"
 
 namespace user {
@@ -42,21 +43,10 @@ std::uint32_t pixel(int x, int y);  // 0x00RRGGBB
 constexpr std::uint32_t ground = 0x3060A0, frame = 0xFF4040;
 extern const std::uint32_t dim, outline;  // the ground under the sheet, and the rectangle on it
 
-void press(const std::vector<UINT>& keys);  // virtual keys: down in order, up in reverse order
-void pressShortcut();                       // Ctrl+Shift+7
-void pressEsc();
-void move(int x, int y);
-void holdButton(int button);  // 1 left, 3 right
-void releaseButton(int button);
-void click(int x, int y, int button = 1);
 void drag(const RECT& region);  // left button, from the upper left to the lower right corner
 
-// The tray icon.
-void clickTray(int button);
-void doubleClickTray();
-void openMenu();          // right click; waits for the menu
-void choose(UINT entry);  // in the open menu, by the arrow keys and Enter
-bool menuIsOpen();
+void doubleClickTray();  // on the icon
+void openMenu();         // right click; waits for the menu
 
 // Presses and releases the keys; whether another program gets the last of them.
 bool othersGet(const std::vector<UINT>& keys);
@@ -65,29 +55,12 @@ void takeForeground();
 void restartShell();               // the tray forgets its icons and starts again
 void endSession(bool reallyEnds);  // asks, then says whether it ends; waits for both answers
 
-bool sheetIsUp();                           // and in front
-bool frameIsUp();                           // the red frame, and not the sheet
-std::string trayTip();                      // empty without an icon
 void awaitNotice(const std::string& text);  // the next one, which has to be this
 
-// "title|text" of the message box that is open; empty without one. Enter answers it.
-std::string box();
-
-enum Control { ShortcutBox = 1001, StartEntry = 1002, Hint = 1003, Save = 1, Cancel = 2 };
-struct ControlView {
-    std::string text;
-    bool checked = false, enabled = false;
-    RECT bounds{};
-};
-bool settingsAreOpen();
-ControlView control(int id);
-int focus();  // of Settings: 0 if they are not open or another window is in front
 void clickControl(int id);
 void awaitFocus(int id);
 void tabTo(int id);   // waits for the focus
 void openSettings();  // by the menu; waits for the focus
-
-Path pastedFile();  // the one file on the clipboard
 
 // What the frames of a clip show. Under Wine the "clip" is the stand-ins' file.
 struct ClipView {

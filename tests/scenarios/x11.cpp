@@ -34,15 +34,15 @@ void openDesktop() {
     live::startDisplay();
     others.emplace(RECT{0, 0, 1920, 1080});
     startTray();
+    person::hands.clickTray = [](int button) {
+        const POINT icon = awaitIcon();
+        click(icon.x, icon.y, button);
+    };
 }
 
 void useHost() { host::use(host::x11Host()); }
 void openAgain() { live::connect(); }
 
-void clickTray(int button) {
-    const POINT icon = awaitIcon();
-    click(icon.x, icon.y, button);
-}
 void doubleClickTray() { live::doubleClick(awaitIcon()); }
 
 // The last key is one that nobody waits for: when it comes, the others have been decided.
