@@ -108,11 +108,13 @@ TEST(Settings, saveSaysWhatWasSaved) {
         saveMeets("Settings partially saved|Shortcut saved. Startup could not be saved:\nAnother "
                   "startup entry uses this name. It was not overwritten.\n\nStartup state will be "
                   "re-read. Retry Save, or Cancel to close; the saved shortcut remains.");
-        await("the true state", [] { return !control(StartEntry).enabled; });
+        await("the true state", [] {  // The hint comes last.
+            return control(Hint).text ==
+                   "Startup points elsewhere (possibly an older copy). Disable it from that copy "
+                   "before moving. No entry was changed.";
+        });
+        EXPECT_FALSE(control(StartEntry).enabled);
         EXPECT_FALSE(control(StartEntry).checked);
-        EXPECT_EQ(control(Hint).text,
-                  "Startup points elsewhere (possibly an older copy). Disable it from that copy "
-                  "before moving. No entry was changed.");
         EXPECT_NE(config().find("modifiers=1\r\nkey=119"), std::string::npos) << config();
         clickControl(StartEntry);  // Greyed: does nothing.
         clickAndClose(Save);
