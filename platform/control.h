@@ -124,10 +124,10 @@ struct ShownBox {
 std::vector<ShownBox> openBoxes();
 
 struct ShownControl {
-    int id;
-    std::string className, text;  // with "&" before the underlined letter
-    bool checked, enabled, focused;
-    RECT bounds;  // on the virtual desktop
+    int id = 0;
+    std::string text = {};  // with "&" before the underlined letter
+    bool checked = false, enabled = true, focused = false;
+    RECT bounds{};  // on the virtual desktop
 };
 struct ShownDialog {
     std::string title;
@@ -136,9 +136,10 @@ struct ShownDialog {
 std::optional<ShownDialog> openDialog();  // none if it is closed or minimized
 
 struct MenuEntry {
-    UINT id;
+    UINT id = 0;
     std::string text;
-    bool enabled, separator;
+    bool enabled = true, separator = false;
+    RECT area{};  // in the menu
 };
 std::vector<MenuEntry> openMenu();  // empty if none is open
 

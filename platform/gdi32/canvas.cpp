@@ -3,8 +3,7 @@
 #include <pango/pangocairo.h>
 
 #include <algorithm>
-
-#include "platform/core/text.h"
+#include <string>
 
 namespace gdi {
 
@@ -12,39 +11,29 @@ namespace {
 
 struct Release {
     void operator()(PangoLayout* layout) const { g_object_unref(layout); }
-    void operator()(PangoFontDescription* font) const { pango_font_description_free(font); }
 };
 using Layout = std::unique_ptr<PangoLayout, Release>;
 
-Layout layoutOf(const Cairo& context, std::u16string_view text, const Face& face, int width) {
+Layout layoutOf(const Cairo& context, std::string text, const TextStyle& style, int width) {
     Layout layout(pango_cairo_create_layout(context.get()));
-    const std::unique_ptr<PangoFontDescription, Release> font(
-        pango_font_description_from_string("DejaVu Sans"));
-    pango_font_description_set_absolute_size(font.get(), face.height * PANGO_SCALE);
-    if (face.bold) pango_font_description_set_weight(font.get(), PANGO_WEIGHT_BOLD);
-    pango_layout_set_font_description(layout.get(), font.get());
-    const std::string utf8 = desktop::toUtf8(text);
-    pango_layout_set_text(layout.get(), utf8.data(), static_cast<int>(utf8.size()));
+    const std::string name = style.bold ? "DejaVu Sans Bold " : "DejaVu Sans ";
+    PangoFontDescription* const font =
+        pango_font_description_from_string((name + std::to_string(style.height) + "px").c_str());
+    pango_layout_set_font_description(layout.get(), font);
+    pango_font_description_free(font);
+    const std::size_t mark = style.mnemonic ? text.find('&') : text.npos;
+    if (mark != text.npos) {
+        text.erase(mark, 1);
+        const std::string letter = std::to_string(mark) + ' ' + std::to_string(mark + 1);
+        PangoAttrList* const line =
+            pango_attr_list_from_string((letter + " underline single").c_str());
+        pango_layout_set_attributes(layout.get(), line);
+        pango_attr_list_unref(line);
+    }
+    pango_layout_set_text(layout.get(), text.data(), static_cast<int>(text.size()));
     if (width > 0) pango_layout_set_width(layout.get(), width * PANGO_SCALE);
     pango_layout_set_wrap(layout.get(), PANGO_WRAP_WORD_CHAR);
     return layout;
-}
-
-SIZE sizeOf(const Layout& layout) {
-    int across = 0, down = 0;
-    pango_layout_get_pixel_size(layout.get(), &across, &down);
-    return {across, down};
-}
-
-void underline(const Layout& layout, std::u16string_view text, int index) {
-    const auto at = static_cast<std::size_t>(index);
-    PangoAttribute* const line = pango_attr_underline_new(PANGO_UNDERLINE_SINGLE);
-    line->start_index = static_cast<guint>(desktop::toUtf8(text.substr(0, at)).size());
-    line->end_index = static_cast<guint>(desktop::toUtf8(text.substr(0, at + 1)).size());
-    PangoAttrList* const list = pango_attr_list_new();
-    pango_attr_list_insert(list, line);
-    pango_layout_set_attributes(layout.get(), list);
-    pango_attr_list_unref(list);
 }
 
 void addRectangle(const Cairo& context, const RECT& area) {
@@ -60,16 +49,6 @@ RECT intersection(const RECT& a, const RECT& b) {
     return isEmpty(common) ? RECT{} : common;
 }
 
-bool isEmpty(const RECT& area) { return area.right <= area.left || area.bottom <= area.top; }
-
-bool contains(const RECT& area, POINT at) {
-    return at.x >= area.left && at.x < area.right && at.y >= area.top && at.y < area.bottom;
-}
-
-RECT moved(const RECT& area, int right, int down) {
-    return {area.left + right, area.top + down, area.right + right, area.bottom + down};
-}
-
 RECT centered(const RECT& area, SIZE size) {
     const LONG left = (area.left + area.right - size.cx) / 2;
     const LONG top = (area.top + area.bottom - size.cy) / 2;
@@ -77,11 +56,10 @@ RECT centered(const RECT& area, SIZE size) {
 }
 
 RECT movedInto(const RECT& screen, const RECT& area) {
-    const LONG left =
-        std::max(screen.left, std::min(area.left, screen.right - (area.right - area.left)));
-    const LONG top =
-        std::max(screen.top, std::min(area.top, screen.bottom - (area.bottom - area.top)));
-    return moved(area, left - area.left, top - area.top);
+    const LONG right = std::min<LONG>(screen.right - area.right, 0);
+    const LONG down = std::min<LONG>(screen.bottom - area.bottom, 0);
+    return moved(area, std::max(screen.left - area.left, right),
+                 std::max(screen.top - area.top, down));
 }
 
 std::vector<RECT> difference(const RECT& area, const RECT& hole) {
@@ -95,10 +73,10 @@ std::vector<RECT> difference(const RECT& area, const RECT& hole) {
     return rest;
 }
 
-Cairo cairoOn(const Canvas& canvas, cairo_format_t format) {
-    const CairoSurface surface(
-        cairo_image_surface_create_for_data(reinterpret_cast<unsigned char*>(canvas.pixels), format,
-                                            canvas.width, canvas.height, canvas.stride * 4));
+Cairo cairoOn(const Canvas& canvas) {
+    const CairoSurface surface(cairo_image_surface_create_for_data(
+        reinterpret_cast<unsigned char*>(canvas.pixels), CAIRO_FORMAT_RGB24, canvas.width,
+        canvas.height, canvas.stride * 4));
     return Cairo(cairo_create(surface.get()));
 }
 
@@ -114,15 +92,13 @@ void fill(const Canvas& canvas, const RECT& area, std::uint32_t color) {
     if (!isEmpty(area)) cairo_fill(context.get());
 }
 
-void frame(const Canvas& canvas, const RECT& area, std::uint32_t color, int thickness) {
-    const RECT inner{area.left + thickness, area.top + thickness, area.right - thickness,
-                     area.bottom - thickness};
-    if (isEmpty(area)) return;
-    for (const RECT& side : difference(area, inner)) fill(canvas, side, color);
+void panel(const Canvas& canvas, const RECT& area, std::uint32_t color, std::uint32_t edge,
+           int thickness) {
+    fill(canvas, area, edge);
+    fill(canvas, inset(area, thickness), color);
 }
 
 void blend(const Canvas& canvas, POINT at, const std::vector<std::uint32_t>& pixels, int side) {
-    if (!side) return;
     // The source is only read.
     const CairoSurface source(cairo_image_surface_create_for_data(
         reinterpret_cast<unsigned char*>(const_cast<std::uint32_t*>(pixels.data())),
@@ -132,31 +108,29 @@ void blend(const Canvas& canvas, POINT at, const std::vector<std::uint32_t>& pix
     cairo_paint(context.get());
 }
 
-SIZE measureText(std::u16string_view text, const Face& face, int width) {
+SIZE measureText(std::string_view text, const TextStyle& style, int width) {
     std::uint32_t pixel = 0;
-    return sizeOf(layoutOf(cairoOn({&pixel, 1, 1, 1}), text, face, width));
+    const Layout layout = layoutOf(cairoOn({&pixel, 1, 1, 1}), std::string(text), style, width);
+    int across = 0, down = 0;
+    pango_layout_get_pixel_size(layout.get(), &across, &down);
+    return {across, down};
 }
 
-void drawText(const Canvas& canvas, const RECT& area, std::u16string_view text,
+void drawText(const Canvas& canvas, const RECT& area, std::string_view text,
               const TextStyle& style) {
     if (isEmpty(area) || text.empty()) return;
     const Cairo context = cairoOn(canvas);
     addRectangle(context, area);
     cairo_clip(context.get());
-    const Layout layout = layoutOf(context, text, style.face, area.right - area.left);
-    if (style.underlined >= 0) underline(layout, text, style.underlined);
-    if (style.selected) {
-        const SIZE size = sizeOf(layout);
-        fill(canvas, {area.left, area.top, area.left + size.cx, area.top + size.cy}, look::accent);
-    }
+    const Layout layout = layoutOf(context, std::string(text), style, area.right - area.left);
     setColor(context, style.color);
     cairo_move_to(context.get(), area.left, area.top);
     pango_cairo_show_layout(context.get(), layout.get());
 }
 
-RECT drawLine(const Canvas& canvas, const RECT& area, std::u16string_view text,
-              const TextStyle& style, bool isCentered) {
-    RECT covered = centered(area, measureText(text, style.face));
+RECT drawLine(const Canvas& canvas, const RECT& area, std::string_view text, const TextStyle& style,
+              bool isCentered) {
+    RECT covered = centered(area, measureText(text, style));
     if (!isCentered) covered = moved(covered, area.left - covered.left, 0);
     drawText(canvas, {covered.left, covered.top, area.right, area.bottom}, text, style);
     return covered;
@@ -164,14 +138,9 @@ RECT drawLine(const Canvas& canvas, const RECT& area, std::u16string_view text,
 
 }  // namespace gdi
 
-// What the sanitizers may find in the libraries that this file uses, which were built without them.
-// They ask for these by name.
-extern "C" const char* __lsan_default_suppressions();
+// What the sanitizers may find in libraries, which were built without them. They ask by name.
 extern "C" const char* __lsan_default_suppressions() { return "leak:libfontconfig\n"; }
-extern "C" const char* __lsan_default_options();
 extern "C" const char* __lsan_default_options() { return "print_suppressions=0"; }
-extern "C" const char* __tsan_default_suppressions();
 extern "C" const char* __tsan_default_suppressions() {
-    return "race:libfontconfig\nrace:libglib\nrace:libpango\nrace:libcairo\n"
-           "deadlock:libdbus\n";
+    return "race:libfontconfig\nrace:libglib\nrace:libpango\nrace:libcairo\ndeadlock:libdbus\n";
 }

@@ -23,14 +23,17 @@ struct Canvas {
     int stride = 0;  // in pixels
 };
 
-constexpr std::uint32_t pixelOf(COLORREF color) {
-    return (color & 0xFF) << 16 | (color & 0xFF00) | (color >> 16 & 0xFF);
+inline bool isEmpty(const RECT& area) { return area.right <= area.left || area.bottom <= area.top; }
+inline bool contains(const RECT& area, POINT at) {
+    return at.x >= area.left && at.x < area.right && at.y >= area.top && at.y < area.bottom;
 }
-
+inline RECT moved(const RECT& area, int right, int down) {
+    return {area.left + right, area.top + down, area.right + right, area.bottom + down};
+}
+inline RECT inset(const RECT& area, int by) {
+    return {area.left + by, area.top + by, area.right - by, area.bottom - by};
+}
 RECT intersection(const RECT& a, const RECT& b);  // empty ones are all zero
-bool isEmpty(const RECT& area);
-bool contains(const RECT& area, POINT at);
-RECT moved(const RECT& area, int right, int down);
 RECT centered(const RECT& area, SIZE size);
 // As close to `area` as possible without leaving `screen`; the upper left corner matters most.
 RECT movedInto(const RECT& screen, const RECT& area);
@@ -43,39 +46,33 @@ struct CairoCloser {
 };
 using Cairo = std::unique_ptr<cairo_t, CairoCloser>;
 using CairoSurface = std::unique_ptr<cairo_surface_t, CairoCloser>;
-// Draws straight into the canvas. With alpha the pixels are premultiplied.
-Cairo cairoOn(const Canvas& canvas, cairo_format_t format = CAIRO_FORMAT_RGB24);
+// Draws straight into the canvas.
+Cairo cairoOn(const Canvas& canvas);
 void setColor(const Cairo& context, std::uint32_t color);
 
-// The frame is `thickness` wide and inside the area.
 void fill(const Canvas& canvas, const RECT& area, std::uint32_t color);
-void frame(const Canvas& canvas, const RECT& area, std::uint32_t color, int thickness = 1);
+// The edge is `thickness` wide and inside the area.
+void panel(const Canvas& canvas, const RECT& area, std::uint32_t color, std::uint32_t edge,
+           int thickness = 1);
 // A square image with premultiplied alpha.
 void blend(const Canvas& canvas, POINT at, const std::vector<std::uint32_t>& pixels, int side);
 
-struct Face {
-    int height = 12;  // of the letters' em square, in pixels
-    bool bold = false;
-};
-// The bitmap font that a fresh paint context has: lines 16 pixels apart, never scaled.
-constexpr Face systemFace{13, true};
-
 struct TextStyle {
-    Face face;
+    int height = 12;  // of the letters' em square, in pixels
     std::uint32_t color = 0;
-    int underlined = -1;    // index of the character with a line below it
-    bool selected = false;  // on the selection's color
+    bool bold = false;
+    bool mnemonic = false;  // "&" is not shown but underlines the letter after it
 };
 
-// Size of the text, broken into lines no wider than `width` pixels; 0: only at line feeds.
-SIZE measureText(std::u16string_view text, const Face& face, int width = 0);
+// Text is UTF-8. Its size, broken into lines no wider than `width` pixels; 0: only at line feeds.
+SIZE measureText(std::string_view text, const TextStyle& style, int width = 0);
 // Starts at the top left, breaks lines at the area's width and cuts what does not fit.
-void drawText(const Canvas& canvas, const RECT& area, std::u16string_view text,
+void drawText(const Canvas& canvas, const RECT& area, std::string_view text,
               const TextStyle& style);
 // One line in the middle of the area's height, and with `isCentered` of its width. Returns the area
 // that the text covers.
-RECT drawLine(const Canvas& canvas, const RECT& area, std::u16string_view text,
-              const TextStyle& style, bool isCentered = false);
+RECT drawLine(const Canvas& canvas, const RECT& area, std::string_view text, const TextStyle& style,
+              bool isCentered = false);
 
 // --- objects.cpp: the program's
 HDC openContext(const Canvas& canvas);
@@ -94,6 +91,8 @@ namespace look {
 constexpr std::uint32_t face = 0xF3F3F3, paper = 0xFFFFFF, ink = 0x1A1A1A, faint = 0x9A9A9A;
 constexpr std::uint32_t border = 0x8A8A8A, line = 0xD6D6D6, accent = 0x0067C0, light = 0xE5E5E5;
 
-inline gdi::Face textFace(UINT dpi) { return {gdi::scaled(12, dpi), false}; }  // nine point
+inline gdi::TextStyle text(UINT dpi, bool dimmed = false) {
+    return {gdi::scaled(12, dpi), dimmed ? faint : ink};  // nine point
+}
 
 }  // namespace look

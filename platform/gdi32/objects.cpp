@@ -2,10 +2,12 @@
 
 #include "platform/gdi32/canvas.h"
 
+#include <string>
 #include <utility>
 
 #include "platform/core/call.h"
 #include "platform/core/objects.h"
+#include "platform/core/text.h"
 
 namespace {
 
@@ -19,25 +21,11 @@ desktop::HandleTable<HBRUSH, COLORREF> brushes(0x21000000, "Brush");
 desktop::HandleTable<HRGN, std::vector<RECT>> regions(0x22000000, "Region");
 desktop::HandleTable<HDC, PaintContext> contexts(0x23000000, "PaintContext");
 
-// Stock objects stand outside the table: they are never deleted.
+// A stock object is in no table: it is never deleted.
 const HBRUSH whiteBrush = reinterpret_cast<HBRUSH>(std::uintptr_t{0x20000001});
 
-std::vector<RECT> subtract(const std::vector<RECT>& from, const std::vector<RECT>& what) {
-    std::vector<RECT> rest = from;
-    for (const RECT& hole : what) {
-        std::vector<RECT> pieces;
-        for (const RECT& area : rest)
-            for (const RECT& piece : gdi::difference(area, hole)) pieces.push_back(piece);
-        rest = pieces;
-    }
-    return rest;
-}
-
-std::uint32_t brushPixel(const desktop::Call& call, HBRUSH brush) {
-    if (brush == whiteBrush) return gdi::pixelOf(RGB(255, 255, 255));
-    const COLORREF* const color = brushes.find(brush);
-    if (!color) call.refuse("brush", brush);
-    return gdi::pixelOf(*color);
+constexpr std::uint32_t pixelOf(COLORREF color) {
+    return (color & 0xFF) << 16 | (color & 0xFF00) | (color >> 16 & 0xFF);
 }
 
 PaintContext& contextOf(const desktop::Call& call, HDC context) {
@@ -47,17 +35,13 @@ PaintContext& contextOf(const desktop::Call& call, HDC context) {
 }
 
 // A brush that could not be made paints nothing.
-template <typename Paint>
-int paintWith(desktop::Call& call, HDC context, HBRUSH brush, Paint paint) {
-    const PaintContext& target = contextOf(call, context);
+int paintWith(desktop::Call& call, HDC context, HBRUSH brush, const std::vector<RECT>& areas) {
+    const gdi::Canvas& canvas = contextOf(call, context).canvas;
     if (call.struck() || !brush) return call.fail(ERROR_INVALID_HANDLE);
-    paint(target.canvas, brushPixel(call, brush));
+    const COLORREF* const color = brushes.find(brush);
+    if (!color && brush != whiteBrush) call.refuse("brush", brush);
+    for (const RECT& area : areas) gdi::fill(canvas, area, color ? pixelOf(*color) : 0xFFFFFF);
     return 1;
-}
-
-int kindOf(const std::vector<RECT>& region) {
-    if (region.empty()) return NULLREGION;
-    return region.size() == 1 ? SIMPLEREGION : COMPLEXREGION;
 }
 
 }  // namespace
@@ -93,8 +77,7 @@ HGDIOBJ GetStockObject(int object) {
 HRGN CreateRectRgn(int left, int top, int right, int bottom) {
     desktop::Call call("CreateRectRgn", left, top, right, bottom);
     if (call.struck()) return call.fail(ERROR_NOT_ENOUGH_MEMORY);
-    const RECT area{left, top, right, bottom};
-    return regions.add(gdi::isEmpty(area) ? std::vector<RECT>{} : std::vector<RECT>{area});
+    return regions.add({{left, top, right, bottom}});
 }
 
 int CombineRgn(HRGN target, HRGN first, HRGN second, int mode) {
@@ -103,48 +86,41 @@ int CombineRgn(HRGN target, HRGN first, HRGN second, int mode) {
     std::vector<RECT>* const result = regions.find(target);
     const std::vector<RECT>* const from = regions.find(first);
     const std::vector<RECT>* const what = regions.find(second);
+    if (from && what) call.only("parts of regions", from->size() * what->size(), 1);
     if (call.struck() || !result || !from || !what) return call.fail(ERROR_INVALID_HANDLE);
-    *result = subtract(*from, *what);
-    return kindOf(*result);
+    *result = gdi::difference(from->front(), what->front());
+    if (result->empty()) return NULLREGION;
+    return result->size() == 1 ? SIMPLEREGION : COMPLEXREGION;
 }
 
-// Deleting what is gone already, or what belongs to a window, is a fault of the program's own. Null
-// is what it has after a failure.
+// Deleting what is gone already, or what belongs to a window or the system, is a fault of the
+// program's own. Null is what it has after a failure.
 BOOL DeleteObject(HGDIOBJ object) {
     desktop::Call call("DeleteObject", object);
     if (!object) return call.fail(ERROR_INVALID_HANDLE);
-    if (object == whiteBrush) return TRUE;
     if (brushes.remove(object) || regions.remove(object)) return TRUE;
     call.refuse("object", object);
 }
 
 int FillRect(HDC context, const RECT* rectangle, HBRUSH brush) {
     desktop::Call call("FillRect", context, rectangle, brush);
-    return paintWith(call, context, brush, [&](const gdi::Canvas& canvas, std::uint32_t color) {
-        gdi::fill(canvas, *rectangle, color);
-    });
+    return paintWith(call, context, brush, {*rectangle});
 }
 
 int FrameRect(HDC context, const RECT* rectangle, HBRUSH brush) {
     desktop::Call call("FrameRect", context, rectangle, brush);
-    return paintWith(call, context, brush, [&](const gdi::Canvas& canvas, std::uint32_t color) {
-        gdi::frame(canvas, *rectangle, color);
-    });
+    return paintWith(call, context, brush, gdi::difference(*rectangle, gdi::inset(*rectangle, 1)));
 }
 
 int SetBkMode(HDC context, int mode) {
     desktop::Call call("SetBkMode", context, mode);
     call.only("mode", mode, TRANSPARENT);
-    PaintContext& found = contextOf(call, context);
-    const int before = found.opaqueText ? OPAQUE : TRANSPARENT;
-    found.opaqueText = false;
-    return before;
+    return std::exchange(contextOf(call, context).opaqueText, false) ? OPAQUE : TRANSPARENT;
 }
 
 COLORREF SetTextColor(HDC context, COLORREF color) {
     desktop::Call call("SetTextColor", context, color);
-    PaintContext& found = contextOf(call, context);
-    return std::exchange(found.textColor, color);
+    return std::exchange(contextOf(call, context).textColor, color);
 }
 
 int DrawTextW(HDC context, LPCWSTR text, int length, LPRECT rectangle, UINT format) {
@@ -154,7 +130,9 @@ int DrawTextW(HDC context, LPCWSTR text, int length, LPRECT rectangle, UINT form
     const PaintContext& found = contextOf(call, context);
     call.only("opaque background", found.opaqueText, false);
     if (call.struck()) return call.fail(ERROR_INVALID_HANDLE);
-    const gdi::TextStyle style{gdi::systemFace, gdi::pixelOf(found.textColor)};
-    gdi::drawText(found.canvas, *rectangle, text, style);
-    return gdi::measureText(text, style.face, rectangle->right - rectangle->left).cy;
+    // The bitmap font that a fresh paint context has: lines 16 pixels apart, never scaled.
+    const gdi::TextStyle style{13, pixelOf(found.textColor), true};
+    const std::string shown = desktop::toUtf8(text);
+    gdi::drawText(found.canvas, *rectangle, shown, style);
+    return gdi::measureText(shown, style, rectangle->right - rectangle->left).cy;
 }

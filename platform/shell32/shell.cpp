@@ -37,7 +37,7 @@ void publishTip(const std::string& tip) {
 bool showIcon(const NOTIFYICONDATAW& data) {
     const user32::Icon* const icon = user32::findIcon(data.hIcon);
     const host::TrayIcon shown{
-        [id = icon ? icon->id : 0](int side) { return user32::drawnImage(id, side); }, data.szTip};
+        [id = icon ? icon->id : 0](int side) { return user32::iconImage(id, side); }, data.szTip};
     host::current().setTrayIcon(&shown);
     entry = {data.hWnd, data.uID, data.uCallbackMessage};
     publishTip(desktop::toUtf8(data.szTip));

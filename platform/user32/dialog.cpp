@@ -3,7 +3,7 @@
 
 #include "platform/user32/dialog.h"
 
-#include <map>
+#include <list>
 #include <utility>
 
 #include "platform/core/call.h"
@@ -15,75 +15,58 @@ namespace user32 {
 
 namespace {
 
-std::map<HWND, Dialog> dialogs;
+std::list<Dialog> dialogs;  // The last one is on top.
 
-desktop::ShownControl shownControl(const Control& control) {
-    const Dialog& dialog = *control.dialog;
-    const RECT& bounds = find(dialog.window)->bounds;
-    return {control.id,
-            desktop::toUtf8(control.className),
-            desktop::toUtf8(control.text),
-            control.checked,
-            control.enabled,
-            isActive(dialog) && dialog.focus == &control,
-            gdi::moved(areaOf(control), bounds.left, bounds.top)};
-}
-
-// The visible ones: the program's dialog, and the layer's own, which are message boxes.
+// The visible ones: the program's dialog, and message boxes.
 void publish() {
-    std::optional<desktop::ShownDialog> dialog;
+    std::optional<desktop::ShownDialog> shown;
     std::vector<desktop::ShownBox> boxes;
-    for (const auto& [handle, each] : dialogs) {
-        const Window& window = *find(handle);
-        const std::string title = desktop::toUtf8(window.title);
-        if (!window.visible) continue;
-        if (window.ofTheLayer) {
-            boxes.push_back({title, desktop::toUtf8(each.controls[1].text), each.controls[0].sign});
-            continue;
-        }
-        dialog.emplace().title = title;
-        for (const Control& control : each.controls)
-            if (!control.className.empty()) dialog->controls.push_back(shownControl(control));
+    for (const Dialog& each : dialogs) {
+        if (!find(each.window)->visible) continue;
+        if (each.box)
+            boxes.push_back(*each.box);
+        else
+            shown = {each.title, {each.controls.begin(), each.controls.end()}};
     }
-    desktop::withShown([&](desktop::Shown& shown) {
-        shown.dialog = dialog;
-        shown.boxes = boxes;
+    desktop::withShown([&](desktop::Shown& all) {
+        all.dialog = shown;
+        all.boxes = boxes;
     });
 }
 
-// Only where a taskbar can bring the dialog back.
-bool canMinimize(const Creation& creation) {
-    return host::current().hasTaskbar() && creation.style & WS_MINIMIZEBOX;
+void hide(const Dialog& dialog) {
+    hide(*find(dialog.window));
+    publish();
 }
+
+// Only where a taskbar can bring the dialog back.
+bool canMinimize(const Dialog& dialog) { return !dialog.box && host::current().hasTaskbar(); }
 
 // The system's menu of a window: what its caption's buttons do. It opens below the caption.
 void runSystemMenu(const Dialog& dialog) {
     const RECT& bounds = find(dialog.window)->bounds;
-    std::vector<MenuItem> items{{SC_CLOSE, u"Close"}};
-    if (canMinimize(dialog.creation)) items.insert(items.begin(), {SC_MINIMIZE, u"Minimize"});
-    const LONG down = areaOf(dialog.controls.back()).bottom;
-    const UINT chosen = runMenu(items, {bounds.left, bounds.top + down}, dialog.window);
+    std::vector<desktop::MenuEntry> entries;
+    if (canMinimize(dialog)) entries.push_back({SC_MINIMIZE, "Minimize"});
+    entries.push_back({SC_CLOSE, "Close"});
+    const LONG down = dialog.controls.back().area.bottom;
+    const UINT chosen = runMenu(entries, {bounds.left, bounds.top + down}, dialog.window);
     if (chosen) send(dialog.window, WM_SYSCOMMAND, chosen, 0);
-}
-
-// Only the program opens it again: nothing here presses the taskbar's button.
-void minimize(const Dialog& dialog) {
-    Window& window = *find(dialog.window);
-    window.minimized = true;
-    hide(window);
 }
 
 void runSystemCommand(Dialog& dialog, WPARAM command) {
     switch (command & 0xFFF0) {
     case SC_CLOSE: send(dialog.window, WM_CLOSE, 0, 0); return;
-    case SC_MINIMIZE: return minimize(dialog);
+    case SC_MINIMIZE:
+        // Only the program opens it again: nothing here presses the taskbar's button.
+        find(dialog.window)->minimized = true;
+        return hide(dialog);
     case SC_KEYMENU: return runSystemMenu(dialog);
     default: desktop::refuse("DialogBoxParamW", "system command", static_cast<int>(command));
     }
 }
 
 LRESULT setIcon(Dialog& dialog, WPARAM size, LPARAM icon) {
-    if (size != ICON_SMALL && size != ICON_BIG)
+    if (size > ICON_BIG)
         desktop::refuse("DialogBoxParamW", "size of an icon", static_cast<int>(size));
     const HICON before = std::exchange(dialog.icons[size], reinterpret_cast<HICON>(icon));
     showChange(dialog);
@@ -92,16 +75,16 @@ LRESULT setIcon(Dialog& dialog, WPARAM size, LPARAM icon) {
 
 LRESULT answerByDefault(Dialog& dialog, UINT message, WPARAM wparam, LPARAM lparam) {
     switch (message) {
-    case WM_INITDIALOG:
     case WM_SETFONT:
     case WM_COMMAND: return 0;
-    case WM_DPICHANGED:
-        place(*find(dialog.window), *reinterpret_cast<const RECT*>(lparam));
+    case WM_PAINT:
+        paintWindow(*find(dialog.window),
+                    [&](const gdi::Canvas& canvas) { paint(dialog, canvas); });
         return 0;
     case WM_SETICON: return setIcon(dialog, wparam, lparam);
     case WM_CLOSE: post(dialog.window, WM_COMMAND, IDCANCEL, 0); return 0;
     case WM_SYSCOMMAND: return runSystemCommand(dialog, wparam), 0;
-    case WM_ACTIVATE: return changeActivation(dialog, wparam != WA_INACTIVE), 0;
+    case WM_ACTIVATE: return loseInput(dialog), 0;
     case WM_DISPLAYCHANGE: return settle(dialog, true), 0;
     case WM_NEXTDLGCTL:
         if (lparam) desktop::refuse("DialogBoxParamW", "control in WM_NEXTDLGCTL", lparam);
@@ -111,24 +94,21 @@ LRESULT answerByDefault(Dialog& dialog, UINT message, WPARAM wparam, LPARAM lpar
 }
 
 LRESULT dialogProcedure(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
-    Dialog* const dialog = findDialog(window);
-    if (!dialog || takeInputMessage(*dialog, message, wparam, lparam)) return 0;
-    if (message == WM_PAINT) {
-        paintWindow(*find(window), [&](const gdi::Canvas& canvas) { paint(*dialog, canvas); });
-        return 0;
-    }
-    if (dialog->procedure(window, message, wparam, lparam)) return 0;
-    return answerByDefault(*dialog, message, wparam, lparam);
+    Dialog& dialog = *findDialog(window);
+    if (takeInputMessage(dialog, message, wparam, lparam)) return 0;
+    if (dialog.procedure(window, message, wparam, lparam)) return 0;
+    return answerByDefault(dialog, message, wparam, lparam);
 }
 
-// Parts of the caption come last, and the caption itself after the buttons on it.
+// From the right to the left: the title gets the rest.
 void addCaption(Dialog& dialog) {
-    for (const ControlKind kind :
-         {ControlKind::Close, ControlKind::Minimize, ControlKind::Caption}) {
-        if (kind == ControlKind::Minimize && !canMinimize(dialog.creation)) continue;
-        Control& part = dialog.controls.emplace_back();
-        part.kind = kind;
-        if (kind == ControlKind::Caption) part.text = dialog.creation.title;
+    dialog.controls.push_back({{}, ControlKind::Close});
+    if (canMinimize(dialog)) dialog.controls.push_back({{}, ControlKind::Minimize});
+    dialog.controls.push_back({{0, dialog.title}, ControlKind::Caption});
+    for (Control& control : dialog.controls) {
+        static std::uintptr_t nextHandle = 0x26000000;
+        control.handle = reinterpret_cast<HWND>(nextHandle++);
+        control.dialog = &dialog;
     }
 }
 
@@ -142,90 +122,77 @@ void setBoxOf(HWND owner, HWND box) {
 // system, it may have disabled the control that was to get it.
 void initialize(Dialog& dialog, LPARAM parameter) {
     send(dialog.window, WM_SETFONT, 0, 0);
-    setFocus(dialog, nextTabStop(dialog, nullptr, false), true);
-    const auto control = reinterpret_cast<WPARAM>(dialog.focus->handle);
+    const auto control = reinterpret_cast<WPARAM>(nextTabStop(dialog, nullptr)->handle);
     if (!dialog.procedure(dialog.window, WM_INITDIALOG, control, parameter))
         desktop::refuse("DialogBoxParamW", "focus set by the program", 0);
-    if (dialog.done) return;
-    setFocus(dialog, nextTabStop(dialog, nullptr, false), true);
+    if (dialog.result) return;
+    setFocus(dialog, nextTabStop(dialog, nullptr), true);
     show(*find(dialog.window));
     activate(dialog.window);
     showChange(dialog);
 }
 
+// By its own handle, or by the dialog's and its number. The program names none that is not there.
+Control& controlOf(const desktop::Call& call, HWND window, int id = 0) {
+    for (Dialog& dialog : dialogs)
+        for (Control& control : dialog.controls)
+            if (control.handle == window || (dialog.window == window && id && control.id == id))
+                return control;
+    call.refuse("control", id);
+}
+
 }  // namespace
 
 INT_PTR runDialog(Dialog description, const host::Monitor& monitor, LPARAM parameter) {
-    Creation& creation = description.creation;
-    creation.className = u"#32770";
-    creation.procedure = dialogProcedure;
-    creation.cursor = static_cast<UINT>(reinterpret_cast<std::uintptr_t>(IDC_ARROW));
-    creation.bounds = gdi::centered(monitor.bounds, sizeOf(description));
-    description.window = addWindow(creation).handle;
-    addCaption(description);
-    const auto place = dialogs.emplace(description.window, std::move(description)).first;
-    Dialog& dialog = place->second;
-    for (Control& control : dialog.controls) {
-        static std::uintptr_t nextHandle = 0x26000000;
-        control.handle = reinterpret_cast<HWND>(nextHandle++);
-        control.dialog = &dialog;
-    }
+    Dialog& dialog = dialogs.emplace_back(std::move(description));
+    addCaption(dialog);
+    layOut(dialog, monitor.dpi);
+    dialog.window = addWindow({u"#32770", desktop::toUtf16(dialog.title), dialogProcedure, arrow,
+                               WS_POPUP, WS_EX_APPWINDOW,
+                               gdi::centered(monitor.bounds, dialog.size), dialog.box.has_value()})
+                        .handle;
     setBoxOf(dialog.owner, dialog.window);
     initialize(dialog, parameter);
-    runLoop([&] { return dialog.done; });
-    if (!dialog.done) endDialog(dialog, 1);
-    const INT_PTR result = dialog.result;
+    runLoop([&] { return dialog.result.has_value(); });
+    if (!dialog.result) endDialog(dialog, 1);
+    const INT_PTR result = *dialog.result;
     destroyWindow(dialog.window);
-    dialogs.erase(place);
+    dialogs.pop_back();
     return result;
 }
 
 // The owner is enabled first, so that it can take over.
 void endDialog(Dialog& dialog, INT_PTR result) {
-    dialog.done = true;
     dialog.result = result;
     setBoxOf(dialog.owner, nullptr);
-    hide(*find(dialog.window));
-    publish();
+    hide(dialog);
 }
 
 const Dialog* openDialog() {
-    for (const auto& [handle, each] : dialogs)
-        if (!find(handle)->ofTheLayer) return &each;
+    for (const Dialog& each : dialogs)
+        if (!each.box) return &each;
     return nullptr;
 }
 
 Dialog* findDialog(HWND window) {
-    const auto found = dialogs.find(window);
-    return found == dialogs.end() ? nullptr : &found->second;
+    for (Dialog& each : dialogs)
+        if (each.window == window) return &each;
+    return nullptr;
 }
 
 void showChange(Dialog& dialog) {
-    invalidate(*find(dialog.window), false);
+    Window& window = *find(dialog.window);
+    for (Control& control : dialog.controls) {
+        control.focused = isActive(dialog) && dialog.focus == &control;
+        control.bounds = gdi::moved(control.area, window.bounds.left, window.bounds.top);
+    }
+    invalidate(window, false);
     publish();
 }
 
 }  // namespace user32
 
 using namespace user32;
-
-INT_PTR DialogBoxParamW(HINSTANCE instance, LPCWSTR name, HWND owner, DLGPROC procedure,
-                        LPARAM parameter) {
-    const auto id = reinterpret_cast<std::uintptr_t>(name);
-    desktop::Call call("DialogBoxParamW", instance, id, owner);
-    enterUserInterface();
-    if (!IS_INTRESOURCE(name)) call.refuse("name that is text", 1);
-    if (owner) call.refuse("owner", 1);
-    for (const auto& [window, other] : dialogs)
-        if (!find(window)->ofTheLayer) call.refuse("second dialog", 1);
-    if (call.struck()) return call.fail(ERROR_NOT_ENOUGH_MEMORY), -1;
-    auto description = readDialogTemplate(id);
-    if (!description) return call.fail(ERROR_RESOURCE_NAME_NOT_FOUND), -1;
-    const host::Monitor monitor = primaryMonitor();
-    description->procedure = procedure;
-    setDpi(*description, monitor.dpi);
-    return runDialog(std::move(*description), monitor, parameter);
-}
 
 BOOL EndDialog(HWND window, INT_PTR result) {
     desktop::Call call("EndDialog", window, result);
@@ -235,76 +202,49 @@ BOOL EndDialog(HWND window, INT_PTR result) {
     return TRUE;
 }
 
-namespace {
-
-template <typename Condition>
-Control* controlWith(Condition condition) {
-    for (auto& [window, dialog] : dialogs)
-        for (Control& control : dialog.controls)
-            if (condition(control)) return &control;
-    return nullptr;
-}
-Control* controlOf(HWND handle) {
-    return controlWith([&](const Control& control) { return handle && control.handle == handle; });
-}
-Control* controlOf(HWND dialog, int id) {
-    return controlWith([&](const Control& control) {
-        return control.dialog->window == dialog && control.id == id;
-    });
-}
-
-}  // namespace
-
 HWND GetDlgItem(HWND dialog, int id) {
     desktop::Call call("GetDlgItem", dialog, id);
-    const Control* const control = controlOf(dialog, id);
-    if (!control) return call.fail(ERROR_CONTROL_ID_NOT_FOUND);
-    return control->handle;
+    return controlOf(call, dialog, id).handle;
 }
 
 BOOL SetDlgItemTextW(HWND dialog, int id, LPCWSTR text) {
     desktop::Call call("SetDlgItemTextW", dialog, id, text);
-    Control* const control = controlOf(dialog, id);
-    if (call.struck() || !control) return call.fail(ERROR_CONTROL_ID_NOT_FOUND);
-    control->text = text;
-    control->selected = false;
-    showChange(*control->dialog);
+    Control& control = controlOf(call, dialog, id);
+    if (call.struck()) return call.fail(ERROR_CONTROL_ID_NOT_FOUND);
+    control.text = desktop::toUtf8(text);
+    control.selected = false;
+    showChange(*control.dialog);
     return TRUE;
 }
 
 UINT IsDlgButtonChecked(HWND dialog, int id) {
     desktop::Call call("IsDlgButtonChecked", dialog, id);
-    const Control* const control = controlOf(dialog, id);
-    return control && control->checked ? BST_CHECKED : BST_UNCHECKED;
+    return controlOf(call, dialog, id).checked ? BST_CHECKED : BST_UNCHECKED;
 }
 
 BOOL CheckDlgButton(HWND dialog, int id, UINT check) {
     desktop::Call call("CheckDlgButton", dialog, id, check);
     call.only("check", check, BST_UNCHECKED, BST_CHECKED);
-    Control* const control = controlOf(dialog, id);
-    if (call.struck() || !control) return call.fail(ERROR_CONTROL_ID_NOT_FOUND);
-    control->checked = check == BST_CHECKED;
-    showChange(*control->dialog);
+    Control& control = controlOf(call, dialog, id);
+    if (call.struck()) return call.fail(ERROR_CONTROL_ID_NOT_FOUND);
+    control.checked = check == BST_CHECKED;
+    showChange(*control.dialog);
     return TRUE;
 }
 
 // A control that is disabled loses the focus. The result is whether it was disabled before.
 BOOL EnableWindow(HWND window, BOOL enable) {
     desktop::Call call("EnableWindow", window, enable);
-    Control* const control = controlOf(window);
-    if (!control) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
-    Dialog& dialog = *control->dialog;
-    const bool wasDisabled = !std::exchange(control->enabled, enable != FALSE);
-    if (!enable && dialog.focus == control) setFocus(dialog, nullptr, false);
-    showChange(dialog);
+    Control& control = controlOf(call, window);
+    const bool wasDisabled = !std::exchange(control.enabled, enable != FALSE);
+    if (!enable && control.dialog->focus == &control) control.dialog->focus = nullptr;
+    showChange(*control.dialog);
     return wasDisabled;
 }
 
 BOOL IsWindowEnabled(HWND window) {
     desktop::Call call("IsWindowEnabled", window);
-    const Control* const control = controlOf(window);
-    if (!control) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
-    return control->enabled;
+    return controlOf(call, window).enabled;
 }
 
 // Null while another program has the foreground.

@@ -8,42 +8,42 @@
 
 #include <optional>
 #include <string>
+#include <type_traits>
 #include <vector>
 
+#include "platform/control.h"
 #include "platform/user32/window.h"
 
 namespace user32 {
 
 struct Dialog;
 
-// The last three are the parts of the caption.
-enum class ControlKind { Label, Box, CheckBox, PushButton, Sign, Close, Minimize, Caption };
+// Words are a label without a mnemonic. The last three are the parts of the caption.
+enum class ControlKind { Sign, Words, Label, Box, CheckBox, PushButton, Close, Minimize, Caption };
 
-struct Control {
+// `focused` and `bounds` are those of the last showChange.
+struct Control : desktop::ShownControl {
     ControlKind kind{};
-    int id = 0;
-    DWORD style = 0;
-    std::u16string className, text;  // the class in lower case
-    // In the dialog's client area: a quarter of the letters' average width across, an eighth of
-    // their height down.
+    // Below the caption: a quarter of the letters' average width across, an eighth of their height
+    // down.
     RECT units{};
-    UINT sign = 0;  // MB_ICONERROR and its like
+    RECT area{};               // in the window, in pixels
+    bool isPreferred = false;  // the default button while no button has the focus
+    bool selected = false;     // all of its text
     Dialog* dialog = nullptr;
     HWND handle = nullptr;
-    bool enabled = true;
-    bool checked = false;
-    bool selected = false;  // all of its text
 };
 
 struct Dialog {
-    Creation creation;  // all but class, procedure and bounds
+    std::string title;
     DLGPROC procedure = nullptr;
-    HWND owner = nullptr;       // disabled while the dialog is open
-    int width = 0, height = 0;  // of the client area, in dialog units
-    int paperHeight = 0;        // of its upper part that is white
-    UINT dpi = 96;
-    SIZE letter{};  // what a dialog unit is made from, in pixels
+    std::optional<desktop::ShownBox> box;  // of a message box, whose units are pixels
+    HWND owner = nullptr;                  // disabled while the dialog is open
+    SIZE units{};                          // below the caption
     std::vector<Control> controls;
+    UINT dpi = 96;
+    SIZE size{};
+    int paper = 0;  // height of the upper part that is white
     HWND window = nullptr;
     Control* focus = nullptr;
     Control* pressed = nullptr;  // what the pointer or the space bar holds down
@@ -51,8 +51,7 @@ struct Dialog {
     POINT grip{};                // where the pointer holds the caption
     bool loneAlt = false;        // Alt or F10 went down and no other key since
     HICON icons[2]{};            // ICON_SMALL, ICON_BIG
-    bool done = false;
-    INT_PTR result = 0;
+    std::optional<INT_PTR> result;
 };
 
 // From the first message to the last; the result is 1 after a quit, which stays for the loop
@@ -62,31 +61,38 @@ INT_PTR runDialog(Dialog description, const host::Monitor& monitor, LPARAM param
 void endDialog(Dialog& dialog, INT_PTR result);
 
 Dialog* findDialog(HWND window);  // null if that is none
-const Dialog* openDialog();       // the program's, without message boxes; null: none
+inline bool isActive(const Dialog& dialog) { return foreground() == dialog.window; }
+const Dialog* openDialog();  // the program's, without message boxes; null: none
 // To be called after every change that a user could see.
 void showChange(Dialog& dialog);
 
-// --- dialog_template.cpp: nothing if there is no such resource
-std::optional<Dialog> readDialogTemplate(std::uintptr_t id);
+// The first element after `from`, round to it again, that the condition holds for. Without `from`
+// the search begins at the end that it moves away from. Null: there is none.
+template <typename Element, typename Condition>
+Element* nextIn(std::vector<Element>& elements, const std::type_identity_t<Element>* from,
+                bool backwards, Condition condition) {
+    const std::size_t count = elements.size(), step = backwards ? count - 1 : 1;
+    std::size_t index = backwards ? 0 : count - 1;
+    if (from) index = static_cast<std::size_t>(from - elements.data());
+    for (std::size_t tries = count; tries > 0; --tries) {
+        index = (index + step) % count;
+        if (condition(elements[index])) return &elements[index];
+    }
+    return nullptr;
+}
 
-// --- dialog_input.cpp
-bool isActive(const Dialog& dialog);
-Control* nextTabStop(Dialog& dialog, const Control* from, bool backwards);
-void setFocus(Dialog& dialog, Control* control, bool byKey);
-bool isDefault(const Control& control);
-// Where the mark of the letter to underline is in the control's text, or npos.
-std::size_t mnemonicMark(const Control& control);
-void changeActivation(Dialog& dialog, bool active);
-// Keys and pointer belong to the controls and the caption. True: nothing else is to be done.
-bool takeInputMessage(Dialog& dialog, UINT message, WPARAM wparam, LPARAM lparam);
-
-// --- dialog_view.cpp
-void setDpi(Dialog& dialog, UINT dpi);
-SIZE sizeOf(const Dialog& dialog);
-RECT areaOf(const Control& control);
+// --- dialog_controls.cpp
+// Computes sizes and areas.
+void layOut(Dialog& dialog, UINT dpi);
 // Takes over the scale of the monitor that has the dialog's middle. `bringIn`: the monitors have
 // changed, and no part of the dialog is to be left outside.
 void settle(Dialog& dialog, bool bringIn);
 void paint(const Dialog& dialog, const gdi::Canvas& canvas);
+Control* nextTabStop(Dialog& dialog, const Control* from, bool backwards = false);
+void setFocus(Dialog& dialog, Control* control, bool byKey);
+// What the pointer or a key holds down is released.
+void loseInput(Dialog& dialog);
+// Keys and pointer belong to the controls and the caption. True: nothing else is to be done.
+bool takeInputMessage(Dialog& dialog, UINT message, WPARAM wparam, LPARAM lparam);
 
 }  // namespace user32

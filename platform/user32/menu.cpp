@@ -2,12 +2,14 @@
 
 #include <algorithm>
 #include <atomic>
+#include <optional>
 #include <utility>
 
 #include "platform/core/call.h"
 #include "platform/core/objects.h"
 #include "platform/core/shown.h"
 #include "platform/core/text.h"
+#include "platform/user32/dialog.h"
 #include "platform/user32/window.h"
 
 #include <windowsx.h>
@@ -16,23 +18,18 @@ namespace user32 {
 
 namespace {
 
-using Menu = std::vector<MenuItem>;
+using Entry = desktop::MenuEntry;
+using Menu = std::vector<Entry>;
 
 desktop::HandleTable<HMENU, Menu> menus(0x25000000, "Menu");
-
-struct Entry {
-    MenuItem item;
-    RECT area{};
-};
 
 // The one menu that is open.
 struct OpenMenu {
     HWND window = nullptr;
-    std::vector<Entry> entries;
+    Menu entries;
     const Entry* hot = nullptr;  // the entry under the pointer or the cursor keys
     UINT dpi = 96;
-    bool done = true;
-    UINT chosen = 0;
+    std::optional<UINT> chosen = 0;  // unset while it is open
 
     int unit(int length) const { return gdi::scaled(length, dpi); }
 };
@@ -43,21 +40,19 @@ OpenMenu menu;
 std::atomic<HWND> unsettled{nullptr};
 
 void endMenu(UINT id) {
-    if (menu.done) return;
-    menu.done = true;
-    menu.chosen = id;
+    if (!menu.chosen) menu.chosen = id;
 }
 
 // Returns the size of the whole.
-SIZE layOut(const Menu& items) {
+SIZE layOut() {
     const LONG edge = menu.unit(4);
     LONG across = 0, top = edge;
-    for (const MenuItem& item : items)
-        across = std::max(across, gdi::measureText(item.text, look::textFace(menu.dpi)).cx);
+    for (const Entry& each : menu.entries)
+        across = std::max(across, gdi::measureText(each.text, look::text(menu.dpi)).cx);
     across += menu.unit(72);
-    for (const MenuItem& item : items) {
-        const LONG bottom = top + menu.unit(item.separator ? 9 : 28);
-        menu.entries.push_back({item, {edge, top, across - edge, bottom}});
+    for (Entry& each : menu.entries) {
+        const LONG bottom = top + menu.unit(each.separator ? 9 : 28);
+        each.area = {edge, top, across - edge, bottom};
         top = bottom;
     }
     return {across, top + edge};
@@ -70,21 +65,19 @@ RECT boundsAt(POINT at, const RECT& screen, SIZE size) {
 }
 
 void paintEntry(const gdi::Canvas& canvas, const Entry& entry) {
-    const auto& [item, area] = entry;
-    if (item.separator) {
+    const RECT& area = entry.area;
+    if (entry.separator) {
         const LONG middle = (area.top + area.bottom) / 2;
         return gdi::fill(canvas, {area.left, middle, area.right, middle + 1}, look::line);
     }
     if (&entry == menu.hot) gdi::fill(canvas, area, look::light);
-    gdi::drawLine(canvas, {area.left + menu.unit(28), area.top, area.right, area.bottom}, item.text,
-                  {look::textFace(menu.dpi), item.enabled ? look::ink : look::faint});
+    gdi::drawLine(canvas, {area.left + menu.unit(28), area.top, area.right, area.bottom},
+                  entry.text, look::text(menu.dpi, !entry.enabled));
 }
 
 void paint(const gdi::Canvas& canvas) {
-    const RECT whole{0, 0, canvas.width, canvas.height};
-    gdi::fill(canvas, whole, look::paper);
+    gdi::panel(canvas, {0, 0, canvas.width, canvas.height}, look::paper, look::border);
     for (const Entry& entry : menu.entries) paintEntry(canvas, entry);
-    gdi::frame(canvas, whole, look::border);
 }
 
 void setHot(const Entry* entry) {
@@ -92,33 +85,27 @@ void setHot(const Entry* entry) {
 }
 
 const Entry* entryAt(POINT at) {
-    for (const Entry& entry : menu.entries)
-        if (!entry.item.separator && gdi::contains(entry.area, at)) return &entry;
-    return nullptr;
+    return nextIn(menu.entries, nullptr, false, [&](const Entry& entry) {
+        return !entry.separator && gdi::contains(entry.area, at);
+    });
 }
 
-// A greyed entry that is clicked leaves the menu open.
+// The next one up or down.
+void moveHot(bool up) {
+    setHot(nextIn(menu.entries, menu.hot, up, [](const Entry& each) { return !each.separator; }));
+}
+
+// A greyed entry leaves the menu open.
 void choose(const Entry* entry) {
-    if (entry && entry->item.enabled) endMenu(entry->item.id);
-}
-
-void moveHot(bool down) {
-    const Entry* const first = &menu.entries.front();
-    const Entry* const last = &menu.entries.back();
-    const Entry* next = down ? last : first;
-    if (menu.hot) next = menu.hot;
-    do next = down ? (next == last ? first : next + 1) : (next == first ? last : next - 1);
-    while (next->item.separator);
-    setHot(next);
+    if (entry && entry->enabled) endMenu(entry->id);
 }
 
 void pressKey(WPARAM key) {
     switch (key) {
     case VK_DOWN:
-    case VK_UP: return moveHot(key == VK_DOWN);
+    case VK_UP: return moveHot(key == VK_UP);
     case VK_ESCAPE: return endMenu(0);
-    case VK_RETURN: return endMenu(menu.hot && menu.hot->item.enabled ? menu.hot->item.id : 0);
-    default: return;
+    case VK_RETURN: return endMenu(menu.hot && menu.hot->enabled ? menu.hot->id : 0);
     }
 }
 
@@ -144,29 +131,13 @@ LRESULT menuProcedure(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
     return 0;
 }
 
-void publish() {
-    std::vector<desktop::MenuEntry> entries;
-    if (!menu.done)
-        for (const auto& [item, area] : menu.entries)
-            entries.push_back({item.id, desktop::toUtf8(item.text), item.enabled, item.separator});
-    desktop::withShown([&](desktop::Shown& shown) { shown.menu = entries; });
-}
-
 // Keys, and presses elsewhere, reach the menu only if its owner has the foreground.
-void openAt(POINT at, const Menu& items, HWND owner) {
+void openAt(POINT at, const Menu& entries, HWND owner) {
     const host::Monitor monitor = nearestMonitor(at);
-    menu = {};
-    menu.dpi = monitor.dpi;
-    menu.done = false;
-    Creation creation;
-    creation.className = u"#32768";
-    creation.procedure = menuProcedure;
-    creation.cursor = static_cast<UINT>(reinterpret_cast<std::uintptr_t>(IDC_ARROW));
-    creation.style = WS_POPUP;
-    creation.extendedStyle = WS_EX_TOPMOST | WS_EX_TOOLWINDOW | WS_EX_NOACTIVATE;
-    creation.bounds = boundsAt(at, monitor.bounds, layOut(items));
-    creation.ofTheLayer = true;
-    Window& window = addWindow(creation);
+    menu = {.entries = entries, .dpi = monitor.dpi, .chosen = std::nullopt};
+    Window& window = addWindow({u"#32768", u"", menuProcedure, arrow, WS_POPUP,
+                                WS_EX_TOPMOST | WS_EX_TOOLWINDOW | WS_EX_NOACTIVATE,
+                                boundsAt(at, monitor.bounds, layOut()), true});
     menu.window = window.handle;
     show(window);
     raise(window);
@@ -175,27 +146,21 @@ void openAt(POINT at, const Menu& items, HWND owner) {
         setCapture(window.handle);
         state.menu = window.handle;
     }
-    publish();
-}
-
-void close(HWND owner) {
-    state.menu = nullptr;
-    unsettled = owner;
-    menu.done = true;
-    publish();
-    if (capture() == menu.window) setCapture(nullptr);
-    destroyWindow(menu.window);
-    if (!foreground() || !find(foreground())->visible) host::current().focusSurface(0);
+    desktop::withShown([](desktop::Shown& shown) { shown.menu = menu.entries; });
 }
 
 }  // namespace
 
-UINT runMenu(const Menu& items, POINT at, HWND owner) {
-    openAt(at, items, owner);
-    runLoop([&] { return menu.done || !isLive(owner); });
-    const UINT chosen = menu.done && isLive(owner) ? menu.chosen : 0;
-    close(owner);
-    return chosen;
+UINT runMenu(const Menu& entries, POINT at, HWND owner) {
+    openAt(at, entries, owner);
+    runLoop([&] { return menu.chosen || !isLive(owner); });
+    endMenu(0);
+    state.menu = nullptr;
+    unsettled = owner;
+    desktop::withShown([](desktop::Shown& shown) { shown.menu.clear(); });
+    destroyWindow(menu.window);
+    if (!foreground() || !find(foreground())->visible) host::current().focusSurface(0);
+    return *menu.chosen;
 }
 
 void settleMenuOf(HWND owner) { unsettled.compare_exchange_strong(owner, nullptr); }
@@ -215,8 +180,8 @@ BOOL AppendMenuW(HMENU handle, UINT flags, UINT_PTR id, LPCWSTR text) {
     call.only("flags", flags, MF_STRING, MF_GRAYED, MF_SEPARATOR);
     Menu* const found = menus.find(handle);
     if (call.struck() || !found) return call.fail(ERROR_INVALID_MENU_HANDLE);
-    found->push_back(
-        {static_cast<UINT>(id), text ? text : u"", flags == MF_STRING, flags == MF_SEPARATOR});
+    found->push_back({static_cast<UINT>(id), text ? desktop::toUtf8(text) : "", flags == MF_STRING,
+                      flags == MF_SEPARATOR});
     return TRUE;
 }
 
@@ -231,7 +196,7 @@ BOOL TrackPopupMenu(HMENU handle, UINT flags, int x, int y, int reserved, HWND o
     const Menu* const entries = menus.find(handle);
     if (!entries) return call.fail(ERROR_INVALID_MENU_HANDLE);
     if (!find(owner)) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
-    if (!menu.done) return call.fail(ERROR_POPUP_ALREADY_ACTIVE);
+    if (!menu.chosen) return call.fail(ERROR_POPUP_ALREADY_ACTIVE);
     if (unsettled.exchange(nullptr) == owner) return 0;
     const UINT chosen = runMenu(*entries, {x, y}, owner);
     if (!isLive(owner)) return call.fail(ERROR_INVALID_WINDOW_HANDLE);

@@ -17,6 +17,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/control.h"
 #include "platform/gdi32/canvas.h"
 #include "platform/hosts/host.h"
 
@@ -41,6 +42,9 @@ struct State {
     bool isDpiAware = false;
 };
 inline State state;
+
+// The cursor of dialogs and menus, by its number.
+inline const UINT arrow = static_cast<UINT>(reinterpret_cast<std::uintptr_t>(IDC_ARROW));
 
 struct Creation {
     std::u16string className, title;
@@ -110,13 +114,8 @@ host::Monitor nearestMonitor(POINT at);
 host::Monitor monitorOf(const Window& window);  // that has its middle
 
 // --- menu.cpp
-struct MenuItem {
-    UINT id;
-    std::u16string text;
-    bool enabled = true, separator = false;
-};
 // Shows the menu at the position and waits; 0: nothing was chosen, or the owner is gone.
-UINT runMenu(const std::vector<MenuItem>& items, POINT at, HWND owner);
+UINT runMenu(const std::vector<desktop::MenuEntry>& entries, POINT at, HWND owner);
 // The program has posted a message to the window. Any thread.
 void settleMenuOf(HWND owner);
 
