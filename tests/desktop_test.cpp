@@ -229,4 +229,36 @@ TEST_F(DesktopTest, captureTellsItsLoser) {
     EXPECT_EQ(losses, (decltype(losses){{window, window}, {window, other}, {other, nullptr}}));
 }
 
+// Neither the program nor a capture has to do with balloons and tips.
+TEST_F(DesktopTest, balloonsAndTipsAreTheDesktopsOwn) {
+    NOTIFYICONDATAW icon{};
+    icon.cbSize = sizeof icon;
+    icon.hWnd = window;
+    icon.uFlags = NIF_INFO;
+    icon.szInfo[0] = icon.szTip[0] = 'x';
+    icon.dwInfoFlags = NIIF_INFO;
+    EXPECT_FALSE(Shell_NotifyIconW(NIM_MODIFY, &icon));
+    EXPECT_TRUE(desktop::balloons().empty());
+    icon.uFlags = NIF_MESSAGE | NIF_ICON | NIF_TIP;
+    ASSERT_TRUE(Shell_NotifyIconW(NIM_ADD, &icon));
+    icon.uFlags = NIF_INFO;
+    ASSERT_TRUE(Shell_NotifyIconW(NIM_MODIFY, &icon));
+    const RECT balloon = desktop::windows().front().bounds;
+    EXPECT_NE(desktop::screenPixel(balloon.left + 2, balloon.top + 2),
+              desktop::capturedPixel(balloon.left + 2, balloon.top + 2));
+    EXPECT_LT(balloon.bottom, 1040);
+    const std::size_t others = desktop::windows().size();
+    desktop::movePointer(1880, 1060);
+    EXPECT_EQ(takeAll(), Messages{});
+    ASSERT_EQ(desktop::windows().size(), others + 1);
+    EXPECT_LE(desktop::windows().front().bounds.bottom, 1052);
+    desktop::movePointer(balloon.left + 2, balloon.top + 2);
+    desktop::pressButton(1);
+    desktop::releaseButton(1);
+    EXPECT_EQ(takeAll(), Messages{});
+    EXPECT_EQ(desktop::windows().size(), others - 1);
+    EXPECT_TRUE(desktop::inputOfOthers().size() == 1) << "The release has no window any more.";
+    Shell_NotifyIconW(NIM_DELETE, &icon);
+}
+
 }  // namespace

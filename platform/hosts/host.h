@@ -52,6 +52,10 @@ struct Event {
         SessionQuery,    // the session wants to end
         SessionEnd,      // it ends (`message` 1) or continues after all (0)
         TaskbarCreated,  // the tray has been started again
+        TrayEntered,     // the pointer is on the tray icon, which is at `icon`
+        TrayLeft,        // it is no longer, or the icon has gone
+        NoticeShown,     // by the notification service: all up to number `message`
+        NoticeRefused,   // it shows none of those, and will not
     };
     Kind kind{};
     POINT at{};          // pointer position, with every pointer event
@@ -59,6 +63,7 @@ struct Event {
     UINT key = 0;        // virtual key, side-specific for modifiers
     UINT modifiers = 0;  // MOD_ALT | MOD_CONTROL | MOD_SHIFT | MOD_WIN held before this event
     UINT message = 0;
+    RECT icon{};
     Surface surface = 0;  // that the pointer event is for; 0: what is there is not ours
     // When a key moved: an answer of the hooks that comes later than theirs may is dropped. Unset:
     // there is no limit.
@@ -99,10 +104,12 @@ struct TrayIcon {
     std::u16string tip;
 };
 
-struct Balloon {
+struct Notice {
     std::u16string title, text;
     bool isError = false;
     bool isUrgent = false;  // The first error after a recording was lost.
+    bool replaces = false;  // the notice before it
+    UINT milliseconds = 0;  // how long it stays by itself
 };
 
 struct Host {
@@ -176,7 +183,15 @@ struct Host {
     // Adds or changes the icon; null removes it. It is in every tray that comes, so that a desktop
     // without one is no failure.
     virtual void setTrayIcon(const TrayIcon* icon) = 0;
-    virtual void showBalloon(const Balloon& balloon) = 0;
+    // By the desktop's notification service, which is not waited for: NoticeShown or NoticeRefused
+    // comes with the number that is returned or a later one. 0: there is no service.
+    virtual UINT sendNotice(const Notice&) { return 0; }
+    // What the service has not answered is not to be shown later.
+    virtual void withdrawNotices() {}
+    // Of the primary monitor, without what panels cover.
+    virtual RECT workArea() = 0;
+    // Windows of other programs than X11's are not on this display, so a clip does not show them.
+    virtual bool isWaylandSession() { return false; }
     // In the user's file manager. False: there is none.
     virtual bool openFolder(const std::string& path) = 0;
 };

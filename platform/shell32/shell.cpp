@@ -1,8 +1,9 @@
-// The tray icon, its tip and its balloons; the user's folders, and opening one.
+// The tray icon and what it says; the user's folders, and opening one.
 
 #include <shellapi.h>
 #include <shlobj.h>
 
+#include <cstdio>
 #include <filesystem>
 #include <optional>
 #include <string_view>
@@ -15,6 +16,7 @@
 #include "platform/core/user_folders.h"
 #include "platform/hosts/host.h"
 #include "platform/media_foundation/encoder.h"
+#include "platform/shell32/balloon.h"
 #include "platform/user32/resources.h"
 #include "platform/user32/window.h"
 
@@ -25,6 +27,7 @@ namespace {
 struct Entry {
     HWND window;
     UINT id, callback;
+    std::u16string tip;
 };
 std::optional<Entry> entry;
 
@@ -34,27 +37,36 @@ void publishTip(const std::string& tip) {
     desktop::withShown([&](desktop::Shown& shown) { shown.trayTip = tip; });
 }
 
+// Only a start that stays shows an icon; one that hands over to the first instance has nothing to
+// say.
+void warnOnceOfWayland() {
+    static bool isWarned = false;
+    if (std::exchange(isWarned, true) || !host::current().isWaylandSession()) return;
+    std::fputs("Wayland session: only the windows of X11 programs can be recorded.\n", stderr);
+    showBalloon({u"Wayland session", u"Only the windows of X11 programs can be recorded."});
+}
+
 bool showIcon(const NOTIFYICONDATAW& data) {
     const user32::Icon* const icon = user32::findIcon(data.hIcon);
     const host::TrayIcon shown{
         [id = icon ? icon->id : 0](int side) { return user32::iconImage(id, side); }, data.szTip};
     host::current().setTrayIcon(&shown);
-    entry = {data.hWnd, data.uID, data.uCallbackMessage};
+    entry = {data.hWnd, data.uID, data.uCallbackMessage, data.szTip};
     publishTip(desktop::toUtf8(data.szTip));
+    prepareBalloons();
+    warnOnceOfWayland();
     return true;
 }
 
 // The record says no more than that something failed. That a file was begun and never finished is
 // known here, and the first error after that reports it.
-void showBalloon(const NOTIFYICONDATAW& data) {
+void notify(const NOTIFYICONDATAW& data) {
     const bool isError = data.dwInfoFlags == NIIF_ERROR;
-    const host::Balloon balloon{data.szInfoTitle, data.szInfo, isError,
-                                isError && media::takeLoss()};
     desktop::withShown([&](desktop::Shown& shown) {
         shown.balloons.push_back(
-            {desktop::toUtf8(balloon.title), desktop::toUtf8(balloon.text), balloon.isError});
+            {desktop::toUtf8(data.szInfoTitle), desktop::toUtf8(data.szInfo), isError});
     });
-    host::current().showBalloon(balloon);
+    showBalloon({data.szInfoTitle, data.szInfo, isError, isError && media::takeLoss()});
 }
 
 void refuseUnknown(const desktop::Call& call, DWORD command, const NOTIFYICONDATAW& data) {
@@ -70,6 +82,8 @@ void forgetIcon() {
     if (!entry) return;
     entry.reset();
     host::current().setTrayIcon(nullptr);
+    hideTip();
+    hideBalloons();
     publishTip("");
 }
 
@@ -78,7 +92,7 @@ bool carryOut(DWORD command, const NOTIFYICONDATAW& data) {
     if (isOurs == (command == NIM_ADD)) return false;
     if (command == NIM_DELETE) return forgetIcon(), true;
     if (data.uFlags == allOfTheIcon) return showIcon(data);
-    if (data.szInfo[0]) showBalloon(data);
+    if (data.szInfo[0]) notify(data);
     return true;
 }
 
@@ -87,19 +101,26 @@ bool carryOut(DWORD command, const NOTIFYICONDATAW& data) {
 }  // namespace shell32
 
 void user32::removeTrayIconOf(HWND window) {
+    shell32::forgetBalloon(window);
     if (shell32::entry && shell32::entry->window == window) shell32::forgetIcon();
 }
 
 // Mouse messages are posted to the icon's window. A shell that has started again has forgotten the
 // icon, and every window hears of it.
 void user32::takeTrayEvent(const host::Event& event) {
+    using host::Event;
     auto& entry = shell32::entry;
-    if (event.kind == host::Event::TaskbarCreated) {
+    if (event.kind == Event::NoticeShown || event.kind == Event::NoticeRefused)
+        return shell32::takeAnswer(event);
+    shell32::hideTip();
+    if (event.kind == Event::TaskbarCreated) {
         entry.reset();
         shell32::publishTip("");
         tellAll(desktop::registeredMessage(u"TaskbarCreated"), 0, 0);
-    } else if (entry) {
+    } else if (entry && event.kind == Event::TrayMouse) {
         post(entry->window, entry->callback, entry->id, static_cast<LPARAM>(event.message));
+    } else if (entry && event.kind == Event::TrayEntered && !entry->tip.empty()) {
+        shell32::showTip(entry->tip, event.icon);
     }
 }
 

@@ -57,9 +57,23 @@ struct Timer {
 Timer timer;
 
 int millisecondsToTimer() {
-    if (!timer.window) return -1;
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(timer.due - Clock::now());
+    Clock::time_point due = timer.window ? timer.due : Clock::time_point::max();
+    for (const Window& window : windows) due = std::min(due, window.alarm.value_or(due));
+    if (due == Clock::time_point::max()) return -1;
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(due - Clock::now());
     return static_cast<int>(std::max<std::int64_t>(left.count(), 0));
+}
+
+void ringAlarms() {
+    const auto isDue = [](const Window& window) {
+        return window.alarm && *window.alarm <= Clock::now();
+    };
+    for (;;) {
+        const auto found = std::ranges::find_if(windows, isDue);
+        if (found == windows.end()) return;
+        found->alarm.reset();
+        send(found->handle, WM_TIMER, 0, 0);
+    }
 }
 
 void stopTimer() {
@@ -128,6 +142,7 @@ bool peek(MSG& message, HWND window = nullptr, UINT only = 0) {
     enterUserInterface();
     for (bool again = true; again;) {
         answerMail();
+        ringAlarms();
         if (endAsked.exchange(false)) {
             tellAll(WM_QUERYENDSESSION, 0, 0);
             tellSessionEnd(true);

@@ -72,6 +72,8 @@ struct Window : Creation {
     RECT dirty{};  // in client coordinates; empty: nothing to paint
     bool erase = false;
     HDC painting = nullptr;
+    // When a window of the layer gets a WM_TIMER, of which the program sees nothing.
+    std::optional<std::chrono::steady_clock::time_point> alarm;
 };
 
 inline int width(const Window& window) { return window.bounds.right - window.bounds.left; }

@@ -12,6 +12,7 @@
 
 #include "platform/control.h"
 #include "platform/hosts/host.h"
+#include "platform/shell32/balloon.h"
 #include "tests/live/xvfb.h"
 
 using host::Event, host::KeyGrab;
@@ -226,19 +227,35 @@ TEST_F(LiveHost, iconIsDrawnInEveryTrayThatComes) {
         })) << slot.left
             << ' ' << slot.right;
         user::move(slot.left + 1, slot.top + 1);
-        EXPECT_TRUE(
-            goOnUntil([&] { return live::boundsOf(live::findWindow("Tip")).bottom <= slot.top; }));
+        ASSERT_TRUE(comes(Event::TrayEntered));
+        EXPECT_EQ(events.back().icon.left, slot.left);
+        EXPECT_EQ(events.back().icon.bottom, slot.bottom);
         live::end(tray);
+        EXPECT_TRUE(comes(Event::TrayLeft));
         EXPECT_TRUE(goOnUntil([] { return !live::findWindow("Tip"); }));
     }
     desk->setTrayIcon(nullptr);
 }
 
-TEST_F(LiveHost, balloonGoesToTheNotificationService) {
+// With the layer's windows.
+struct LiveBalloons : LiveHost {
+    LiveBalloons() { host::use(*desk); }
+
+    // The program hears of nothing.
+    bool goOnUntil(const std::function<bool()>& condition) {
+        MSG message;
+        return user::waitUntil([&] {
+            EXPECT_FALSE(PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE));
+            return condition();
+        });
+    }
+};
+
+TEST_F(LiveBalloons, goToTheNotificationService) {
     const live::SessionBus bus(true);
     const auto show = [&](const std::u16string& text, bool isError = false, bool isUrgent = false) {
         const std::string before = bus.last("body");
-        desk->showBalloon({u"Quorvel Desk Clip", text, isError, isUrgent});
+        shell32::showBalloon({u"Quorvel Desk Clip", text, isError, isUrgent});
         EXPECT_TRUE(goOnUntil([&] { return bus.last("body") != before; }));
         return bus.last("body") + " " + bus.last("timeout") + " " + bus.last("urgency");
     };
@@ -261,13 +278,13 @@ TEST_F(LiveHost, balloonGoesToTheNotificationService) {
 }
 
 // The bus does not answer in time. What was meant for it is not to be shown when it does.
-TEST_F(LiveHost, balloonThatWasGivenUpIsNotShownLater) {
+TEST_F(LiveBalloons, thatWereGivenUpAreNotShownLater) {
     const live::SessionBus bus(true);
     kill(bus.daemon, SIGSTOP);
-    desk->showBalloon({u"Quorvel Desk Clip", u"late"});
+    shell32::showBalloon({u"Quorvel Desk Clip", u"late"});
     EXPECT_TRUE(goOnUntil([] { return live::findWindow("late") != 0; }));
     kill(bus.daemon, SIGCONT);
-    desk->showBalloon({u"Quorvel Desk Clip", u"next"});
+    shell32::showBalloon({u"Quorvel Desk Clip", u"next"});
     EXPECT_TRUE(goOnUntil([&] { return bus.last("body") == "'next'"; }));
     EXPECT_EQ(readFile(bus.notices).find("late"), std::string::npos);
     EXPECT_FALSE(live::findWindow("late"));
@@ -275,16 +292,16 @@ TEST_F(LiveHost, balloonThatWasGivenUpIsNotShownLater) {
 
 // Nobody shows notices here, so each is a window of its own above the panel, until it is clicked.
 // An error stays.
-TEST_F(LiveHost, balloonWithoutANotificationService) {
+TEST_F(LiveBalloons, withoutANotificationService) {
     live::run("xprop -root -f _NET_WORKAREA 32c -set _NET_WORKAREA '0, 0, 1920, 1000'");
     const std::string copied = "Copied — paste the video file.";
     for (const bool hasBus : {true, false}) {  // It ends while the program runs.
         SCOPED_TRACE(hasBus);
         std::optional<live::SessionBus> bus;
         if (hasBus) bus.emplace(false);
-        desk->showBalloon({u"Quorvel Desk Clip", u"lost", true});
-        desk->showBalloon({u"Quorvel Desk Clip", u"Finishing"});
-        desk->showBalloon({u"Quorvel Desk Clip", u"Copied \u2014 paste the video file."});
+        shell32::showBalloon({u"Quorvel Desk Clip", u"lost", true});
+        shell32::showBalloon({u"Quorvel Desk Clip", u"Finishing"});
+        shell32::showBalloon({u"Quorvel Desk Clip", u"Copied \u2014 paste the video file."});
         ASSERT_TRUE(goOnUntil([&] { return live::findWindow(copied) != 0; }));
         EXPECT_EQ(live::findWindow("Finishing"), 0u);
         const RECT error = live::boundsOf(live::findWindow("lost"));

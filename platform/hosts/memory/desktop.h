@@ -65,8 +65,6 @@ struct Desktop {
     // tray.cpp
     bool clipboardHeld = false;
     std::optional<host::TrayIcon> trayIcon;
-    std::optional<host::Balloon> balloon;
-    std::chrono::steady_clock::time_point balloonUntil{};
 };
 
 Desktop& theDesktop();
@@ -82,6 +80,8 @@ struct Locked {
 
 void openEvents(Desktop& desktop);
 void queueEvent(Desktop& desktop, const host::Event& event);
+RECT workArea(const Desktop& desktop);
+RECT iconArea(const Desktop& desktop);
 void noteChange(Desktop& desktop);  // a capture would see something new
 
 struct Host final : host::Host {
@@ -119,7 +119,7 @@ struct Host final : host::Host {
     void leaveClipboard() override {}
 
     void setTrayIcon(const host::TrayIcon* icon) override;
-    void showBalloon(const host::Balloon& balloon) override;
+    RECT workArea() override;
     bool openFolder(const std::string&) override { return true; }
 };
 

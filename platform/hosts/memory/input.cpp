@@ -49,6 +49,11 @@ host::Surface surfaceAt(const Desktop& desktop, POINT at) {
     return 0;
 }
 
+bool isOnIcon(const Desktop& desktop) {
+    return desktop.trayIcon && gdi::contains(iconArea(desktop), desktop.pointer) &&
+           !surfaceAt(desktop, desktop.pointer);
+}
+
 // Repeats and the release of a key go where its press went, even if the hook that took the press is
 // gone.
 bool belongsToTheProgram(Desktop& desktop, const Event& event, bool taken) {
@@ -125,8 +130,13 @@ using memory::Locked;
 
 void movePointer(int x, int y) {
     const Locked record;
+    const bool wasOnIcon = memory::isOnIcon(*record);
     record->pointer = {x, y};
     memory::queueInput(*record, Event::PointerMoved, 0, 0);
+    const bool isOnIcon = memory::isOnIcon(*record);
+    if (isOnIcon == wasOnIcon) return;
+    memory::queueEvent(*record, {.kind = isOnIcon ? Event::TrayEntered : Event::TrayLeft,
+                                 .icon = memory::iconArea(*record)});
 }
 
 void pressButton(int button) { memory::queueInput(*Locked(), Event::ButtonPressed, button, 0); }

@@ -1,14 +1,12 @@
 // What the embedded desktop shows, to a capture and to the user, who also sees a taskbar with the
-// tray icon and a balloon.
+// tray icon.
 
 #include <cairo.h>
 
 #include <algorithm>
-#include <cstring>
 #include <stdexcept>
 
 #include "platform/gdi32/canvas.h"
-#include "platform/hosts/balloon.h"
 #include "platform/hosts/memory/desktop.h"
 
 namespace memory {
@@ -21,54 +19,29 @@ namespace {
 // there.
 constexpr int rowAlignment = 256;
 
-struct Layer {
-    const RECT& bounds;
-    const std::uint32_t* pixels;
-    std::uint32_t opacity;
-};
-
-void mixRow(std::uint32_t* target, const std::uint32_t* source, LONG count, std::uint32_t opacity) {
-    for (LONG x = 0; x < count; ++x) {
-        std::uint32_t mixed = 0xFF000000;
-        for (int shift = 0; shift < 24; shift += 8) {
-            const std::uint32_t above = source[x] >> shift & 0xFF,
-                                below = target[x] >> shift & 0xFF;
-            mixed |= (above * opacity + below * (255 - opacity) + 127) / 255 << shift;
-        }
-        target[x] = mixed;
-    }
+void addArea(const gdi::Cairo& context, const RECT& area) {
+    cairo_rectangle(context.get(), area.left, area.top, area.right - area.left,
+                    area.bottom - area.top);
 }
 
-RECT areaOf(const Canvas& canvas) {
-    return {canvas.origin.x, canvas.origin.y, canvas.origin.x + canvas.width,
-            canvas.origin.y + canvas.height};
+void put(const gdi::Cairo& context, const std::uint32_t* pixels, const RECT& bounds,
+         BYTE opacity = 255, cairo_format_t format = CAIRO_FORMAT_RGB24) {
+    const int width = bounds.right - bounds.left;
+    auto* const bytes = reinterpret_cast<unsigned char*>(const_cast<std::uint32_t*>(pixels));
+    const gdi::CairoSurface image(cairo_image_surface_create_for_data(
+        bytes, format, width, bounds.bottom - bounds.top, width * 4));
+    cairo_set_source_surface(context.get(), image.get(), bounds.left, bounds.top);
+    cairo_paint_with_alpha(context.get(), opacity / 255.0);
 }
 
-void put(const Layer& layer, const RECT& piece, const Canvas& target) {
-    const RECT& bounds = layer.bounds;
-    const RECT seen = gdi::intersection(gdi::intersection(piece, bounds), areaOf(target));
-    const LONG count = seen.right - seen.left;
-    for (LONG y = seen.top; y < seen.bottom; ++y) {
-        const std::uint32_t* const from =
-            layer.pixels +
-            static_cast<std::ptrdiff_t>(y - bounds.top) * (bounds.right - bounds.left) +
-            (seen.left - bounds.left);
-        std::uint32_t* const to = target.pixels +
-                                  static_cast<std::ptrdiff_t>(y - target.origin.y) * target.stride +
-                                  (seen.left - target.origin.x);
-        if (layer.opacity == 255)
-            std::copy_n(from, count, to);
-        else
-            mixRow(to, from, count, layer.opacity);
-    }
-}
-
-// What the monitors show without windows. Positions that no monitor covers are black.
-void putMonitors(const Desktop& desktop, const Canvas& target) {
-    const RECT area = areaOf(target);
-    if (gdi::difference(area, desktop.bounds).size())
-        std::fill_n(target.pixels, static_cast<std::ptrdiff_t>(target.height) * target.stride, 0);
-    put({desktop.bounds, desktop.picture.data(), 255}, area, target);
+// What the monitors show without windows, in the coordinates of the desktop. Positions that no
+// monitor covers are black.
+gdi::Cairo putMonitors(const Desktop& desktop, const Canvas& target) {
+    gdi::Cairo context = gdi::cairoOn({target.pixels, target.width, target.height, target.stride});
+    cairo_translate(context.get(), -target.origin.x, -target.origin.y);
+    cairo_paint(context.get());
+    put(context, desktop.picture.data(), desktop.bounds);
+    return context;
 }
 
 bool isSeen(const Surface& surface) {
@@ -78,67 +51,45 @@ bool isSeen(const Surface& surface) {
            surface.height == bounds.bottom - bounds.top;
 }
 
-void putSurfaces(const Desktop& desktop, bool forCapture, const Canvas& target) {
+void putSurfaces(const Desktop& desktop, bool forCapture, const gdi::Cairo& context) {
     for (const host::Surface surface : desktop.order) {
         const Surface& record = desktop.surfaces.at(surface);
-        const host::Placement& placement = record.placement;
-        if (!isSeen(record) || (forCapture && placement.excludedFromCapture)) continue;
-        const Layer layer{placement.bounds, record.pixels.data(), placement.opacity};
-        if (placement.shape.empty()) put(layer, placement.bounds, target);
-        for (const RECT& piece : placement.shape)
-            put(layer, gdi::moved(piece, placement.bounds.left, placement.bounds.top), target);
+        const auto& [bounds, opacity, shape, passesMouse, isExcluded, topmost] = record.placement;
+        if (!isSeen(record) || (forCapture && isExcluded)) continue;
+        for (const RECT& piece : shape)
+            addArea(context, gdi::moved(piece, bounds.left, bounds.top));
+        if (!shape.empty()) cairo_clip(context.get());
+        put(context, record.pixels.data(), bounds, opacity);
+        cairo_reset_clip(context.get());
     }
 }
 
 void capture(const Canvas& target) {
     const Locked desktop;
-    putMonitors(*desktop, target);
-    putSurfaces(*desktop, true, target);
+    putSurfaces(*desktop, true, putMonitors(*desktop, target));
 }
 
-int scaled(const Desktop& desktop, int length) {
-    return length * static_cast<int>(desktop.monitors.front().dpi) / 96;
-}
-
-RECT onCanvas(const Canvas& canvas, const RECT& area) {
-    return gdi::moved(area, -canvas.origin.x, -canvas.origin.y);
-}
-
-gdi::Canvas plain(const Canvas& canvas) {
-    return {canvas.pixels, canvas.width, canvas.height, canvas.stride};
-}
-
-// The shell is below the windows, so a sheet over the whole monitor dims it too.
-void putTaskbar(const Desktop& desktop, const Canvas& target) {
-    const RECT& screen = desktop.monitors.front().bounds;
-    const LONG top = screen.bottom - scaled(desktop, 40);
-    gdi::fill(plain(target), onCanvas(target, {screen.left, top, screen.right, screen.bottom}),
-              0xFF1F2430);
+// The taskbar is below the windows, so a sheet over the whole monitor dims it too.
+void putTaskbar(const Desktop& desktop, const gdi::Cairo& context) {
+    RECT bar = desktop.monitors.front().bounds;
+    bar.top = workArea(desktop).bottom;
+    gdi::setColor(context, 0x1F2430);
+    addArea(context, bar);
+    cairo_fill(context.get());
     if (!desktop.trayIcon) return;
-    const host::IconImage icon = desktop.trayIcon->image(scaled(desktop, 16));
-    const LONG left = screen.right - scaled(desktop, 48);
-    const LONG middle = (top + screen.bottom - icon.side) / 2;
-    gdi::blend(plain(target), {left - target.origin.x, middle - target.origin.y}, icon.pixels,
-               icon.side);
-}
-
-void putBalloon(const Desktop& desktop, const Canvas& target) {
-    if (!desktop.balloon || std::chrono::steady_clock::now() > desktop.balloonUntil) return;
-    const host::Monitor& screen = desktop.monitors.front();
-    const host::BalloonImage image = host::paintBalloon(*desktop.balloon, screen.dpi);
-    const LONG right = screen.bounds.right - scaled(desktop, 12),
-               bottom = screen.bounds.bottom - scaled(desktop, 52);
-    const RECT box{right - image.width, bottom - image.height, right, bottom};
-    put({box, image.pixels.data(), 255}, box, target);
+    const RECT area = iconArea(desktop);
+    const host::IconImage icon = desktop.trayIcon->image(area.right - area.left);
+    put(context, icon.pixels.data(),
+        {area.left, area.top, area.left + icon.side, area.top + icon.side}, 255,
+        CAIRO_FORMAT_ARGB32);
 }
 
 // As the user sees it.
 void show(const Canvas& target) {
     const Locked desktop;
-    putMonitors(*desktop, target);
-    putTaskbar(*desktop, target);
-    putBalloon(*desktop, target);
-    putSurfaces(*desktop, false, target);
+    const gdi::Cairo context = putMonitors(*desktop, target);
+    putTaskbar(*desktop, context);
+    putSurfaces(*desktop, false, context);
 }
 
 }  // namespace

@@ -1,10 +1,10 @@
-// The embedded desktop's taskbar, with one icon and one balloon at a time, its clipboard and its
-// name.
+// The embedded desktop's taskbar with one icon, its clipboard and its name.
 
 #include <unistd.h>
 
 #include <cstdlib>
 
+#include "platform/gdi32/canvas.h"
 #include "platform/hosts/memory/desktop.h"
 
 namespace memory {
@@ -18,15 +18,23 @@ std::string Host::session() {
 bool Host::openClipboard() { return !Locked()->clipboardHeld; }
 
 void Host::setTrayIcon(const host::TrayIcon* icon) {
-    const Locked desktop;
-    desktop->trayIcon = icon ? std::optional(*icon) : std::nullopt;
-    if (!icon) desktop->balloon.reset();
+    Locked()->trayIcon = icon ? std::optional(*icon) : std::nullopt;
 }
 
-void Host::showBalloon(const host::Balloon& balloon) {
-    const Locked desktop;
-    desktop->balloon = balloon;
-    desktop->balloonUntil = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+RECT Host::workArea() { return memory::workArea(*Locked()); }
+
+RECT workArea(const Desktop& desktop) {
+    RECT area = desktop.monitors.front().bounds;
+    area.bottom -= gdi::scaled(40, desktop.monitors.front().dpi);
+    return area;
+}
+
+// In the middle of the taskbar's height.
+RECT iconArea(const Desktop& desktop) {
+    const auto& [id, bounds, rotation, dpi, primary] = desktop.monitors.front();
+    const LONG left = bounds.right - gdi::scaled(48, dpi), side = gdi::scaled(16, dpi);
+    const LONG top = bounds.bottom - gdi::scaled(28, dpi);
+    return {left, top, left + side, top + side};
 }
 
 }  // namespace memory
@@ -44,7 +52,6 @@ void clickTray(UINT mouseMessage) {
 void restartShell() {
     const Locked record;
     record->trayIcon.reset();
-    record->balloon.reset();
     memory::queueEvent(*record, {.kind = host::Event::TaskbarCreated});
 }
 

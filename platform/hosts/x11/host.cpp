@@ -85,7 +85,7 @@ std::string X11Host::session() {
 int X11Host::eventDescriptor() { return eventsDescriptor(); }
 
 bool X11Host::nextEvent(Event& event) {
-    attendToBalloons();
+    attendToNotices();
     while (told.empty()) {
         const RawEvent raw = takeEvent();
         if (raw)

@@ -49,7 +49,10 @@ struct X11Host final : Host {
     void leaveClipboard() override;
 
     void setTrayIcon(const TrayIcon* icon) override;
-    void showBalloon(const Balloon& balloon) override;
+    UINT sendNotice(const Notice& notice) override;
+    void withdrawNotices() override;
+    RECT workArea() override;
+    bool isWaylandSession() override;
     bool openFolder(const std::string& path) override;
 };
 
@@ -84,9 +87,6 @@ bool tellsOfMonitors(const xcb_generic_event_t& event);
 // As of the last event, from any thread; one without an id if there is none.
 Monitor findMonitor(std::uintptr_t id);
 Monitor primaryMonitor();
-RECT primaryWorkArea();  // without what panels cover, if the window manager says so
-// Whether a Wayland session keeps the display for X11 programs, as its monitors' names may say.
-bool isWaylandSession();
 
 // surface.cpp
 void openSurfaces();
@@ -97,12 +97,7 @@ bool isSurface(xcb_window_t window);
 bool askToKeepOffer();
 bool isOfferBeingKept();  // The manager has not answered yet.
 
-// balloon.cpp
-// A small window with a text, its lower right corner there, for some seconds or until it is hidden.
-Surface showNote(const Balloon& text, POINT corner);
-bool hideNote(Surface surface);  // false: it was none, or has gone
-bool isNote(Surface surface);
-// Continues with what is on its way; part of looking for events.
-void attendToBalloons();
+// notice.cpp
+void attendToNotices();  // Continues with what is on its way; part of looking for events.
 
 }  // namespace host::x11

@@ -249,10 +249,6 @@ bool pointerEvent(const xcb_generic_event_t& event) {
     const auto& button = reinterpret_cast<const xcb_button_press_event_t&>(event);
     const auto& motion = reinterpret_cast<const xcb_motion_notify_event_t&>(event);
     if (!isSurface(button.event)) return false;
-    if (isNote(button.event)) {
-        if (type == XCB_BUTTON_PRESS) hideNote(button.event);
-        return true;
-    }
     if (type != XCB_MOTION_NOTIFY)
         tellButton(button, type == XCB_BUTTON_PRESS);
     else if (!isOutdone(motion))

@@ -115,7 +115,8 @@ std::vector<Monitor> X11Host::monitors() {
 Monitor findMonitor(std::uintptr_t id) { return findBy(&Monitor::id, id); }
 Monitor primaryMonitor() { return findBy(&Monitor::primary, true); }
 
-bool isWaylandSession() {
+// Such a session keeps the display for X11 programs; the names of its monitors may say so.
+bool X11Host::isWaylandSession() {
     if (std::getenv("WAYLAND_DISPLAY")) return true;
     const auto reply =
         await(xcb_randr_get_monitors_reply, xcb_randr_get_monitors(connection(), root(), 1));
@@ -133,7 +134,7 @@ bool isWaylandSession() {
 }
 
 // The area of the current desktop, of all monitors together: left, top, width, height.
-RECT primaryWorkArea() {
+RECT X11Host::workArea() {
     const RECT whole = primaryMonitor().bounds;
     const auto desktop = numberProperty(root(), atom("_NET_CURRENT_DESKTOP"));
     const auto areas = numberProperty(root(), atom("_NET_WORKAREA"));

@@ -6,7 +6,6 @@
 #include <cairo-xcb.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <optional>
 #include <utility>
@@ -22,7 +21,6 @@ std::optional<TrayIcon> wanted;
 xcb_window_t tray = 0;  // 0: there is none
 xcb_window_t icon = 0;
 xcb_colormap_t colormap = 0;
-Surface tip = 0;
 Visual visual;
 int width = 0, height = 0;
 int asked = 0;  // the side that the tray was asked for, until it has made its first slot
@@ -89,8 +87,8 @@ void askToDock() {
 }
 
 void dropIcon() {
-    hideNote(tip);
     if (!icon) return;
+    report({.kind = Event::TrayLeft});
     xcb_destroy_window(connection(), std::exchange(icon, 0));
     xcb_free_colormap(connection(), colormap);
 }
@@ -142,12 +140,6 @@ void draw() {
     xcb_flush(connection());
 }
 
-// Windows of other programs than X11's are not on this display, so a clip does not show them.
-void warnOfWayland(Host& host) {
-    std::fputs("Wayland session: only the windows of X11 programs can be recorded.\n", stderr);
-    host.showBalloon({u"Wayland session", u"Only the windows of X11 programs can be recorded."});
-}
-
 void tellMouse(UINT message) { report({.kind = Event::TrayMouse, .message = message}); }
 
 bool isSecondPress(const xcb_button_press_event_t& press) {
@@ -158,24 +150,15 @@ bool isSecondPress(const xcb_button_press_event_t& press) {
 
 // A press of another button in between makes two clicks of it.
 void press(const xcb_button_press_event_t& event) {
-    hideNote(tip);
     const bool second = isSecondPress(event);
     if (event.detail == 1) tellMouse(second ? UINT(WM_LBUTTONDBLCLK) : UINT(WM_LBUTTONDOWN));
     if (event.detail == 3) tellMouse(WM_RBUTTONDOWN);
     lastPress = second ? xcb_button_press_event_t{} : event;
 }
 
-void showTip(const xcb_enter_notify_event_t& enter) {
-    hideNote(tip);
-    if (!wanted || wanted->tip.empty()) return;
-    const auto scaled = [&](LONG length) {
-        return length * static_cast<LONG>(primaryMonitor().dpi) / 96;
-    };
-    // Away from the pointer, on the side where the screen is.
-    const LONG above = enter.root_y - enter.event_y - scaled(4);
-    const LONG below = enter.root_y + height + scaled(60);
-    tip = showNote({u"", wanted->tip},
-                   {std::max<LONG>(enter.root_x, scaled(340)), above > scaled(60) ? above : below});
+void tellEntered(const xcb_enter_notify_event_t& enter) {
+    const LONG left = enter.root_x - enter.event_x, top = enter.root_y - enter.event_y;
+    report({.kind = Event::TrayEntered, .icon = {left, top, left + width, top + height}});
 }
 
 void resize(const xcb_configure_notify_event_t& structure) {
@@ -205,9 +188,9 @@ bool iconEvent(const xcb_generic_event_t& event) {
     else if (type == XCB_BUTTON_RELEASE && button.event == icon)
         release(button);
     else if (type == XCB_ENTER_NOTIFY && button.event == icon)
-        showTip(reinterpret_cast<const xcb_enter_notify_event_t&>(event));
+        tellEntered(reinterpret_cast<const xcb_enter_notify_event_t&>(event));
     else if (type == XCB_LEAVE_NOTIFY && button.event == icon)
-        hideNote(tip);
+        report({.kind = Event::TrayLeft});
     else
         return false;
     return true;
@@ -215,11 +198,7 @@ bool iconEvent(const xcb_generic_event_t& event) {
 
 }  // namespace
 
-// Only a start that stays shows an icon; one that hands over to the first instance has nothing to
-// say.
 void X11Host::setTrayIcon(const TrayIcon* shown) {
-    static bool isWarned = false;
-    if (shown && !std::exchange(isWarned, true) && isWaylandSession()) warnOfWayland(*this);
     if (!shown) {
         wanted.reset();
         dropIcon();
