@@ -165,10 +165,11 @@ void showTip(const std::u16string& text, const RECT& icon) {
     notice.milliseconds = showTime;
     tip = makeWindow(notice);
     const RECT screen = user32::primaryMonitor().bounds;
-    const LONG wide = user32::width(*user32::find(tip)), high = user32::height(*user32::find(tip));
-    const LONG above = icon.top - unit(4), below = icon.bottom + unit(4) + high;
+    const SIZE size = sizeOf(notice);
+    const LONG above = icon.top - unit(4), below = icon.bottom + unit(4) + size.cy;
     show(tip, notice,
-         {std::max(icon.right, screen.left + wide), above - high >= screen.top ? above : below});
+         {std::max(icon.right, screen.left + size.cx),
+          above - size.cy >= screen.top ? above : below});
 }
 
 void hideTip() {
