@@ -4,6 +4,8 @@
 
 #include "platform/hosts/x11/host.h"
 
+#include <glib.h>
+
 #include <algorithm>
 
 #include "platform/hosts/x11/display.h"
@@ -17,31 +19,16 @@ struct Form {
     std::string text;
 };
 
-xcb_window_t owner = 0;
 xcb_timestamp_t since = 0;
 std::vector<Form> offered;
 bool managerIsAsked = false;
 
-// Every byte beyond RFC 3986's unreserved characters is escaped, except the path's own slashes.
-std::string addressOf(const std::string& path) {
-    static constexpr char digits[] = "0123456789ABCDEF";
-    static constexpr std::string_view plain =
-        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~/";
-    std::string address = "file://";
-    for (const char character : path) {
-        const auto byte = static_cast<unsigned char>(character);
-        if (plain.find(character) != std::string_view::npos)
-            address += character;
-        else
-            address += {'%', digits[byte >> 4], digits[byte & 15]};
-    }
-    return address;
-}
-
 void setOffer(const std::vector<std::string>& paths) {
     std::string list, copy = "copy";
     for (const std::string& path : paths) {
-        const std::string address = addressOf(path);
+        // All but the unreserved characters and the path's own slashes is escaped.
+        const Owned<char> escaped(g_uri_escape_string(path.c_str(), "/", FALSE));
+        const std::string address = std::string("file://") + escaped.get();
         list += address + "\r\n";
         copy += '\n' + address;
     }
@@ -49,14 +36,6 @@ void setOffer(const std::vector<std::string>& paths) {
                {"x-special/gnome-copied-files", copy},
                {"x-special/mate-copied-files", copy},
                {"application/x-kde-cutselection", "0"}};
-}
-
-xcb_window_t ownerWindow() {
-    if (owner) return owner;
-    owner = xcb_generate_id(connection());
-    xcb_create_window(connection(), 0, owner, root(), 0, 0, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_ONLY,
-                      XCB_COPY_FROM_PARENT, 0, nullptr);
-    return owner;
 }
 
 xcb_window_t ownerOf(const char* selection) {
@@ -71,23 +50,17 @@ std::vector<std::uint32_t> offeredTargets() {
     return targets;
 }
 
-void putNumbers(xcb_window_t window, xcb_atom_t property, xcb_atom_t type,
-                const std::vector<std::uint32_t>& numbers) {
-    xcb_change_property(connection(), XCB_PROP_MODE_REPLACE, window, property, type, 32,
-                        static_cast<std::uint32_t>(numbers.size()), numbers.data());
-}
-
 // False: not in that form.
 bool hand(xcb_window_t window, xcb_atom_t target, xcb_atom_t property) {
     if (target == atom("TARGETS")) {
         std::vector<std::uint32_t> targets = offeredTargets();
         for (const char* const each : {"TARGETS", "TIMESTAMP", "MULTIPLE"})
             targets.push_back(atom(each));
-        putNumbers(window, property, XCB_ATOM_ATOM, targets);
+        setProperty(window, property, XCB_ATOM_ATOM, targets);
         return true;
     }
     if (target == atom("TIMESTAMP")) {
-        putNumbers(window, property, XCB_ATOM_INTEGER, {since});
+        setProperty(window, property, XCB_ATOM_INTEGER, {since});
         return true;
     }
     const auto form = std::ranges::find_if(
@@ -104,7 +77,7 @@ bool handSeveral(xcb_window_t window, xcb_atom_t property) {
     if (pairs.empty()) return false;
     for (std::size_t i = 0; i + 1 < pairs.size(); i += 2)
         if (!hand(window, pairs[i], pairs[i + 1])) pairs[i] = XCB_ATOM_NONE;
-    putNumbers(window, property, atom("ATOM_PAIR"), pairs);
+    setProperty(window, property, atom("ATOM_PAIR"), pairs);
     return true;
 }
 
@@ -138,18 +111,18 @@ void X11Host::clearClipboard() {
 
 bool X11Host::offerFiles(const std::vector<std::string>& paths) {
     since = serverTime();
-    xcb_set_selection_owner(connection(), ownerWindow(), atom("CLIPBOARD"), since);
-    if (ownerOf("CLIPBOARD") != ownerWindow()) return false;
+    xcb_set_selection_owner(connection(), hiddenWindow(), atom("CLIPBOARD"), since);
+    if (ownerOf("CLIPBOARD") != hiddenWindow()) return false;
     setOffer(paths);
     return true;
 }
 
 bool askToKeepOffer() {
-    if (offered.empty() || ownerOf("CLIPBOARD") != owner || !ownerOf("CLIPBOARD_MANAGER"))
+    if (offered.empty() || ownerOf("CLIPBOARD") != hiddenWindow() || !ownerOf("CLIPBOARD_MANAGER"))
         return false;
-    putNumbers(owner, atom("SAVE_TARGETS"), XCB_ATOM_ATOM, offeredTargets());
-    xcb_convert_selection(connection(), owner, atom("CLIPBOARD_MANAGER"), atom("SAVE_TARGETS"),
-                          atom("SAVE_TARGETS"), serverTime());
+    setProperty(hiddenWindow(), atom("SAVE_TARGETS"), XCB_ATOM_ATOM, offeredTargets());
+    xcb_convert_selection(connection(), hiddenWindow(), atom("CLIPBOARD_MANAGER"),
+                          atom("SAVE_TARGETS"), atom("SAVE_TARGETS"), serverTime());
     xcb_flush(connection());
     managerIsAsked = true;
     return true;
@@ -161,17 +134,17 @@ bool clipboardEvent(const xcb_generic_event_t& event) {
     const int type = typeOf(event);
     if (type == XCB_SELECTION_REQUEST) {
         const auto& request = reinterpret_cast<const xcb_selection_request_event_t&>(event);
-        if (request.owner == owner) answer(request);
-        return request.owner == owner;
+        if (request.owner == hiddenWindow()) answer(request);
+        return request.owner == hiddenWindow();
     }
     if (type == XCB_SELECTION_NOTIFY) {
         const auto& notice = reinterpret_cast<const xcb_selection_notify_event_t&>(event);
-        if (notice.requestor == owner) managerIsAsked = false;
-        return notice.requestor == owner;
+        if (notice.requestor == hiddenWindow()) managerIsAsked = false;
+        return notice.requestor == hiddenWindow();
     }
     if (type != XCB_SELECTION_CLEAR) return false;
     const auto& clear = reinterpret_cast<const xcb_selection_clear_event_t&>(event);
-    if (clear.owner != owner) return false;
+    if (clear.owner != hiddenWindow()) return false;
     // Our own clearing is reported too, perhaps only after the next offer.
     if (clear.time == XCB_CURRENT_TIME || clear.time > since) offered.clear();
     return true;

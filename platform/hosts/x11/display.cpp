@@ -199,15 +199,14 @@ bool SharedImage::fetch(int left, int top, int begin, int end) const {
            nullptr;
 }
 
-void SharedImage::put(xcb_window_t window, xcb_gcontext_t context) const {
+void SharedImage::put(xcb_drawable_t target, xcb_gcontext_t context) const {
     const auto wide = static_cast<std::uint16_t>(width);
     const auto high = static_cast<std::uint16_t>(height);
-    xcb_shm_put_image(server, window, context, wide, high, 0, 0, wide, high, 0, 0,
+    xcb_shm_put_image(server, target, context, wide, high, 0, 0, wide, high, 0, 0,
                       screen().root_depth, XCB_IMAGE_FORMAT_Z_PIXMAP, 0, segment, 0);
 }
 
-// The event of a changed property has the server's time.
-xcb_timestamp_t serverTime() {
+xcb_window_t hiddenWindow() {
     static const xcb_window_t window = [] {
         const xcb_window_t made = xcb_generate_id(server);
         const std::uint32_t events = XCB_EVENT_MASK_PROPERTY_CHANGE;
@@ -215,7 +214,13 @@ xcb_timestamp_t serverTime() {
                           XCB_COPY_FROM_PARENT, XCB_CW_EVENT_MASK, &events);
         return made;
     }();
-    setProperty(window, "WM_CLIENT_LEADER", XCB_ATOM_WINDOW, {window});
+    return window;
+}
+
+// The event of a changed property has the server's time.
+xcb_timestamp_t serverTime() {
+    const xcb_window_t window = hiddenWindow();
+    setProperty(window, atom("WM_CLIENT_LEADER"), XCB_ATOM_WINDOW, {window});
     synchronise();
     keepQueuedEvents();
     xcb_timestamp_t time = XCB_CURRENT_TIME;
@@ -228,12 +233,6 @@ xcb_timestamp_t serverTime() {
 
 namespace {
 
-Owned<xcb_get_property_reply_t> property(xcb_window_t window, xcb_atom_t name) {
-    const std::uint32_t most = 1 << 16;  // in units of four bytes
-    return await(xcb_get_property_reply,
-                 xcb_get_property(server, 0, window, name, XCB_ATOM_ANY, 0, most));
-}
-
 void setText(xcb_window_t window, const char* name, const char* type, const std::string& text) {
     xcb_change_property(server, XCB_PROP_MODE_REPLACE, window, atom(name), atom(type), 8,
                         static_cast<std::uint32_t>(text.size()), text.data());
@@ -241,23 +240,18 @@ void setText(xcb_window_t window, const char* name, const char* type, const std:
 
 }  // namespace
 
-std::string textProperty(xcb_window_t window, xcb_atom_t name) {
-    const auto reply = property(window, name);
-    if (!reply || reply->format != 8) return {};
-    const auto length = static_cast<std::size_t>(xcb_get_property_value_length(reply.get()));
-    return {static_cast<const char*>(xcb_get_property_value(reply.get())), length};
-}
-
 std::vector<std::uint32_t> numberProperty(xcb_window_t window, xcb_atom_t name) {
-    const auto reply = property(window, name);
+    const std::uint32_t most = 1 << 16;
+    const auto reply = await(xcb_get_property_reply,
+                             xcb_get_property(server, 0, window, name, XCB_ATOM_ANY, 0, most));
     if (!reply || reply->format != 32) return {};
     const auto* const values = static_cast<std::uint32_t*>(xcb_get_property_value(reply.get()));
-    return {values, values + xcb_get_property_value_length(reply.get()) / 4};
+    return {values, values + reply->value_len};
 }
 
-void setProperty(xcb_window_t window, const char* name, xcb_atom_t type,
+void setProperty(xcb_window_t window, xcb_atom_t name, xcb_atom_t type,
                  const std::vector<std::uint32_t>& values) {
-    xcb_change_property(server, XCB_PROP_MODE_REPLACE, window, atom(name), type, 32,
+    xcb_change_property(server, XCB_PROP_MODE_REPLACE, window, name, type, 32,
                         static_cast<std::uint32_t>(values.size()), values.data());
 }
 
@@ -281,7 +275,8 @@ void nameWindow(xcb_window_t window, const std::string& title) {
         setText(window, name, "UTF8_STRING", title.empty() ? program : title);
     setText(window, "WM_CLASS", "STRING", program + '\0' + program + '\0');
     setText(window, "WM_CLIENT_MACHINE", "STRING", machine);
-    setProperty(window, "_NET_WM_PID", XCB_ATOM_CARDINAL, {static_cast<std::uint32_t>(getpid())});
+    setProperty(window, atom("_NET_WM_PID"), XCB_ATOM_CARDINAL,
+                {static_cast<std::uint32_t>(getpid())});
 }
 
 }  // namespace host::x11

@@ -67,6 +67,7 @@ auto await(Fetch fetch, Cookie cookie) {
 bool carriedOut(xcb_void_cookie_t cookie);
 // Waits until the server has carried out everything so far.
 void synchronise();
+xcb_window_t hiddenWindow();  // It owns the clipboard.
 // The server's present time, which selections want.
 xcb_timestamp_t serverTime();
 
@@ -77,9 +78,9 @@ struct SharedImage {
     // Fills the rows from `begin` up to `end` with what the screen shows there when the image is
     // at `left`, `top`. False if the display does not answer or the area is not on the screen.
     bool fetch(int left, int top, int begin, int end) const;
-    // Puts the whole image into a window of the screen's depth. The pixels must stay as they are
+    // Puts the whole image into a drawable of the screen's depth. The pixels must stay as they are
     // until the server has carried it out.
-    void put(xcb_window_t window, xcb_gcontext_t context) const;
+    void put(xcb_drawable_t target, xcb_gcontext_t context) const;
 
     xcb_connection_t* server;
     xcb_shm_seg_t segment;
@@ -90,10 +91,9 @@ struct SharedImage {
 // Null if the memory cannot be had or the display cannot share it. Waits for the display's answer.
 std::unique_ptr<SharedImage> shareImage(xcb_connection_t* server, int width, int height);
 
-// What a property holds, as bytes or as 32-bit values; empty if it is not there.
-std::string textProperty(xcb_window_t window, xcb_atom_t property);
+// The values of 32 bits that a property holds; none if it is not there.
 std::vector<std::uint32_t> numberProperty(xcb_window_t window, xcb_atom_t property);
-void setProperty(xcb_window_t window, const char* property, xcb_atom_t type,
+void setProperty(xcb_window_t window, xcb_atom_t property, xcb_atom_t type,
                  const std::vector<std::uint32_t>& values);
 // Says whose window this is, and what it is called: by the program's name if it has no title.
 void nameWindow(xcb_window_t window, const std::string& title);

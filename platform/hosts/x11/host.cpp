@@ -2,10 +2,9 @@
 
 #include "platform/hosts/x11/host.h"
 
-#include <fcntl.h>
+#include <glib.h>
 #include <poll.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -46,17 +45,6 @@ void handle(const xcb_generic_event_t& event) {
     for (const auto part : {keyboardEvent, trayEvent, pointerEvent, surfaceEvent, focusEvent,
                             clipboardEvent, monitorEvent})
         if (part(event)) return;
-}
-
-// The pipe is closed when the program starts; if it does not start, the pipe has a byte.
-[[noreturn]] void runDetached(const char* path, int failure) {
-    setsid();
-    const pid_t child = fork();
-    if (child != 0) _exit(child < 0);
-    umask(usersMask);
-    execlp("xdg-open", "xdg-open", path, static_cast<char*>(nullptr));
-    [[maybe_unused]] const ssize_t written = write(failure, "", 1);
-    _exit(127);
 }
 
 }  // namespace
@@ -114,19 +102,16 @@ void X11Host::leaveClipboard() {
     }
 }
 
-// By a grandchild, whose end needs no waiting.
+// In a session of its own, and as no child of this process, which need not wait for it.
 bool X11Host::openFolder(const std::string& path) {
-    int failure[2];
-    if (pipe2(failure, O_CLOEXEC) != 0) return false;
-    const pid_t child = fork();
-    if (child == 0) runDetached(path.c_str(), failure[1]);
-    close(failure[1]);
-    char byte = 0;
-    int status = 1;
-    if (child > 0) waitpid(child, &status, 0);
-    const bool failed = status != 0 || read(failure[0], &byte, 1) > 0;
-    close(failure[0]);
-    return !failed;
+    std::string program = "xdg-open", argument = path;
+    char* command[] = {program.data(), argument.data(), nullptr};
+    const auto prepare = [](void*) {
+        setsid();
+        umask(usersMask);
+    };
+    return g_spawn_async(nullptr, command, nullptr, G_SPAWN_SEARCH_PATH, prepare, nullptr, nullptr,
+                         nullptr);
 }
 
 }  // namespace x11

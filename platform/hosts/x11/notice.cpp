@@ -4,6 +4,7 @@
 #include "platform/hosts/x11/host.h"
 
 #include <dbus/dbus.h>
+#include <glib.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -80,22 +81,6 @@ bool connect() {
     return true;
 }
 
-// The service reads the body as markup.
-std::string escaped(const std::u16string& text) {
-    std::string result;
-    for (const char character : desktop::toUtf8(text)) {
-        if (character == '&')
-            result += "&amp;";
-        else if (character == '<')
-            result += "&lt;";
-        else if (character == '>')
-            result += "&gt;";
-        else
-            result += character;
-    }
-    return result;
-}
-
 void appendText(DBusMessageIter& arguments, const std::string& text) {
     const char* const characters = text.c_str();
     dbus_message_iter_append_basic(&arguments, DBUS_TYPE_STRING, &characters);
@@ -125,7 +110,9 @@ Message makeNotice(const Notice& notice) {
     dbus_message_iter_append_basic(&arguments, DBUS_TYPE_UINT32, &shownId);
     appendText(arguments, notice.isError ? "dialog-error" : "dialog-information");
     appendText(arguments, title);
-    appendText(arguments, escaped(notice.text));
+    // The service reads the body as markup.
+    const std::string text = desktop::toUtf8(notice.text);
+    appendText(arguments, Owned<char>(g_markup_escape_text(text.c_str(), -1)).get());
     dbus_message_iter_open_container(&arguments, DBUS_TYPE_ARRAY, "s", &actions);
     dbus_message_iter_close_container(&arguments, &actions);
     appendHints(arguments, notice.isUrgent);

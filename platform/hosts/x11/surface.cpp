@@ -22,9 +22,9 @@ namespace {
 struct Window {
     Placement placement;
     bool shown = false;
-    // What the window shows, for repairs. The server itself repairs a window of one color.
+    // There while a translucent window is shown: the sheet, and what the window shows.
+    std::unique_ptr<Sheet> sheet;
     std::unique_ptr<SharedImage> image;
-    std::unique_ptr<Sheet> sheet;  // there while a translucent window is shown
 };
 
 using Clock = std::chrono::steady_clock;
@@ -108,9 +108,9 @@ std::unique_ptr<Sheet> coverWithSheet(const RECT& bounds) {
 // shadow, of no width. The last keeps a compositor from turning itself off under the sheet, which
 // flickers.
 void refuseDecoration(Surface surface) {
-    setProperty(surface, "_COMPTON_SHADOW", XCB_ATOM_CARDINAL, {0});
-    setProperty(surface, "_GTK_FRAME_EXTENTS", XCB_ATOM_CARDINAL, {0, 0, 0, 0});
-    setProperty(surface, "_NET_WM_BYPASS_COMPOSITOR", XCB_ATOM_CARDINAL, {2});
+    setProperty(surface, atom("_COMPTON_SHADOW"), XCB_ATOM_CARDINAL, {0});
+    setProperty(surface, atom("_GTK_FRAME_EXTENTS"), XCB_ATOM_CARDINAL, {0, 0, 0, 0});
+    setProperty(surface, atom("_NET_WM_BYPASS_COMPOSITOR"), XCB_ATOM_CARDINAL, {2});
 }
 
 // Another client's window was raised, mapped or moved. The server raises ours if that covers them,
@@ -145,28 +145,27 @@ void noteOrder(xcb_window_t changed) {
     lastRound = now;
 }
 
-bool isOneColor(const Picture& picture) {
-    for (int y = 0; y < picture.height; ++y) {
-        const std::uint32_t* const row = picture.pixels + std::ptrdiff_t(y) * picture.stride;
-        if (std::any_of(row, row + picture.width,
-                        [&](std::uint32_t pixel) { return pixel != picture.pixels[0]; }))
-            return false;
-    }
-    return true;
-}
-
 // Without a background a window keeps what was on the screen until it is presented: nothing
 // flashes.
-void setBackground(Surface surface, const std::uint32_t* color) {
-    const std::uint32_t none = XCB_BACK_PIXMAP_NONE;
-    xcb_change_window_attributes(connection(), surface,
-                                 color ? XCB_CW_BACK_PIXEL : XCB_CW_BACK_PIXMAP,
-                                 color ? color : &none);
+void setBackground(Surface surface, xcb_pixmap_t background) {
+    xcb_change_window_attributes(connection(), surface, XCB_CW_BACK_PIXMAP, &background);
 }
 
-void put(Surface surface, const Window& window) {
-    window.image->put(surface, context);
+// As the background: the server repairs the window itself, even if this program is stopped.
+void put(Surface surface, const SharedImage& image) {
+    const xcb_pixmap_t pixmap = xcb_generate_id(connection());
+    xcb_create_pixmap(connection(), screen().root_depth, pixmap, surface,
+                      static_cast<std::uint16_t>(image.width),
+                      static_cast<std::uint16_t>(image.height));
+    image.put(pixmap, context);
+    setBackground(surface, pixmap);
+    xcb_free_pixmap(connection(), pixmap);
+    xcb_clear_area(connection(), 0, surface, 0, 0, 0, 0);
     xcb_flush(connection());
+}
+
+bool hasSize(const std::unique_ptr<SharedImage>& image, int width, int height) {
+    return image && image->width == width && image->height == height;
 }
 
 std::vector<Surface> focusOrder;  // the last one has the keyboard, then it goes back one by one
@@ -217,9 +216,8 @@ Surface X11Host::createSurface(const std::u16string& title) {
     const Surface surface = isConnected() ? xcb_generate_id(connection()) : ++withoutDisplay;
     const std::uint32_t values[] = {
         XCB_BACK_PIXMAP_NONE, 1,
-        XCB_EVENT_MASK_EXPOSURE | XCB_EVENT_MASK_FOCUS_CHANGE | XCB_EVENT_MASK_POINTER_MOTION |
-            XCB_EVENT_MASK_BUTTON_PRESS | XCB_EVENT_MASK_BUTTON_RELEASE | XCB_EVENT_MASK_KEY_PRESS |
-            XCB_EVENT_MASK_KEY_RELEASE,
+        XCB_EVENT_MASK_FOCUS_CHANGE | XCB_EVENT_MASK_POINTER_MOTION | XCB_EVENT_MASK_BUTTON_PRESS |
+            XCB_EVENT_MASK_BUTTON_RELEASE | XCB_EVENT_MASK_KEY_PRESS | XCB_EVENT_MASK_KEY_RELEASE,
         arrow};
     xcb_create_window(
         connection(), screen().root_depth, surface, root(), 0, 0, 1, 1, 0,
@@ -241,7 +239,11 @@ void X11Host::destroySurface(Surface surface) {
 
 void X11Host::showSurface(Surface surface, const Placement& placement, bool raise) {
     Window& window = windows.at(surface);
-    const bool moved = !samePlace(window.placement.bounds, placement.bounds);
+    const RECT before = window.placement.bounds;
+    const bool moved = !samePlace(before, placement.bounds);
+    if (widthOf(before) != widthOf(placement.bounds) ||
+        heightOf(before) != heightOf(placement.bounds))
+        setBackground(surface, XCB_BACK_PIXMAP_NONE);
     if (placement.opacity == 255)
         window.sheet.reset();
     else if (!window.sheet || moved)
@@ -256,31 +258,21 @@ void X11Host::showSurface(Surface surface, const Placement& placement, bool rais
 
 void X11Host::presentSurface(Surface surface, const Picture& picture) {
     Window& window = windows.at(surface);
-    if (!window.sheet && isOneColor(picture)) {
-        window.image.reset();
-        setBackground(surface, picture.pixels);
-        xcb_clear_area(connection(), 0, surface, 0, 0, 0, 0);
-        xcb_flush(connection());
-        return;
-    }
-    setBackground(surface, nullptr);
-    if (!window.image || window.image->width != picture.width ||
-        window.image->height != picture.height) {
-        window.image = shareImage(connection(), picture.width, picture.height);
-    } else {
+    if (hasSize(window.image, picture.width, picture.height))
         synchronise();  // The server may still be reading the pixels of the last time.
-    }
+    else
+        window.image = shareImage(connection(), picture.width, picture.height);
     if (!window.image) return;  // The window keeps what it shows.
     SharedImage& image = *window.image;
-    if (window.sheet && window.sheet->below->width == image.width &&
-        window.sheet->below->height == image.height) {
+    if (window.sheet && hasSize(window.sheet->below, image.width, image.height)) {
         window.sheet->blend(picture.pixels, picture.stride, window.placement.opacity, image);
     } else {
         for (int y = 0; y < image.height; ++y)
             std::copy_n(picture.pixels + std::ptrdiff_t(y) * picture.stride, image.width,
                         image.pixels + std::ptrdiff_t(y) * image.width);
     }
-    if (window.shown) put(surface, window);
+    put(surface, image);
+    if (!window.sheet) window.image.reset();  // Nothing else is painted many times in a row.
 }
 
 // The keyboard goes back first: the server would give the focus of a window that vanishes to
@@ -289,12 +281,12 @@ void X11Host::hideSurface(Surface surface) {
     Window& window = windows.at(surface);
     if (!window.shown) return;
     giveFocusBack(surface);
-    if (window.sheet && window.image && window.image->width == window.sheet->below->width &&
-        window.image->height == window.sheet->below->height)
+    if (window.sheet && window.image &&
+        hasSize(window.sheet->below, window.image->width, window.image->height))
         rememberSheet(*window.sheet->below, *window.image,
                       {window.placement.bounds.left, window.placement.bounds.top});
     xcb_unmap_window(connection(), surface);
-    setBackground(surface, nullptr);
+    setBackground(surface, XCB_BACK_PIXMAP_NONE);
     window.shown = false;
     window.image.reset();
     window.sheet.reset();
@@ -354,21 +346,14 @@ bool focusEvent(const xcb_generic_event_t& event) {
     return true;
 }
 
-// Repairs come from the pixels that were presented last; the program need not paint again.
 bool surfaceEvent(const xcb_generic_event_t& event) {
     const int type = typeOf(event);
     // Both begin alike: the window at which it was selected, and the one that has changed.
     const auto& change = reinterpret_cast<const xcb_map_notify_event_t&>(event);
-    if ((type == XCB_CONFIGURE_NOTIFY || type == XCB_MAP_NOTIFY) && change.event == root() &&
-        change.window != root()) {
-        noteOrder(change.window);
-        return true;
-    }
-    if (type != XCB_EXPOSE) return false;
-    const auto& expose = reinterpret_cast<const xcb_expose_event_t&>(event);
-    const auto found = windows.find(expose.window);
-    if (found == windows.end()) return false;
-    if (expose.count == 0 && found->second.image) put(found->first, found->second);
+    if ((type != XCB_CONFIGURE_NOTIFY && type != XCB_MAP_NOTIFY) || change.event != root() ||
+        change.window == root())
+        return false;
+    noteOrder(change.window);
     return true;
 }
 

@@ -40,7 +40,7 @@ void askForSize(std::uint32_t side) {
     std::vector<std::uint32_t> hints(18);  // WM_SIZE_HINTS
     hints[0] = 1 << 4;                     // only the least size is given
     hints[5] = hints[6] = side;
-    setProperty(icon, "WM_NORMAL_HINTS", XCB_ATOM_WM_SIZE_HINTS, hints);
+    setProperty(icon, atom("WM_NORMAL_HINTS"), XCB_ATOM_WM_SIZE_HINTS, hints);
 }
 
 void makeIconWindow() {
@@ -64,7 +64,8 @@ void makeIconWindow() {
         connection(), visual.depth, icon, root(), 0, 0, side, side, 0,
         XCB_WINDOW_CLASS_INPUT_OUTPUT, visual.type->visual_id,
         XCB_CW_BACK_PIXMAP | XCB_CW_BORDER_PIXEL | XCB_CW_EVENT_MASK | XCB_CW_COLORMAP, values);
-    setProperty(icon, "_XEMBED_INFO", atom("_XEMBED_INFO"), {0, 1});  // version 0, to be mapped
+    setProperty(icon, atom("_XEMBED_INFO"), atom("_XEMBED_INFO"),
+                {0, 1});  // version 0, to be mapped
     askForSize(side);
 }
 
