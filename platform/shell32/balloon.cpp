@@ -164,7 +164,7 @@ void showTip(const std::u16string& text, const RECT& icon) {
     host::Notice notice{u"", text};
     notice.milliseconds = showTime;
     tip = makeWindow(notice);
-    const RECT screen = user32::primaryMonitor().bounds;
+    const RECT screen = user32::nearestMonitor({icon.left, icon.top}).bounds;
     const SIZE size = sizeOf(notice);
     const LONG above = icon.top - unit(4), below = icon.bottom + unit(4) + size.cy;
     show(tip, notice,
