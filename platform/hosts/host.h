@@ -31,8 +31,8 @@ struct Picture {
 };
 
 struct Monitor {
-    std::uintptr_t id =
-        0;  // Serves as HMONITOR. A new layout has new ids; an old one never returns.
+    // Serves as HMONITOR. A new layout has new ids; an old one never returns.
+    std::uintptr_t id = 0;
     RECT bounds{};
     int rotation = 1;  // DXGI_MODE_ROTATION of the pixels that a capture gets
     UINT dpi = 96;
@@ -101,11 +101,11 @@ struct IconImage {
 
 struct TrayIcon {
     std::function<IconImage(int side)> image;  // the largest up to that side, or else the smallest
-    std::u16string tip;
+    std::string tip;
 };
 
 struct Notice {
-    std::u16string title, text;
+    std::string title, text;  // UTF-8
     bool isError = false;
     bool isUrgent = false;  // The first error after a recording was lost.
     bool replaces = false;  // the notice before it

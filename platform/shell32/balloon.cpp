@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/core/text.h"
 #include "platform/user32/window.h"
 
 namespace shell32 {
@@ -29,16 +30,16 @@ HWND tip = nullptr;
 
 int unit(int length) { return gdi::scaled(length, user32::primaryMonitor().dpi); }
 
-gdi::TextStyle style(bool isBold) { return {{unit(12), isBold}, look::ink}; }
+gdi::TextStyle style(bool isBold) { return {unit(12), look::ink, isBold}; }
 
 // Of the title with the space below it, and of the text.
 std::pair<SIZE, SIZE> measure(const host::Notice& notice) {
     SIZE above{};
     if (!notice.title.empty()) {
-        above = gdi::measureText(notice.title, style(true).face, unit(300));
+        above = gdi::measureText(notice.title, style(true), unit(300));
         above.cy += unit(4);
     }
-    return {above, gdi::measureText(notice.text, style(false).face, unit(300))};
+    return {above, gdi::measureText(notice.text, style(false), unit(300))};
 }
 
 void setAlarm(Window& window, UINT milliseconds) {
@@ -47,9 +48,7 @@ void setAlarm(Window& window, UINT milliseconds) {
 
 // Without a title it is a tip.
 void paint(const gdi::Canvas& canvas, const host::Notice& notice) {
-    const RECT whole{0, 0, canvas.width, canvas.height};
-    gdi::fill(canvas, whole, 0xFAFAFA);
-    gdi::frame(canvas, whole, look::border);
+    gdi::panel(canvas, {0, 0, canvas.width, canvas.height}, 0xFAFAFA, look::border);
     gdi::fill(canvas, {1, 1, unit(6), canvas.height - 1}, notice.isError ? 0xC42B1C : look::accent);
     // As wide as they were measured, or the lines would break elsewhere.
     const RECT area{unit(18), unit(12), unit(18) + unit(300), canvas.height};
@@ -110,7 +109,7 @@ LRESULT procedure(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
 HWND makeWindow(const host::Notice& notice) {
     user32::Creation creation;
     creation.className = u"tooltips_class32";
-    creation.title = notice.text;
+    creation.title = desktop::toUtf16(notice.text);
     creation.procedure = procedure;
     creation.style = WS_POPUP;
     creation.extendedStyle = WS_EX_TOPMOST | WS_EX_TOOLWINDOW | WS_EX_NOACTIVATE;
@@ -139,7 +138,7 @@ void forgetBalloon(HWND window) {
     if (tip == window) tip = nullptr;
 }
 
-void prepareBalloons() { measure({u"x", u"x"}); }
+void prepareBalloons() { measure({"x", "x"}); }
 
 void showBalloon(host::Notice notice) {
     static host::Notice last;
@@ -159,9 +158,9 @@ void takeAnswer(const host::Event& event) {
 }
 
 // Away from the pointer, on the side where the screen is.
-void showTip(const std::u16string& text, const RECT& icon) {
+void showTip(const std::string& text, const RECT& icon) {
     hideTip();
-    host::Notice notice{u"", text};
+    host::Notice notice{"", text};
     notice.milliseconds = showTime;
     tip = makeWindow(notice);
     const RECT screen = user32::nearestMonitor({icon.left, icon.top}).bounds;

@@ -11,7 +11,7 @@ void prepareBalloons();
 void showBalloon(host::Notice notice);
 void takeAnswer(const host::Event& event);  // of the notification service
 
-void showTip(const std::u16string& text, const RECT& icon);
+void showTip(const std::string& text, const RECT& icon);
 void hideTip();
 void hideBalloons();
 void forgetBalloon(HWND window);  // It may be one, and has gone.

@@ -27,7 +27,7 @@ namespace {
 struct Entry {
     HWND window;
     UINT id, callback;
-    std::u16string tip;
+    std::string tip;
 };
 std::optional<Entry> entry;
 
@@ -43,16 +43,17 @@ void warnOnceOfWayland() {
     static bool isWarned = false;
     if (std::exchange(isWarned, true) || !host::current().isWaylandSession()) return;
     std::fputs("Wayland session: only the windows of X11 programs can be recorded.\n", stderr);
-    showBalloon({u"Wayland session", u"Only the windows of X11 programs can be recorded."});
+    showBalloon({"Wayland session", "Only the windows of X11 programs can be recorded."});
 }
 
 bool showIcon(const NOTIFYICONDATAW& data) {
     const user32::Icon* const icon = user32::findIcon(data.hIcon);
+    const std::string tip = desktop::toUtf8(data.szTip);
     const host::TrayIcon shown{
-        [id = icon ? icon->id : 0](int side) { return user32::iconImage(id, side); }, data.szTip};
+        [id = icon ? icon->id : 0](int side) { return user32::iconImage(id, side); }, tip};
     host::current().setTrayIcon(&shown);
-    entry = {data.hWnd, data.uID, data.uCallbackMessage, data.szTip};
-    publishTip(desktop::toUtf8(data.szTip));
+    entry = {data.hWnd, data.uID, data.uCallbackMessage, tip};
+    publishTip(tip);
     prepareBalloons();
     warnOnceOfWayland();
     return true;
@@ -62,11 +63,12 @@ bool showIcon(const NOTIFYICONDATAW& data) {
 // known here, and the first error after that reports it.
 void notify(const NOTIFYICONDATAW& data) {
     const bool isError = data.dwInfoFlags == NIIF_ERROR;
+    const std::string title = desktop::toUtf8(data.szInfoTitle),
+                      text = desktop::toUtf8(data.szInfo);
     desktop::withShown([&](desktop::Shown& shown) {
-        shown.balloons.push_back(
-            {desktop::toUtf8(data.szInfoTitle), desktop::toUtf8(data.szInfo), isError});
+        shown.balloons.push_back({title, text, isError});
     });
-    showBalloon({data.szInfoTitle, data.szInfo, isError, isError && media::takeLoss()});
+    showBalloon({title, text, isError, isError && media::takeLoss()});
 }
 
 void refuseUnknown(const desktop::Call& call, DWORD command, const NOTIFYICONDATAW& data) {

@@ -206,7 +206,7 @@ TEST_F(LiveHost, iconIsDrawnInEveryTrayThatComes) {
         const int own = side < 48 ? 20 : 48;
         return host::IconImage{std::vector<std::uint32_t>(own * own, 0xff00ff00), own};
     };
-    const host::TrayIcon icon{imageOf, u"Tip"};
+    const host::TrayIcon icon{imageOf, "Tip"};
     desk->setTrayIcon(&icon);
     for (const auto& [height, image] : {std::pair{24, 20}, {64, 48}}) {
         const pid_t tray =
@@ -253,24 +253,24 @@ struct LiveBalloons : LiveHost {
 
 TEST_F(LiveBalloons, goToTheNotificationService) {
     const live::SessionBus bus(true);
-    const auto show = [&](const std::u16string& text, bool isError = false, bool isUrgent = false) {
+    const auto show = [&](const std::string& text, bool isError = false, bool isUrgent = false) {
         const std::string before = bus.last("body");
-        shell32::showBalloon({u"Quorvel Desk Clip", text, isError, isUrgent});
+        shell32::showBalloon({"Quorvel Desk Clip", text, isError, isUrgent});
         EXPECT_TRUE(goOnUntil([&] { return bus.last("body") != before; }));
         return bus.last("body") + " " + bus.last("timeout") + " " + bus.last("urgency");
     };
-    EXPECT_EQ(show(u"a < b & \u2014"), "'a &lt; b &amp; \u2014' 5000 NORMAL");
+    EXPECT_EQ(show("a < b & \u2014"), "'a &lt; b &amp; \u2014' 5000 NORMAL");
     // The number under which a notice is shown comes back a moment later.
     std::string number;
-    std::u16string text = u"Finishing ";
+    std::string text = "Finishing ";
     EXPECT_TRUE(user::waitUntil([&] {
         number = bus.last("id");
-        show(text += u'.');
+        show(text += '.');
         return bus.last("id") == number;
     }));
-    EXPECT_EQ(show(u"lost", true, true), "'lost' 0 CRITICAL");
+    EXPECT_EQ(show("lost", true, true), "'lost' 0 CRITICAL");
     EXPECT_EQ(bus.last("id"), number);
-    show(u"Copied");
+    show("Copied");
     EXPECT_NE(bus.last("id"), number) << "An error stays.";
     EXPECT_TRUE(goOnUntil([&] { return !mayHaveEvents(2000); }))
         << "Something goes on after the answer.";
@@ -281,10 +281,10 @@ TEST_F(LiveBalloons, goToTheNotificationService) {
 TEST_F(LiveBalloons, thatWereGivenUpAreNotShownLater) {
     const live::SessionBus bus(true);
     kill(bus.daemon, SIGSTOP);
-    shell32::showBalloon({u"Quorvel Desk Clip", u"late"});
+    shell32::showBalloon({"Quorvel Desk Clip", "late"});
     EXPECT_TRUE(goOnUntil([] { return live::findWindow("late") != 0; }));
     kill(bus.daemon, SIGCONT);
-    shell32::showBalloon({u"Quorvel Desk Clip", u"next"});
+    shell32::showBalloon({"Quorvel Desk Clip", "next"});
     EXPECT_TRUE(goOnUntil([&] { return bus.last("body") == "'next'"; }));
     EXPECT_EQ(readFile(bus.notices).find("late"), std::string::npos);
     EXPECT_FALSE(live::findWindow("late"));
@@ -299,9 +299,9 @@ TEST_F(LiveBalloons, withoutANotificationService) {
         SCOPED_TRACE(hasBus);
         std::optional<live::SessionBus> bus;
         if (hasBus) bus.emplace(false);
-        shell32::showBalloon({u"Quorvel Desk Clip", u"lost", true});
-        shell32::showBalloon({u"Quorvel Desk Clip", u"Finishing"});
-        shell32::showBalloon({u"Quorvel Desk Clip", u"Copied \u2014 paste the video file."});
+        shell32::showBalloon({"Quorvel Desk Clip", "lost", true});
+        shell32::showBalloon({"Quorvel Desk Clip", "Finishing"});
+        shell32::showBalloon({"Quorvel Desk Clip", "Copied \u2014 paste the video file."});
         ASSERT_TRUE(goOnUntil([&] { return live::findWindow(copied) != 0; }));
         EXPECT_EQ(live::findWindow("Finishing"), 0u);
         const RECT error = live::boundsOf(live::findWindow("lost"));

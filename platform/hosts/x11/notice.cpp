@@ -11,7 +11,6 @@
 #include <memory>
 #include <string>
 
-#include "platform/core/text.h"
 #include "platform/hosts/x11/display.h"
 
 namespace host::x11 {
@@ -103,16 +102,14 @@ Message makeNotice(const Notice& notice) {
     Message message(dbus_message_new_method_call("org.freedesktop.Notifications",
                                                  "/org/freedesktop/Notifications",
                                                  "org.freedesktop.Notifications", "Notify"));
-    const std::string title = desktop::toUtf8(notice.title);
     DBusMessageIter arguments, actions;
     dbus_message_iter_init_append(message.get(), &arguments);
-    appendText(arguments, title);
+    appendText(arguments, notice.title);
     dbus_message_iter_append_basic(&arguments, DBUS_TYPE_UINT32, &shownId);
     appendText(arguments, notice.isError ? "dialog-error" : "dialog-information");
-    appendText(arguments, title);
+    appendText(arguments, notice.title);
     // The service reads the body as markup.
-    const std::string text = desktop::toUtf8(notice.text);
-    appendText(arguments, Owned<char>(g_markup_escape_text(text.c_str(), -1)).get());
+    appendText(arguments, Owned<char>(g_markup_escape_text(notice.text.c_str(), -1)).get());
     dbus_message_iter_open_container(&arguments, DBUS_TYPE_ARRAY, "s", &actions);
     dbus_message_iter_close_container(&arguments, &actions);
     appendHints(arguments, notice.isUrgent);

@@ -10,7 +10,6 @@
 #include <optional>
 #include <utility>
 
-#include "platform/core/text.h"
 #include "platform/hosts/x11/display.h"
 
 namespace host::x11 {
@@ -206,7 +205,7 @@ void X11Host::setTrayIcon(const TrayIcon* shown) {
     } else {
         wanted = *shown;
         if (!icon) dock();
-        if (icon) nameWindow(icon, desktop::toUtf8(wanted->tip));
+        if (icon) nameWindow(icon, wanted->tip);
         draw();
     }
     xcb_flush(connection());
