@@ -112,6 +112,7 @@ struct Notice {
     UINT milliseconds = 0;  // how long it stays by itself
 };
 
+// What has a body here needs nothing else on a desktop that is kept in the process.
 struct Host {
     virtual ~Host() = default;
 
@@ -124,7 +125,7 @@ struct Host {
     virtual bool nextEvent(Event& event) = 0;
     // Says what became of a pointer or key event: `taken` by a hook, a hot key or a window of ours,
     // or left to whatever else is on the desktop. Nothing waits for it.
-    virtual void finishInput(const Event& event, bool taken) = 0;
+    virtual void finishInput(const Event&, bool /*taken*/) {}
 
     // At least one while the display is there, exactly one of them the primary one.
     virtual std::vector<Monitor> monitors() = 0;
@@ -135,12 +136,12 @@ struct Host {
 
     // The combination fires anywhere on the desktop as a key event. False: another program has it.
     virtual bool grabHotKey(UINT modifiers, UINT key) = 0;
-    virtual void releaseHotKey(UINT modifiers, UINT key) = 0;
+    virtual void releaseHotKey(UINT /*modifiers*/, UINT /*key*/) {}
     // False: another program has those keys; none is grabbed then.
-    virtual bool grabKeys(KeyGrab keys) = 0;
+    virtual bool grabKeys(KeyGrab) { return true; }
 
     // From a taskbar the user can open a minimized window again.
-    virtual bool hasTaskbar() = 0;
+    virtual bool hasTaskbar() { return false; }
 
     // Surfaces are stacked in the order in which they were last raised. The number of a surface is
     // valid until it is destroyed, whatever becomes of the display.
@@ -155,9 +156,9 @@ struct Host {
     // not on the screen, and nothing has changed.
     virtual bool focusSurface(Surface surface) = 0;
     // The cursor over the surface: IDC_ARROW or IDC_CROSS as a number.
-    virtual void setCursor(Surface surface, UINT cursor) = 0;
+    virtual void setCursor(Surface, UINT /*cursor*/) {}
     // Returns when everything shown or hidden so far is on the screen, or after half a second.
-    virtual void flush() = 0;
+    virtual void flush() {}
 
     // The desktop without excluded surfaces, on one thread at a time, not the user-interface
     // thread. A fresh view of the monitor, whose first image is a Changed of waitForPicture. False:
@@ -169,16 +170,16 @@ struct Host {
     // `area` as it is now, or as it was last on a display that has gone. Null without memory for
     // it.
     virtual CapturedPicture readPicture(const RECT& area) = 0;
-    virtual void closePictures() = 0;
+    virtual void closePictures() {}
 
-    // Files on the clipboard as UTF-8 paths. False: another program has it open.
-    virtual bool openClipboard() = 0;
-    virtual void clearClipboard() = 0;
+    // A file on the clipboard as a UTF-8 path. False: another program has it open.
+    virtual bool openClipboard() { return true; }
+    virtual void clearClipboard() {}
     // False: the clipboard stays another program's.
-    virtual bool offerFiles(const std::vector<std::string>& paths) = 0;
+    virtual bool offerFile(const std::string& /*path*/) { return true; }
     // Before the process ends: what it offers outlives it, if the desktop can keep it. Waits at
     // most one second.
-    virtual void leaveClipboard() = 0;
+    virtual void leaveClipboard() {}
 
     // Adds or changes the icon; null removes it. It is in every tray that comes, so that a desktop
     // without one is no failure.
@@ -193,7 +194,7 @@ struct Host {
     // Windows of other programs than X11's are not on this display, so a clip does not show them.
     virtual bool isWaylandSession() { return false; }
     // In the user's file manager. False: there is none.
-    virtual bool openFolder(const std::string& path) = 0;
+    virtual bool openFolder(const std::string& /*path*/) { return true; }
 };
 
 Host& memoryHost();  // embedded desktop, driven through platform/control.h

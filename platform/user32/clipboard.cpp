@@ -131,7 +131,7 @@ HANDLE SetClipboardData(UINT format, HANDLE block) {
     const std::string path = desktop::toUtf8(pathIn(call, bytes));
     if (call.struck()) return call.fail(ERROR_ACCESS_DENIED);
     if (!openedBy || owner != openedBy) return call.fail(ERROR_CLIPBOARD_NOT_OPEN);
-    if (!host::current().offerFiles({path})) return call.fail(ERROR_ACCESS_DENIED);
+    if (!host::current().offerFile(path)) return call.fail(ERROR_ACCESS_DENIED);
     blocks.remove(block);  // The system's from here on.
     publishBlock(bytes);
     return block;

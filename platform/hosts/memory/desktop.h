@@ -95,8 +95,6 @@ struct Host final : host::Host {
     POINT pointer() override;
     bool keyIsDown(UINT key) override;
     bool grabHotKey(UINT modifiers, UINT key) override;
-    void releaseHotKey(UINT, UINT) override {}
-    bool grabKeys(host::KeyGrab) override { return true; }  // Every key comes here first anyway.
     bool hasTaskbar() override { return true; }
 
     host::Surface createSurface(const std::u16string& title) override;
@@ -105,22 +103,15 @@ struct Host final : host::Host {
     void presentSurface(host::Surface surface, const host::Picture& picture) override;
     void hideSurface(host::Surface surface) override;
     bool focusSurface(host::Surface surface) override;
-    void setCursor(host::Surface, UINT) override {}
-    void flush() override {}  // Every change is on the screen when its function returns.
 
     bool openPictures(std::uintptr_t monitor) override;
     host::PictureState waitForPicture(DWORD milliseconds) override;
     host::CapturedPicture readPicture(const RECT& area) override;
-    void closePictures() override {}
 
     bool openClipboard() override;
-    void clearClipboard() override {}
-    bool offerFiles(const std::vector<std::string>&) override { return true; }
-    void leaveClipboard() override {}
 
     void setTrayIcon(const host::TrayIcon* icon) override;
     RECT workArea() override;
-    bool openFolder(const std::string&) override { return true; }
 };
 
 }  // namespace memory

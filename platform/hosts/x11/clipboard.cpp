@@ -1,4 +1,4 @@
-// Files on the display's clipboard: nothing is transferred before somebody pastes, so the offer
+// A file on the display's clipboard: nothing is transferred before somebody pastes, so the offer
 // lasts as long as the program runs, and longer only if a clipboard manager fetches it at the end.
 // The forms are a list of addresses and what file managers call a copy.
 
@@ -23,18 +23,13 @@ xcb_timestamp_t since = 0;
 std::vector<Form> offered;
 bool managerIsAsked = false;
 
-void setOffer(const std::vector<std::string>& paths) {
-    std::string list, copy = "copy";
-    for (const std::string& path : paths) {
-        // All but the unreserved characters and the path's own slashes is escaped.
-        const Owned<char> escaped(g_uri_escape_string(path.c_str(), "/", FALSE));
-        const std::string address = std::string("file://") + escaped.get();
-        list += address + "\r\n";
-        copy += '\n' + address;
-    }
-    offered = {{"text/uri-list", list},
-               {"x-special/gnome-copied-files", copy},
-               {"x-special/mate-copied-files", copy},
+void setOffer(const std::string& path) {
+    // All but the unreserved characters and the path's own slashes is escaped.
+    const Owned<char> escaped(g_uri_escape_string(path.c_str(), "/", FALSE));
+    const std::string address = std::string("file://") + escaped.get();
+    offered = {{"text/uri-list", address + "\r\n"},
+               {"x-special/gnome-copied-files", "copy\n" + address},
+               {"x-special/mate-copied-files", "copy\n" + address},
                {"application/x-kde-cutselection", "0"}};
 }
 
@@ -109,11 +104,11 @@ void X11Host::clearClipboard() {
     xcb_flush(connection());
 }
 
-bool X11Host::offerFiles(const std::vector<std::string>& paths) {
+bool X11Host::offerFile(const std::string& path) {
     since = serverTime();
     xcb_set_selection_owner(connection(), hiddenWindow(), atom("CLIPBOARD"), since);
     if (ownerOf("CLIPBOARD") != hiddenWindow()) return false;
-    setOffer(paths);
+    setOffer(path);
     return true;
 }
 

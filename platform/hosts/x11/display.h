@@ -91,6 +91,22 @@ struct SharedImage {
 // Null if the memory cannot be had or the display cannot share it. Waits for the display's answer.
 std::unique_ptr<SharedImage> shareImage(xcb_connection_t* server, int width, int height);
 
+// --- sheet.cpp: what makes a window look translucent where nothing else blends windows.
+struct Sheet {
+    explicit Sheet(std::unique_ptr<SharedImage> below);  // what the screen showed before the sheet
+    ~Sheet();
+
+    // Target = source over what is below, with that opacity.
+    void blend(const std::uint32_t* source, int stride, BYTE opacity, SharedImage& target) const;
+
+    const std::unique_ptr<SharedImage> below;
+};
+// Notes how a row of the sheet differs from what was below, before the sheet is taken off.
+void rememberSheet(const SharedImage& below, const SharedImage& shown, POINT at);
+// Waits until that row no longer shows the sheet.
+void waitForSheetToGo();
+
+// --- display.cpp
 // The values of 32 bits that a property holds; none if it is not there.
 std::vector<std::uint32_t> numberProperty(xcb_window_t window, xcb_atom_t property);
 void setProperty(xcb_window_t window, xcb_atom_t property, xcb_atom_t type,

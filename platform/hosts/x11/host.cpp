@@ -14,7 +14,6 @@
 #include <utility>
 
 #include "platform/hosts/x11/display.h"
-#include "platform/hosts/x11/keymap.h"
 
 namespace host {
 

@@ -19,7 +19,6 @@ struct X11Host final : Host {
 
     int eventDescriptor() override;
     bool nextEvent(Event& event) override;
-    void finishInput(const Event&, bool) override {}  // Nothing can be passed on.
 
     std::vector<Monitor> monitors() override;
     POINT pointer() override;
@@ -27,7 +26,6 @@ struct X11Host final : Host {
     bool grabHotKey(UINT modifiers, UINT key) override;
     void releaseHotKey(UINT modifiers, UINT key) override;
     bool grabKeys(KeyGrab keys) override;
-    bool hasTaskbar() override { return false; }  // No window manager manages these windows.
 
     Surface createSurface(const std::u16string& title) override;
     void destroySurface(Surface surface) override;
@@ -43,9 +41,8 @@ struct X11Host final : Host {
     CapturedPicture readPicture(const RECT& area) override;
     void closePictures() override;
 
-    bool openClipboard() override { return true; }  // Nobody can keep this clipboard open.
     void clearClipboard() override;
-    bool offerFiles(const std::vector<std::string>& paths) override;
+    bool offerFile(const std::string& path) override;
     void leaveClipboard() override;
 
     void setTrayIcon(const TrayIcon* icon) override;
@@ -75,6 +72,16 @@ void releaseKeysDown();
 // While on, a press anywhere else on the desktop is reported too, as an event without surface; it
 // goes where it was meant for all the same.
 void watchClicksElsewhere(bool on);
+
+// keymap.cpp
+bool loadKeymap();  // false: it is what it was
+// 0: no such virtual key. `state` has NumLock, which decides what the keypad's keys are.
+UINT virtualKey(xcb_keycode_t code, std::uint16_t state);
+// All keys that may give the virtual key; a generic modifier stands for both sides.
+std::vector<xcb_keycode_t> keycodesOf(UINT key);
+UINT modifiersOf(std::uint16_t state);           // MOD_ALT and its like
+std::uint16_t stateOf(UINT modifiers);           // the reverse
+const std::vector<std::uint16_t>& lockStates();  // with and without CapsLock and NumLock
 
 // monitor.cpp
 void openMonitors();

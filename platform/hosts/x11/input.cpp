@@ -16,7 +16,6 @@
 
 #include "platform/hosts/x11/display.h"
 #include "platform/hosts/x11/host.h"
-#include "platform/hosts/x11/keymap.h"
 
 namespace host::x11 {
 

@@ -1,7 +1,7 @@
 // The display's keys as virtual keys. Letters and digits go by what the layout has on the key, as
 // on Windows; a layout without Latin letters has them in their places on the US keyboard.
 
-#include "platform/hosts/x11/keymap.h"
+#include "platform/hosts/x11/host.h"
 
 #include <algorithm>
 #include <array>

@@ -3,8 +3,6 @@
 // The windows below must be whole immediately, although they never knew that they were covered; and
 // no pixel of the sheet may be left.
 
-#include "platform/hosts/x11/sheet.h"
-
 #include <xcb/composite.h>
 
 #include <chrono>

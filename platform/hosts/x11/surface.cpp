@@ -13,7 +13,6 @@
 
 #include "platform/core/text.h"
 #include "platform/hosts/x11/display.h"
-#include "platform/hosts/x11/sheet.h"
 
 namespace host::x11 {
 
