@@ -3,6 +3,7 @@
 
 #include <windows.h>
 
+#include <malloc.h>
 #include <signal.h>
 #include <sys/stat.h>
 
@@ -42,6 +43,8 @@ void catchSignals() {
 }  // namespace
 
 int main(int count, char** arguments) {
+    // Images are returned to the system when they are done with, however often others follow.
+    mallopt(M_MMAP_THRESHOLD, 1 << 20);
     umask(077);  // What a user records and sets is for nobody else on the machine.
     try {
         host::use(host::x11Host());

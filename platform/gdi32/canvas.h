@@ -8,6 +8,7 @@
 #include <cairo.h>
 
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -24,6 +25,7 @@ struct Canvas {
 };
 
 inline bool isEmpty(const RECT& area) { return area.right <= area.left || area.bottom <= area.top; }
+inline bool areSame(const RECT& a, const RECT& b) { return std::memcmp(&a, &b, sizeof a) == 0; }
 inline bool contains(const RECT& area, POINT at) {
     return at.x >= area.left && at.x < area.right && at.y >= area.top && at.y < area.bottom;
 }
@@ -76,7 +78,7 @@ RECT drawLine(const Canvas& canvas, const RECT& area, std::string_view text, con
 
 // --- objects.cpp: the program's
 HDC openContext(const Canvas& canvas);
-void closeContext(HDC context);
+Canvas closeContext(HDC context);
 // The system's from now on: the handle is dead. Nothing if it is no region.
 std::optional<std::vector<RECT>> takeRegion(HRGN region);
 

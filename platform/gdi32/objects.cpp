@@ -50,7 +50,11 @@ namespace gdi {
 
 HDC openContext(const Canvas& canvas) { return contexts.add({canvas}); }
 
-void closeContext(HDC context) { contexts.remove(context); }
+Canvas closeContext(HDC context) {
+    const Canvas canvas = contexts.find(context)->canvas;
+    contexts.remove(context);
+    return canvas;
+}
 
 std::optional<std::vector<RECT>> takeRegion(HRGN region) {
     std::vector<RECT>* const found = regions.find(region);

@@ -19,16 +19,11 @@
 #include <string>
 #include <vector>
 
+#include "platform/gdi32/canvas.h"
+
 namespace host {
 
 using Surface = std::uint32_t;  // 0 is no surface
-
-struct Picture {
-    const std::uint32_t* pixels = nullptr;
-    int width = 0;
-    int height = 0;
-    int stride = 0;  // in pixels
-};
 
 struct Monitor {
     // Serves as HMONITOR. A new layout has new ids; an old one never returns.
@@ -150,7 +145,7 @@ struct Host {
     virtual void showSurface(Surface surface, const Placement& placement, bool raise) = 0;
     // The whole surface, in the size of its bounds. Without memory for the pixels it keeps what it
     // shows.
-    virtual void presentSurface(Surface surface, const Picture& picture) = 0;
+    virtual void presentSurface(Surface surface, const gdi::Canvas& canvas) = 0;
     virtual void hideSurface(Surface surface) = 0;
     // The keyboard goes to this surface; 0 returns it to what had it before. False: the surface is
     // not on the screen, and nothing has changed.

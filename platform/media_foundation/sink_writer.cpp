@@ -11,6 +11,7 @@ extern "C" {
 
 #include <atomic>
 #include <memory>
+#include <mutex>
 #include <exception>
 #include <optional>
 
@@ -27,9 +28,28 @@ std::atomic<int> starts = 0;
 std::atomic<int> sinkWriters = 0;
 std::atomic<bool> loss = false;
 
+// The memory of a frame that is done with serves the next one: new memory costs a fault for each of
+// its pages.
+struct Spare {
+    std::mutex mutex;
+    std::unique_ptr<std::uint8_t[]> bytes;
+    DWORD size = 0;
+} spare;
+
+std::shared_ptr<std::uint8_t[]> takeBytes(DWORD size) {
+    const auto keep = [size](std::uint8_t* done) {
+        const std::lock_guard lock(spare.mutex);
+        spare.bytes.reset(done);
+        spare.size = size;
+    };
+    const std::lock_guard lock(spare.mutex);
+    if (spare.bytes && spare.size == size) return {spare.bytes.release(), keep};
+    return {new std::uint8_t[size], keep};
+}
+
 struct MemoryBuffer : com::ComObject<MemoryBuffer, IMFMediaBuffer, IID_IMFMediaBuffer> {
     // The bytes are not cleared: the program fills them, 30 times a second. Throws std::bad_alloc.
-    explicit MemoryBuffer(DWORD size) : bytes(new std::uint8_t[size]), capacity(size) {}
+    explicit MemoryBuffer(DWORD size) : bytes(takeBytes(size)), capacity(size) {}
     ~MemoryBuffer() {
         if (isLocked) desktop::closed("LockedBuffer");
     }
@@ -230,8 +250,10 @@ HRESULT MFStartup(ULONG version, DWORD flags) {
 HRESULT MFShutdown() {
     desktop::Call call("MFShutdown");
     if (media::starts == 0) call.refuse("number of starts", 0);
-    if (--media::starts == 0)
+    if (--media::starts == 0) {
         call.only("sink writers that still exist", media::sinkWriters.load(), 0);
+        media::spare.bytes.reset();
+    }
     desktop::closed("MediaStart");
     return S_OK;
 }

@@ -90,20 +90,16 @@ const Entry* entryAt(POINT at) {
     });
 }
 
-// The next one up or down.
-void moveHot(bool up) {
-    setHot(nextIn(menu.entries, menu.hot, up, [](const Entry& each) { return !each.separator; }));
-}
-
 // A greyed entry leaves the menu open.
 void choose(const Entry* entry) {
     if (entry && entry->enabled) endMenu(entry->id);
 }
 
 void pressKey(WPARAM key) {
+    const auto canBeHot = [](const Entry& each) { return !each.separator; };
     switch (key) {
     case VK_DOWN:
-    case VK_UP: return moveHot(key == VK_UP);
+    case VK_UP: return setHot(nextIn(menu.entries, menu.hot, key == VK_UP, canBeHot));
     case VK_ESCAPE: return endMenu(0);
     case VK_RETURN: return endMenu(menu.hot && menu.hot->enabled ? menu.hot->id : 0);
     }

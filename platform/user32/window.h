@@ -68,8 +68,8 @@ struct Window : Creation {
     std::vector<RECT> region;     // in window coordinates; empty: the whole window
     bool excludedFromCapture = false;
     host::Surface surface = 0;
-    std::vector<std::uint32_t> pixels;
-    RECT dirty{};  // in client coordinates; empty: nothing to paint
+    std::vector<std::uint32_t> pixels;  // while it is painted
+    RECT dirty{};                       // in client coordinates; empty: nothing to paint
     bool erase = false;
     HDC painting = nullptr;
     // When a window of the layer gets a WM_TIMER, of which the program sees nothing.

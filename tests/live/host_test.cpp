@@ -58,7 +58,7 @@ struct LiveHost : testing::Test {
         const host::Surface surface = desk->createSurface(u"");
         desk->showSurface(surface, {bounds, opacity, {}}, true);
         const int width = bounds.right - bounds.left, height = bounds.bottom - bounds.top;
-        const std::vector<std::uint32_t> pixels(static_cast<std::size_t>(width * height), color);
+        std::vector<std::uint32_t> pixels(static_cast<std::size_t>(width * height), color);
         desk->presentSurface(surface, {pixels.data(), width, height, width});
         desk->flush();
         return surface;

@@ -100,7 +100,7 @@ struct Host final : host::Host {
     host::Surface createSurface(const std::u16string& title) override;
     void destroySurface(host::Surface surface) override;
     void showSurface(host::Surface surface, const host::Placement& placement, bool raise) override;
-    void presentSurface(host::Surface surface, const host::Picture& picture) override;
+    void presentSurface(host::Surface surface, const gdi::Canvas& canvas) override;
     void hideSurface(host::Surface surface) override;
     bool focusSurface(host::Surface surface) override;
 

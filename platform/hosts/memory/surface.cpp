@@ -43,18 +43,15 @@ void Host::showSurface(host::Surface surface, const host::Placement& placement, 
     noteSurface(*desktop, record);
 }
 
-void Host::presentSurface(host::Surface surface, const host::Picture& picture) {
+void Host::presentSurface(host::Surface surface, const gdi::Canvas& canvas) {
     const Locked desktop;
     Surface& record = desktop->surfaces.at(surface);
-    record.width = picture.width;
-    record.height = picture.height;
+    record.width = canvas.width;
+    record.height = canvas.height;
     record.pixels.clear();
-    record.pixels.reserve(static_cast<std::size_t>(picture.width) *
-                          static_cast<std::size_t>(picture.height));
-    for (int y = 0; y < picture.height; ++y) {
-        const std::uint32_t* const row =
-            picture.pixels + static_cast<std::ptrdiff_t>(y) * picture.stride;
-        record.pixels.insert(record.pixels.end(), row, row + picture.width);
+    for (int y = 0; y < canvas.height; ++y) {
+        const std::uint32_t* const row = canvas.pixels + std::ptrdiff_t(y) * canvas.stride;
+        record.pixels.insert(record.pixels.end(), row, row + canvas.width);
     }
     noteSurface(*desktop, record);
 }

@@ -14,6 +14,8 @@
 #include <type_traits>
 #include <vector>
 
+#include "platform/gdi32/canvas.h"
+
 namespace host::x11 {
 
 struct Freeing {
@@ -97,7 +99,7 @@ struct Sheet {
     ~Sheet();
 
     // Target = source over what is below, with that opacity.
-    void blend(const std::uint32_t* source, int stride, BYTE opacity, SharedImage& target) const;
+    void blend(const gdi::Canvas& source, BYTE opacity, SharedImage& target) const;
 
     const std::unique_ptr<SharedImage> below;
 };

@@ -30,7 +30,7 @@ struct X11Host final : Host {
     Surface createSurface(const std::u16string& title) override;
     void destroySurface(Surface surface) override;
     void showSurface(Surface surface, const Placement& placement, bool raise) override;
-    void presentSurface(Surface surface, const Picture& picture) override;
+    void presentSurface(Surface surface, const gdi::Canvas& canvas) override;
     void hideSurface(Surface surface) override;
     bool focusSurface(Surface surface) override;
     void setCursor(Surface surface, UINT cursor) override;

@@ -41,9 +41,8 @@ UINT readDpi(xcb_connection_t* server) {
 }
 
 bool sameLayout(const Monitor& one, const Monitor& other) {
-    return one.bounds.left == other.bounds.left && one.bounds.top == other.bounds.top &&
-           one.bounds.right == other.bounds.right && one.bounds.bottom == other.bounds.bottom &&
-           one.dpi == other.dpi && one.primary == other.primary;
+    return gdi::areSame(one.bounds, other.bounds) && one.dpi == other.dpi &&
+           one.primary == other.primary;
 }
 
 template <typename Value>

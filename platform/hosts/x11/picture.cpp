@@ -13,7 +13,6 @@
 #include <algorithm>
 #include <chrono>
 #include <climits>
-#include <cstring>
 #include <memory>
 #include <optional>
 #include <span>
@@ -50,7 +49,7 @@ std::unique_ptr<View> view;
 
 bool hasMonitor(const View& viewed) {
     return std::ranges::any_of(readMonitors(viewed.server), [&](const Monitor& present) {
-        return std::memcmp(&present.bounds, &viewed.monitor.bounds, sizeof present.bounds) == 0;
+        return gdi::areSame(present.bounds, viewed.monitor.bounds);
     });
 }
 
@@ -138,7 +137,7 @@ CapturedPicture X11Host::readPicture(const RECT& area) {
     if (!view || width <= 0 || height <= 0) return {};
     takeDamage();  // whether its event has come yet or not
     view->changed = false;
-    if (!view->area || std::memcmp(&*view->area, &area, sizeof area) != 0) {
+    if (!view->area || !gdi::areSame(*view->area, area)) {
         view->image = shareImage(view->server, width, height);
         if (!view->image) return {};
         view->area = area;

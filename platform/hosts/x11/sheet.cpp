@@ -74,11 +74,11 @@ Sheet::~Sheet() {
     if (--sheets == 0) redirect(false);
 }
 
-void Sheet::blend(const std::uint32_t* source, int stride, BYTE opacity,
-                  SharedImage& target) const {
+void Sheet::blend(const gdi::Canvas& source, BYTE opacity, SharedImage& target) const {
     const unsigned over = opacity, under = 255u - opacity;
     for (int y = 0; y < target.height; ++y) {
-        const auto* const top = reinterpret_cast<const BYTE*>(source + std::ptrdiff_t(y) * stride);
+        const auto* const top =
+            reinterpret_cast<const BYTE*>(source.pixels + std::ptrdiff_t(y) * source.stride);
         const std::ptrdiff_t offset = std::ptrdiff_t(y) * target.width;
         const auto* const bottom = reinterpret_cast<const BYTE*>(below->pixels + offset);
         auto* const mixed = reinterpret_cast<BYTE*>(target.pixels + offset);

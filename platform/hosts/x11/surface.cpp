@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstring>
 #include <map>
 #include <utility>
 
@@ -38,10 +37,6 @@ xcb_cursor_t arrow = 0, cross = 0;
 
 int widthOf(const RECT& rectangle) { return rectangle.right - rectangle.left; }
 int heightOf(const RECT& rectangle) { return rectangle.bottom - rectangle.top; }
-
-bool samePlace(const RECT& one, const RECT& other) {
-    return std::memcmp(&one, &other, sizeof one) == 0;
-}
 
 xcb_cursor_t makeCursor(xcb_font_t font, std::uint16_t glyph) {
     const xcb_cursor_t cursor = xcb_generate_id(connection());
@@ -239,7 +234,7 @@ void X11Host::destroySurface(Surface surface) {
 void X11Host::showSurface(Surface surface, const Placement& placement, bool raise) {
     Window& window = windows.at(surface);
     const RECT before = window.placement.bounds;
-    const bool moved = !samePlace(before, placement.bounds);
+    const bool moved = !gdi::areSame(before, placement.bounds);
     if (widthOf(before) != widthOf(placement.bounds) ||
         heightOf(before) != heightOf(placement.bounds))
         setBackground(surface, XCB_BACK_PIXMAP_NONE);
@@ -255,19 +250,19 @@ void X11Host::showSurface(Surface surface, const Placement& placement, bool rais
     xcb_flush(connection());
 }
 
-void X11Host::presentSurface(Surface surface, const Picture& picture) {
+void X11Host::presentSurface(Surface surface, const gdi::Canvas& canvas) {
     Window& window = windows.at(surface);
-    if (hasSize(window.image, picture.width, picture.height))
+    if (hasSize(window.image, canvas.width, canvas.height))
         synchronise();  // The server may still be reading the pixels of the last time.
     else
-        window.image = shareImage(connection(), picture.width, picture.height);
+        window.image = shareImage(connection(), canvas.width, canvas.height);
     if (!window.image) return;  // The window keeps what it shows.
     SharedImage& image = *window.image;
     if (window.sheet && hasSize(window.sheet->below, image.width, image.height)) {
-        window.sheet->blend(picture.pixels, picture.stride, window.placement.opacity, image);
+        window.sheet->blend(canvas, window.placement.opacity, image);
     } else {
         for (int y = 0; y < image.height; ++y)
-            std::copy_n(picture.pixels + std::ptrdiff_t(y) * picture.stride, image.width,
+            std::copy_n(canvas.pixels + std::ptrdiff_t(y) * canvas.stride, image.width,
                         image.pixels + std::ptrdiff_t(y) * image.width);
     }
     put(surface, image);
