@@ -61,8 +61,6 @@ void setMonitors(const std::vector<MonitorSetup>& monitors);
 // Changes size, position or rotation of one monitor, which keeps its handle. A running duplication
 // is lost.
 void changeMonitor(std::size_t index, const MonitorSetup& setup);
-// A locked desktop loses a running duplication and refuses a new one.
-void lockDesktop(bool locked);
 
 // The pixels of the whole virtual desktop, 0x00RRGGBB. Rows are `stride` pixels apart; the first
 // pixel is at `origin`.
@@ -86,7 +84,6 @@ void clickTray(UINT mouseMessage);
 void takeForeground();  // another program becomes the foreground program
 void restartShell();    // removes the tray icons and broadcasts "TaskbarCreated"
 void endSession(bool reallyEnds);
-void holdClipboard(bool held);              // another program keeps the clipboard open
 void takeHotKey(UINT modifiers, UINT key);  // another program has registered it
 void limitDisk(std::int64_t bytes);         // the largest size of a clip's file; -1: no limit
 void holdEncoder(bool hold);                // while held, samples wait for the encoder

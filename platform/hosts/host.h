@@ -12,6 +12,7 @@
 
 #include <windows.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -19,6 +20,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/core/call.h"
 #include "platform/gdi32/canvas.h"
 
 namespace host {
@@ -157,7 +159,7 @@ struct Host {
 
     // The desktop without excluded surfaces, on one thread at a time, not the user-interface
     // thread. A fresh view of the monitor, whose first image is a Changed of waitForPicture. False:
-    // the desktop is locked, or the monitor or the display has gone.
+    // the monitor or the display has gone.
     virtual bool openPictures(std::uintptr_t monitor) = 0;
     // Changed once the desktop differs from the last Changed; Unchanged when the time is over, also
     // on a display that has gone; Lost, finally, after a change of the monitor.
@@ -167,10 +169,8 @@ struct Host {
     virtual CapturedPicture readPicture(const RECT& area) = 0;
     virtual void closePictures() {}
 
-    // A file on the clipboard as a UTF-8 path. False: another program has it open.
-    virtual bool openClipboard() { return true; }
     virtual void clearClipboard() {}
-    // False: the clipboard stays another program's.
+    // A file as a UTF-8 path. False: the clipboard stays another program's.
     virtual bool offerFile(const std::string& /*path*/) { return true; }
     // Before the process ends: what it offers outlives it, if the desktop can keep it. Waits at
     // most one second.
@@ -195,9 +195,12 @@ struct Host {
 Host& memoryHost();  // embedded desktop, driven through platform/control.h
 Host& x11Host();  // live display named by DISPLAY; throws std::runtime_error if it cannot be opened
 
-// The host in use. Chosen once, before the first operation that needs a desktop; a call without a
-// choice stops the process.
-void use(Host& chosen);
-Host& current();
+// The host in use. Chosen before the first operation that needs a desktop.
+inline std::atomic<Host*> chosen = nullptr;
+inline void use(Host& host) { chosen = &host; }
+inline Host& current() {
+    if (!chosen) desktop::refuse("desktop", "no host has been chosen", 0);
+    return *chosen;
+}
 
 }  // namespace host

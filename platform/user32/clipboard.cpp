@@ -106,7 +106,6 @@ BOOL OpenClipboard(HWND window) {
     if (call.struck()) return call.fail(ERROR_ACCESS_DENIED);
     if (!find(window)) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
     if (openedBy) return openedBy == window ? TRUE : call.fail(ERROR_ACCESS_DENIED);
-    if (!host::current().openClipboard()) return call.fail(ERROR_ACCESS_DENIED);
     openedBy = window;
     desktop::opened("Clipboard");
     return TRUE;

@@ -38,7 +38,6 @@ struct Desktop {
     std::uintptr_t nextMonitor = 1;
     RECT bounds{};                       // of all monitors
     std::vector<std::uint32_t> picture;  // of the bounds, without any window
-    bool locked = false;
 
     // picture.cpp
     std::condition_variable pictureChanged;
@@ -63,7 +62,6 @@ struct Desktop {
     std::vector<desktop::PassedInput> passed;
 
     // tray.cpp
-    bool clipboardHeld = false;
     std::optional<host::TrayIcon> trayIcon;
 };
 
@@ -107,8 +105,6 @@ struct Host final : host::Host {
     bool openPictures(std::uintptr_t monitor) override;
     host::PictureState waitForPicture(DWORD milliseconds) override;
     host::CapturedPicture readPicture(const RECT& area) override;
-
-    bool openClipboard() override;
 
     void setTrayIcon(const host::TrayIcon* icon) override;
     RECT workArea() override;

@@ -79,13 +79,6 @@ void changeMonitor(std::size_t index, const MonitorSetup& setup) {
     memory::tellOfLayout(*record);
 }
 
-void lockDesktop(bool locked) {
-    const Locked record;
-    record->locked = locked;
-    ++record->generation;
-    record->pictureChanged.notify_all();
-}
-
 void paintDesktop(const std::function<void(const Canvas&)>& painter) {
     const Locked record;
     const RECT& all = record->bounds;

@@ -102,7 +102,7 @@ void noteChange(Desktop& desktop) {
 bool Host::openPictures(std::uintptr_t monitor) {
     const Locked desktop;
     const auto found = std::ranges::find(desktop->monitors, monitor, &host::Monitor::id);
-    if (desktop->locked || found == desktop->monitors.end()) return false;
+    if (found == desktop->monitors.end()) return false;
     desktop->seenVersion = 0;
     desktop->seenGeneration = desktop->generation;
     return true;

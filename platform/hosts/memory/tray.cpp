@@ -15,8 +15,6 @@ std::string Host::session() {
     return shared ? shared : "memory-" + std::to_string(getpid());
 }
 
-bool Host::openClipboard() { return !Locked()->clipboardHeld; }
-
 void Host::setTrayIcon(const host::TrayIcon* icon) {
     Locked()->trayIcon = icon ? std::optional(*icon) : std::nullopt;
 }
@@ -54,8 +52,6 @@ void restartShell() {
     record->trayIcon.reset();
     memory::queueEvent(*record, {.kind = host::Event::TaskbarCreated});
 }
-
-void holdClipboard(bool held) { Locked()->clipboardHeld = held; }
 
 }  // namespace desktop
 

@@ -168,11 +168,6 @@ void resize(const xcb_configure_notify_event_t& structure) {
     draw();
 }
 
-void release(const xcb_button_press_event_t& event) {
-    if (event.detail == 1) tellMouse(WM_LBUTTONUP);
-    if (event.detail == 3) tellMouse(WM_RBUTTONUP);
-}
-
 // Some trays send the button events of the icon themselves, so those count.
 bool iconEvent(const xcb_generic_event_t& event) {
     const auto& expose = reinterpret_cast<const xcb_expose_event_t&>(event);
@@ -185,8 +180,10 @@ bool iconEvent(const xcb_generic_event_t& event) {
         resize(structure);
     else if (type == XCB_BUTTON_PRESS && button.event == icon)
         press(button);
-    else if (type == XCB_BUTTON_RELEASE && button.event == icon)
-        release(button);
+    else if (type == XCB_BUTTON_RELEASE && button.event == icon && button.detail == 1)
+        tellMouse(WM_LBUTTONUP);
+    else if (type == XCB_BUTTON_RELEASE && button.event == icon && button.detail == 3)
+        tellMouse(WM_RBUTTONUP);
     else if (type == XCB_ENTER_NOTIFY && button.event == icon)
         tellEntered(reinterpret_cast<const xcb_enter_notify_event_t&>(event));
     else if (type == XCB_LEAVE_NOTIFY && button.event == icon)
