@@ -25,7 +25,7 @@ namespace {
 
 using Text = std::u16string_view;
 
-constexpr Text lineEnd = u"\r\n";
+constexpr const char16_t* lineEnd = u"\r\n";
 constexpr Text blanks = u" \t\v\f\x1A";  // The last one ended text files of DOS.
 
 Text trimmed(Text text) {
@@ -36,17 +36,6 @@ Text trimmed(Text text) {
 
 bool isSame(Text one, Text other) { return desktop::lowered(one) == desktop::lowered(other); }
 
-// CR LF, a lone LF and a lone CR all end a line.
-struct Line {
-    std::size_t begin, end, next;  // without its end; `next` follows it
-};
-
-Line lineAt(Text text, std::size_t begin) {
-    const std::size_t end = std::min(text.find_first_of(u"\r\n", begin), text.size());
-    const bool isPair = text.substr(end, 2) == lineEnd;
-    return {begin, end, std::min(end + (isPair ? 2 : 1), text.size())};
-}
-
 // The name of the section that the line opens. It ends at the last bracket.
 std::optional<Text> header(Text line) {
     const Text content = trimmed(line);
@@ -55,78 +44,57 @@ std::optional<Text> header(Text line) {
     return trimmed(content.substr(1, end - 1));
 }
 
-// The result of a search for a key; positions in the text.
+// The result of a search for a key in a section.
 struct Match {
     bool hasSection = false;
     std::size_t sectionEnd = 0;  // after the section's last line that is not blank
-    bool hasKey = false;
-    bool hasEquals = false;
-    std::size_t valueBegin = 0, valueEnd = 0;  // all after the equals sign or the bare key
+    std::optional<Text> rest;    // of the key's line: from the equals sign on, empty without one
 };
 
-void lookAtLine(Match& match, Text text, const Line& line, Text key) {
-    const Text content = text.substr(line.begin, line.end - line.begin);
-    if (trimmed(content).empty()) return;
-    match.sectionEnd = line.next;
-    const std::size_t keyEnd = std::min(content.find(u'='), content.size());
-    if (match.hasKey || !isSame(trimmed(content.substr(0, keyEnd)), key)) return;
-    match.hasKey = true;
-    match.hasEquals = keyEnd < content.size();
-    match.valueBegin = line.begin + keyEnd + (match.hasEquals ? 1 : 0);
-    match.valueEnd = line.end;
-}
-
-Match find(Text text, Text section, Text key) {
+Match findKey(Text text, Text section, Text key) {
     Match match;
-    for (Line line = lineAt(text, 0); line.begin < text.size(); line = lineAt(text, line.next)) {
-        if (const auto name = header(text.substr(line.begin, line.end - line.begin))) {
-            if (match.hasSection) break;
-            match.hasSection = isSame(*name, section);
-            match.sectionEnd = line.next;
-        } else if (match.hasSection) {
-            lookAtLine(match, text, line, key);
-        }
+    for (std::size_t begin = 0, next = 0; begin < text.size(); begin = next) {
+        // CR LF, a lone LF and a lone CR all end a line.
+        const std::size_t end = std::min(text.find_first_of(lineEnd, begin), text.size());
+        next = end + (text.substr(end, 2) == lineEnd ? 2 : 1);
+        const Text line = text.substr(begin, end - begin);
+        const auto name = header(line);
+        if (name && match.hasSection) break;
+        if (name) match.hasSection = isSame(*name, section);
+        if (!match.hasSection || trimmed(line).empty()) continue;
+        match.sectionEnd = std::min(next, text.size());
+        const std::size_t keyEnd = std::min(line.find(u'='), line.size());
+        if (!name && !match.rest && isSame(trimmed(line.substr(0, keyEnd)), key))
+            match.rest = line.substr(keyEnd);
     }
     return match;
 }
 
-template <typename... Parts>
-std::u16string joined(Parts... parts) {
-    std::u16string text;
-    ((text += parts), ...);
-    return text;
-}
-
-bool endsLine(Text text) { return text.empty() || text.back() == u'\n' || text.back() == u'\r'; }
-
-std::u16string withLines(Text text, std::size_t position, Text lines) {
-    const Text before = text.substr(0, position);
-    return joined(before, endsLine(before) ? Text() : lineEnd, lines, text.substr(position));
-}
-
-// The value without the blanks and the one pair of quotes around it.
-std::optional<std::u16string> profileValue(Text text, Text section, Text key) {
-    const Match match = find(text, section, key);
-    if (!match.hasKey) return std::nullopt;
-    Text value = trimmed(text.substr(match.valueBegin, match.valueEnd - match.valueBegin));
+// The value without the blanks and the one pair of quotes around it; empty if there is none.
+Text profileValue(Text text, Text section, Text key) {
+    const Text rest = findKey(text, section, key).rest.value_or(Text());
+    Text value = trimmed(rest.substr(rest.empty() ? 0 : 1));
     const bool isQuoted = value.size() >= 2 && value.front() == value.back() &&
                           (value.front() == u'"' || value.front() == u'\'');
-    if (isQuoted) value = value.substr(1, value.size() - 2);
-    return std::u16string(value);
+    return isQuoted ? value.substr(1, value.size() - 2) : value;
 }
 
-// The text with that value. Every character that the change does not concern stays as it is.
-std::u16string withProfileValue(Text text, Text section, Text key, Text value) {
-    const Match match = find(text, section, key);
-    const std::u16string entry = joined(key, u"=", value, lineEnd);
-    if (!match.hasSection)
-        return withLines(text, text.size(), joined(u"[", section, u"]", lineEnd, entry));
-    if (!match.hasKey) return withLines(text, match.sectionEnd, entry);
-    std::u16string changed(text);
-    const std::size_t length = match.valueEnd - match.valueBegin;
-    if (!match.hasEquals || trimmed(text.substr(match.valueBegin, length)) != value)
-        changed.replace(match.valueBegin, length, joined(match.hasEquals ? u"" : u"=", value));
-    return changed;
+// Every character that the change does not concern stays as it is.
+void setProfileValue(std::u16string& text, const std::u16string& section, const std::u16string& key,
+                     const std::u16string& value) {
+    const auto [hasSection, sectionEnd, rest] = findKey(text, section, key);
+    if (rest) {
+        if (rest->empty() || trimmed(rest->substr(1)) != value)
+            text.replace(static_cast<std::size_t>(rest->data() - text.data()), rest->size(),
+                         u"=" + value);
+        return;
+    }
+    const std::size_t position = hasSection ? sectionEnd : text.size();
+    std::u16string lines = key + u"=" + value + lineEnd;
+    if (!hasSection) lines = u"[" + section + u"]" + lineEnd + lines;
+    if (position > 0 && Text(lineEnd).find(text[position - 1]) == Text::npos)
+        lines = lineEnd + lines;
+    text.insert(position, lines);
 }
 
 // The number that a value begins with, after a sign and in decimal, or after 0x, 0o or 0b; 0 if
@@ -150,51 +118,33 @@ unsigned profileNumber(Text value) {
     return isNegative ? 0 - number : number;
 }
 
-struct Profile {
-    bool isUtf16 = false;
-    std::u16string text;
-};
-
 const std::string utf16Mark = "\xFF\xFE";
 
-Profile decode(const std::string& bytes) {
-    Profile profile{bytes.starts_with(utf16Mark), {}};
-    if (profile.isUtf16) {
-        profile.text.resize(bytes.size() / 2 - 1);
-        std::memcpy(profile.text.data(), bytes.data() + 2, profile.text.size() * 2);
-    } else {
-        for (const unsigned char byte : bytes) profile.text += char16_t{byte};
-    }
-    return profile;
+std::u16string decode(const std::string& bytes) {
+    if (!bytes.starts_with(utf16Mark)) return {bytes.begin(), bytes.end()};
+    std::u16string text(bytes.size() / 2 - 1, 0);
+    std::memcpy(text.data(), bytes.data() + utf16Mark.size(), text.size() * 2);
+    return text;
 }
 
-std::string encode(const Profile& profile) {
-    const auto& text = profile.text;
-    if (!profile.isUtf16) return std::string(text.begin(), text.end());
+std::string encode(const std::u16string& text, bool isUtf16) {
+    if (!isUtf16) return {text.begin(), text.end()};
     return utf16Mark + std::string(reinterpret_cast<const char*>(text.data()), text.size() * 2);
 }
 
 // Nothing unless all of it can be read: what is missing here would be lost in the next write.
 std::optional<std::string> readAll(int file) {
-    std::string bytes;
-    char part[4096];
-    for (;;) {
-        const ssize_t length = pread(file, part, sizeof part, static_cast<off_t>(bytes.size()));
-        if (length < 0) return std::nullopt;
-        if (length == 0) return bytes;
-        bytes.append(part, static_cast<std::size_t>(length));
-    }
+    struct stat item {};
+    if (fstat(file, &item) != 0) return std::nullopt;
+    std::string bytes(static_cast<std::size_t>(item.st_size), 0);
+    const bool isWhole = pread(file, bytes.data(), bytes.size(), 0) == item.st_size;
+    return isWhole ? std::optional(bytes) : std::nullopt;
 }
 
 bool writeAll(int file, const std::string& bytes) {
-    std::size_t done = 0;
-    while (done < bytes.size()) {
-        const ssize_t length =
-            pwrite(file, bytes.data() + done, bytes.size() - done, static_cast<off_t>(done));
-        if (length < 0) return false;
-        done += static_cast<std::size_t>(length);
-    }
-    return ftruncate(file, static_cast<off_t>(bytes.size())) == 0;
+    const auto length = static_cast<ssize_t>(bytes.size());
+    errno = ENOSPC;  // A write that is cut off by a full disk sets none.
+    return pwrite(file, bytes.data(), bytes.size(), 0) == length && ftruncate(file, length) == 0;
 }
 
 // A name without a folder would mean the system's own folder. The names and values of the program
@@ -216,9 +166,10 @@ DWORD change(const std::string& path, LPCWSTR section, LPCWSTR key, LPCWSTR valu
         return ERROR_SHARING_VIOLATION;
     const auto bytes = readAll(file.get());
     if (!bytes) return kernel32::errorCode(errno);
-    Profile profile = decode(*bytes);
-    profile.text = withProfileValue(profile.text, section, key, value);
-    return writeAll(file.get(), encode(profile)) ? ERROR_SUCCESS : kernel32::errorCode(errno);
+    std::u16string text = decode(*bytes);
+    setProfileValue(text, section, key, value);
+    const std::string changed = encode(text, bytes->starts_with(utf16Mark));
+    return writeAll(file.get(), changed) ? ERROR_SUCCESS : kernel32::errorCode(errno);
 }
 
 }  // namespace
@@ -233,8 +184,9 @@ UINT GetPrivateProfileIntW(LPCWSTR section, LPCWSTR key, INT usual, LPCWSTR file
     if (!opened || kernel32::isMarked(opened.get(), kernel32::Mark::DeniesRead)) return fallback;
     const auto bytes = readAll(opened.get());
     if (!bytes) return fallback;
-    const auto value = profileValue(decode(*bytes).text, section, key);
-    return value && !value->empty() ? profileNumber(*value) : fallback;
+    const std::u16string text = decode(*bytes);
+    const Text value = profileValue(text, section, key);
+    return value.empty() ? fallback : profileNumber(value);
 }
 
 BOOL WritePrivateProfileStringW(LPCWSTR section, LPCWSTR key, LPCWSTR value, LPCWSTR file) {
