@@ -60,7 +60,7 @@ TEST_F(Session, usesAFolderThatIsTheUsersAlone) {
          {own, isGiven ? own / "another" : Path("/"), own / "missing", Path()}) {
         setenv("XDG_RUNTIME_DIR", runtime.c_str(), 1);
         EXPECT_EQ(desktop::sessionFolder(),
-                  (runtime == own ? own : cache) / "quorvel-desk-clip" / "a_session_0");
+                  (runtime == own ? own : cache) / "quorvel-desk-clip" / "a%2Fsession%3A0");
     }
     std::filesystem::permissions(cache / "quorvel-desk-clip", std::filesystem::perms::all);
     EXPECT_EQ(CreateMutexW(nullptr, FALSE, TEXT("name")), nullptr);
@@ -94,7 +94,7 @@ TEST_F(Session, startsDespiteLeftoverSockets) {
     socketAt(session, bind);
     ASSERT_EQ(desktop::sessionFolder(), session);
     socketAt(session / "mutex-name", bind);
-    const desktop::Descriptor nobodys = socketAt(session / "window-someclass.0.1", bind);
+    const desktop::Descriptor nobodys = socketAt(session / "window-someclass,0,1", bind);
     EXPECT_TRUE(claims());
     EXPECT_FALSE(desktop::findMailbox(u"SomeClass"));
 }

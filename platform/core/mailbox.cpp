@@ -31,14 +31,9 @@ struct OpenMailbox {
 };
 std::list<OpenMailbox> mailboxes;
 
-// "window-<class>.<process>.<window>"; letters that a file name cannot hold become numbers.
+// Of "window-<class>,<process>,<window>", where the class has no comma.
 std::string classPrefix(std::u16string_view className) {
-    std::string prefix = "window-";
-    for (const char16_t unit : lowered(className)) {
-        const bool plain = unit < 0x80 && (std::isalnum(unit) || unit == u'-' || unit == u'_');
-        prefix += plain ? std::string(1, static_cast<char>(unit)) : '%' + std::to_string(unit);
-    }
-    return prefix + '.';
+    return "window-" + asFileName(toUtf8(lowered(className))) + ',';
 }
 
 // Paths of sockets are short by nature, so they are reached through an open folder.
@@ -70,7 +65,7 @@ void openMailbox(std::u16string_view className, HWND window) {
     findMailbox(className);  // Leftovers of a process that was killed go when the next one comes.
     const auto folder = sessionFolder();
     if (!folder) return;
-    const std::string name = classPrefix(className) + std::to_string(getpid()) + '.' +
+    const std::string name = classPrefix(className) + std::to_string(getpid()) + ',' +
                              std::to_string(reinterpret_cast<std::uintptr_t>(window));
     // It gets its name when it is bound: until then another process would take it for a leftover.
     const std::string path = *folder / name, unready = *folder / ("new-" + name);

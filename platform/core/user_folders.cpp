@@ -1,13 +1,12 @@
 #include "platform/core/user_folders.h"
 
+#include <glib.h>
 #include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <cctype>
 #include <cstdlib>
-#include <string>
+#include <memory>
 
 #include "platform/hosts/host.h"
 
@@ -53,14 +52,13 @@ bool makePrivate(const std::filesystem::path& folder) {
            (item.st_mode & 077) == 0;
 }
 
-// Session names hold what file names cannot, such as slashes.
-std::string asFileName(std::string name) {
-    std::ranges::replace_if(
-        name, [](unsigned char letter) { return !std::isalnum(letter) && letter != '-'; }, '_');
-    return name;
-}
-
 }  // namespace
+
+std::string asFileName(const std::string& text) {
+    const std::unique_ptr<char, decltype(&g_free)> name(
+        g_uri_escape_string(text.c_str(), nullptr, false), g_free);
+    return name.get();
+}
 
 void removeSocket(const std::filesystem::path& path) {
     std::error_code ignored;

@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <optional>
+#include <string>
 
 namespace desktop {
 
@@ -14,6 +15,9 @@ std::filesystem::path configFolder();    // XDG_CONFIG_HOME, or ~/.config
 // can enter: in XDG_RUNTIME_DIR if that belongs to the user, else in XDG_CACHE_HOME or ~/.cache. It
 // is made if it is missing. Empty if it cannot be made or others can enter it.
 std::optional<std::filesystem::path> sessionFolder();
+
+// A file name for a text with letters that no file name has, such as slashes: they are numbers.
+std::string asFileName(const std::string& text);
 
 // Frees a name that a leftover socket has taken. No socket that is in use has such a name.
 void removeSocket(const std::filesystem::path& path);
