@@ -14,8 +14,6 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
@@ -92,13 +90,10 @@ LSTATUS readEntry(const std::string& file, std::u16string& text) {
     if (lstat(file.c_str(), &item) != 0) return errorAt(file);
     // The user put it there, and so a link, wherever it leads.
     if (!S_ISREG(item.st_mode)) return ERROR_SUCCESS;
-    std::ifstream input(file);
-    if (!input) return errorAt(file);
-    const std::string content(std::istreambuf_iterator<char>(input), {});
+    if (access(file.c_str(), R_OK) != 0) return errorAt(file);
     const KeyFile entry(g_key_file_new());
     // What is no key file at all has no such key.
-    g_key_file_load_from_data(entry.get(), content.data(), content.size(), G_KEY_FILE_NONE,
-                              nullptr);
+    g_key_file_load_from_file(entry.get(), file.c_str(), G_KEY_FILE_NONE, nullptr);
     if (isOff(entry.get())) return ERROR_FILE_NOT_FOUND;
     const Text line(g_key_file_get_string(entry.get(), group, "Exec", nullptr));
     const auto program = line ? programIn(g_strchomp(line.get())) : std::nullopt;
@@ -131,10 +126,6 @@ LSTATUS writeEntry(const std::string& file, std::u16string_view command) {
 
 desktop::HandleTable<HKEY, REGSAM> table(0x30000010, "RegistryKey");  // their rights
 
-LSTATUS failure(const desktop::Call& call) {
-    return static_cast<LSTATUS>(call.code(ERROR_ACCESS_DENIED));
-}
-
 void refuseUnknown(const desktop::Call& call, HKEY parent, LPCWSTR path, DWORD options,
                    REGSAM rights) {
     call.only("parent", parent, HKEY_CURRENT_USER);
@@ -149,7 +140,7 @@ void refuseUnknown(const desktop::Call& call, HKEY parent, LPCWSTR path, DWORD o
 LSTATUS refusal(desktop::Call& call, HKEY handle, REGSAM right) {
     const REGSAM* const rights = table.find(handle);
     if (!rights) call.refuse("key", handle);
-    if (call.struck()) return failure(call);
+    if (call.struck()) return static_cast<LSTATUS>(call.code(ERROR_ACCESS_DENIED));
     return *rights & right ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
 }
 
@@ -169,7 +160,7 @@ std::optional<std::u16string> commandIn(DWORD type, const BYTE* data, DWORD size
 LSTATUS RegOpenKeyExW(HKEY parent, LPCWSTR path, DWORD options, REGSAM rights, PHKEY key) {
     desktop::Call call("RegOpenKeyExW", path, rights);
     refuseUnknown(call, parent, path, options, rights);
-    if (call.struck()) return failure(call);
+    if (call.struck()) return static_cast<LSTATUS>(call.code(ERROR_ACCESS_DENIED));
     std::error_code ignored;
     const bool isThere = std::filesystem::is_directory(autostartFolder(), ignored);
     if (!isThere) return ERROR_FILE_NOT_FOUND;
@@ -184,7 +175,7 @@ LSTATUS RegCreateKeyExW(HKEY parent, LPCWSTR path, DWORD reserved, LPWSTR keyCla
     refuseUnknown(call, parent, path, options, rights);
     call.only("class, security or disposition", reserved || keyClass || security || disposition,
               false);
-    if (call.struck()) return failure(call);
+    if (call.struck()) return static_cast<LSTATUS>(call.code(ERROR_ACCESS_DENIED));
     std::error_code error;
     std::filesystem::create_directories(autostartFolder(), error);
     if (error) return static_cast<LSTATUS>(kernel32::errorCode(error.value()));

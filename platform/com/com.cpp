@@ -4,6 +4,7 @@
 #define INITGUID
 #include "platform/sdk/sdk.h"
 
+#include <glib.h>
 #include <sys/random.h>
 
 #include <algorithm>
@@ -56,13 +57,9 @@ HRESULT CoCreateGuid(GUID* id) {
 
 int StringFromGUID2(REFGUID id, LPOLESTR text, int capacity) {
     desktop::Call call("StringFromGUID2", capacity);
-    const std::string digits = desktop::describe(id);
-    if (capacity < static_cast<int>(digits.size()) + 3) return 0;
-    *text++ = u'{';
-    text = std::ranges::transform(digits, text, [](char digit) {
-               return static_cast<char16_t>(digit >= 'a' ? digit - 'a' + 'A' : digit);
-           }).out;
-    *text++ = u'}';
-    *text = 0;
-    return static_cast<int>(digits.size()) + 3;
+    std::string shown = '{' + desktop::describe(id) + '}';
+    const int units = static_cast<int>(shown.size()) + 1;
+    if (capacity < units) return 0;
+    std::ranges::transform(shown.c_str(), shown.c_str() + units, text, g_ascii_toupper);
+    return units;
 }

@@ -1,5 +1,6 @@
 #include "platform/core/shown.h"
 
+#include <algorithm>
 #include <stdexcept>
 
 namespace desktop {
@@ -22,12 +23,8 @@ std::optional<std::vector<std::uint8_t>> clipboardBlock() { return copyOf(&Shown
 std::vector<ShownWindow> windows() { return copyOf(&Shown::windows); }
 
 void waitForBalloon(const std::string& text) {
-    const auto isThere = [&] {
-        for (const ShownBalloon& balloon : balloons())
-            if (balloon.text == text) return true;
-        return false;
-    };
-    if (waitUntil(isThere)) return;
+    if (waitUntil([&] { return std::ranges::count(balloons(), text, &ShownBalloon::text) > 0; }))
+        return;
     std::string all;
     for (const ShownBalloon& balloon : balloons()) all += "\n  " + balloon.text;
     throw std::runtime_error("No balloon \"" + text + "\" came, but these:" + all);
