@@ -11,14 +11,10 @@ namespace media {
 
 namespace {
 
-AttributeValues::iterator find(AttributeValues& attributes, REFGUID key) {
-    return std::ranges::find(attributes, key, &AttributeValues::value_type::first);
-}
-
 // Removes what it reads, so only unknown attributes are left for refuseRest.
 template <typename Kind>
 Kind take(AttributeValues& attributes, REFGUID key) {
-    const auto found = find(attributes, key);
+    const auto found = std::ranges::find(attributes, key, &AttributeValues::value_type::first);
     const Kind* const value =
         found == attributes.end() ? nullptr : std::get_if<Kind>(&found->second);
     if (!value) throw Failure{MF_E_INVALIDMEDIATYPE};
@@ -59,14 +55,6 @@ VideoFormat readVideoType(AttributeValues& type, REFGUID subtype, const char* op
 }
 
 }  // namespace
-
-void setValue(AttributeValues& attributes, REFGUID key, const Value& value) {
-    const auto known = find(attributes, key);
-    if (known == attributes.end())
-        attributes.emplace_back(key, value);
-    else
-        known->second = value;
-}
 
 void checkWriterAttributes(AttributeValues attributes) {
     const char* const operation = "MFCreateSinkWriterFromURL";

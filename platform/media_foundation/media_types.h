@@ -17,8 +17,6 @@ namespace media {
 using Value = std::variant<UINT32, UINT64, GUID>;
 using AttributeValues = std::vector<std::pair<GUID, Value>>;
 
-void setValue(AttributeValues& attributes, REFGUID key, const Value& value);
-
 template <typename Self, typename Interface, const IID&... ids>
 struct AttributeStore : com::ComObject<Self, Interface, ids...> {
     HRESULT SetUINT32(REFGUID key, UINT32 value) {
@@ -45,7 +43,8 @@ struct AttributeStore : com::ComObject<Self, Interface, ids...> {
 private:
     HRESULT store(desktop::Call& call, REFGUID key, const Value& value) {
         if (call.struck()) return call.fail(E_OUTOFMEMORY);
-        setValue(values, key, value);
+        std::erase_if(values, [&](const auto& each) { return each.first == key; });
+        values.emplace_back(key, value);
         return S_OK;
     }
 };

@@ -10,7 +10,6 @@ extern "C" {
 }
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -82,12 +81,9 @@ int Mp4File::writeBytes(void* target, std::uint8_t* bytes, int count) {
 }
 
 std::int64_t Mp4File::seek(void* target, std::int64_t offset, int origin) {
-    const Mp4File& self = *static_cast<Mp4File*>(target);
-    if (origin & AVSEEK_SIZE) {
-        struct stat status {};
-        return fstat(self.file.get(), &status) == 0 ? status.st_size : AVERROR(errno);
-    }
-    const std::int64_t position = lseek(self.file.get(), offset, origin & ~AVSEEK_FORCE);
+    // The size, which libavformat does not need here, is no origin for the system.
+    const int descriptor = static_cast<Mp4File*>(target)->file.get();
+    const std::int64_t position = lseek(descriptor, offset, origin & ~AVSEEK_FORCE);
     return position < 0 ? AVERROR(errno) : position;
 }
 
