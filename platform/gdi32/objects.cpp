@@ -57,9 +57,9 @@ Canvas closeContext(HDC context) {
 }
 
 std::optional<std::vector<RECT>> takeRegion(HRGN region) {
-    std::vector<RECT>* const found = regions.find(region);
-    if (!found) return std::nullopt;
-    std::vector<RECT> taken = std::move(*found);
+    const std::vector<RECT>* const found = regions.find(region);
+    std::optional<std::vector<RECT>> taken;
+    if (found) taken = *found;
     regions.remove(region);
     return taken;
 }

@@ -28,8 +28,8 @@ std::optional<struct stat> itemAt(const std::string& path) {
 }
 
 bool leadsToFolder(const std::string& path) {
-    struct stat item {};
-    return stat(path.c_str(), &item) == 0 && S_ISDIR(item.st_mode);
+    std::error_code ignored;
+    return std::filesystem::is_directory(path, ignored);
 }
 
 // Neither a link nor the file that it leads to is meant by a lock on the name.
@@ -64,20 +64,14 @@ bool renameTo(const std::string& source, const std::string& target, bool replace
            unlink(source.c_str()) == 0;
 }
 
-bool copyBytes(int from, int to) {
-    for (;;) {
-        const ssize_t copied = sendfile(to, from, nullptr, 1 << 20);
-        if (copied <= 0) return copied == 0;
-    }
-}
-
 // 0, or the code of the failure; then there is no target.
 DWORD copyTo(int source, const struct stat& item, const std::string& target) {
     desktop::Descriptor copy(
         open(target.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
     if (!copy) return errno == EEXIST ? ERROR_FILE_EXISTS : errorCode(errno, target);
-    if (copyBytes(source, copy.get()) && fchmod(copy.get(), item.st_mode & 07777) == 0)
-        return ERROR_SUCCESS;
+    ssize_t copied = 1;
+    while (copied > 0) copied = sendfile(copy.get(), source, nullptr, 1 << 20);
+    if (copied == 0 && fchmod(copy.get(), item.st_mode & 07777) == 0) return ERROR_SUCCESS;
     const int error = errno;
     unlink(target.c_str());
     return errorCode(error);
