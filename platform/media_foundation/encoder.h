@@ -40,7 +40,6 @@ struct Failure {
 // Throws Failure if `result`, an answer of libavcodec or libavformat, is negative.
 int checked(int result);
 
-// --- mp4_file.cpp
 // Every operation throws Failure, with the system's own reason where the file is to blame.
 struct Mp4File {
     explicit Mp4File(const std::string& path);  // Creates the file or empties it.
@@ -63,7 +62,6 @@ private:
     AVFormatContext* context = nullptr;
 };
 
-// --- encoder.cpp
 // NV12. The bytes never change, so equal frames can share them.
 struct Frame {
     std::shared_ptr<std::uint8_t[]> bytes;
