@@ -85,7 +85,6 @@ void takeForeground();  // another program becomes the foreground program
 void restartShell();    // removes the tray icons and broadcasts "TaskbarCreated"
 void endSession(bool reallyEnds);
 void takeHotKey(UINT modifiers, UINT key);  // another program has registered it
-void limitDisk(std::int64_t bytes);         // the largest size of a clip's file; -1: no limit
 void holdEncoder(bool hold);                // while held, samples wait for the encoder
 
 // Key and pointer events since the last call that went to no window, hook or hot key of the

@@ -42,7 +42,6 @@ namespace {
 constexpr std::size_t queueBytes = 256'000'000;
 
 std::atomic<bool> held = false;
-std::atomic<std::int64_t> diskLimit = -1;
 
 constexpr int bufferBytes = 64 * 1024;
 
@@ -129,10 +128,6 @@ Mp4File::~Mp4File() {
 
 int Mp4File::writeBytes(void* target, std::uint8_t* bytes, int count) {
     Mp4File& self = *static_cast<Mp4File*>(target);
-    if (diskLimit >= 0 && lseek(self.file.get(), 0, SEEK_CUR) + count > diskLimit) {
-        self.fileFailure = resultOf(ENOSPC);
-        return AVERROR(ENOSPC);
-    }
     for (int written = 0; written < count;) {
         const ssize_t step = ::write(self.file.get(), bytes + written, count - written);
         if (step >= 0)
@@ -317,8 +312,6 @@ void Encoder::run() {
 }  // namespace media
 
 namespace desktop {
-
-void limitDisk(std::int64_t bytes) { media::diskLimit = bytes; }
 
 void holdEncoder(bool hold) {
     media::held = hold;
