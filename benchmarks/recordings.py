@@ -36,7 +36,9 @@ def await_condition(what, condition, seconds=60):
         if result := condition():
             return result
         time.sleep(0.001)
-    raise SystemExit(f"waited in vain for {what}")
+    # A notice has its text for a title.
+    shown = user("search", "--onlyvisible", "--class", "quorvel", "getwindowname", "%@").split("\n")
+    raise SystemExit(f"waited in vain for {what}; shown: {', '.join(filter(None, shown))}")
 
 
 @contextlib.contextmanager
