@@ -98,33 +98,38 @@ bool carryOut(DWORD command, const NOTIFYICONDATAW& data) {
     return true;
 }
 
-}  // namespace
-
-}  // namespace shell32
-
-void user32::removeTrayIconOf(HWND window) {
-    shell32::forgetBalloon(window);
-    if (shell32::entry && shell32::entry->window == window) shell32::forgetIcon();
+void leaveWith(HWND window) {
+    forgetBalloon(window);
+    if (entry && entry->window == window) forgetIcon();
 }
 
 // Mouse messages are posted to the icon's window. A shell that has started again has forgotten the
 // icon, and every window hears of it.
-void user32::takeTrayEvent(const host::Event& event) {
+void takeEvent(const host::Event& event) {
     using host::Event;
-    auto& entry = shell32::entry;
     if (event.kind == Event::NoticeShown || event.kind == Event::NoticeRefused)
-        return shell32::takeAnswer(event);
-    shell32::hideTip();
+        return takeAnswer(event);
+    hideTip();
     if (event.kind == Event::TaskbarCreated) {
         entry.reset();
-        shell32::publishTip("");
-        tellAll(desktop::registeredMessage(u"TaskbarCreated"), 0, 0);
+        publishTip("");
+        user32::tellAll(desktop::registeredMessage(u"TaskbarCreated"), 0, 0);
     } else if (entry && event.kind == Event::TrayMouse) {
-        post(entry->window, entry->callback, entry->id, static_cast<LPARAM>(event.message));
+        user32::post(entry->window, entry->callback, entry->id, static_cast<LPARAM>(event.message));
     } else if (entry && event.kind == Event::TrayEntered && !entry->tip.empty()) {
-        shell32::showTip(entry->tip, event.icon);
+        showTip(entry->tip, event.icon);
     }
 }
+
+const bool registered = [] {
+    user32::leaveShell = leaveWith;
+    user32::takeShellEvent = takeEvent;
+    return true;
+}();
+
+}  // namespace
+
+}  // namespace shell32
 
 BOOL Shell_NotifyIconW(DWORD command, NOTIFYICONDATAW* icon) {
     desktop::Call call("Shell_NotifyIconW", command, icon->uFlags, icon->uCallbackMessage,

@@ -103,12 +103,12 @@ void handle(const Event& event) {
     case Event::PointerMoved:
     case Event::ButtonPressed:
     case Event::ButtonReleased: waiting = event; return;
-    case Event::TrayMouse: state.entitled = true; return takeTrayEvent(event);
+    case Event::TrayMouse: state.entitled = true; return takeShellEvent(event);
     case Event::TaskbarCreated:
     case Event::TrayEntered:
     case Event::TrayLeft:
     case Event::NoticeShown:
-    case Event::NoticeRefused: return takeTrayEvent(event);
+    case Event::NoticeRefused: return takeShellEvent(event);
     case Event::ActivationLost: return loseActivation();
     case Event::LayoutChanged: return tellAll(WM_DISPLAYCHANGE, 32, 0);
     case Event::SessionQuery: return tellAll(WM_QUERYENDSESSION, 0, 0);

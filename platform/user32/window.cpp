@@ -46,7 +46,7 @@ void forget(HWND window) {
     leaveQueue(window);
     releaseHotKeys(window);
     leaveClipboard(window);
-    removeTrayIconOf(window);
+    leaveShell(window);
     host::current().destroySurface(gone.front().surface);
     if (gone.front().ofTheLayer) return;
     desktop::closeMailbox(window);

@@ -172,9 +172,12 @@ bool isHotKey(const host::Event& press, bool isRepeat);
 std::size_t releaseHotKeys(HWND window, std::optional<int> id = {});
 void forgetHook();
 
-// --- clipboard.cpp and shell32/shell.cpp: what of them goes with a window
+// --- clipboard.cpp
 void leaveClipboard(HWND window);
-void removeTrayIconOf(HWND window);
-void takeTrayEvent(const host::Event& event);
+
+// --- The shell is above these files and registers here: what it has of a window goes with it, and
+// the taskbar's events are its own.
+inline void (*leaveShell)(HWND window) = [](HWND) {};
+inline void (*takeShellEvent)(const host::Event& event) = [](const host::Event&) {};
 
 }  // namespace user32
