@@ -66,6 +66,9 @@ TEST(Strict, theForegroundIsTheUsersToGive) {
         pressEsc();
         await("the end of the menu", [] { return !menuIsOpen(); });
         click(300, 900);
+        await("the user elsewhere", [] {
+            return std::ranges::none_of(desktop::windows(), &desktop::ShownWindow::foreground);
+        });
         desktop::postToWindow("QuorvelDeskClip", WM_APP_OPEN_SETTINGS);
         await("the dialog", [] { return desktop::openDialog().has_value(); });
         EXPECT_EQ(focus(), 0);
