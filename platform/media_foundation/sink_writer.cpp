@@ -42,9 +42,13 @@ std::shared_ptr<std::uint8_t[]> takeBytes(DWORD size) {
         spare.bytes.reset(done);
         spare.size = size;
     };
-    const std::lock_guard lock(spare.mutex);
-    if (spare.bytes && spare.size == size) return {spare.bytes.release(), keep};
-    return {new std::uint8_t[size], keep};
+    std::unique_ptr<std::uint8_t[]> bytes;
+    {
+        const std::lock_guard lock(spare.mutex);
+        if (spare.size == size) bytes = std::move(spare.bytes);
+    }
+    if (!bytes) bytes.reset(new std::uint8_t[size]);
+    return {bytes.release(), keep};  // Without memory for the count `keep` runs here.
 }
 
 struct MemoryBuffer : com::ComObject<MemoryBuffer, IMFMediaBuffer, IID_IMFMediaBuffer> {
