@@ -1,5 +1,5 @@
 // The loops have a form that compilers vectorize: one row at a time, indices that grow by a
-// constant, no branch but the clamp.
+// constant, no branch but the clamp. All of it is compiled once more for processors with AVX2.
 
 #include "capture/frame_conversion.h"
 
@@ -34,18 +34,30 @@ void convertChromaRow(const std::uint8_t* upper, const std::uint8_t* lower, std:
     }
 }
 
+void convertRows(const std::uint8_t* source, std::ptrdiff_t pitch, std::int32_t width,
+                 std::int32_t height, std::uint8_t* luma) {
+    const std::ptrdiff_t stride = width;
+    std::uint8_t* const chroma = luma + stride * height;
+    // The chroma of two rows comes before the next ones, while they are in the cache.
+    for (std::int32_t y = 0; y < height; ++y) {
+        const std::uint8_t* row = source + y * pitch;
+        convertLumaRow(row, width, luma + y * stride);
+        if (y % 2 == 1) convertChromaRow(row - pitch, row, width, chroma + y / 2 * stride);
+    }
+}
+
+[[gnu::target("avx2"), gnu::flatten]] void
+convertRowsWithAvx2(const std::uint8_t* source, std::ptrdiff_t pitch, std::int32_t width,
+                    std::int32_t height, std::uint8_t* luma) {
+    convertRows(source, pitch, width, height, luma);
+}
+
 }  // namespace
 
 void convertBgraToNv12(const std::uint8_t* source, std::int32_t rowPitch, std::int32_t width,
                        std::int32_t height, std::uint8_t* destination) {
-    const std::ptrdiff_t pitch = rowPitch;
-    const std::ptrdiff_t stride = width;
-    for (std::int32_t y = 0; y < height; ++y)
-        convertLumaRow(source + y * pitch, width, destination + y * stride);
-
-    std::uint8_t* const chroma = destination + stride * height;
-    for (std::int32_t y = 0; y + 1 < height; y += 2) {
-        const std::uint8_t* upper = source + y * pitch;
-        convertChromaRow(upper, upper + pitch, width, chroma + y / 2 * stride);
-    }
+    if (__builtin_cpu_supports("avx2"))
+        convertRowsWithAvx2(source, rowPitch, width, height, destination);
+    else
+        convertRows(source, rowPitch, width, height, destination);
 }
