@@ -9,10 +9,11 @@ extern "C" {
 #include <libavutil/log.h>
 }
 
+#include <array>
 #include <atomic>
+#include <exception>
 #include <memory>
 #include <mutex>
-#include <exception>
 #include <optional>
 
 #include "platform/core/objects.h"
@@ -28,24 +29,29 @@ std::atomic<int> starts = 0;
 std::atomic<int> sinkWriters = 0;
 std::atomic<bool> loss = false;
 
-// The memory of a frame that is done with serves the next one: new memory costs a fault for each of
-// its pages.
+// The memory of frames that are done with serves the next ones: new memory costs a fault for each
+// of its pages.
 struct Spare {
     std::mutex mutex;
-    std::unique_ptr<std::uint8_t[]> bytes;
-    DWORD size = 0;
+    std::array<std::unique_ptr<std::uint8_t[]>, 3> frames;
+    std::size_t count = 0;  // The others are null.
+    DWORD size = 0;         // of each
 } spare;
 
 std::shared_ptr<std::uint8_t[]> takeBytes(DWORD size) {
     const auto keep = [size](std::uint8_t* done) {
+        std::unique_ptr<std::uint8_t[]> bytes(done);
         const std::lock_guard lock(spare.mutex);
-        spare.bytes.reset(done);
-        spare.size = size;
+        if (size == spare.size && spare.count < spare.frames.size())
+            spare.frames[spare.count++] = std::move(bytes);
     };
     std::unique_ptr<std::uint8_t[]> bytes;
     {
         const std::lock_guard lock(spare.mutex);
-        if (spare.size == size) bytes = std::move(spare.bytes);
+        if (size != spare.size)
+            while (spare.count > 0) spare.frames[--spare.count].reset();
+        spare.size = size;
+        if (spare.count > 0) bytes = std::move(spare.frames[--spare.count]);
     }
     if (!bytes) bytes.reset(new std::uint8_t[size]);
     return {bytes.release(), keep};  // Without memory for the count `keep` runs here.
@@ -256,7 +262,7 @@ HRESULT MFShutdown() {
     if (media::starts == 0) call.refuse("number of starts", 0);
     if (--media::starts == 0) {
         call.only("sink writers that still exist", media::sinkWriters.load(), 0);
-        media::spare.bytes.reset();
+        while (media::spare.count > 0) media::spare.frames[--media::spare.count].reset();
     }
     desktop::closed("MediaStart");
     return S_OK;
