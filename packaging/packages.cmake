@@ -3,7 +3,7 @@
 set(CPACK_PACKAGE_NAME ${PROJECT_NAME})
 set(CPACK_PACKAGE_VENDOR Quorvel)
 set(CPACK_PACKAGE_CONTACT "Quorvel Desk Clip developers <desk-clip@quorvel.invalid>")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Turns a rectangle of the screen into a video file ready to paste")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "records a rectangle of the screen into a video file ready to paste")
 set(CPACK_VERBATIM_VARIABLES ON)
 
 if(WIN32)
@@ -12,7 +12,7 @@ if(WIN32)
     set(CPACK_INCLUDE_TOPLEVEL_DIRECTORY OFF)
     install(TARGETS QuorvelDeskClip RUNTIME DESTINATION .)
     install(FILES README.md DESTINATION . RENAME README.txt)
-    # Line ends and names as sha256sum -c and its like read them.
+    # In the format of sha256sum -c.
     install(CODE [[
         set(lines)
         foreach(name QuorvelDeskClip.exe README.txt)
@@ -33,7 +33,7 @@ else()
     set(CPACK_DEBIAN_PACKAGE_DEPENDS fonts-dejavu-core)
     set(CPACK_DEBIAN_PACKAGE_RECOMMENDS xdg-utils)
     set(CPACK_PACKAGE_DESCRIPTION
-        "Press a shortcut, drag a rectangle, press Esc: what the rectangle showed meanwhile\nis an H.264 MP4 file on the clipboard. Runs in the notification area of an X11 desktop.")
+        "Press a shortcut, drag a rectangle, press Esc: the recording is an H.264 video in an\nMP4 file on the clipboard. Runs in the notification area of an X11 desktop.")
     install(TARGETS quorvel-desk-clip RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
     install(FILES packaging/com.quorvel.DeskClip.desktop DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
     install(FILES packaging/com.quorvel.DeskClip.metainfo.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo)
