@@ -150,7 +150,7 @@ std::vector<ShownWindow> windows();
 
 std::optional<std::vector<std::uint8_t>> clipboardBlock();  // CF_HDROP as the program left it
 
-// Sends a message to the program's window of that class, as another process does (WM_CLOSE, the
+// Posts a message to the program's window of that class, as another process does (WM_CLOSE, the
 // activation message). Throws std::runtime_error if there is no such window.
 void postToWindow(const std::string& className, UINT message, WPARAM wparam = 0, LPARAM lparam = 0);
 

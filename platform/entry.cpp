@@ -1,5 +1,5 @@
-// The native program's entry point: opens the live display, and ends the program in good order when
-// it is told to.
+// The native program's entry point: opens the live display, and ends the program in good order on a
+// signal.
 
 #include <windows.h>
 
@@ -24,11 +24,11 @@ std::u16string commandTail(int count, char** arguments) {
     return desktop::toUtf16(tail);
 }
 
-// To the program, being told to end is the end of its session: a running clip is finished first.
+// The program sees a signal as the end of its session: a running clip is finished first.
 void endInGoodOrder(int) { user32::endSessionSoon(); }
 
-// The write that meets a full disk or a closed connection reports it. Not SIG_IGN, which would pass
-// to the file manager that is started from here.
+// The write itself reports a closed connection or a limit of file sizes. Not SIG_IGN, which the
+// file manager that is started from here would inherit.
 void carryOn(int) {}
 
 void catchSignals() {
@@ -43,9 +43,9 @@ void catchSignals() {
 }  // namespace
 
 int main(int count, char** arguments) {
-    // Images are returned to the system when they are done with, however often others follow.
+    // Otherwise the threshold grows with the first freed image, and later ones stay in the heap.
     mallopt(M_MMAP_THRESHOLD, 1 << 20);
-    umask(077);  // What a user records and sets is for nobody else on the machine.
+    umask(077);  // Nobody else on the machine may read what the user records and sets.
     try {
         host::use(host::x11Host());
     } catch (const std::exception& exception) {

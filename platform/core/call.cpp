@@ -1,7 +1,7 @@
 // Call log, planned faults, planned ends, and the last error of each thread.
 //
 // Planned failures are counted where an operation asks for them; stalls and ends where it begins.
-// In everyday use, with nothing planned and no log running, a call costs two atomic reads.
+// In everyday use, with nothing planned and no log running, a call costs a few atomic reads.
 
 #include "platform/core/call.h"
 

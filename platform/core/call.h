@@ -1,4 +1,4 @@
-// The doorway of every published operation: call log, planned faults, planned process ends,
+// What every published operation begins with: call log, planned faults, planned process ends,
 // refusals and the last error.
 
 #pragma once
@@ -44,8 +44,8 @@ struct Failure {
 // One call of a published operation, from its first line to its return. An operation first refuses
 // what it does not know, then asks for a planned fault, and only then has an effect.
 struct Call {
-    // `name` is a literal. The arguments go to the call log if it runs: not those that only receive
-    // something.
+    // `name` is a literal. The arguments go to the call log if it runs; those that only receive
+    // something are not given.
     template <typename... Arguments>
     explicit Call(const char* name, const Arguments&... given) : operation(name) {
         if (logging()) (note(describeArgument(given)), ...);
@@ -72,9 +72,9 @@ struct Call {
             desktop::refuse(operation, what, static_cast<std::int64_t>(value));
     }
 
-    // True if a planned fault wants this call to fail. The call then changes nothing and gives its
+    // True if a planned fault makes this call fail. The call then changes nothing and returns its
     // failure result. Planned failures count the calls that ask, so that a sweep meets only
-    // operations that can fail; ask in every call that could, whatever else it finds out.
+    // operations that can fail; every call that could fail has to ask, whatever else it finds.
     bool struck();
     // The code that the fault names, or `usual` if it names none.
     DWORD code(DWORD usual) const { return plannedCode ? plannedCode : usual; }

@@ -36,7 +36,7 @@ std::string classPrefix(std::u16string_view className) {
     return "window-" + asFileName(toUtf8(lowered(className))) + ',';
 }
 
-// Paths of sockets are short by nature, so they are reached through an open folder.
+// The path of a socket may have 107 bytes at most, so it is reached through its open folder.
 bool atPath(decltype(connect)* bindOrConnect, int socket, const std::filesystem::path& path) {
     const Descriptor folder(open(path.parent_path().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     sockaddr_un name{AF_UNIX, {}};
@@ -62,12 +62,12 @@ Descriptor connectTo(const std::string& path) {
 }  // namespace
 
 void openMailbox(std::u16string_view className, HWND window) {
-    findMailbox(className);  // Leftovers of a process that was killed go when the next one comes.
+    findMailbox(className);  // Removes what a killed process has left.
     const auto folder = sessionFolder();
     if (!folder) return;
     const std::string name = classPrefix(className) + std::to_string(getpid()) + ',' +
                              std::to_string(reinterpret_cast<std::uintptr_t>(window));
-    // It gets its name when it is bound: until then another process would take it for a leftover.
+    // Renamed only when it is bound: before that another process would take it for a leftover.
     const std::string path = *folder / name, unready = *folder / ("new-" + name);
     Descriptor socket = makeSocket();
     unlink(unready.c_str());

@@ -1,4 +1,4 @@
-// Windows of one process as others of the same session see them: found by class, sent messages to.
+// Windows of one process as others of the same session see them: found by class, sent messages.
 //
 // Each window is a socket in the session's private folder. Its name contains class and process, so
 // that finding one needs no connection, and a search removes the sockets of processes that are

@@ -32,9 +32,9 @@ bool isOwn(const std::filesystem::path& folder) {
     return stat(folder.c_str(), &item) == 0 && item.st_uid == geteuid();
 }
 
-// Another user's runtime folder can still be in the environment after a change of user: what the
-// superuser leaves there keeps its owner out. Where there is none, a folder that all users share
-// would let one of them take the name first.
+// After a change of user the environment can still name another user's runtime folder, and what the
+// superuser leaves there keeps its owner out. In a folder that all users share, such as /tmp,
+// another user could take the name first.
 std::filesystem::path folderForSessions() {
     const auto runtime = folderIn("XDG_RUNTIME_DIR");
     if (runtime && isOwn(*runtime)) return *runtime;

@@ -16,7 +16,7 @@ std::filesystem::path configFolder();    // XDG_CONFIG_HOME, or ~/.config
 // is made if it is missing. Empty if it cannot be made or others can enter it.
 std::optional<std::filesystem::path> sessionFolder();
 
-// A file name for a text with letters that no file name has, such as slashes: they are numbers.
+// A file name for any text: letters that no file name can have, such as slashes, become numbers.
 std::string asFileName(const std::string& text);
 
 // Frees a name that a leftover socket has taken. No socket that is in use has such a name.

@@ -4,9 +4,9 @@
 // 32 bits, blue in the lowest byte, as in the duplication; surfaces are opaque, and their opacity
 // is in the placement.
 //
-// Everything is called on the user-interface thread unless it says otherwise. No function throws. A
-// display that has gone ends the session: SessionQuery and SessionEnd come, functions with a result
-// answer as if refused, and the others do nothing.
+// Everything is called on the user-interface thread unless it says otherwise. No function throws.
+// Losing the display ends the session: SessionQuery and SessionEnd are reported, functions with a
+// result answer as if refused, and the others do nothing.
 
 #pragma once
 
@@ -52,7 +52,7 @@ struct Event {
         TrayEntered,     // the pointer is on the tray icon, which is at `icon`
         TrayLeft,        // it is no longer, or the icon has gone
         NoticeShown,     // by the notification service: all up to number `message`
-        NoticeRefused,   // it shows none of those, and will not
+        NoticeRefused,   // none of those is shown, nor will be
     };
     Kind kind{};
     POINT at{};          // pointer position, with every pointer event
@@ -61,14 +61,14 @@ struct Event {
     UINT modifiers = 0;  // MOD_ALT | MOD_CONTROL | MOD_SHIFT | MOD_WIN held before this event
     UINT message = 0;
     RECT icon{};
-    Surface surface = 0;  // that the pointer event is for; 0: what is there is not ours
-    // When a key moved: an answer of the hooks that comes later than theirs may is dropped. Unset:
-    // there is no limit.
+    Surface surface = 0;  // under the pointer, with every pointer event; 0: none of ours
+    // When a key moved: an answer of the hook after its time limit is dropped. Unset: there is no
+    // limit.
     std::chrono::steady_clock::time_point time{};
 };
 
-// Which keys come to the program whatever has the keyboard, beside its hot keys. A display may have
-// no way to pass a key on once it has come here, so no more may be grabbed than the program is
+// Which keys come to the program whatever has the keyboard, besides its hot keys. A display may be
+// unable to pass on a key that it has delivered here, so only those are grabbed that the program is
 // going to take.
 enum class KeyGrab { None, Escape, All };
 
@@ -82,10 +82,10 @@ struct Placement {
 };
 
 // How the desktop answers the duplication. PointerMoved: a frame without an image, because only the
-// pointer moved; it may be the first one, and the image that is due still comes as Changed.
+// pointer moved; it may be the first one, and the image that is due follows as Changed.
 enum class PictureState { Changed, PointerMoved, Unchanged, Lost };
 
-// The bytes stay while somebody has them, but the next readPicture may change them.
+// The bytes stay valid while they are referenced, but the next readPicture may change them.
 struct CapturedPicture {
     std::shared_ptr<const std::uint8_t[]> bytes;  // the first row; null: none
     int pitch = 0;                                // from row to row, in bytes
@@ -109,35 +109,35 @@ struct Notice {
     UINT milliseconds = 0;  // how long it stays by itself
 };
 
-// What has a body here needs nothing else on a desktop that is kept in the process.
+// The bodies here are for hosts that have nothing to do there.
 struct Host {
     virtual ~Host() = default;
 
-    // Names the desktop among those of this user, so that a second start finds the first.
+    // Identifies the desktop among those of this user, so that a second start finds the first.
     virtual std::string session() = 0;
 
-    // Readable while an event may be there. Asked for before each wait.
+    // Readable while an event may be waiting. Called before each wait.
     virtual int eventDescriptor() = 0;
-    // Takes one event that is there and never waits. False: there is none.
+    // Takes one event that is waiting and never blocks. False: there is none.
     virtual bool nextEvent(Event& event) = 0;
     // Says what became of a pointer or key event: `taken` by a hook, a hot key or a window of ours,
-    // or left to whatever else is on the desktop. Nothing waits for it.
+    // or left to others on the desktop. Nothing waits for it.
     virtual void finishInput(const Event&, bool /*taken*/) {}
 
-    // At least one while the display is there, exactly one of them the primary one.
+    // At least one while the display exists, exactly one of them the primary one. Any thread.
     virtual std::vector<Monitor> monitors() = 0;
     // The corner of the desktop if the display does not answer.
     virtual POINT pointer() = 0;
     // Virtual key; generic modifier codes mean either side. False if the display does not answer.
     virtual bool keyIsDown(UINT key) = 0;
 
-    // The combination fires anywhere on the desktop as a key event. False: another program has it.
+    // The combination comes as key events whatever has the keyboard. False: another program has it.
     virtual bool grabHotKey(UINT modifiers, UINT key) = 0;
     virtual void releaseHotKey(UINT /*modifiers*/, UINT /*key*/) {}
     // False: another program has those keys; none is grabbed then.
     virtual bool grabKeys(KeyGrab) { return true; }
 
-    // From a taskbar the user can open a minimized window again.
+    // With a taskbar, the user can open a minimized window again.
     virtual bool hasTaskbar() { return false; }
 
     // Surfaces are stacked in the order in which they were last raised. The number of a surface is
@@ -157,12 +157,12 @@ struct Host {
     // Returns when everything shown or hidden so far is on the screen, or after half a second.
     virtual void flush() {}
 
-    // The desktop without excluded surfaces, on one thread at a time, not the user-interface
-    // thread. A fresh view of the monitor, whose first image is a Changed of waitForPicture. False:
-    // the monitor or the display has gone.
+    // The duplication: one at a time, on one thread, not the user-interface thread. Starts a view
+    // of the monitor, whose first image waitForPicture reports as Changed; excluded surfaces are
+    // left out where the display can do that. False: the monitor or the display has gone.
     virtual bool openPictures(std::uintptr_t monitor) = 0;
     // Changed once the desktop differs from the last Changed; Unchanged when the time is over, also
-    // on a display that has gone; Lost, finally, after a change of the monitor.
+    // on a display that has gone; Lost, for good, after a change of the monitor.
     virtual PictureState waitForPicture(DWORD milliseconds) = 0;
     // `area` as it is now, or as it was last on a display that has gone. Null without memory for
     // it.
@@ -170,17 +170,17 @@ struct Host {
     virtual void closePictures() {}
 
     virtual void clearClipboard() {}
-    // A file as a UTF-8 path. False: the clipboard stays another program's.
+    // A file as a UTF-8 path. False: another program keeps the clipboard.
     virtual bool offerFile(const std::string& /*path*/) { return true; }
     // Before the process ends: what it offers outlives it, if the desktop can keep it. Waits at
     // most one second.
     virtual void leaveClipboard() {}
 
-    // Adds or changes the icon; null removes it. It is in every tray that comes, so that a desktop
-    // without one is no failure.
+    // Adds or changes the icon; null removes it. A tray that starts later shows it, too, so a
+    // desktop without one is no failure.
     virtual void setTrayIcon(const TrayIcon* icon) = 0;
-    // By the desktop's notification service, which is not waited for: NoticeShown or NoticeRefused
-    // comes with the number that is returned or a later one. 0: there is no service.
+    // Sends it to the desktop's notification service without waiting: NoticeShown or NoticeRefused
+    // follows with the returned number or a later one. 0: there is no service.
     virtual UINT sendNotice(const Notice&) { return 0; }
     // What the service has not answered is not to be shown later.
     virtual void withdrawNotices() {}

@@ -1,7 +1,8 @@
 // The embedded desktop: everything that a display would know, in one record, and the host over it.
 //
-// The user-interface thread, the recording's thread and the threads that act as the user all come
-// here, so whatever uses the record locks it. None of them calls out while it has the lock.
+// The user-interface thread, the recording's thread and the threads that act as the user all use
+// the record, so each use locks it. paintDesktop's painter and the tray icon's image are called
+// under the lock and must not call back.
 
 #pragma once
 
@@ -24,8 +25,7 @@ struct Surface {
     host::Placement placement;
     bool visible = false;
     std::vector<std::uint32_t> pixels;
-    int width = 0,
-        height = 0;  // of the pixels; the surface is not seen while they do not fit its bounds
+    int width = 0, height = 0;  // of the pixels; while they do not fit the bounds, it is not seen
 };
 
 struct Desktop {

@@ -92,7 +92,7 @@ bool Host::nextEvent(Event& event) {
     return true;
 }
 
-// A press on what is not ours brings that other program to the front.
+// A press outside of our surfaces brings another program to the front.
 void Host::finishInput(const Event& event, bool taken) {
     if (event.kind == Event::PointerMoved) return;
     const Locked desktop;

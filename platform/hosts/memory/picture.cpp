@@ -15,7 +15,7 @@ using desktop::Canvas;
 
 namespace {
 
-// Rows of real devices start at such a distance, and a program that takes it for the width is wrong
+// Real devices align their rows like this, and a program that takes the pitch for the width fails
 // there.
 constexpr int rowAlignment = 256;
 
@@ -34,8 +34,8 @@ void put(const gdi::Cairo& context, const std::uint32_t* pixels, const RECT& bou
     cairo_paint_with_alpha(context.get(), opacity / 255.0);
 }
 
-// What the monitors show without windows, in the coordinates of the desktop. Positions that no
-// monitor covers are black.
+// What the monitors show without windows, in the coordinates of the desktop. Outside of its bounds
+// everything is black.
 gdi::Cairo putMonitors(const Desktop& desktop, const Canvas& target) {
     gdi::Cairo context = gdi::cairoOn({target.pixels, target.width, target.height, target.stride});
     cairo_translate(context.get(), -target.origin.x, -target.origin.y);

@@ -9,7 +9,7 @@
 
 namespace memory {
 
-// Each process has a desktop of its own, unless it is told the name of one that it shares.
+// Each process has a desktop of its own, unless EMBEDDED_DESKTOP names one that it shares.
 std::string Host::session() {
     const char* const shared = std::getenv("EMBEDDED_DESKTOP");
     return shared ? shared : "memory-" + std::to_string(getpid());

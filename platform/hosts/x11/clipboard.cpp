@@ -24,7 +24,7 @@ std::vector<Form> offered;
 bool managerIsAsked = false;
 
 void setOffer(const std::string& path) {
-    // All but the unreserved characters and the path's own slashes is escaped.
+    // Everything but unreserved characters and the path's own slashes is escaped.
     const Owned<char> escaped(g_uri_escape_string(path.c_str(), "/", FALSE));
     const std::string address = std::string("file://") + escaped.get();
     offered = {{"text/uri-list", address + "\r\n"},
@@ -66,7 +66,8 @@ bool hand(xcb_window_t window, xcb_atom_t target, xcb_atom_t property) {
     return true;
 }
 
-// The property has pairs of a form and the property for it. A form that cannot be had becomes none.
+// The property has pairs of a form and the property for it. A form that is not offered becomes
+// none.
 bool handSeveral(xcb_window_t window, xcb_atom_t property) {
     std::vector<std::uint32_t> pairs = numberProperty(window, property);
     if (pairs.empty()) return false;

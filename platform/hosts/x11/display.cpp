@@ -51,7 +51,7 @@ int need(xcb_extension_t& extension, const char* name) {
 // An extension answers only a client that has said which version it speaks.
 void agreeOnVersions() {
     const auto shm = await(xcb_shm_query_version_reply, xcb_shm_query_version(server));
-    // A display on another machine may offer the extension all the same.
+    // A display on another machine may offer the extension, too.
     if (!shm || shm->major_version * 100 + shm->minor_version < 102 || !shareImage(server, 1, 1))
         throw std::runtime_error("The display cannot share memory with this program");
     const auto randr = await(xcb_randr_query_version_reply, xcb_randr_query_version(server, 1, 5));
@@ -167,7 +167,7 @@ bool carriedOut(xcb_void_cookie_t cookie) {
     return !Owned<xcb_generic_error_t>(xcb_request_check(server, cookie));
 }
 
-void synchronise() { await(xcb_get_input_focus_reply, xcb_get_input_focus(server)); }
+void synchronize() { await(xcb_get_input_focus_reply, xcb_get_input_focus(server)); }
 
 std::unique_ptr<SharedImage> shareImage(xcb_connection_t* opened, int width, int height) {
     const std::size_t size = std::size_t(width) * std::size_t(height) * 4;
@@ -180,8 +180,9 @@ std::unique_ptr<SharedImage> shareImage(xcb_connection_t* opened, int width, int
         static_cast<std::uint32_t*>(mapped), [size](std::uint32_t* gone) { munmap(gone, size); });
 
     const xcb_shm_seg_t segment = xcb_generate_id(opened);
+    // Closes the file.
     const xcb_void_cookie_t attached =
-        xcb_shm_attach_fd_checked(opened, segment, file.release(), 0);  // closes it
+        xcb_shm_attach_fd_checked(opened, segment, file.release(), 0);
     const Owned<xcb_generic_error_t> refusal(xcb_request_check(opened, attached));
     if (refusal || xcb_connection_has_error(opened)) return nullptr;
     return std::unique_ptr<SharedImage>(
@@ -221,7 +222,7 @@ xcb_window_t hiddenWindow() {
 xcb_timestamp_t serverTime() {
     const xcb_window_t window = hiddenWindow();
     setProperty(window, atom("WM_CLIENT_LEADER"), XCB_ATOM_WINDOW, {window});
-    synchronise();
+    synchronize();
     keepQueuedEvents();
     xcb_timestamp_t time = XCB_CURRENT_TIME;
     for (const RawEvent& event : kept) {

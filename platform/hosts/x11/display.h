@@ -36,12 +36,12 @@ int screenNumber();
 xcb_window_t root();
 xcb_atom_t atom(const std::string& name);
 
-// Events. The server's answers and its events share one stream, so that every request, also one of
-// cairo's, can bring in events that make the connection readable no more. They are kept when the
-// descriptor is asked for, which has to be before each wait, and make it readable.
+// Events. The server's answers and its events share one stream, so every wait for an answer, also
+// one of cairo's, can read events, after which the connection is no longer readable. A call of
+// eventsDescriptor, needed before each wait, keeps them, and they make the descriptor readable.
 int eventsDescriptor();
-// It becomes readable when this one is readable or, if wanted, writable. A second call changes what
-// is wanted.
+// Makes it readable while `descriptor` is readable or, with `forWriting`, writable. A second call
+// changes `forWriting`.
 void watch(int descriptor, bool forWriting = false);
 void unwatch(int descriptor);            // before it is closed
 RawEvent takeEvent();                    // null: none there
@@ -54,7 +54,7 @@ struct FirstEvents {
 };
 const FirstEvents& firstEvents();
 inline int typeOf(const xcb_generic_event_t& event) { return event.response_type & 0x7f; }
-// True for one that another client made up: no key or button has moved.
+// True for one that another client has sent: no key or button has moved.
 inline bool isSentByAProgram(const xcb_generic_event_t& event) {
     return event.response_type & 0x80;
 }
@@ -68,9 +68,9 @@ auto await(Fetch fetch, Cookie cookie) {
 // Waits until a checked request has been carried out; false if it failed.
 bool carriedOut(xcb_void_cookie_t cookie);
 // Waits until the server has carried out everything so far.
-void synchronise();
+void synchronize();
 xcb_window_t hiddenWindow();  // It owns the clipboard.
-// The server's present time, which selections want.
+// The server's present time, which selections need.
 xcb_timestamp_t serverTime();
 
 // Pixels in memory that this process and the display both see. The connection must outlive them.
@@ -93,7 +93,7 @@ struct SharedImage {
 // Null if the memory cannot be had or the display cannot share it. Waits for the display's answer.
 std::unique_ptr<SharedImage> shareImage(xcb_connection_t* server, int width, int height);
 
-// --- sheet.cpp: what makes a window look translucent where nothing else blends windows.
+// --- sheet.cpp: makes a window look translucent, because the server does not blend windows.
 struct Sheet {
     explicit Sheet(std::unique_ptr<SharedImage> below);  // what the screen showed before the sheet
     ~Sheet();
@@ -103,7 +103,7 @@ struct Sheet {
 
     const std::unique_ptr<SharedImage> below;
 };
-// Notes how a row of the sheet differs from what was below, before the sheet is taken off.
+// Notes how a row of the sheet differs from what was below, before the sheet is hidden.
 void rememberSheet(const SharedImage& below, const SharedImage& shown, POINT at);
 // Waits until that row no longer shows the sheet.
 void waitForSheetToGo();

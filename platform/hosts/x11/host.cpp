@@ -23,14 +23,14 @@ namespace {
 
 std::deque<Event> told;
 
-// As it was before the entry point made the program's own files private.
+// The user's, from before the entry point made the program's own files private.
 const mode_t usersMask = [] {
     const mode_t mask = umask(0);
     umask(mask);
     return mask;
 }();
 
-// When the display goes, the session has ended for a program that lives on it.
+// Losing the display ends the session of the program that is on it.
 void tellOfLoss() {
     static bool isTold = false;
     if (isConnected() || std::exchange(isTold, true)) return;
@@ -39,7 +39,7 @@ void tellOfLoss() {
     report({.kind = Event::SessionEnd, .message = 1});
 }
 
-// What no part takes is errors of requests whose failure does not matter, and news for others.
+// What no part takes is an error that does not matter, or concerns other windows.
 void handle(const xcb_generic_event_t& event) {
     for (const auto part : {keyboardEvent, trayEvent, pointerEvent, surfaceEvent, focusEvent,
                             clipboardEvent, monitorEvent})

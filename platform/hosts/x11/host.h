@@ -53,10 +53,10 @@ struct X11Host final : Host {
     bool openFolder(const std::string& path) override;
 };
 
-// Queues what the layer hears next.
+// Queues an event for nextEvent.
 void report(const Event& event);
 
-// Each takes an event that concerns it. False: it is another's.
+// Each handles the events that concern it. False: this one does not.
 bool keyboardEvent(const xcb_generic_event_t& event);
 bool pointerEvent(const xcb_generic_event_t& event);
 bool surfaceEvent(const xcb_generic_event_t& event);
@@ -74,7 +74,7 @@ void releaseKeysDown();
 void watchClicksElsewhere(bool on);
 
 // keymap.cpp
-bool loadKeymap();  // false: it is what it was
+bool loadKeymap();  // false: nothing has changed
 // 0: no such virtual key. `state` has NumLock, which decides what the keypad's keys are.
 UINT virtualKey(xcb_keycode_t code, std::uint16_t state);
 // All keys that may give the virtual key; a generic modifier stands for both sides.
@@ -105,6 +105,6 @@ bool askToKeepOffer();
 bool isOfferBeingKept();  // The manager has not answered yet.
 
 // notice.cpp
-void attendToNotices();  // Continues with what is on its way; part of looking for events.
+void attendToNotices();  // Sends and reads what is on its way; part of looking for events.
 
 }  // namespace host::x11

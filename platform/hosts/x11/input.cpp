@@ -1,10 +1,10 @@
 // Keys and pointer: what comes to the program's windows, and the little that is taken from the
 // whole desktop.
 //
-// No grab here freezes a device, so the server never waits for this process: a program that is slow
-// or stopped does not hold up what the user does elsewhere. A grabbed key is ours whatever
-// the program makes of it, so only what it always takes is grabbed: its hot keys, Esc while it
-// wants Esc, and the whole keyboard while it reads a shortcut.
+// No grab here freezes a device, so the server never waits for this process: a slow or stopped
+// program does not hold up what the user does elsewhere. A grabbed key cannot be passed on, so only
+// what the program always takes is grabbed: its hot keys, Esc while it wants Esc, and the whole
+// keyboard while it reads a shortcut.
 
 #include <xcb/xinput.h>
 
@@ -39,8 +39,7 @@ std::vector<HotKey> hotKeys;
 KeyGrab grabbed = KeyGrab::None;
 std::set<xcb_keycode_t> down;  // as reported to the layer
 
-// Those that another program has are left in the result. All requests go out before the first
-// answer is awaited.
+// Returns those that another program has. All requests go out before the first answer is awaited.
 std::vector<Combination> grab(const std::vector<Combination>& wanted) {
     std::vector<xcb_void_cookie_t> cookies;
     for (const Combination& each : wanted)
@@ -103,8 +102,8 @@ void tell(bool pressed, xcb_keycode_t code, std::uint16_t state) {
             .modifiers = modifiersOf(state)});
 }
 
-// A modifier may have gone down or up while others had the keyboard, and a shortcut is read from
-// what is held.
+// A modifier may have gone down or up while others had the keyboard, and a shortcut depends on what
+// is held.
 void tellMissedModifiers(std::uint16_t state) {
     constexpr std::pair<UINT, std::array<UINT, 2>> sides[] = {
         {MOD_ALT, {VK_LMENU, VK_RMENU}},
@@ -224,7 +223,7 @@ POINT X11Host::pointer() {
     return reply ? POINT{reply->root_x, reply->root_y} : POINT{};
 }
 
-// Of every press on the display, whatever gets it, a raw event comes besides.
+// Every press on the display also comes as a raw event, whatever gets it.
 void watchClicksElsewhere(bool on) {
     const struct {
         xcb_input_event_mask_t head;

@@ -1,5 +1,5 @@
 // The display's keys as virtual keys. Letters and digits go by what the layout has on the key, as
-// on Windows; a layout without Latin letters has them in their places on the US keyboard.
+// on Windows; a layout without Latin letters has them where the US keyboard does.
 
 #include "platform/hosts/x11/host.h"
 

@@ -1,5 +1,5 @@
-// The monitors of the display: RandR's monitors and the user's scale. Whatever way a monitor is
-// turned, the server's pixels are upright.
+// The monitors of the display: RandR's monitors and the user's scale. However a monitor is rotated,
+// the server's pixels are upright.
 
 #include "platform/hosts/x11/host.h"
 
@@ -16,7 +16,7 @@ namespace host::x11 {
 
 namespace {
 
-std::mutex guard;  // The capture thread looks up the monitor that it is to show.
+std::mutex guard;  // The capture thread looks up the monitor that it records.
 std::vector<Monitor> known;
 std::uintptr_t lastId = 0;
 
@@ -114,7 +114,7 @@ std::vector<Monitor> X11Host::monitors() {
 Monitor findMonitor(std::uintptr_t id) { return findBy(&Monitor::id, id); }
 Monitor primaryMonitor() { return findBy(&Monitor::primary, true); }
 
-// Such a session keeps the display for X11 programs; the names of its monitors may say so.
+// Such a session has an X display for X11 programs, whose monitors' names may say so.
 bool X11Host::isWaylandSession() {
     if (std::getenv("WAYLAND_DISPLAY")) return true;
     const auto reply =

@@ -1,5 +1,5 @@
-// The desktop's notification service, org.freedesktop.Notifications. It is never waited for: even
-// the greeting that the bus wants first is sent and not awaited.
+// The desktop's notification service, org.freedesktop.Notifications. Nothing waits for it: not even
+// the answer to the greeting that the bus wants first is awaited.
 
 #include "platform/hosts/x11/host.h"
 

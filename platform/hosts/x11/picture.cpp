@@ -1,8 +1,9 @@
 // The screen's image for the capture thread, on a connection of its own, so that neither thread
 // ever waits for the other's answers.
 //
-// The server cannot leave a window out of an image. Excluded windows stay out because they are
-// never where one is taken: the sheet is gone when flush returns, and the frame has its hole there.
+// The server cannot leave a window out of an image. The sheet and the frame stay out because they
+// are not where one is taken: the sheet is gone when flush returns, and the frame has its hole
+// there. A balloon over the region is recorded.
 
 #include "platform/hosts/x11/host.h"
 
@@ -38,8 +39,8 @@ struct View {
     xcb_xfixes_region_t region = 0;
     std::unique_ptr<SharedImage> image;
     std::optional<RECT> area;  // the one that was read last
-    // What changed since: a range of rows of the screen. Rows are contiguous in the image, and
-    // fetching takes as long as they are many.
+    // What has changed since: a range of rows of the screen. Rows are contiguous in the image, and
+    // the time to fetch them grows with their number.
     LONG staleTop = INT_MAX, staleBottom = INT_MIN;
     bool changed = true, lost = false;
     bool ended = false;  // The display has gone, and with it the session.

@@ -1,7 +1,7 @@
 // The dim sheet is opaque to the server: its pixels are mixed here with an image of what was below
 // it when it was shown. Two things must hold when it goes, because a recording starts right then.
-// The windows below must be whole immediately, although they never knew that they were covered; and
-// no pixel of the sheet may be left.
+// The windows below must be whole immediately, without waiting for their programs; and no pixel of
+// the sheet may be left.
 
 #include <xcb/composite.h>
 
@@ -33,7 +33,7 @@ bool hasComposite() {
 }
 
 // While windows are redirected they draw into pixels of their own, from which the server fills what
-// the sheet uncovers, without a word to their programs.
+// the sheet uncovers; their programs need not repaint it.
 void redirect(bool on) {
     if (!hasComposite()) return;
     const auto mode = XCB_COMPOSITE_REDIRECT_AUTOMATIC;

@@ -31,7 +31,7 @@ std::map<Surface, Window> windows;
 std::vector<Surface> order;  // lowest first
 int rounds = 0;              // of raising, each shortly after the last
 Clock::time_point lastRound;
-bool isRaising = false;  // The server has been told to, if need be.
+bool isRaising = false;  // The server has been asked to, if need be.
 xcb_gcontext_t context = 0;
 xcb_cursor_t arrow = 0, cross = 0;
 
@@ -40,8 +40,7 @@ int heightOf(const RECT& rectangle) { return rectangle.bottom - rectangle.top; }
 
 xcb_cursor_t makeCursor(xcb_font_t font, std::uint16_t glyph) {
     const xcb_cursor_t cursor = xcb_generate_id(connection());
-    const std::uint16_t most = 0xffff,
-                        mask = glyph + 1;  // the font has each shape's mask after it
+    const std::uint16_t most = 0xffff, mask = glyph + 1;  // The font has each mask after its shape.
     xcb_create_glyph_cursor(connection(), cursor, font, font, glyph, mask, 0, 0, 0, most, most,
                             most);
     return cursor;
@@ -108,8 +107,8 @@ void refuseDecoration(Surface surface) {
 }
 
 // Another client's window was raised, mapped or moved. The server raises ours if that covers them,
-// so nothing has to be known of the order of windows. Another program that wants to be on top too
-// would keep this up without an end, so after some rounds in a row ours give in.
+// so nothing has to be known of the order of windows. Another program that wants to be on top, too,
+// would keep this up forever, so after some rounds in a row ours give up.
 void stayAbove(xcb_window_t other) {
     if (rounds > 20 && Clock::now() - lastRound < std::chrono::seconds(1)) return;
     for (const Surface surface : order) {
@@ -253,7 +252,7 @@ void X11Host::showSurface(Surface surface, const Placement& placement, bool rais
 void X11Host::presentSurface(Surface surface, const gdi::Canvas& canvas) {
     Window& window = windows.at(surface);
     if (hasSize(window.image, canvas.width, canvas.height))
-        synchronise();  // The server may still be reading the pixels of the last time.
+        synchronize();  // The server may still be reading the pixels of the last time.
     else
         window.image = shareImage(connection(), canvas.width, canvas.height);
     if (!window.image) return;  // The window keeps what it shows.
@@ -294,14 +293,14 @@ void X11Host::setCursor(Surface surface, UINT cursor) {
 }
 
 void X11Host::flush() {
-    synchronise();
+    synchronize();
     waitForSheetToGo();
 }
 
 bool isSurface(xcb_window_t window) { return windows.contains(window); }
 
-// The order is changed first, so that the events which the change brings are known for our own
-// doing. The server refuses a window that is not on the screen.
+// The order is changed first, so that the events of the change are recognized as our own. The
+// server refuses a window that is not on the screen.
 bool X11Host::focusSurface(Surface surface) {
     if (!surface) {
         if (!focusOrder.empty()) giveOutside();
@@ -317,11 +316,11 @@ bool X11Host::focusSurface(Surface surface) {
         return false;
     }
     if (previous.empty()) watchClicksElsewhere(true);
-    synchronise();
+    synchronize();
     return true;
 }
 
-// A grab of keys moves the focus for its length in name only, so those events count for nothing.
+// While it lasts, a grab of keys moves the focus in name only, so its events are ignored.
 bool focusEvent(const xcb_generic_event_t& event) {
     const int type = typeOf(event);
     if (type != XCB_FOCUS_IN && type != XCB_FOCUS_OUT) return false;

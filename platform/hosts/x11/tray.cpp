@@ -1,4 +1,4 @@
-// The tray icon by the freedesktop system-tray protocol: a window of ours that the tray takes into
+// The tray icon by the freedesktop system-tray protocol: a window of ours that the tray puts into
 // its own. A desktop without a tray is no failure: the icon waits until one starts.
 
 #include "platform/hosts/x11/host.h"
@@ -27,7 +27,7 @@ xcb_button_press_event_t lastPress{};
 
 xcb_atom_t traySelection() { return atom("_NET_SYSTEM_TRAY_S" + std::to_string(screenNumber())); }
 
-// A tray that paints its own ground names a visual with transparency.
+// A tray that paints its own background names a visual with transparency.
 Visual visualOfTray() {
     const std::vector<std::uint32_t> named = numberProperty(tray, atom("_NET_SYSTEM_TRAY_VISUAL"));
     const Visual found = named.empty() ? Visual{} : findVisual(named[0]);
@@ -63,8 +63,8 @@ void makeIconWindow() {
         connection(), visual.depth, icon, root(), 0, 0, side, side, 0,
         XCB_WINDOW_CLASS_INPUT_OUTPUT, visual.type->visual_id,
         XCB_CW_BACK_PIXMAP | XCB_CW_BORDER_PIXEL | XCB_CW_EVENT_MASK | XCB_CW_COLORMAP, values);
-    setProperty(icon, atom("_XEMBED_INFO"), atom("_XEMBED_INFO"),
-                {0, 1});  // version 0, to be mapped
+    // Version 0, to be mapped.
+    setProperty(icon, atom("_XEMBED_INFO"), atom("_XEMBED_INFO"), {0, 1});
     askForSize(side);
 }
 
@@ -208,8 +208,8 @@ void X11Host::setTrayIcon(const TrayIcon* shown) {
     xcb_flush(connection());
 }
 
-// A tray that ends leaves the icon's window to the root window, where it would stay: it goes
-// instead, and the next tray gets a new one.
+// When a tray ends, the icon's window falls to the root window, where it would stay. It is
+// destroyed instead, and the next tray gets a new one.
 bool trayEvent(const xcb_generic_event_t& event) {
     if (icon && iconEvent(event)) return true;
     const int type = typeOf(event);
