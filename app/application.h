@@ -26,8 +26,8 @@ enum class AppState : std::int32_t {
 extern AppState appState;
 extern ShortcutSpec currentShortcut;
 
-// The monitor under the pointer when the selection began. Constant while a job runs, which reads
-// it.
+// The monitor under the pointer when the selection began. A running job reads it, so it is constant
+// meanwhile.
 extern HMONITOR targetMonitor;
 
 // Stops the capture loop. The only variable that two threads use concurrently.

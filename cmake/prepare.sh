@@ -7,7 +7,7 @@ build_packages=(
     libavcodec-dev libavformat-dev libavutil-dev libcairo2-dev libpango1.0-dev libdbus-1-dev
     libxcb1-dev libxcb-shm0-dev libxcb-damage0-dev libxcb-randr0-dev libxcb-shape0-dev libxcb-xfixes0-dev
     libxcb-composite0-dev libxcb-xinput-dev libxcb-xtest0-dev libgtest-dev fonts-dejavu-core
-    # The native build too takes the SDK's headers and the Windows resource compiler.
+    # The native build, too, needs the SDK's headers and the Windows resource compiler.
     binutils-mingw-w64-x86-64 g++-mingw-w64-x86-64-posix
 )
 native_test_packages=(
@@ -18,7 +18,7 @@ windows_test_packages=(googletest wine64 fonts-wine xvfb xdotool x11-xserver-uti
 package_packages=(dpkg-dev file)
 bench_packages=(libyuv-dev xvfb dbus-daemon dbus-bin dunst strace ffmpeg xdotool trayer gnuplot-nox python3)
 
-# What could not be done because something is missing; told at the very end.
+# What could not be done because something is missing; reported at the very end.
 left_out=()
 
 leave_out() {
@@ -40,7 +40,7 @@ absent_packages() {
     done
 }
 
-# install PACKAGE...: true if all are there afterwards. apt is not called if they are there already.
+# install PACKAGE...: true if all are installed afterwards. apt is not called if they are already.
 install() {
     local absent as_root=()
     mapfile -t absent < <(absent_packages "$@")
@@ -50,7 +50,7 @@ install() {
     "${as_root[@]+"${as_root[@]}"}" apt-get update -qq &&
         "${as_root[@]+"${as_root[@]}"}" env DEBIAN_FRONTEND=noninteractive \
             apt-get install -y -qq --no-install-recommends "${absent[@]}" >/dev/null
-    # What is configured already has not seen the new packages.
+    # Builds that are configured already have not seen the new packages.
     rm -f build/*/build.ninja
     [ -z "$(absent_packages "$@")" ]
 }

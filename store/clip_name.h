@@ -15,6 +15,5 @@ std::filesystem::path allocateClipPath(const std::filesystem::path& recordingsFo
 bool isValidClipName(const WideText& name);
 
 // Returns the path at which a clip is written until it is complete: the clip's whole name followed
-// by
-// ".partial.mp4", in the same folder, so publishing is a rename. Never a valid clip name.
+// by ".partial.mp4", in the same folder, so publishing is a rename. Never a valid clip name.
 std::filesystem::path partialPath(const std::filesystem::path& clip);

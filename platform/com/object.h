@@ -15,8 +15,8 @@ namespace com {
 
 // The base of an object of the class `Self`, which the program knows as an `Interface`. It answers
 // to IID_IUnknown and to `ids`, the identifiers of `Interface` and of its bases. `Self` sets its
-// methods in `static void fill(Table&)`. It is born with one reference, which
-// belongs to its maker, and every reference counts as an open object.
+// methods in `static void fill(Table&)`. Its first reference belongs to its maker, and every
+// reference counts as an open object.
 template <typename Self, typename Interface, const IID&... ids>
 class ComObject {
 public:

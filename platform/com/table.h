@@ -44,7 +44,7 @@ private:
         auto* const entry = +[](Object* object, Arguments... arguments) {
             return (object->*function)(arguments...);
         };
-        // The lowest bit of the offset tells a virtual function from others, on some processors.
+        // On some processors the lowest bit is set, which tells a virtual function from others.
         const auto words = std::bit_cast<std::array<std::size_t, 2>>(published);
         slots.at(words[0] / sizeof(Slot)) = reinterpret_cast<Slot>(entry);
     }

@@ -79,7 +79,7 @@ RECT drawLine(const Canvas& canvas, const RECT& area, std::string_view text, con
 // --- objects.cpp: the program's
 HDC openContext(const Canvas& canvas);
 Canvas closeContext(HDC context);
-// The system's from now on: the handle is dead. Nothing if it is no region.
+// Takes it over from the program: the handle is dead. Empty if it is no region.
 std::optional<std::vector<RECT>> takeRegion(HRGN region);
 
 // In pixels, rounded, from 96 dots an inch.

@@ -97,8 +97,8 @@ int CombineRgn(HRGN target, HRGN first, HRGN second, int mode) {
     return result->size() == 1 ? SIMPLEREGION : COMPLEXREGION;
 }
 
-// Deleting what is gone already, or what belongs to a window or the system, is a fault of the
-// program's own. Null is what it has after a failure.
+// Deleting what has gone already, or what belongs to a window or the system, is the program's
+// mistake. Null is what it has after a failure.
 BOOL DeleteObject(HGDIOBJ object) {
     desktop::Call call("DeleteObject", object);
     if (!object) return call.fail(ERROR_INVALID_HANDLE);

@@ -128,7 +128,7 @@ using kernel32::Mark;
 
 namespace {
 
-// Describes a link, not what it leads to. Empty if there is no such item; errno tells why.
+// Describes a link, not what it leads to. Empty if there is no such item; errno says why.
 std::optional<struct stat> itemAt(const std::string& path) {
     struct stat item {};
     return lstat(path.c_str(), &item) == 0 ? std::optional(item) : std::nullopt;
@@ -139,7 +139,7 @@ bool leadsToFolder(const std::string& path) {
     return std::filesystem::is_directory(path, ignored);
 }
 
-// Neither a link nor the file that it leads to is meant by a lock on the name.
+// Does nothing for what is no plain file: only its name moves.
 bool flushFile(const std::string& path) {
     const desktop::Descriptor file = desktop::openPlainFile(path.c_str(), O_RDONLY | O_NOFOLLOW);
     return !file || fsync(file.get()) == 0;
@@ -221,7 +221,7 @@ BOOL MoveFileExW(LPCWSTR from, LPCWSTR to, DWORD flags) {
     if (source == target) return TRUE;
     if (kernel32::isMarked(source, Mark::DeniesDelete)) return call.fail(ERROR_SHARING_VIOLATION);
     if (const DWORD code = obstacle(target, replaces)) return call.fail(code);
-    // The content first: a name on the disk without its content would be worth nothing.
+    // The content first: after a crash the name would be on the disk without it.
     if (!flushFile(source)) return call.fail(errorCode(errno));
     if (!renameTo(source, target, replaces))
         return call.fail(errno == EEXIST ? ERROR_ALREADY_EXISTS : errorCode(errno, target));

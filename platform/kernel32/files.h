@@ -15,7 +15,7 @@
 
 namespace kernel32 {
 
-// The code for an errno that has nothing to do with names.
+// The code for an errno that does not depend on a name.
 DWORD errorCode(int number);
 // The code for an errno that an operation on `path` gave: a missing file and a missing folder are
 // not the same.
@@ -33,7 +33,7 @@ bool isMarked(int descriptor, Mark mark);
 bool isMarked(const std::string& path, Mark mark);
 
 // Marks the descriptor's file for a handle with these rights. False if that conflicts with another
-// handle, or, where `share` denies writing, with any program that has the file open for writing.
+// handle, or, for a reader that does not share writing, with any program that is writing.
 bool shareFile(int descriptor, DWORD access, DWORD share);
 
 }  // namespace kernel32

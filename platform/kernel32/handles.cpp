@@ -32,7 +32,7 @@ struct OpenFile {
 desktop::HandleTable<HANDLE, OpenFile> files(0x104, "File");
 desktop::HandleTable<HANDLE, Descriptor> mutexes(0x10104, "Mutex");  // locks on their names
 
-// 0, or the code of the reason why the item may not be opened so.
+// 0, or the code of the reason why the item may not be opened with these rights.
 DWORD refusal(const std::string& path, DWORD access, DWORD flags) {
     struct stat item {};
     if (stat(path.c_str(), &item) != 0) return kernel32::errorCode(errno, path);
@@ -132,7 +132,7 @@ HANDLE CreateMutexW(LPSECURITY_ATTRIBUTES security, BOOL owned, LPCWSTR name) {
     if (!folder) return call.fail(ERROR_ACCESS_DENIED);
     const std::filesystem::path path = *folder / file;
     desktop::removeSocket(path);
-    // One at a time: a lock does not become a shared one in a single step.
+    // One at a time: an exclusive lock does not become a shared one in a single step.
     const Descriptor step(open(folder->c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     Descriptor lock(open(path.c_str(), O_RDONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
     if (!lock || flock(step.get(), LOCK_EX) != 0) return call.fail(ERROR_ACCESS_DENIED);

@@ -45,8 +45,8 @@ std::atomic<bool> held = false;
 
 constexpr int bufferBytes = 64 * 1024;
 
-// A thirtieth of a second is no whole number of 100 ns. The file's clock keeps times on the grid of
-// frames exactly, others to a thousandth of a frame.
+// A thirtieth of a second is not a whole number of 100 ns. The file's clock keeps times on the grid
+// of frames exactly, others to a thousandth of a frame.
 constexpr int ticksPerFrame = 1000;
 
 HRESULT resultOf(int error) { return HRESULT_FROM_WIN32(kernel32::errorCode(error)); }
@@ -168,9 +168,9 @@ void Mp4File::begin(const AVCodecContext& codec) {
     stream->sample_aspect_ratio = codec.sample_aspect_ratio;
 
     // The movie's own clock is as fine as the track's, so that the length is not rounded to
-    // milliseconds. The file starts with its first sample and none is reordered, so there is
-    // nothing that an edit list could say. Without the flag there is no color box, because the
-    // program declares a matrix and a range but neither primaries nor a transfer curve.
+    // milliseconds. The file starts with its first sample and none is reordered, so an edit list
+    // would say nothing. The flag is needed for a color box, because the program declares a matrix
+    // and a range but neither primaries nor a transfer curve.
     AVDictionary* options = nullptr;
     av_dict_set_int(&options, "movie_timescale", stream->time_base.den, 0);
     av_dict_set(&options, "use_editlist", "0", 0);

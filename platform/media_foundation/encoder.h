@@ -23,7 +23,7 @@ namespace media {
 
 struct VideoFormat {
     int width = 0, height = 0;  // even
-    int rate = 0;               // frames a second; declared, the samples have times of their own
+    int rate = 0;               // frames a second, as declared: samples have times of their own
     std::int64_t bitRate = 0;   // bits a second
 };
 
@@ -40,7 +40,7 @@ struct Failure {
 // Throws Failure if `result`, an answer of libavcodec or libavformat, is negative.
 int checked(int result);
 
-// Every operation throws Failure, with the system's own reason where the file is to blame.
+// Every operation throws Failure, with the system's own code if the file is the reason.
 struct Mp4File {
     explicit Mp4File(const std::string& path);  // Creates the file or empties it.
     ~Mp4File();                                 // An unfinished file stays as it is.
@@ -84,7 +84,7 @@ struct Encoder {
     // Never waits for the encoder. Frames that do not fit into the queue are replaced by the last
     // one that did. The result is that of earlier frames: once one has failed, all do.
     HRESULT submit(Frame frame);
-    // Waits until everything is encoded and in the file. Once.
+    // Waits until everything is encoded and in the file. To be called once.
     HRESULT finish();
 
 private:
@@ -99,7 +99,7 @@ private:
     const VideoFormat format;
     const std::size_t frameBytes;
 
-    // Of the thread, once it runs.
+    // The thread's alone, once it runs.
     std::unique_ptr<AVCodecContext, LibavDeleter> codec;
     std::unique_ptr<AVFrame, LibavDeleter> input;
     std::unique_ptr<AVPacket, LibavDeleter> output;

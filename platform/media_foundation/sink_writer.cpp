@@ -29,8 +29,7 @@ std::atomic<int> starts = 0;
 std::atomic<int> sinkWriters = 0;
 std::atomic<bool> loss = false;
 
-// The memory of frames that are done with serves the next ones: new memory costs a fault for each
-// of its pages.
+// The memory of finished frames serves the next ones: in new memory each page costs a fault.
 struct Spare {
     std::mutex mutex;
     std::array<std::unique_ptr<std::uint8_t[]>, 3> frames;
@@ -54,7 +53,7 @@ std::shared_ptr<std::uint8_t[]> takeBytes(DWORD size) {
         if (spare.count > 0) bytes = std::move(spare.frames[--spare.count]);
     }
     if (!bytes) bytes.reset(new std::uint8_t[size]);
-    return {bytes.release(), keep};  // Without memory for the count `keep` runs here.
+    return {bytes.release(), keep};  // Without memory for the count, `keep` runs here.
 }
 
 struct MemoryBuffer : com::ComObject<MemoryBuffer, IMFMediaBuffer, IID_IMFMediaBuffer> {
@@ -198,7 +197,7 @@ struct SinkWriter : com::ComObject<SinkWriter, IMFSinkWriter, IID_IMFSinkWriter>
         desktop::Call call("IMFSinkWriter::WriteSample", stream);
         const Sample& sample = *com::objectOf<Sample>(published);
         const auto& [time, duration] = sample.shown;
-        // The first sample may have any time. No later one is put in order.
+        // The first sample may have any time. Later ones are not sorted.
         if (time >= 0 && time <= lastTime) call.refuse("time of the sample", time);
         if (duration <= 0) call.refuse("duration of the sample", duration);
         call.only("lock of the buffer", sample.buffer && sample.buffer->isLocked, false);

@@ -1,6 +1,6 @@
-// Balloons and tips as windows of the layer, which neither the program nor a capture gets to see.
-// The desktop's notification service shows a balloon in their stead, if it has one. It is never
-// waited for: the balloon's window stays hidden until the service answers or has had its time.
+// Balloons and tips as windows of the layer, of which the program knows nothing. The desktop's
+// notification service, if there is one, shows a balloon instead. Nothing waits for it: the
+// balloon's window stays hidden until the service answers or its time is over.
 
 #include "platform/shell32/balloon.h"
 
@@ -93,7 +93,7 @@ void tick(HWND window) {
     showBalloonsUpTo(UINT_MAX);
 }
 
-// Input on a client area would come to the program's message loop.
+// No client area: its input would come to the program's message loop.
 LRESULT procedure(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
     const UINT pointer = HIWORD(lparam);
     switch (message) {
@@ -126,7 +126,7 @@ void hideIf(Condition condition) {
         if (condition(each)) user32::destroyWindow(each.window);
 }
 
-// An error stays its time beside what follows, unless that says the same again.
+// An error stays for its time beside later balloons, unless one of them has the same text.
 bool isReplaced(const host::Notice& earlier, const host::Notice& later) {
     return !earlier.isError || earlier.text == later.text;
 }
@@ -157,7 +157,7 @@ void takeAnswer(const host::Event& event) {
     hideIf([&](const Balloon& each) { return each.number && each.number <= event.message; });
 }
 
-// Away from the pointer, on the side where the screen is.
+// Above the icon, or below it where the screen ends above.
 void showTip(const std::string& text, const RECT& icon) {
     hideTip();
     host::Notice notice{"", text};

@@ -6,14 +6,14 @@
 
 namespace shell32 {
 
-// The text stack starts threads for its first texts, which might say that none can be had.
+// The first text starts threads. Later it might be the text that says that there are none.
 void prepareBalloons();
 void showBalloon(host::Notice notice);
-void takeAnswer(const host::Event& event);  // of the notification service
+void takeAnswer(const host::Event& event);  // NoticeShown or NoticeRefused
 
 void showTip(const std::string& text, const RECT& icon);
 void hideTip();
 void hideBalloons();
-void forgetBalloon(HWND window);  // It may be one, and has gone.
+void forgetBalloon(HWND window);  // for any window that is destroyed
 
 }  // namespace shell32

@@ -1,4 +1,4 @@
-// The tray icon and what it says; the user's folders, and opening one.
+// The tray icon and its notices; the user's folders, and opening one.
 
 #include <shellapi.h>
 #include <shlobj.h>
@@ -37,8 +37,8 @@ void publishTip(const std::string& tip) {
     desktop::withShown([&](desktop::Shown& shown) { shown.trayTip = tip; });
 }
 
-// Only a start that stays shows an icon; one that hands over to the first instance has nothing to
-// say.
+// With the icon, because a start that hands over to the first instance shows none and need not
+// warn.
 void warnOnceOfWayland() {
     static bool isWarned = false;
     if (std::exchange(isWarned, true) || !host::current().isWaylandSession()) return;
@@ -59,8 +59,8 @@ bool showIcon(const NOTIFYICONDATAW& data) {
     return true;
 }
 
-// The record says no more than that something failed. That a file was begun and never finished is
-// known here, and the first error after that reports it.
+// The record says only that something has failed. Whether a file was begun and never finished is
+// known here, and the first error after that is urgent.
 void notify(const NOTIFYICONDATAW& data) {
     const bool isError = data.dwInfoFlags == NIIF_ERROR;
     const std::string title = desktop::toUtf8(data.szInfoTitle),

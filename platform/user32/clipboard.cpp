@@ -1,4 +1,4 @@
-// Files on the clipboard, and the movable memory blocks that bring them there.
+// Files on the clipboard, and the movable memory blocks in which they are passed.
 
 #include <algorithm>
 #include <cstring>
@@ -111,7 +111,7 @@ BOOL OpenClipboard(HWND window) {
     return TRUE;
 }
 
-// Tells the owner so far, and makes the window that opened the clipboard the new one.
+// Notifies the previous owner. The window that opened the clipboard is the new one.
 BOOL EmptyClipboard() {
     desktop::Call call("EmptyClipboard");
     if (call.struck()) return call.fail(ERROR_ACCESS_DENIED);

@@ -57,7 +57,7 @@ void runSystemCommand(Dialog& dialog, WPARAM command) {
     switch (command & 0xFFF0) {
     case SC_CLOSE: send(dialog.window, WM_CLOSE, 0, 0); return;
     case SC_MINIMIZE:
-        // Only the program opens it again: nothing here presses the taskbar's button.
+        // Only the program opens it again: no user here presses a taskbar button.
         find(dialog.window)->minimized = true;
         return hide(dialog);
     case SC_KEYMENU: return runSystemMenu(dialog);
@@ -118,8 +118,8 @@ void setBoxOf(HWND owner, HWND box) {
     find(owner)->box = box;
 }
 
-// The procedure hears of the font before anything is set up. Where it leaves the focus to the
-// system, it may have disabled the control that was to get it.
+// The procedure receives WM_SETFONT before anything is set up. It leaves the focus to the system,
+// but may have disabled the control that was to get it.
 void initialize(Dialog& dialog, LPARAM parameter) {
     send(dialog.window, WM_SETFONT, 0, 0);
     const auto control = reinterpret_cast<WPARAM>(nextTabStop(dialog, nullptr)->handle);
@@ -132,7 +132,7 @@ void initialize(Dialog& dialog, LPARAM parameter) {
     showChange(dialog);
 }
 
-// By its own handle, or by the dialog's and its number. The program names none that is not there.
+// By its own handle, or by the dialog's and its number. Stops the process if there is none.
 Control& controlOf(const desktop::Call& call, HWND window, int id = 0) {
     for (Dialog& dialog : dialogs)
         for (Control& control : dialog.controls)

@@ -47,7 +47,7 @@ struct Dialog {
     HWND window = nullptr;
     Control* focus = nullptr;
     Control* pressed = nullptr;  // what the pointer or the space bar holds down
-    bool over = false;           // and the pointer is still on it
+    bool over = false;           // the pointer is still on it
     POINT grip{};                // where the pointer holds the caption
     bool loneAlt = false;        // Alt or F10 went down and no other key since
     HICON icons[2]{};            // ICON_SMALL, ICON_BIG
@@ -66,8 +66,8 @@ const Dialog* openDialog();  // the program's, without message boxes; null: none
 // To be called after every change that a user could see.
 void showChange(Dialog& dialog);
 
-// The first element after `from`, round to it again, that the condition holds for. Without `from`
-// the search begins at the end that it moves away from. Null: there is none.
+// The first element after `from`, wrapping around to it, for which the condition holds. Without
+// `from` the search starts at the first element, or backwards at the last. Null: there is none.
 template <typename Element, typename Condition>
 Element* nextIn(std::vector<Element>& elements, const std::type_identity_t<Element>* from,
                 bool backwards, Condition condition) {

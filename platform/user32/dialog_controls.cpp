@@ -1,4 +1,4 @@
-// The controls of a dialog and its caption: where they are, what they look like, and what a user
+// The controls of a dialog and its caption: where they are, how they are painted, and what a user
 // does with them.
 
 #include "platform/user32/dialog.h"
@@ -174,7 +174,7 @@ bool isMnemonic(const Control& control, UINT key) {
            static_cast<int>(key);
 }
 
-// The search begins after the focus, so that a letter that two controls share leads on.
+// The search begins after the focus, so that a letter of two controls moves on to the next.
 void useMnemonic(Dialog& dialog, UINT key) {
     Control* const found = nextIn(dialog.controls, dialog.focus, false, [&](const Control& each) {
         return each.enabled && isMnemonic(each, key);
@@ -268,7 +268,7 @@ void releasePointer(Dialog& dialog, POINT at) {
 
 }  // namespace
 
-// A letter's width is the average of the alphabet's, in capitals and small ones.
+// A letter's width is the average of the alphabet's, in upper and lower case.
 void layOut(Dialog& dialog, UINT dpi) {
     dialog.dpi = dpi;
     SIZE letter =

@@ -13,7 +13,7 @@ namespace user32 {
 
 namespace {
 
-// Takes a number that only has one value here.
+// Takes a number that can have only one value here.
 template <typename Number>
 void expect(Reader& reader, const char* what, Number known) {
     const Number found = reader.take<Number>();
@@ -69,7 +69,7 @@ Dialog readTemplate(Reader reader) {
     dialog.units = {reader.take<SHORT>(), reader.take<SHORT>()};
     expect<DWORD>(reader, "menu or class", 0);
     dialog.title = desktop::toUtf8(takeText(reader));
-    // A substitute replaces the face that is named; it is always nine points high here.
+    // A substitute replaces the typeface that is named; it is always nine points high here.
     expect<DWORD>(reader, "points and weight of the font", 9);
     reader.take<WORD>();  // italic, character set
     takeText(reader);

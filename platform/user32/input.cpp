@@ -1,4 +1,4 @@
-// The way of an event: host, hook, hot key, window; and what has the foreground and the capture,
+// The path of an event: host, hook, hot key, window; and what has the foreground and the capture,
 // with what their changes cause.
 
 #include <algorithm>
@@ -47,9 +47,9 @@ void loseActivation() {
     moveForeground(nullptr);
 }
 
-// A key or button goes down. What did so before the program was started does not count. The display
-// knows nothing of a hidden window that has the foreground, so it cannot report that a press
-// elsewhere takes it away.
+// A key or button goes down; before the program was started, that does not count. The display does
+// not know of a hidden window that has the foreground, so it cannot report that a press elsewhere
+// takes the foreground away.
 void notePress(const Event& press, bool ours) {
     if (press.time != Event{}.time && press.time < state.begun) return;
     state.entitled = ours;
@@ -79,8 +79,7 @@ UINT keyMessage(const Event& event) {
 
 HWND keyTarget() { return state.menu ? state.menu : foreground(); }
 
-// A hidden window may have the foreground, but on a display that others use too the keys are
-// theirs.
+// A hidden window may have the foreground, but the display gives the keys to another program.
 void offerKey(const Event& event) {
     const bool press = isPress(event);
     const std::size_t key = event.key & 0xFF;
@@ -160,9 +159,9 @@ MSG keyInput(const Event& event) {
             {}};
 }
 
-// What a window hears before a pointer message: without a capture it decides whether the pointer is
-// on its client area, whether a press activates it, and how the pointer looks. False: the message
-// is none of its client area's.
+// What a window receives before a pointer message: without a capture it decides whether the pointer
+// is on its client area, whether a press activates it, and which cursor is shown. False: the
+// message is not for its client area.
 bool announcePointer(const MSG& message) {
     if (capture() == message.hwnd) return true;
     const LRESULT spot =
@@ -177,7 +176,7 @@ bool announcePointer(const MSG& message) {
 
 }  // namespace
 
-// What a hook posts about a key that it eats comes before the next key reaches the hook.
+// What the hook posts about a key that it eats is handled before the next key reaches the hook.
 bool takeEvents() {
     followHook();
     Event event;
@@ -219,7 +218,7 @@ bool activate(HWND window) {
     return true;
 }
 
-// The next window of ours takes over, or the program that was there before.
+// The next window of ours takes over, or the program that had the foreground before.
 void leaveActivation(HWND window) {
     if (capture() == window) setCapture(nullptr);
     if (foreground() != window) return;
@@ -240,7 +239,7 @@ void setCapture(HWND window) {
 
 using namespace user32;
 
-// The top bit tells that the key is down. In a hook the event's own key would not count yet.
+// The top bit says that the key is down. In a hook the event's own key would not count yet.
 SHORT GetAsyncKeyState(int code) {
     desktop::Call call("GetAsyncKeyState", code);
     if (state.isInHook) call.refuse("call in a hook", code);

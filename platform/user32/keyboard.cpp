@@ -1,6 +1,5 @@
 // The keyboard: keys and what is printed on them; the hook, which is called on the thread that
-// installed it while that looks at its queue; hot keys, of which one combination has one owner on
-// the whole desktop.
+// installed it while that retrieves messages; hot keys, each with one owner on the whole desktop.
 
 #include <algorithm>
 #include <chrono>
@@ -62,8 +61,8 @@ std::uintptr_t hookNumber = 0x31000000;  // grows with each, so that a dead hand
 
 host::KeyGrab grabbed = host::KeyGrab::None;
 
-// On Windows a hook sees every key of the desktop. A host that cannot pass keys on is only to grab
-// what the hook eats: outside of a dialog that is Esc, and a dialog reads shortcuts in its box.
+// On Windows a hook sees every key of the desktop. A host that cannot pass keys on may grab only
+// what the hook eats: Esc without a dialog, and every key while a dialog's box reads a shortcut.
 host::KeyGrab neededGrab() {
     if (!hook) return host::KeyGrab::None;
     const Dialog* const dialog = openDialog();
@@ -72,8 +71,8 @@ host::KeyGrab neededGrab() {
     return control && control->kind == ControlKind::Box ? host::KeyGrab::All : host::KeyGrab::None;
 }
 
-// The system waits so long for an answer. After more misses than that it takes the hook away
-// without a word.
+// The system waits this long for an answer. After more than this number of misses it removes the
+// hook without notice.
 constexpr std::chrono::milliseconds timeLimit{300};
 constexpr int mostMisses = 10;
 int misses = 0;

@@ -58,7 +58,7 @@ SIZE layOut() {
     return {across, top + edge};
 }
 
-// At the pointer, but on the monitor as a whole: a menu at the taskbar opens upwards.
+// At the pointer, but wholly on the monitor: a menu at the taskbar opens upwards.
 RECT boundsAt(POINT at, const RECT& screen, SIZE size) {
     const LONG top = at.y + size.cy <= screen.bottom ? at.y : at.y - size.cy;
     return gdi::movedInto(screen, {at.x, top, at.x + size.cx, top + size.cy});
@@ -90,7 +90,7 @@ const Entry* entryAt(POINT at) {
     });
 }
 
-// A greyed entry leaves the menu open.
+// A grayed entry leaves the menu open.
 void choose(const Entry* entry) {
     if (entry && entry->enabled) endMenu(entry->id);
 }

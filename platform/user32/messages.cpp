@@ -28,8 +28,8 @@ namespace {
 
 constexpr std::size_t mostPosted = 10'000;
 
-// What other threads reach. Never destroyed, so that what an unread message owns stays reachable to
-// the very end.
+// What other threads reach. Never destroyed, so that what an unread message owns stays reachable
+// and is no leak.
 struct Shared {
     std::mutex mutex;
     std::deque<MSG> posted;
@@ -81,7 +81,7 @@ void stopTimer() {
     desktop::closed("Timer");
 }
 
-// The name of the message by which another program passes its right to the foreground on.
+// The name of the message by which another program passes on its right to the foreground.
 constexpr char16_t foregroundMail[] = u"AllowSetForegroundWindow";
 
 void answerMail() {
@@ -135,8 +135,8 @@ bool takeTimer(MSG& message) {
     return true;
 }
 
-// One look, for any message or only for one that is posted, of any window or only of this. A
-// message that is found leaves the queue, except WM_PAINT. What others post or ask for does not
+// Looks once for any message, or only for a posted one, of any window or only of this one. A
+// message that is found leaves the queue, except WM_PAINT. What others post or request does not
 // wait until a flood of input for other programs is over.
 bool peek(MSG& message, HWND window = nullptr, UINT only = 0) {
     enterUserInterface();
@@ -226,7 +226,7 @@ DWORD messageTime() {
     return static_cast<DWORD>(std::chrono::duration_cast<std::chrono::milliseconds>(since).count());
 }
 
-// A look can bring the end without finding a message, so the loop asks again before it waits.
+// A look that finds no message can end the loop, so `done` is asked again before the wait.
 void runLoop(const std::function<bool()>& done) {
     MSG message;
     while (!done()) {
@@ -271,7 +271,7 @@ void tellAll(UINT message, WPARAM wparam, LPARAM lparam) {
     for (const HWND window : all) send(window, message, wparam, lparam);
 }
 
-// The process ends with the last answer; nothing that follows the message loop ever runs.
+// The process ends with the last answer; nothing after the message loop ever runs.
 void tellSessionEnd(bool reallyEnds) {
     tellAll(WM_ENDSESSION, reallyEnds, 0);
     if (!reallyEnds) return;
@@ -291,7 +291,7 @@ BOOL GetMessageW(MSG* message, HWND window, UINT first, UINT last) {
     return message->message != WM_QUIT;
 }
 
-// WM_QUIT is retrieved whatever the filter, but nothing is for the handle of a destroyed window.
+// WM_QUIT is retrieved whatever the filter is, but a destroyed window's handle is an error.
 BOOL PeekMessageW(MSG* message, HWND window, UINT first, UINT last, UINT remove) {
     desktop::Call call("PeekMessageW", window, first, last, remove);
     call.only("remove", remove, PM_REMOVE);

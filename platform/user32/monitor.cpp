@@ -69,8 +69,8 @@ BOOL GetMonitorInfoW(HMONITOR monitor, MONITORINFO* information) {
     return TRUE;
 }
 
-// The call is refused where the program's manifest has decided already, which asks for the same: so
-// a refusal, planned or not, leaves the program aware.
+// A call is refused if the program's manifest has set the same already. So after any refusal,
+// planned or not, the program is aware.
 BOOL SetProcessDpiAwarenessContext(DPI_AWARENESS_CONTEXT context) {
     desktop::Call call("SetProcessDpiAwarenessContext");
     call.only("context", context, DPI_AWARENESS_CONTEXT_PER_MONITOR_AWARE_V2);

@@ -38,7 +38,7 @@ struct Thread {
 };
 thread_local Thread thread;
 
-// Everything that the published rules take away together with a window.
+// Releases everything that the system destroys together with a window.
 void forget(HWND window) {
     std::list<Window> gone;
     gone.splice(gone.end(), windows, std::ranges::find(windows, window, &Window::handle));
@@ -59,7 +59,7 @@ void enterUserInterface() {
     if (thread.entered) return;
     if (thereIsAThread.exchange(true)) desktop::refuse("user interface", "second thread", 0);
     thread.entered = true;
-    // Asking without a choice stops the process, here rather than somewhere later.
+    // Stops the process if no host has been chosen, here rather than later.
     host::current();
     desktop::withShown([](desktop::Shown& shown) { shown = {}; });
     state.begun = std::chrono::steady_clock::now();
@@ -198,7 +198,7 @@ LONG_PTR SetWindowLongPtrW(HWND window, int index, LONG_PTR value) {
     Window* const record = find(window);
     if (call.struck() || !record) return call.fail(ERROR_INVALID_WINDOW_HANDLE);
     if (index == GWLP_USERDATA) return std::exchange(record->userData, value);
-    // Only an order makes a window topmost, or stops it from being so.
+    // Only SetWindowPos changes whether a window is topmost.
     const DWORD before = record->extendedStyle;
     record->extendedStyle = (styles & ~DWORD{WS_EX_TOPMOST}) | (before & WS_EX_TOPMOST);
     if (!(styles & WS_EX_LAYERED)) record->opacity.reset();

@@ -1,9 +1,9 @@
 // The one user-interface thread: its windows, its messages, and the input that becomes messages.
 //
-// The thread is the first one that asks for a window, a message or a hook. It alone touches the
+// The thread is the first one that requests a window, a message or a hook. It alone uses the
 // records of this folder, so none of them has a lock; what other threads may see is in core/shown.h
-// and in the message queue. When the thread ends, everything of it goes as the system would take
-// it: windows, timer, hot keys, hook, the tray icon. A later thread can then follow it.
+// and in the message queue. When the thread ends, all that it has is destroyed, as the system would
+// do it: windows, timer, hot keys, hook, the tray icon. Then another thread can take its role.
 
 #pragma once
 
@@ -38,7 +38,7 @@ struct State {
     // MOD_ALT | MOD_CONTROL | MOD_SHIFT | MOD_WIN, as held at the input message taken last.
     UINT modifiers = 0;
     bool isInHook = false;
-    // Before it is, nothing asks for positions: Windows would convert them, which is not done here.
+    // Until it is, a call for positions is refused: Windows would convert them.
     bool isDpiAware = false;
 };
 inline State state;
@@ -101,13 +101,13 @@ void hide(Window& window);  // takes the capture and the foreground away from it
 void place(Window& window, const RECT& bounds);
 // To the front of the windows that are topmost as it is: those stay above the others.
 void raise(Window& window);
-void moveToFront(Window& window);  // The host does not hear of it.
+void moveToFront(Window& window);  // without telling the host
 // Tells the host where and how the window is to be seen.
 void updatePlacement(Window& window, bool raised);
 // Copies what a user sees of the windows to core/shown.h.
 void publishWindows();
 void invalidate(Window& window, bool erase);
-// Its pixels; what is painted on them is presented, and nothing is left to paint.
+// Calls `paint` with its pixels and presents them; nothing is left to paint.
 void paintWindow(Window& window, const std::function<void(const gdi::Canvas&)>& paint);
 
 // --- monitor.cpp
@@ -144,8 +144,8 @@ void leaveQueue(HWND window);  // The timer goes, and what was posted.
 // messages and the end of the session do not wait for all of a flood, nor for the keys that follow
 // one which the hook ate.
 bool takeEvents();
-// Makes a message of the event that waits. False: there is none. Without a window, the event was
-// not for one of ours.
+// Makes a message of the event that waits. False: there is none. A message without a window: the
+// event was not for one of ours.
 bool takeInput(MSG& message);
 
 // False where the program may not take the foreground: it may if it has it, if it was started or
@@ -165,8 +165,8 @@ UINT scanCodeOf(UINT key);
 // them.
 bool followHook();
 bool hookEats(const host::Event& event, UINT message);
-// Posts WM_HOTKEY if the press completes a registered combination, modifiers exactly. A repeat is
-// taken in silence.
+// Whether the press completes a registered combination, with exactly its modifiers. Posts WM_HOTKEY
+// then, but not for a repeat.
 bool isHotKey(const host::Event& press, bool isRepeat);
 // All of the window or one of them; returns how many there were.
 std::size_t releaseHotKeys(HWND window, std::optional<int> id = {});
@@ -175,8 +175,8 @@ void forgetHook();
 // --- clipboard.cpp
 void leaveClipboard(HWND window);
 
-// --- The shell is above these files and registers here: what it has of a window goes with it, and
-// the taskbar's events are its own.
+// --- The shell is above these files and registers here, for windows that are destroyed and for the
+// taskbar's events.
 inline void (*leaveShell)(HWND window) = [](HWND) {};
 inline void (*takeShellEvent)(const host::Event& event) = [](const host::Event&) {};
 

@@ -17,7 +17,7 @@ namespace {
 bool isLayered(const Window& window) { return (window.extendedStyle & WS_EX_LAYERED) != 0; }
 bool isTopmost(const Window& window) { return (window.extendedStyle & WS_EX_TOPMOST) != 0; }
 
-// Something of it can be on the screen.
+// Whether anything of it can be on the screen.
 bool isSeen(const Window& window) {
     return window.visible && !gdi::isEmpty(window.bounds) &&
            (!isLayered(window) || window.opacity.has_value());
@@ -28,7 +28,7 @@ bool isInTaskbar(const Window& window) {
            (window.extendedStyle & WS_EX_APPWINDOW || !(window.extendedStyle & WS_EX_TOOLWINDOW));
 }
 
-// Painting is always that of the whole window, and the host keeps what it shows: between two times
+// The whole window is painted each time, and the host keeps what it shows: between two paintings
 // the pixels, 33 MB for a frame of 3840 x 2160, would be kept for nothing.
 gdi::Canvas newCanvas(Window& window) {
     const int wide = width(window), high = height(window);
@@ -58,7 +58,7 @@ void updatePlacement(Window& window, bool raised) {
     publishWindows();
 }
 
-// The window may have come below the pointer, which then looks as the window says.
+// The window may now be under the pointer, and then sets its cursor.
 void show(Window& window) {
     if (std::exchange(window.visible, true)) return;
     updatePlacement(window, false);
@@ -144,7 +144,7 @@ BOOL IsIconic(HWND window) {
     return record && record->minimized;
 }
 
-// There is no taskbar whose button could flash. The result tells whether the window is active.
+// No host has a taskbar button that could flash. The result says whether the window is active.
 BOOL FlashWindowEx(FLASHWINFO* flash) {
     desktop::Call call("FlashWindowEx", flash->hwnd, flash->dwFlags, flash->uCount,
                        flash->dwTimeout);
@@ -179,7 +179,7 @@ BOOL SetLayeredWindowAttributes(HWND window, COLORREF key, BYTE alpha, DWORD fla
     return TRUE;
 }
 
-// Takes the region over. The size of the window does not change it.
+// Takes over the region. A change of the window's size does not change it.
 int SetWindowRgn(HWND window, HRGN region, BOOL redraw) {
     desktop::Call call("SetWindowRgn", window, region, redraw);
     call.only("redraw", redraw, FALSE);
@@ -219,8 +219,7 @@ BOOL InvalidateRect(HWND window, const RECT* rectangle, BOOL erase) {
     return TRUE;
 }
 
-// Validates the window, erases it if that is due, and opens a context that is clipped to what was
-// out of date.
+// Validates the window, erases it if that is due, and opens a context for the whole of it.
 HDC BeginPaint(HWND window, PAINTSTRUCT* paint) {
     desktop::Call call("BeginPaint", window);
     *paint = {};
