@@ -1,5 +1,5 @@
-// The native program's entry point: opens the live display, and ends the program in good order on a
-// signal.
+// The native program's entry point: opens the live display, and ends the program in good order when
+// a signal comes.
 
 #include <windows.h>
 

@@ -44,8 +44,8 @@ struct Failure {
 // One call of a published operation, from its first line to its return. An operation first refuses
 // what it does not know, then asks for a planned fault, and only then has an effect.
 struct Call {
-    // `name` is a literal. The arguments go to the call log if it runs; those that only receive
-    // something are not given.
+    // `name` is a literal. The arguments go to the call log if it runs; pass none that only receive
+    // something.
     template <typename... Arguments>
     explicit Call(const char* name, const Arguments&... given) : operation(name) {
         if (logging()) (note(describeArgument(given)), ...);

@@ -1,5 +1,3 @@
-// Sockets that stand for windows.
-//
 // A message is one packet with a number, which comes from a socket of the sender's that is
 // connected to the window's; the answer is another number, in a packet on the same way back.
 

@@ -138,8 +138,7 @@ RECT drawLine(const Canvas& canvas, const RECT& area, std::string_view text, con
 
 }  // namespace gdi
 
-// What the sanitizers may find in libraries, which were built without them. They call these by
-// name.
+// What the sanitizers may find in libraries that were built without them. They call these by name.
 extern "C" const char* __lsan_default_suppressions() { return "leak:libfontconfig\n"; }
 extern "C" const char* __lsan_default_options() { return "print_suppressions=0"; }
 extern "C" const char* __tsan_default_suppressions() {

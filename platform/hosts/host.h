@@ -62,8 +62,7 @@ struct Event {
     UINT message = 0;
     RECT icon{};
     Surface surface = 0;  // under the pointer, with every pointer event; 0: none of ours
-    // When a key moved: an answer of the hook after its time limit is dropped. Unset: there is no
-    // limit.
+    // When a key moved: the hook's answer is dropped after its time limit. Unset: without a limit.
     std::chrono::steady_clock::time_point time{};
 };
 

@@ -55,8 +55,8 @@ struct MediaType : AttributeStore<MediaType, IMFMediaType, IID_IMFAttributes, II
 // Each stops the process at an unknown attribute or value, and throws Failure
 // (MF_E_INVALIDMEDIATYPE) if one is missing.
 void checkWriterAttributes(AttributeValues attributes);
-// An H.264 or an NV12 type. A size that cannot be encoded is a Failure, too. The bit rate of an
-// NV12 type is 0.
+// An H.264 or an NV12 type; the latter has the bit rate 0. Throws Failure, too, for a size that
+// cannot be encoded.
 VideoFormat readOutputType(AttributeValues type);
 VideoFormat readInputType(AttributeValues type);
 

@@ -37,8 +37,7 @@ void publishTip(const std::string& tip) {
     desktop::withShown([&](desktop::Shown& shown) { shown.trayTip = tip; });
 }
 
-// With the icon, because a start that hands over to the first instance shows none and need not
-// warn.
+// With the icon: a start that hands over to the first instance shows none, and need not warn.
 void warnOnceOfWayland() {
     static bool isWarned = false;
     if (std::exchange(isWarned, true) || !host::current().isWaylandSession()) return;
@@ -103,8 +102,8 @@ void leaveWith(HWND window) {
     if (entry && entry->window == window) forgetIcon();
 }
 
-// Mouse messages are posted to the icon's window. A shell that has started again has forgotten the
-// icon, and every window hears of it.
+// Mouse messages are posted to the icon's window. A shell that has restarted has lost the icon, and
+// every window is told.
 void takeEvent(const host::Event& event) {
     using host::Event;
     if (event.kind == Event::NoticeShown || event.kind == Event::NoticeRefused)

@@ -28,8 +28,8 @@ namespace {
 
 constexpr std::size_t mostPosted = 10'000;
 
-// What other threads reach. Never destroyed, so that what an unread message owns stays reachable
-// and is no leak.
+// What other threads reach. Never destroyed, so what an unread message owns does not count as a
+// leak.
 struct Shared {
     std::mutex mutex;
     std::deque<MSG> posted;

@@ -27,7 +27,7 @@ namespace user32 {
 // is another.
 void enterUserInterface();
 
-// What the thread has beside its windows, until it ends.
+// What the thread has besides its windows, until it ends.
 struct State {
     HWND foreground = nullptr;  // null: another program's
     HWND capture = nullptr;
@@ -153,7 +153,7 @@ bool takeInput(MSG& message);
 bool activate(HWND window);
 
 inline HWND capture() { return state.capture; }
-// Null: nobody gets it. Tells the loser before it returns, which may be the same window.
+// Null: no window gets it. The window that loses it, perhaps the same one, is told first.
 void setCapture(HWND window);
 void leaveActivation(HWND window);
 

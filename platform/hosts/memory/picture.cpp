@@ -126,7 +126,7 @@ host::PictureState Host::waitForPicture(DWORD milliseconds) {
 host::CapturedPicture Host::readPicture(const RECT& area) {
     const LONG width = area.right - area.left, height = area.bottom - area.top;
     const int pitch = (width * 4 + rowAlignment - 1) / rowAlignment * rowAlignment;
-    // The memory of the last image serves again, unless somebody still has it.
+    // The memory of the last image is used again, unless it is still referenced.
     static std::shared_ptr<std::vector<std::uint8_t>> bytes;
     if (!bytes || bytes.use_count() > 1) bytes = std::make_shared<std::vector<std::uint8_t>>();
     bytes->resize(static_cast<std::size_t>(pitch) * height);

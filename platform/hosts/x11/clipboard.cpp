@@ -66,8 +66,7 @@ bool hand(xcb_window_t window, xcb_atom_t target, xcb_atom_t property) {
     return true;
 }
 
-// The property has pairs of a form and the property for it. A form that is not offered becomes
-// none.
+// The property has pairs of a form and a property for it. A form that is not offered becomes none.
 bool handSeveral(xcb_window_t window, xcb_atom_t property) {
     std::vector<std::uint32_t> pairs = numberProperty(window, property);
     if (pairs.empty()) return false;

@@ -1,6 +1,3 @@
-// The one connection of the user-interface thread to the display: opening it, its answers and its
-// events.
-
 #include "platform/hosts/x11/display.h"
 
 #include <sys/epoll.h>
