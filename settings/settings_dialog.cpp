@@ -77,7 +77,7 @@ void disableCapture(const SettingsContext& context) {
                     TEXT("Shortcut capture unavailable. Existing shortcut kept."));
 }
 
-void initialise(SettingsContext& context) {
+void initialize(SettingsContext& context) {
     try {
         loadDialogIcons(context);
     } catch (const std::exception& exception) {
@@ -177,7 +177,7 @@ bool dispatch(HWND dialog, UINT message, WPARAM wparam, LPARAM lparam) {
         SetWindowLongPtrW(dialog, GWLP_USERDATA, lparam);
         auto& context = *reinterpret_cast<SettingsContext*>(lparam);
         context.dialog = dialog;
-        initialise(context);
+        initialize(context);
         return true;
     }
     auto* const context =
