@@ -27,4 +27,5 @@ void showNotice(WideView text, bool isError);
 // none.
 UINT showTrayMenu();
 
+// Does nothing without an icon.
 void removeTrayIcon(HWND window);

@@ -1,4 +1,4 @@
-// The program in this process and the hands of its user: for the demonstration, the tests and the
+// The program in this process and its user's input: for the demonstration, the tests and the
 // benchmarks.
 
 #pragma once

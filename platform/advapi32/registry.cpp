@@ -1,4 +1,4 @@
-// Registry keys and values, of which there is one key: the user's Run key.
+// The registry, of which there is one key: the user's Run key.
 //
 // The key is the desktop's autostart folder. An entry there is the value itself, so what the
 // desktop's own tools show and change is what the registry says. A value's name is that of the
@@ -83,7 +83,7 @@ bool isOff(GKeyFile* entry) {
 }
 
 // An entry that starts a program without arguments is a text: the program's path in quotes, with a
-// terminator. What else has the name is a value that no program writes here, and gives no text. An
+// terminator. Anything else of that name is a value without text, which no program writes here. An
 // entry that is switched off counts as missing.
 LSTATUS readEntry(const std::string& file, std::u16string& text) {
     struct stat item {};

@@ -8,6 +8,7 @@
 
 namespace desktop {
 
+// These two may not exist yet.
 std::filesystem::path userDataFolder();  // XDG_DATA_HOME, or ~/.local/share
 std::filesystem::path configFolder();    // XDG_CONFIG_HOME, or ~/.config
 

@@ -77,9 +77,10 @@ RECT drawLine(const Canvas& canvas, const RECT& area, std::string_view text, con
               bool isCentered = false);
 
 // --- objects.cpp: the program's
+// The canvas must outlive the context. Closing it returns the canvas and ends the handle.
 HDC openContext(const Canvas& canvas);
 Canvas closeContext(HDC context);
-// Takes it over from the program: the handle is dead. Empty if it is no region.
+// Takes over the region from the program: the handle is dead. Empty if it is not that of a region.
 std::optional<std::vector<RECT>> takeRegion(HRGN region);
 
 // In pixels, rounded, from 96 dots an inch.

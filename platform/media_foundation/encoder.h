@@ -62,7 +62,7 @@ private:
     AVFormatContext* context = nullptr;
 };
 
-// NV12. The bytes never change, so equal frames can share them.
+// NV12, width * height * 3 / 2 bytes, which never change, so equal frames can share them.
 struct Frame {
     std::shared_ptr<std::uint8_t[]> bytes;
     Interval shown;
