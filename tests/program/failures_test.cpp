@@ -1,9 +1,15 @@
-// Every failure that ends a recording or the start, with its exact text, and gone without a trace.
+// Every failure that ends a recording or the start, with its exact text, and gone without a trace;
+// and what no recording of the whole program meets at will.
+
+#include <sys/syscall.h>
+#include <time.h>
+#include <unistd.h>
 
 #include "app/application.h"
 #include "app/recording_job.h"
 #include "common/messages.h"
 #include "tests/capture_road.h"
+#include "tests/clip_reader.h"
 #include "tests/scenarios/native.h"
 #include "tests/tray_window.h"
 
@@ -12,9 +18,25 @@ using desktop::Fault;
 
 namespace {
 
+thread_local bool isHeldUp = false;  // by more than a slot after each reading of the clock
+
+}  // namespace
+
+// Stands in for the library's.
+extern "C" int clock_gettime(clockid_t clock, timespec* time) noexcept {
+    const long result = syscall(SYS_clock_gettime, clock, time);
+    if (isHeldUp) usleep(34'000);
+    return static_cast<int>(result);
+}
+
+namespace {
+
 // The job's thread alone, stopped after a few samples. What it says: empty for a whole clip.
 std::string recordOneClip(bool stopped = false) {
+    for (const std::string& name : namesIn(recordings()))
+        std::filesystem::remove(recordings() / name);
     stopFlag = stopped;
+    desktop::startCallLog();
     const std::jthread user([] {
         desktop::waitUntil([] { return stopFlag || writtenSamples() > 2; });
         stopFlag = true;
@@ -48,11 +70,8 @@ void atJob(const std::function<void()>& body) {
 // With a failing call, and the first try to open the writer failing too. A "*" stands for its code.
 std::string textOf(const std::string& operation, int nth) {
     static const auto idle = desktop::openObjects();
-    for (const std::string& name : namesIn(recordings()))
-        std::filesystem::remove(recordings() / name);
     desktop::planFault({Fault::Fail, "MFCreateAttributes", 1});
     desktop::planFault({Fault::Fail, operation, nth, 0x8000ffff});
-    desktop::startCallLog();
     const std::string text = recordOneClip();
     EXPECT_EQ(desktop::openObjects(), idle);
     const std::size_t code = text.find(" (0x8000ffff)");
@@ -92,16 +111,43 @@ TEST(Failures, ofTheFirstFrame) {
         const char* const acquire = "IDXGIOutputDuplication::AcquireNextFrame";
         const DWORD timeout = 0x887a0027;
         desktop::planFault({Fault::Fail, acquire, 1, timeout, true});
-        desktop::startCallLog();
         EXPECT_EQ(recordOneClip(), "No desktop frame received");
         const std::vector<desktop::LoggedCall> log = desktop::callLog();
         const auto first = std::ranges::find(log, acquire, &desktop::LoggedCall::operation);
         // Of the five seconds, on however busy a machine.
         EXPECT_GT(log.back().time - first->time, 3'000'000'000);
-        desktop::changeMonitor(1, {{0, 0, 1080, 1920}, 2});
-        EXPECT_EQ(recordOneClip(), "Rotated monitors are not supported in this version");
+        const std::string changed = "Monitor layout changed; select again";
+        const std::pair<desktop::MonitorSetup, std::string> rows[] = {
+            {{{300, 310, 502, 464}}, ""},
+            {{{301, 310, 502, 464}}, changed},
+            {{{300, 311, 502, 464}}, changed},
+            {{{300, 310, 501, 464}}, changed},
+            {{{300, 310, 502, 463}}, changed},
+            {{{0, 0, 1080, 1920}, 2}, "Rotated monitors are not supported in this version"},
+        };
+        for (const auto& [setup, words] : rows) {
+            desktop::changeMonitor(1, setup);
+            EXPECT_EQ(recordOneClip(), words) << setup.bounds.left << ' ' << setup.bounds.right;
+        }
         desktop::setMonitors({{{5000, 0, 6000, 1000}}});
         EXPECT_EQ(recordOneClip(), "Selected monitor disconnected");
+    });
+}
+
+// The program takes a frame of the pointer alone for an image: black as the first frame.
+TEST(Failures, areNotALateThreadAndAMovedPointer) {
+    atJob([] {
+        desktop::addPointerFrames(1);
+        isHeldUp = true;
+        EXPECT_EQ(recordOneClip(), "");
+        isHeldUp = false;
+        EXPECT_EQ(callsOf("IMFSample::SetSampleTime").front(), "0");
+        const Path clip = recordings() / clips().at(0);
+        std::vector<int> shown;
+        forEachPicture(clip, readClip(clip),
+                       [&](const ClipPicture& picture) { shown.push_back(picture.luma(100, 70)); });
+        EXPECT_LT(shown.front(), 20);
+        EXPECT_GT(shown.back(), 70);
     });
 }
 
