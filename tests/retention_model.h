@@ -34,8 +34,12 @@ inline bool isFile(const Disk& disk, const std::string& name) {
     return disk.contains(name) && disk.at(name).starts_with("file ");
 }
 
-inline std::vector<std::string> ownedIn(const Disk& disk) {
+inline bool isClipName(const std::string& name) {
     static const std::regex form("clip-[0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}\\.mp4");
+    return std::regex_match(name, form);
+}
+
+inline std::vector<std::string> ownedIn(const Disk& disk) {
     std::vector<std::string> owned;
     if (!isFile(disk, "completed.txt")) return owned;
     // A text ends at Ctrl+Z, like a file whose last line has no end.
@@ -43,8 +47,7 @@ inline std::vector<std::string> ownedIn(const Disk& disk) {
     std::istringstream lines(text.substr(5, text.find('\x1A') - 5));
     for (std::string line; std::getline(lines, line);) {
         if (line.ends_with('\r') && !lines.eof()) line.pop_back();
-        if (std::regex_match(line, form) && isFile(disk, line) &&
-            std::ranges::find(owned, line) == owned.end())
+        if (isClipName(line) && isFile(disk, line) && std::ranges::find(owned, line) == owned.end())
             owned.push_back(line);
     }
     return owned;
