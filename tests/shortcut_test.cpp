@@ -35,31 +35,12 @@ struct Shortcut : testing::Test {
     ShortcutSpec spec;
 };
 
-TEST_F(Shortcut, isReadWithinItsBounds) {
-    const std::pair<const char*, Spec> rows[] = {
-        {"[other]\nkey=70\n", {1, 6, 55}},
-        {"[hotkey]\nkey=65", {1, 6, 65}},
-        {"[hotkey]\nmodifiers=15\nkey=96\n", {1, 15, 96}},
-        {"[hotkey]\nmodifiers=1\nkey=123\n", {1, 1, 123}},
-        {"[hotkey]\nmodifiers=0\n", {}},
-        {"[hotkey]\nmodifiers=16\n", {}},
-        {"[hotkey]\nkey=124\n", {}},
-    };
-    for (const auto& [text, expected] : rows) {
-        SCOPED_TRACE(text);
-        writeFile(file, text);
-        spec = {};
-        failureOf([&] { loadShortcut(window.handle, file, spec); });
-        EXPECT_EQ(registered(), expected);
-        const Spec standard{6, 55}, shown{spec.modifiers, spec.key};
-        EXPECT_EQ(expected.empty() ? shown : standard, standard);
-        UnregisterHotKey(window.handle, 1);
-    }
-    EXPECT_EQ(failureOf([&] { ensureConfigFile(folder.path / "missing" / "config.ini"); }),
-              "Cannot create config");
-}
-
 TEST_F(Shortcut, isExchangedUnderTheOtherNumberOrKept) {
+    for (const char* const text : {"[hotkey]\nmodifiers=16\n", "[hotkey]\nkey=124\n"}) {
+        writeFile(file, text);
+        EXPECT_NE(failureOf([&] { loadShortcut(window.handle, file, spec); }), "") << text;
+        EXPECT_EQ((Spec{spec.modifiers, spec.key}), (Spec{6, 55}));
+    }
     // The first as after a refused registration at the start; the last is only saved.
     for (const Spec& next :
          {Spec{2, 6, 55}, Spec{1, 9, 55}, Spec{2, 8, 55}, Spec{1, 8, 119}, Spec{1, 8, 119}}) {
