@@ -1,12 +1,8 @@
 // What every folder of the program uses.
 
-#include <dxgi1_2.h>
-
 #include <gtest/gtest.h>
 
-#include "common/com_pointer.h"
 #include "common/failure.h"
-#include "platform/control.h"
 #include "tests/scratch.h"
 
 namespace {
@@ -24,20 +20,6 @@ TEST(WideTexts, areWidenedWithTheirSignAndCutToTheirField) {
     WCHAR field[4]{1, 1, 1, 1};
     fillText(field, TEXT("abcd"));
     EXPECT_TRUE(field == WideText(TEXT("abc")));
-}
-
-TEST(ComPointers, countEveryReference) {
-    const auto held = desktop::openObjects();
-    ComPointer<IDXGIFactory1> factory;
-    for (int round = 0; round < 2; ++round)  // `put` releases what is held.
-        check(CreateDXGIFactory1(IID_IDXGIFactory1, factory.putUntyped()), "factory");
-    ComPointer copy = factory, moved = std::move(factory);
-    EXPECT_FALSE(factory);
-    EXPECT_EQ(copy.get(), moved.get());
-    copy = {};
-    EXPECT_NE(desktop::openObjects(), held);
-    moved = {};
-    EXPECT_EQ(desktop::openObjects(), held);
 }
 
 }  // namespace
