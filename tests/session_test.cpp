@@ -1,4 +1,4 @@
-// What processes of one session share: the mutex's name, messages and files.
+// What processes of one session share: the mutex's name, and messages.
 
 #include <windows.h>
 
@@ -123,18 +123,6 @@ TEST_F(Session, carriesRegisteredMessagesToTheFirstProcess) {
     EXPECT_FALSE(desktop::findMailbox(u"SomeClass"));
     EXPECT_FALSE(std::filesystem::exists(found->path));
     for (int round = 0; round < 2; ++round) EXPECT_TRUE(claims()) << "Its last handle is closed.";
-}
-
-TEST_F(Session, opensFilesAsOtherProcessesAllow) {
-    const ScratchFolder scratch;
-    const Path file = scratch.path / "file";
-    std::ofstream writer(file);  // knows nothing of share modes
-    EXPECT_FALSE(play(file));
-    writer.close();
-    const Child reader([&] { play(file).release(); });
-    EXPECT_TRUE(play(file));
-    EXPECT_FALSE(DeleteFileW(file.u16string().c_str()));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_SHARING_VIOLATION});
 }
 
 }  // namespace
