@@ -9,6 +9,7 @@
 
 #include "demo/user.h"
 #include "platform/control.h"
+#include "tests/tray_window.h"
 
 constexpr auto pressKeys = user::press;
 
@@ -39,13 +40,6 @@ Messages takeAll() {
 
 struct DesktopTest : testing::Test {
     DesktopTest() {
-        WNDCLASSW record{};
-        record.lpfnWndProc = procedure;
-        record.lpszClassName = TEXT("DesktopTest");
-        RegisterClassW(&record);
-        for (HWND* const made : {&window, &other})
-            *made = CreateWindowExW(0, TEXT("desktoptest"), TEXT(""), WS_POPUP, 0, 0, 0, 0, nullptr,
-                                    nullptr, nullptr, nullptr);
         SetWindowPos(window, HWND_TOPMOST, 100, 100, 50, 50, SWP_SHOWWINDOW | SWP_NOACTIVATE);
         takeAll();
         told.clear();
@@ -60,7 +54,8 @@ struct DesktopTest : testing::Test {
         EXPECT_TRUE(desktop::openObjects().empty());
     }
 
-    HWND window = nullptr, other = nullptr;
+    const HWND window = makeWindow(TEXT("DesktopTest"), procedure);
+    const HWND other = makeWindow(TEXT("DesktopTest"), procedure);
 };
 
 HHOOK hookKeys(HOOKPROC hook) {
@@ -112,8 +107,6 @@ TEST_F(DesktopTest, messagesComeOutByRank) {
 TEST_F(DesktopTest, keysMeetTheHookThenTheHotKeyThenTheWindow) {
     constexpr UINT modifiers = MOD_CONTROL | MOD_SHIFT | MOD_NOREPEAT;
     ASSERT_TRUE(RegisterHotKey(window, 1, modifiers, '7'));
-    EXPECT_FALSE(RegisterHotKey(other, 1, modifiers, '7'));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_HOTKEY_ALREADY_REGISTERED});
     pressKeys({VK_LCONTROL, VK_LSHIFT, VK_LMENU, '7'});
     EXPECT_EQ(takeAll(), Messages{});
     pressKeys({VK_RCONTROL, VK_LSHIFT, '7', '7'});  // with a repeat
@@ -199,19 +192,6 @@ TEST_F(DesktopTest, thePointerIsAnnouncedAndAPressActivates) {
                         WM_ACTIVATE, WM_SETFOCUS, WM_SETCURSOR, WM_LBUTTONDOWN}));
 }
 
-TEST_F(DesktopTest, aPlannedFaultComesBeforeAnyResult) {
-    OpenClipboard(window);
-    for (BOOL (*const run)() :
-         {+[] { return OpenClipboard(nullptr); }, +[] { return SetForegroundWindow(nullptr); },
-          +[] { return RegisterHotKey(nullptr, 1, MOD_NOREPEAT, 'K'); }}) {
-        desktop::planFault({desktop::Fault::Fail, "", 1, ERROR_DISK_FULL});
-        EXPECT_FALSE(run());
-        EXPECT_EQ(GetLastError(), DWORD{ERROR_DISK_FULL}) << desktop::struckCall();
-        desktop::clearFaults();
-    }
-    CloseClipboard();
-}
-
 TEST_F(DesktopTest, captureTellsItsLoser) {
     SetCapture(window);
     SetCapture(window);
@@ -227,38 +207,6 @@ TEST_F(DesktopTest, captureTellsItsLoser) {
         if (entry.message == WM_CAPTURECHANGED)
             losses.emplace_back(entry.hwnd, reinterpret_cast<HWND>(entry.lParam));
     EXPECT_EQ(losses, (decltype(losses){{window, window}, {window, other}, {other, nullptr}}));
-}
-
-// Neither the program nor a capture has to do with balloons and tips.
-TEST_F(DesktopTest, balloonsAndTipsAreTheDesktopsOwn) {
-    NOTIFYICONDATAW icon{};
-    icon.cbSize = sizeof icon;
-    icon.hWnd = window;
-    icon.uFlags = NIF_INFO;
-    icon.szInfo[0] = icon.szTip[0] = 'x';
-    icon.dwInfoFlags = NIIF_INFO;
-    EXPECT_FALSE(Shell_NotifyIconW(NIM_MODIFY, &icon));
-    EXPECT_TRUE(desktop::balloons().empty());
-    icon.uFlags = NIF_MESSAGE | NIF_ICON | NIF_TIP;
-    ASSERT_TRUE(Shell_NotifyIconW(NIM_ADD, &icon));
-    icon.uFlags = NIF_INFO;
-    ASSERT_TRUE(Shell_NotifyIconW(NIM_MODIFY, &icon));
-    const RECT balloon = desktop::windows().front().bounds;
-    EXPECT_NE(desktop::screenPixel(balloon.left + 2, balloon.top + 2),
-              desktop::capturedPixel(balloon.left + 2, balloon.top + 2));
-    EXPECT_LT(balloon.bottom, 1040);
-    const std::size_t others = desktop::windows().size();
-    desktop::movePointer(1880, 1060);
-    EXPECT_EQ(takeAll(), Messages{});
-    ASSERT_EQ(desktop::windows().size(), others + 1);
-    EXPECT_LE(desktop::windows().front().bounds.bottom, 1052);
-    desktop::movePointer(balloon.left + 2, balloon.top + 2);
-    desktop::pressButton(1);
-    desktop::releaseButton(1);
-    EXPECT_EQ(takeAll(), Messages{});
-    EXPECT_EQ(desktop::windows().size(), others - 1);
-    EXPECT_TRUE(desktop::inputOfOthers().size() == 1) << "The release has no window any more.";
-    Shell_NotifyIconW(NIM_DELETE, &icon);
 }
 
 }  // namespace

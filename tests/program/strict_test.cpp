@@ -41,6 +41,18 @@ TEST(Strict, overlayLeavesTheUsersWorkAlone) {
         stopRecording();
         for (const desktop::PassedInput& input : desktop::inputOfOthers())
             EXPECT_NE(input.key, UINT{VK_ESCAPE}) << "The hook has answered in time.";
+        RECT balloon{};
+        await("a balloon, in no capture", [&] {
+            balloon = windowOf("tooltips_class32").bounds;
+            const LONG x = balloon.left + 2, y = balloon.top + 2;
+            return pixel(x, y) != desktop::capturedPixel(x, y);
+        });
+        EXPECT_LT(balloon.bottom, 1040) << "The taskbar is below.";
+        move(1880, 1060);
+        await("the tip, above the icon", [&] {
+            const LONG bottom = windowOf("tooltips_class32").bounds.bottom;
+            return bottom != balloon.bottom && bottom > 1000 && bottom <= 1052;
+        });
         openMenu();
         choose(4);
         await("the dialog", [] { return focus() == ShortcutBox; });
