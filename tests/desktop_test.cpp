@@ -11,8 +11,6 @@
 #include "platform/control.h"
 #include "tests/tray_window.h"
 
-constexpr auto pressKeys = user::press;
-
 namespace {
 
 using Messages = std::vector<UINT>;
@@ -62,7 +60,6 @@ HHOOK hookKeys(HOOKPROC hook) {
     return SetWindowsHookExW(WH_KEYBOARD_LL, hook, GetModuleHandleW(nullptr), 0);
 }
 
-// Moves the pointer into the window and presses.
 void pressInWindow() {
     desktop::movePointer(120, 120);
     desktop::pressButton(1);
@@ -90,7 +87,7 @@ TEST_F(DesktopTest, messagesComeOutByRank) {
     InvalidateRect(window, nullptr, FALSE);
     PostMessageW(window, noted, 1, 0);
     RegisterHotKey(window, 3, MOD_CONTROL | MOD_NOREPEAT, 'K');
-    pressKeys({VK_LCONTROL, 'K'});
+    user::press({VK_LCONTROL, 'K'});
     MSG message;
     ASSERT_TRUE(PeekMessageW(&message, nullptr, noted, noted, PM_REMOVE));
     PostMessageW(window, noted, 2, 0);
@@ -107,14 +104,14 @@ TEST_F(DesktopTest, messagesComeOutByRank) {
 TEST_F(DesktopTest, keysMeetTheHookThenTheHotKeyThenTheWindow) {
     constexpr UINT modifiers = MOD_CONTROL | MOD_SHIFT | MOD_NOREPEAT;
     ASSERT_TRUE(RegisterHotKey(window, 1, modifiers, '7'));
-    pressKeys({VK_LCONTROL, VK_LSHIFT, VK_LMENU, '7'});
+    user::press({VK_LCONTROL, VK_LSHIFT, VK_LMENU, '7'});
     EXPECT_EQ(takeAll(), Messages{});
-    pressKeys({VK_RCONTROL, VK_LSHIFT, '7', '7'});  // with a repeat
+    user::press({VK_RCONTROL, VK_LSHIFT, '7', '7'});  // with a repeat
     EXPECT_EQ(takeAll(), Messages{WM_HOTKEY});
 
     const HHOOK hook = hookKeys(eatSevens);
     keysPassed();
-    pressKeys({VK_LCONTROL, VK_LSHIFT, '7'});
+    user::press({VK_LCONTROL, VK_LSHIFT, '7'});
     EXPECT_EQ(takeAll(), Messages{});
     EXPECT_EQ(keysPassed(), (Messages{VK_LCONTROL, VK_LSHIFT}));
     EXPECT_EQ(eaten, 2);
@@ -129,10 +126,10 @@ TEST_F(DesktopTest, keysMeetTheHookThenTheHotKeyThenTheWindow) {
     EXPECT_FALSE(SetForegroundWindow(window)) << "The user is elsewhere.";
     pressInWindow();
     EXPECT_TRUE(SetForegroundWindow(window));
-    pressKeys({'7'});
+    user::press({'7'});
     EXPECT_EQ(takeAll(), (Messages{WM_KEYDOWN, WM_KEYUP}));
     desktop::takeForeground();
-    pressKeys({'7'});
+    user::press({'7'});
     EXPECT_EQ(takeAll(), Messages{});
     EXPECT_EQ(keysPassed(), Messages{'7'});
 }
@@ -163,7 +160,7 @@ TEST_F(DesktopTest, aHookThatAnswersLateIsPassedOver) {
     takeAll();
     EXPECT_FALSE(UnhookWindowsHookEx(slow)) << "The system has taken it away.";
     const HHOOK quick = hookKeys(eatSevens);
-    pressKeys({'7'});
+    user::press({'7'});
     takeAll();
     EXPECT_EQ(keysPassed(), Messages(10, '8'));
     EXPECT_TRUE(UnhookWindowsHookEx(quick));
@@ -172,8 +169,9 @@ TEST_F(DesktopTest, aHookThatAnswersLateIsPassedOver) {
 // Other windows stay below one that is topmost, and an extended style alone makes none so.
 TEST_F(DesktopTest, onlyOrdersChangeWhatIsTopmost) {
     const auto front = [] { return desktop::windows().front().bounds.left; };
+    pressInWindow();
     SetWindowPos(other, nullptr, 120, 100, 50, 50, SWP_SHOWWINDOW | SWP_NOZORDER);
-    SetForegroundWindow(other);
+    EXPECT_TRUE(SetForegroundWindow(other));
     EXPECT_EQ(front(), 100);
     SetWindowLongPtrW(window, GWL_EXSTYLE, 0);
     SetWindowLongPtrW(other, GWL_EXSTYLE, WS_EX_TOPMOST);
