@@ -42,7 +42,6 @@ struct Take {
         writeFrame(writer, bytes.data(), static_cast<std::uint32_t>(bytes.size()), timeOf(slot),
                    timeOf(slot + 1) - timeOf(slot));
     }
-    // In the middle of the squares.
     int greatestDifference(const ClipPicture& picture, unsigned frame) const {
         int greatest = 0;
         for (int y = square / 2; y < height; y += square)
@@ -64,11 +63,7 @@ struct Take {
 TEST(Mp4, showsEveryFrameAtItsTime) {
     constexpr struct {
         int width, height, firstSlot, count;
-    } rows[] = {{16, 16, 0, 5},
-                {1000, 602, 100, 5},
-                {1920, 1080, 0, 5},
-                {3840, 2160, 0, 5},
-                {320, 240, 7, 300}};
+    } rows[] = {{16, 16, 0, 5}, {1000, 602, 100, 5}, {3840, 2160, 0, 5}, {320, 240, 7, 300}};
     const auto frameOf = [](std::int64_t at) { return static_cast<unsigned>(std::sqrt(at)); };
     for (const auto& [width, height, firstSlot, count] : rows) {
         Take take(width, height);
@@ -125,7 +120,6 @@ TEST(Mp4, boundsItsMemoryWhenTheEncoderFallsBehind) {
         shown.push_back(frame);
     });
     ASSERT_EQ(shown.size(), 95u);
-    // Twenty are kept.
     EXPECT_GE(shown.back(), 15);
     EXPECT_LE(shown.back(), 21);
     for (int at = 0; at < 95; ++at)
