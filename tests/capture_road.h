@@ -37,7 +37,6 @@ CreateTexture2D 202, 154, 1, 1, 87, 1, 0, 3, 0, 131072, 0
 Release IDXGIOutput1 | Release IDXGIOutput1 | Release IDXGIAdapter1 | Release IDXGIFactory1
 )");
 
-// With or without the preference for hardware.
 inline std::string openingOfTheWriter(bool hardware) {
     return "MFCreateAttributes 4\nSetUINT32 MF_READWRITE_ENABLE_HARDWARE_TRANSFORMS, " +
            std::to_string(hardware) + "\n" + lines(R"(

@@ -41,9 +41,7 @@ struct Child {
 
 struct Session : testing::Test {
     Session() { setenv("EMBEDDED_DESKTOP", "a/session:0", 1); }
-    ~Session() override { unsetenv("EMBEDDED_DESKTOP"); }
 
-    // Whether this process is the first to have the name.
     static bool claims() {
         const Handle mutex(CreateMutexW(nullptr, FALSE, TEXT("Local\\name")));
         return mutex && GetLastError() != ERROR_ALREADY_EXISTS;

@@ -1,5 +1,4 @@
-// The shortcut: what config.ini says of it, and how it is exchanged. What the first
-// file holds, and what is said of one that does not help: see the scenarios.
+// The shortcut: what config.ini says of it, and how it is exchanged.
 
 #include "settings/shortcut.h"
 
@@ -13,7 +12,6 @@ namespace {
 
 using Spec = std::vector<std::uint32_t>;  // number, modifiers, key
 
-// Whether nobody has the combination.
 bool isFree(UINT modifiers, UINT key) {
     const TrayWindow other;
     return RegisterHotKey(other.handle, 1, modifiers | MOD_NOREPEAT, key) != 0;
@@ -23,7 +21,6 @@ struct Shortcut : testing::Test {
     std::string apply(std::uint32_t modifiers, std::uint32_t key) {
         return failureOf([&] { applyShortcut(window.handle, file, spec, modifiers, key); });
     }
-    // What is registered; empty if nothing is.
     Spec registered() const {
         if (!spec.registered || isFree(spec.modifiers, spec.key)) return {};
         return {static_cast<std::uint32_t>(spec.id), spec.modifiers, spec.key};
