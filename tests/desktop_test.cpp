@@ -25,7 +25,6 @@ LRESULT CALLBACK procedure(HWND window, UINT message, WPARAM wparam, LPARAM lpar
     return DefWindowProcW(window, message, wparam, lparam);
 }
 
-// Everything that is in the queue now, dispatched; the messages in their order.
 Messages takeAll() {
     Messages order;
     for (MSG message; PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE);) {

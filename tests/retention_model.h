@@ -1,5 +1,4 @@
-// The rule of retention, written once more over the contents of a folder, for tests to compare
-// with.
+// The rule of retention, written once more over the contents of a folder.
 
 #pragma once
 

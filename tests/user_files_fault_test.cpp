@@ -330,8 +330,7 @@ TEST(UserFiles, surviveAFullDiskAndWhatIsInTheWay) {
 TEST(UserFiles, areThoseOfTheirOwnFolder) {
     const Scene scene(registration);
     const Path link = scene.home / "link", unnamed = scene.home / "caf\xE9";
-    const auto linkTo = [&](const Path& target) { put(link, "link " + target.string()); };
-    linkTo(scene.home);
+    put(link, "link " + scene.home.string());
     const std::string invalid = "Invalid completed recording name";
     const std::tuple<Path, Path, std::string> rows[] = {
         {scene.home, scene.home / "clip-1.mp4", invalid},
@@ -347,7 +346,7 @@ TEST(UserFiles, areThoseOfTheirOwnFolder) {
     setenv("XDG_DATA_HOME", link.c_str(), 1);
     EXPECT_EQ(prepareDataFolder(), scene.home / "Quorvel Desk Clip");
     std::filesystem::create_directory(unnamed);
-    linkTo(unnamed);
+    put(link, "link " + unnamed.string());
     EXPECT_EQ(failureOf(prepareDataFolder), "Cannot resolve physical clip path");
     setenv("XDG_DATA_HOME", unnamed.c_str(), 1);
     EXPECT_EQ(failureOf(prepareDataFolder), "LocalAppData (0x80070459)");
@@ -360,7 +359,6 @@ TEST(UserFiles, areThoseOfTheirOwnFolder) {
               "path first.");
 }
 
-// Thirty-two names are tried, each another one.
 TEST(UserFiles, areCopiedToAFreeName) {
     Scene scene(change);
     desktop::startCallLog();

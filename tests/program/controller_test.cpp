@@ -202,7 +202,6 @@ void planFailure(const std::string& operation) {
     EXPECT_EQ(pthread_setattr_default_np(&endless), 0);
 }
 
-// As a user does: the dialog by its close button, the menu by a click elsewhere.
 void closeWhatIsOpen() {
     await("an end", [] {
         const bool dialog = person::isShown("#32770"), menu = person::isShown("#32768");

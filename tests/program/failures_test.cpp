@@ -29,8 +29,8 @@ namespace {
 
 // The job's thread alone, stopped after a few samples. What it says: empty for a whole clip.
 std::string recordOneClip(bool stopped = false) {
-    for (const std::string& name : namesIn(recordings()))
-        std::filesystem::remove(recordings() / name);
+    std::filesystem::remove_all(recordings());
+    std::filesystem::create_directories(recordings());
     stopFlag = stopped;
     desktop::startCallLog();
     const std::jthread user([] {
@@ -57,7 +57,6 @@ void atJob(const std::function<void()>& body) {
         desktop::setMonitors({{{-1920, 0, 0, 1080}}, {{0, 0, 1920, 1080}}});
         targetMonitor = MonitorFromPoint({}, MONITOR_DEFAULTTONEAREST);
         recordingsFolder = recordings();
-        std::filesystem::create_directories(recordings());
         trayWindow = makeWindow(u"receiver");
         body();
     });

@@ -100,7 +100,6 @@ void select() {
     releaseButton(1);
 }
 
-// From the shortcut to the red frame.
 const std::string selection = lines(R"(
 GetCursorPos | MonitorFromPoint -1000, 500, 2 | SetWindowsHookExW 13, set, 0 | GetMonitorInfoW set
 SetWindowLongPtrW set, -20, 524424 | SetWindowRgn set, null, 0
@@ -275,10 +274,8 @@ Shell_NotifyIconW 1, 7, 32769, set, "Quorvel Desk Clip — Ctrl+Alt+Shift+Win+B"
 
 TEST(Roads, aSecondStartMeetsAnOlderOne) {
     atDesktop([] {
-        const auto early = secondStart(), second = inSecondProcess([] {
-                                              runToItsEnd();
-                                              return readRoad().main;
-                                          });
+        const auto early = secondStart();
+        const auto second = inSecondProcess([] { return runToItsEnd(), readRoad().main; });
         useHost();
         // The first one has no window yet.
         Handle mutex(CreateMutexW(nullptr, FALSE, u"Local\\QuorvelDeskClip-v1"));
