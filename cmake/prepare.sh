@@ -6,13 +6,13 @@ build_packages=(
     cmake ninja-build g++ pkg-config
     libavcodec-dev libavformat-dev libavutil-dev libcairo2-dev libpango1.0-dev libdbus-1-dev
     libxcb1-dev libxcb-shm0-dev libxcb-damage0-dev libxcb-randr0-dev libxcb-shape0-dev libxcb-xfixes0-dev
-    libxcb-composite0-dev libxcb-xinput-dev libxcb-xtest0-dev libgtest-dev fonts-dejavu-core
+    libxcb-composite0-dev libxcb-xinput-dev libgtest-dev fonts-dejavu-core
     # The native build, too, needs the SDK's headers and the Windows resource compiler.
     binutils-mingw-w64-x86-64 g++-mingw-w64-x86-64-posix
 )
 native_test_packages=(
     clang-format python3 ffmpeg xvfb x11-utils x11-xserver-utils xclip clang libclang-rt-14-dev
-    dbus-daemon dunst libglib2.0-bin trayer picom desktop-file-utils appstream dpkg-dev file
+    dbus-daemon dunst libglib2.0-bin trayer picom desktop-file-utils appstream dpkg-dev file xdotool
 )
 windows_test_packages=(googletest wine64 fonts-wine xvfb xdotool x11-xserver-utils)
 package_packages=(dpkg-dev file)

@@ -2,15 +2,14 @@
 
 #include "tests/clip_reader.h"
 
-#include <array>
 #include <cmath>
 #include <cstdio>
 #include <memory>
+#include <sstream>
 #include <stdexcept>
 
 namespace {
 
-// The standard output of a command of the shell.
 std::shared_ptr<FILE> run(const std::string& command) {
     return {popen(command.c_str(), "r"), pclose};
 }
@@ -19,23 +18,30 @@ std::int64_t ticks(double seconds) { return std::llround(seconds * 1e7); }
 
 }  // namespace
 
+std::string outputOf(const std::string& command) {
+    const auto output = run(command);
+    std::string all;
+    for (int next; (next = std::fgetc(output.get())) != EOF;) all += static_cast<char>(next);
+    return all;
+}
+
 Clip readClip(const std::filesystem::path& file) {
-    const auto output =
-        run("ffprobe -v error -of compact=nk=1 -show_entries packet=pts_time,duration_time:"
-            "stream=codec_name,width,height,sample_aspect_ratio,color_range,color_space,"
-            "r_frame_rate:format=duration '" +
-            file.string() + "'");
+    std::istringstream lines(
+        outputOf("ffprobe -v error -of compact=nk=1 -show_entries packet=pts_time,duration_time:"
+                 "stream=codec_name,width,height,sample_aspect_ratio,color_range,color_space,"
+                 "r_frame_rate:format=duration '" +
+                 file.string() + "'"));
     Clip clip;
-    std::array<char, 1000> line;
-    for (double time, length; std::fgets(line.data(), line.size(), output.get());) {
-        if (std::sscanf(line.data(), "packet|%lf|%lf", &time, &length) == 2) {
+    double time, length;
+    for (std::string line; std::getline(lines, line);) {
+        if (std::sscanf(line.c_str(), "packet|%lf|%lf", &time, &length) == 2) {
             clip.times.push_back(ticks(time));
             clip.durations.push_back(ticks(length));
-        } else if (std::sscanf(line.data(), "stream|%*[^|]|%d|%d", &clip.width, &clip.height) ==
-                   2) {
-            clip.description += line.data();
+        } else if (line.starts_with("stream|")) {
+            std::sscanf(line.c_str(), "stream|%*[^|]|%d|%d", &clip.width, &clip.height);
+            clip.description += line + '\n';
         }
-        std::sscanf(line.data(), "format|%lf", &clip.seconds);
+        std::sscanf(line.c_str(), "format|%lf", &clip.seconds);
     }
     if (clip.description.empty()) throw std::runtime_error("not a readable clip: " + file.string());
     return clip;

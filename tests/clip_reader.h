@@ -8,6 +8,9 @@
 #include <string>
 #include <vector>
 
+// What a command of the shell writes.
+std::string outputOf(const std::string& command);
+
 struct Clip {
     // A line for every stream: "stream|codec|width|height|aspect|range|matrix|rate".
     std::string description;

@@ -6,12 +6,13 @@
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
-#include <xcb/xtest.h>
 
 #include <cstdlib>
+#include <map>
 #include <sstream>
 
 #include "demo/person.h"
+#include "tests/clip_reader.h"
 
 namespace live {
 
@@ -19,38 +20,25 @@ namespace {
 
 using Event = std::unique_ptr<xcb_generic_event_t, decltype(&std::free)>;
 
-struct Input {
-    int type, detail;
-    POINT at{};
-};
-
 xcb_connection_t* connection = nullptr;
 const xcb_screen_t* screen = nullptr;
 
-struct Key {
-    std::string name;
-    UINT virtualKey;
-    int code;  // in the layout that an Xvfb has
-};
+// The display's names of its keys; the first has code 8.
+const std::vector<std::string>& keyboard() {
+    static std::vector<std::string> names;
+    std::istringstream lines(names.empty() ? outputOf("xmodmap -pke | awk '{print $4}'") : "");
+    for (std::string name; std::getline(lines, name);) names.push_back(name);
+    return names;
+}
 
-const std::vector<Key> keyboard = [] {
-    std::vector<Key> keys{
-        {"Esc", VK_ESCAPE, 9},     {"Tab", VK_TAB, 23},      {"Enter", VK_RETURN, 36},
-        {"Ctrl", VK_LCONTROL, 37}, {"Shift", VK_LSHIFT, 50}, {"Alt", VK_LMENU, 64},
-        {"Space", VK_SPACE, 65},   {"Down", VK_DOWN, 116},   {"Win", VK_LWIN, 133}};
-    for (int i = 0; i < 10; ++i) keys.push_back({"F", UINT(VK_F1 + i), 67 + i});
-    const std::pair<std::string, int> rows[] = {
-        {"1234567890", 10}, {"qwertyuiop", 24}, {"asdfghjkl", 38}, {"zxcvbnm", 52}};
-    for (auto [row, code] : rows)
-        for (const char key : row) keys.push_back({{key}, UINT(std::toupper(key)), code++});
-    return keys;
-}();
-
-template <typename Value>
-const Key& keyBy(Value Key::*member, const std::type_identity_t<Value>& value) {
-    const auto found = std::ranges::find(keyboard, value, member);
-    if (found == keyboard.end()) throw std::runtime_error("no such key");
-    return *found;
+std::string nameOf(UINT key) {
+    static const std::map<UINT, std::string> named{
+        {VK_ESCAPE, "Escape"},      {VK_TAB, "Tab"},        {VK_RETURN, "Return"},
+        {VK_LCONTROL, "Control_L"}, {VK_LSHIFT, "Shift_L"}, {VK_LMENU, "Alt_L"},
+        {VK_LWIN, "Super_L"},       {VK_SPACE, "space"},    {VK_DOWN, "Down"}};
+    if (named.contains(key)) return named.at(key);
+    if (key >= VK_F1 && key <= VK_F12) return "F" + std::to_string(key - VK_F1 + 1);
+    return {static_cast<char>(std::tolower(static_cast<int>(key)))};
 }
 
 // The answer to a request; null if it failed.
@@ -67,41 +55,20 @@ void awaitEvent(xcb_connection_t* server, int type) {
     });
 }
 
-Path temporary(const char* name) { return std::filesystem::temp_directory_path() / name; }
-
-void fake(const std::vector<Input>& inputs) {
-    for (const auto& [type, detail, at] : inputs)
-        xcb_test_fake_input(connection, type, detail, XCB_CURRENT_TIME, root(), at.x, at.y, 0);
-    xcb_flush(connection);
-}
-
-template <int type>
-void fakeKey(UINT key) {
-    fake({{type, keyBy(&Key::virtualKey, key).code}});
-}
-template <int type>
-void fakeButton(int button) {
-    fake({{type, button}});
-}
-
 xcb_atom_t atom(const std::string& name) {
     return await(xcb_intern_atom_reply, xcb_intern_atom(connection, 0, name.size(), name.data()))
         ->atom;
 }
 
-std::string textOf(xcb_window_t window, const std::string& property) {
-    const auto reply =
-        await(xcb_get_property_reply,
-              xcb_get_property(connection, 0, window, atom(property), XCB_ATOM_ANY, 0, 1000));
-    if (!reply) return {};
-    return {static_cast<char*>(xcb_get_property_value(reply.get())),
-            static_cast<std::size_t>(xcb_get_property_value_length(reply.get()))};
-}
-
-bool isShown(xcb_window_t window) {
-    const auto seen =
-        await(xcb_get_window_attributes_reply, xcb_get_window_attributes(connection, window));
-    return seen && seen->map_state == XCB_MAP_STATE_VIEWABLE;
+// `which` in the words of xwininfo.
+RECT boundsBy(const std::string& which) {
+    int x, y, width, height;
+    char shown;
+    const std::string bounds = outputOf("xwininfo " + which + " 2>/dev/null | " +
+                                        "awk '/Absolute|Width|Height|IsViewable/ {print $NF}'");
+    if (std::sscanf(bounds.c_str(), "%d %d %d %d %c", &x, &y, &width, &height, &shown) < 5)
+        return {};
+    return {x, y, x + width, y + height};
 }
 
 xcb_window_t makeWindow(xcb_connection_t* server, xcb_window_t parent, const RECT& bounds,
@@ -119,7 +86,7 @@ xcb_window_t makeWindow(xcb_connection_t* server, xcb_window_t parent, const REC
 // The server writes its number when it can be used. Over TCP it shares no memory.
 void startDisplay() {
     if (connection) return;
-    const Path number = temporary("display");
+    const Path number = std::filesystem::temp_directory_path() / "display";
     start("Xvfb -displayfd 3 -screen 0 1920x1080x24 -noreset -listen tcp 3>'" + number.string() +
           "'");
     user::await("the display", [&] { return readFile(number).ends_with('\n'); });
@@ -127,11 +94,12 @@ void startDisplay() {
     unsetenv("DBUS_SESSION_BUS_ADDRESS");
     unsetenv("WAYLAND_DISPLAY");
     connect();
-    person::hands = {fakeKey<XCB_KEY_PRESS>, fakeKey<XCB_KEY_RELEASE>,
-                     [](int x, int y) {
-                         fake({{XCB_MOTION_NOTIFY, 0, {x, y}}});
-                     },
-                     fakeButton<XCB_BUTTON_PRESS>, fakeButton<XCB_BUTTON_RELEASE>};
+    person::hands = {
+        [](UINT key) { input("keydown --delay 0 " + nameOf(key)); },
+        [](UINT key) { input("keyup --delay 0 " + nameOf(key)); },
+        [](int x, int y) { input("mousemove " + std::to_string(x) + " " + std::to_string(y)); },
+        [](int button) { input("mousedown " + std::to_string(button)); },
+        [](int button) { input("mouseup " + std::to_string(button)); }};
 }
 
 void connect() {
@@ -141,7 +109,6 @@ void connect() {
 }
 
 xcb_connection_t* person() { return connection; }
-xcb_window_t root() { return screen->root; }
 
 pid_t start(const std::string& command) {
     const pid_t child = fork();
@@ -164,19 +131,17 @@ int end(pid_t program) {
 
 int run(const std::string& command) { return waitFor(start(command)); }
 
-// As long as the program has the combination nobody else gets it. The server hears nobody else
-// meanwhile, or the question itself would keep the combination from the program.
-pid_t startProgram() {
-    const pid_t program = start("'" PROGRAM_FILE "'");
-    user::await("the program's shortcut", [] {
-        xcb_grab_server(connection);
-        const bool taken = !grabKey(MOD_CONTROL | MOD_SHIFT, '7');
-        xcb_ungrab_key(connection, XCB_GRAB_ANY, root(), XCB_MOD_MASK_ANY);
-        xcb_ungrab_server(connection);
-        xcb_flush(connection);
-        return taken;
-    });
-    return program;
+pid_t startTray(const std::string& edge, int height) {
+    const pid_t tray = start("trayer --align right --widthtype request --heighttype pixel --edge " +
+                             edge + " --height " + std::to_string(height));
+    user::await("the tray", [] { return isShown("panel"); });
+    return tray;
+}
+
+void input(const std::string& orders) {
+    static FILE* const hands = popen("exec xdotool -", "we");
+    std::fputs((orders + "\n").c_str(), hands);
+    std::fflush(hands);
 }
 
 void type(const std::string& keys) {
@@ -184,36 +149,28 @@ void type(const std::string& keys) {
     for (std::string word; words >> word;) {
         const char way = word[0];
         if (way == '+' || way == '-') word.erase(0, 1);
-        const int code = keyBy(&Key::name, word).code;
-        if (way != '-') fake({{XCB_KEY_PRESS, code}});
-        if (way != '+') fake({{XCB_KEY_RELEASE, code}});
+        if (way != '-') input("keydown --delay 0 " + word);
+        if (way != '+') input("keyup --delay 0 " + word);
     }
-}
-
-void doubleClick(POINT at) {
-    const Input down{XCB_BUTTON_PRESS, 1}, up{XCB_BUTTON_RELEASE, 1};
-    fake({{XCB_MOTION_NOTIFY, 0, at}, down, up, down, up});
 }
 
 bool grabKey(UINT modifiers, UINT key) {
     const int state = (modifiers & MOD_CONTROL ? XCB_MOD_MASK_CONTROL : 0) |
                       (modifiers & MOD_SHIFT ? XCB_MOD_MASK_SHIFT : 0) |
                       (modifiers & MOD_ALT ? XCB_MOD_MASK_1 : 0);
-    const auto code = keyBy(&Key::virtualKey, key).code;
-    const auto cookie = xcb_grab_key_checked(connection, 0, root(), state, code,
+    const auto code = std::ranges::find(keyboard(), nameOf(key)) - keyboard().begin() + 8;
+    const auto cookie = xcb_grab_key_checked(connection, 0, screen->root, state, code,
                                              XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
     return !std::shared_ptr<xcb_generic_error_t>(xcb_request_check(connection, cookie), std::free);
 }
 
 std::string pasted(const std::string& target) {
-    const Path form = temporary("form");
-    run("xclip -o -selection clipboard -t " + target + " >'" + form.string() + "' 2>/dev/null");
-    return readFile(form);
+    return outputOf("xclip -o -selection clipboard -t " + target + " 2>/dev/null");
 }
 
 std::string savedAtTheEnd(const std::function<void()>& end) {
     const xcb_window_t manager =
-        makeWindow(connection, root(), {0, 0, 1, 1}, XCB_CW_OVERRIDE_REDIRECT, 1);
+        makeWindow(connection, screen->root, {0, 0, 1, 1}, XCB_CW_OVERRIDE_REDIRECT, 1);
     xcb_set_selection_owner(connection, manager, atom("CLIPBOARD_MANAGER"), XCB_CURRENT_TIME);
     focus();  // carried out by now
     end();
@@ -226,19 +183,17 @@ std::string savedAtTheEnd(const std::function<void()>& end) {
                           XCB_CURRENT_TIME);
     xcb_flush(connection);
     awaitEvent(connection, XCB_SELECTION_NOTIFY);
-    return textOf(manager, "LIST");
-}
-
-bool isOwned(const std::string& selection) {
-    return await(xcb_get_selection_owner_reply,
-                 xcb_get_selection_owner(connection, atom(selection)))
-        ->owner;
+    const auto list =
+        await(xcb_get_property_reply,
+              xcb_get_property(connection, 0, manager, atom("LIST"), XCB_ATOM_ANY, 0, 1000));
+    return {static_cast<char*>(xcb_get_property_value(list.get())),
+            static_cast<std::size_t>(xcb_get_property_value_length(list.get()))};
 }
 
 std::uint32_t pixelAt(int x, int y) {
     const auto reply =
         await(xcb_get_image_reply,
-              xcb_get_image(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, root(), x, y, 1, 1, ~0u));
+              xcb_get_image(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, screen->root, x, y, 1, 1, ~0u));
     if (!reply) throw std::runtime_error("no pixel there");
     return *reinterpret_cast<std::uint32_t*>(xcb_get_image_data(reply.get())) & 0xffffff;
 }
@@ -247,29 +202,13 @@ xcb_window_t focus() {
     return await(xcb_get_input_focus_reply, xcb_get_input_focus(connection))->focus;
 }
 
-xcb_window_t findWindow(const std::string& title, xcb_window_t parent) {
-    const auto tree = await(xcb_query_tree_reply, xcb_query_tree(connection, parent));
-    for (int i = tree ? xcb_query_tree_children_length(tree.get()) : 0; i-- > 0;) {
-        const xcb_window_t child = xcb_query_tree_children(tree.get())[i];
-        if (isShown(child) && textOf(child, "_NET_WM_NAME") == title) return child;
-        if (const xcb_window_t found = findWindow(title, child)) return found;
-    }
-    return 0;
-}
-
-RECT boundsOf(xcb_window_t window) {
-    const auto size = await(xcb_get_geometry_reply, xcb_get_geometry(connection, window));
-    const auto corner = await(xcb_translate_coordinates_reply,
-                              xcb_translate_coordinates(connection, window, root(), 0, 0));
-    if (!size || !corner) return {};
-    return {corner->dst_x, corner->dst_y, corner->dst_x + size->width,
-            corner->dst_y + size->height};
-}
+RECT boundsOf(const std::string& title) { return boundsBy("-name '" + title + "'"); }
+RECT boundsInFront() { return boundsBy("-id " + std::to_string(focus())); }
 
 RECT awaitIcon(const std::string& tip) {
     RECT seen{};
     user::await("the icon in the tray", [&] {
-        const RECT before = std::exchange(seen, boundsOf(findWindow(tip, findWindow("panel"))));
+        const RECT before = std::exchange(seen, boundsOf(tip));
         return seen.right - seen.left >= 16 && before.left == seen.left;
     });
     return seen;
@@ -277,7 +216,7 @@ RECT awaitIcon(const std::string& tip) {
 
 // The server repairs the strip in the request that moves the bar.
 Client::Client(const RECT& bounds) : server(xcb_connect(nullptr, nullptr)) {
-    window = makeWindow(server, root(), bounds, XCB_CW_EVENT_MASK,
+    window = makeWindow(server, screen->root, bounds, XCB_CW_EVENT_MASK,
                         XCB_EVENT_MASK_KEY_PRESS | XCB_EVENT_MASK_KEY_RELEASE |
                             XCB_EVENT_MASK_BUTTON_PRESS | XCB_EVENT_MASK_EXPOSURE);
     xcb_flush(server);
@@ -310,7 +249,7 @@ std::string Client::heard() {
         if (type == XCB_BUTTON_PRESS) keys += "click";
         if (type != XCB_KEY_PRESS && type != XCB_KEY_RELEASE) continue;
         const auto code = reinterpret_cast<const xcb_key_press_event_t&>(*event).detail;
-        keys += std::string(type == XCB_KEY_PRESS ? "+" : "-") + keyBy(&Key::code, code).name;
+        keys += std::string(type == XCB_KEY_PRESS ? "+" : "-") + keyboard().at(code - 8);
     }
     return keys;
 }

@@ -1,5 +1,5 @@
 // A display of the test's own, the user in front of it, and other programs on it: keys and pointer
-// come from a connection that the program knows nothing of.
+// come from a program of their own.
 
 #pragma once
 
@@ -14,22 +14,19 @@ namespace live {
 // Starts an Xvfb of 1920 × 1080 and lets DISPLAY name it; it ends with this process. Keys and
 // pointer of `user` are this display's from then on. Once for a process.
 void startDisplay();
-void connect();              // to the display; again in a process that was forked
-xcb_connection_t* person();  // the user's connection
-xcb_window_t root();
+void connect();  // to the display; again in a process that was forked
+xcb_connection_t* person();
 
 // A program that ends with this process. The command is the shell's; variables may lead it.
 pid_t start(const std::string& command);
 int waitFor(pid_t program);           // its exit code; -1: a signal ended it
 int end(pid_t program);               // asks it to end, and waits
 int run(const std::string& command);  // its exit code
-// The program under test, with the user folders of this process. Returns when its shortcut,
-// Ctrl+Shift+7, is taken.
-pid_t startProgram();
+pid_t startTray(const std::string& edge, int height = 24);
 
-// "+Ctrl" presses, "-Ctrl" releases, "a" does both.
+void input(const std::string& orders);  // keys and pointer, in the words of xdotool
+// "+Control_L" presses, "-Control_L" releases, "a" does both.
 void type(const std::string& keys);
-void doubleClick(POINT at);  // in one go: a pause of this process cannot part it
 
 // Another program has the combination from now on; false: one has it already.
 bool grabKey(UINT modifiers, UINT virtualKey);
@@ -41,10 +38,9 @@ std::string savedAtTheEnd(const std::function<void()>& end);
 
 std::uint32_t pixelAt(int x, int y);  // 0x00RRGGBB
 xcb_window_t focus();
-bool isOwned(const std::string& selection);
-// The topmost on the screen, below that window: 0 if there is none of that title.
-xcb_window_t findWindow(const std::string& title, xcb_window_t parent = root());
-RECT boundsOf(xcb_window_t window);      // on the screen; empty if there is no such window
+RECT boundsOf(const std::string& title);  // of a window on the screen; empty if there is none
+RECT boundsInFront();                     // of the window that has the keyboard
+inline bool isShown(const std::string& title) { return boundsOf(title).right > 0; }
 RECT awaitIcon(const std::string& tip);  // in the tray, which moves it while it docks
 
 // Another program's window of one color, which it never repairs. It writes down the keys.
@@ -56,7 +52,7 @@ struct Client {
 
     void takeFocus();
     void moveBar(int x);  // a bar of 16 × 16 at the upper edge
-    std::string heard();  // the keys so far, and "click": "+a-a+Esc"
+    std::string heard();  // the keys so far, and "click": "+a-a+Escape"
 
     xcb_connection_t* const server;
     xcb_window_t window = 0, bar = 0;

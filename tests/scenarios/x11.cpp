@@ -17,11 +17,7 @@ pid_t tray = 0;
 
 // At the top: without a window manager the program's own notices know of no panel and cover it.
 // A tray that came later would take the icon for a moment.
-void startTray() {
-    tray = live::start("trayer --edge top --align right --widthtype request --height 24 "
-                       "--heighttype pixel");
-    await("the tray", [] { return live::isOwned("_NET_SYSTEM_TRAY_S0"); });
-}
+void startTray() { tray = live::startTray("top"); }
 
 POINT awaitIcon() {
     const RECT icon = live::awaitIcon(trayTip());
@@ -43,7 +39,11 @@ void openDesktop() {
 void useHost() { host::use(host::x11Host()); }
 void openAgain() { live::connect(); }
 
-void doubleClickTray() { live::doubleClick(awaitIcon()); }
+void doubleClickTray() {
+    const POINT icon = awaitIcon();
+    move(icon.x, icon.y);
+    live::input("click --repeat 2 1");
+}
 
 // The last key is one that nobody waits for: when it comes, the others have been decided.
 bool othersGet(const std::vector<UINT>& keys) {
@@ -59,7 +59,7 @@ void takeForeground() { others->takeFocus(); }
 
 void restartShell() {
     live::end(tray);
-    await("the end of the icon", [] { return !live::findWindow(trayTip()); });
+    await("the end of the icon", [] { return !live::isShown(trayTip()); });
     startTray();
     awaitIcon();
 }
