@@ -28,9 +28,14 @@ void stop(pid_t process) {
     waitpid(process, nullptr, WUNTRACED);
 }
 
-// What others can get at in it.
-std::string openIn(const Path& folder) {
-    return outputOf("find '" + folder.string() + "' -perm /077");
+// Of the user's files.
+std::string find(const std::string& which) {
+    return outputOf("find \"$XDG_DATA_HOME\" \"$XDG_CONFIG_HOME\" " + which + " -printf %p");
+}
+
+// From the clipboard, in that form.
+std::string pasted(const std::string& target) {
+    return outputOf("xclip -o -selection clipboard -t " + target + " 2>/dev/null");
 }
 
 // Its shortcut is taken when the icon says so.
@@ -84,26 +89,17 @@ struct Recording : Process {
         openSheet();
         user::drag(region);
         await("the red frame", frameIsUp);
-        await("a part of the clip", [&] {
-            return std::ranges::any_of(std::filesystem::directory_iterator(clips),
-                                       [](const auto& entry) {
-                                           return entry.path().stem().extension() == ".partial" &&
-                                                  entry.file_size() > 10'000;
-                                       });
-        });
+        await("a part of the clip", [&] { return find("-name '*.partial.mp4' -size +10k") != ""; });
     }
-    // The only clip of the folder.
+    // The only clip.
     Path finish() {
         live::type("Escape");
-        await("the clip", [] { return live::pasted("text/uri-list").ends_with(".mp4\r\n"); });
-        for (const auto& entry : std::filesystem::directory_iterator(clips))
-            if (entry.path().extension() == ".mp4") return entry.path();
-        return {};
+        await("the clip", [] { return pasted("text/uri-list").ends_with(".mp4\r\n"); });
+        return find("-name '*.mp4'");
     }
 
     const live::SessionBus bus{true};
     const pid_t program = startProgram("top");
-    const Path clips = Path(std::getenv("XDG_DATA_HOME")) / "Quorvel Desk Clip" / "Recordings";
 };
 
 // How late each frame of the bar is, in milliseconds, against a start of the clip that nobody
@@ -160,8 +156,8 @@ TEST_F(Recording, showsWhatAProgramDrewAtTheRightTime) {
     // Of what needs an escape the folders' names have blanks and an umlaut.
     address = std::regex_replace(address, std::regex(" "), "%20");
     address = std::regex_replace(address, std::regex("ä"), "%C3%A4");
-    EXPECT_EQ(live::pasted("text/uri-list"), address + "\r\n");
-    EXPECT_EQ(live::pasted("x-special/gnome-copied-files"), "copy\n" + address);
+    EXPECT_EQ(pasted("text/uri-list"), address + "\r\n");
+    EXPECT_EQ(pasted("x-special/gnome-copied-files"), "copy\n" + address);
 
     // A notice of a lost clip may interrupt the user wherever that is.
     record();
@@ -170,7 +166,7 @@ TEST_F(Recording, showsWhatAProgramDrewAtTheRightTime) {
     EXPECT_EQ(bus.last("urgency"), "CRITICAL");
     EXPECT_EQ(live::savedAtTheEnd([&] { kill(program, SIGTERM); }), address + "\r\n");
     EXPECT_EQ(live::waitFor(program), 0);
-    EXPECT_EQ(openIn(clips.parent_path()), "");
+    EXPECT_EQ(find("-path '*/Q*' -perm /077"), "");
 }
 
 TEST_F(Recording, holdsUpNoKeyWhileTheProgramIsStopped) {
@@ -218,8 +214,7 @@ TEST_F(Process, opensItsMenuAtTheIconAndTheFolderAsTheUsersProgram) {
     std::filesystem::permissions(home / "xdg-open", std::filesystem::perms::owner_all);
     setenv("PATH", (home.string() + ":" + std::getenv("PATH")).c_str(), 1);
     const pid_t program = startProgram("bottom");
-    const RECT icon = live::awaitIcon(tip);
-    const POINT at{icon.left + 5, icon.top + 5};
+    const POINT at = live::awaitIcon(tip);
     user::click(at.x, at.y, 3);
     awaitFront(false);
     const RECT menu = live::boundsInFront();
@@ -253,7 +248,7 @@ TEST_F(Process, startEntryNamesTheProgramThatWasStarted) {
     const Path autostart = Path(std::getenv("XDG_CONFIG_HOME")) / "autostart";
     const std::string entry = readFile(autostart / "QuorvelDeskClip.desktop");
     EXPECT_NE(entry.find("\nExec=\"" + own.string() + "\"\n"), std::string::npos) << entry;
-    EXPECT_EQ(openIn(autostart), "");
+    EXPECT_EQ(find("-path '*/autostart*' -perm /077"), "");
 }
 
 // As over a forwarded connection, where the extension is offered but no memory can be attached.

@@ -93,19 +93,15 @@ void startDisplay() {
     setenv("DISPLAY", (":" + std::to_string(std::stoi(readFile(number)))).c_str(), 1);
     unsetenv("DBUS_SESSION_BUS_ADDRESS");
     unsetenv("WAYLAND_DISPLAY");
-    connect();
+    connection = xcb_connect(nullptr, nullptr);
+    if (xcb_connection_has_error(connection)) throw std::runtime_error("cannot open the display");
+    screen = xcb_setup_roots_iterator(xcb_get_setup(connection)).data;
     person::hands = {
         [](UINT key) { input("keydown --delay 0 " + nameOf(key)); },
         [](UINT key) { input("keyup --delay 0 " + nameOf(key)); },
         [](int x, int y) { input("mousemove " + std::to_string(x) + " " + std::to_string(y)); },
         [](int button) { input("mousedown " + std::to_string(button)); },
         [](int button) { input("mouseup " + std::to_string(button)); }};
-}
-
-void connect() {
-    connection = xcb_connect(nullptr, nullptr);
-    if (xcb_connection_has_error(connection)) throw std::runtime_error("cannot open the display");
-    screen = xcb_setup_roots_iterator(xcb_get_setup(connection)).data;
 }
 
 xcb_connection_t* person() { return connection; }
@@ -119,9 +115,9 @@ pid_t start(const std::string& command) {
 }
 
 int waitFor(pid_t program) {
-    int status = 0;
+    int status = -1;
     waitpid(program, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return status;
 }
 
 int end(pid_t program) {
@@ -154,18 +150,11 @@ void type(const std::string& keys) {
     }
 }
 
-bool grabKey(UINT modifiers, UINT key) {
-    const int state = (modifiers & MOD_CONTROL ? XCB_MOD_MASK_CONTROL : 0) |
-                      (modifiers & MOD_SHIFT ? XCB_MOD_MASK_SHIFT : 0) |
-                      (modifiers & MOD_ALT ? XCB_MOD_MASK_1 : 0);
-    const auto code = std::ranges::find(keyboard(), nameOf(key)) - keyboard().begin() + 8;
-    const auto cookie = xcb_grab_key_checked(connection, 0, screen->root, state, code,
-                                             XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
-    return !std::shared_ptr<xcb_generic_error_t>(xcb_request_check(connection, cookie), std::free);
-}
-
-std::string pasted(const std::string& target) {
-    return outputOf("xclip -o -selection clipboard -t " + target + " 2>/dev/null");
+void grabKey(int modifiers, const std::string& key) {
+    const auto code = std::ranges::find(keyboard(), key) - keyboard().begin() + 8;
+    xcb_grab_key(connection, 0, screen->root, modifiers, code, XCB_GRAB_MODE_ASYNC,
+                 XCB_GRAB_MODE_ASYNC);
+    focus();  // carried out by now
 }
 
 std::string savedAtTheEnd(const std::function<void()>& end) {
@@ -205,13 +194,13 @@ xcb_window_t focus() {
 RECT boundsOf(const std::string& title) { return boundsBy("-name '" + title + "'"); }
 RECT boundsInFront() { return boundsBy("-id " + std::to_string(focus())); }
 
-RECT awaitIcon(const std::string& tip) {
+POINT awaitIcon(const std::string& tip) {
     RECT seen{};
     user::await("the icon in the tray", [&] {
         const RECT before = std::exchange(seen, boundsOf(tip));
         return seen.right - seen.left >= 16 && before.left == seen.left;
     });
-    return seen;
+    return {seen.left + 5, seen.top + 5};
 }
 
 // The server repairs the strip in the request that moves the bar.
@@ -269,23 +258,14 @@ SessionBus::SessionBus(bool hasService) {
                    (folder.path / "conf").string() + "' 2>/dev/null");
     user::await("the bus", [&] { return has("org.freedesktop.DBus"); });
     if (!hasService) return;
-    // It ends if there is no bus yet.
-    service = start("dunst -print >'" + notices.string() + "' 2>/dev/null");
+    // It ends with the bus, and if there is none yet.
+    start("dunst -print >'" + notices.string() + "' 2>/dev/null");
     user::await("the service", [&] { return has("org.freedesktop.Notifications"); });
 }
 
-SessionBus::~SessionBus() {
-    end(daemon);
-    if (service) end(service);
-    unsetenv("DBUS_SESSION_BUS_ADDRESS");
-}
-
 std::string SessionBus::last(const std::string& field) const {
-    const std::string all = readFile(notices), mark = "\n\t" + field + ": ";
-    const std::size_t at = all.rfind(mark);
-    if (at == std::string::npos) return {};
-    const std::size_t start = at + mark.size();
-    return all.substr(start, all.find('\n', start) - start);
+    return outputOf("sed -n 's/^\t" + field + ": //p' '" + notices.string() +
+                    "' | tail -n 1 | tr -d '\n'");
 }
 
 }  // namespace live

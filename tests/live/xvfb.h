@@ -14,24 +14,20 @@ namespace live {
 // Starts an Xvfb of 1920 × 1080 and lets DISPLAY name it; it ends with this process. Keys and
 // pointer of `user` are this display's from then on. Once for a process.
 void startDisplay();
-void connect();  // to the display; again in a process that was forked
 xcb_connection_t* person();
 
 // A program that ends with this process. The command is the shell's; variables may lead it.
 pid_t start(const std::string& command);
-int waitFor(pid_t program);           // its exit code; -1: a signal ended it
+int waitFor(pid_t program);           // 0 if it ended well
 int end(pid_t program);               // asks it to end, and waits
-int run(const std::string& command);  // its exit code
+int run(const std::string& command);  // likewise
 pid_t startTray(const std::string& edge, int height = 24);
 
 void input(const std::string& orders);  // keys and pointer, in the words of xdotool
 // "+Control_L" presses, "-Control_L" releases, "a" does both.
 void type(const std::string& keys);
 
-// Another program has the combination from now on; false: one has it already.
-bool grabKey(UINT modifiers, UINT virtualKey);
-// What the clipboard has in that form; empty if nothing.
-std::string pasted(const std::string& target);
+void grabKey(int modifiers, const std::string& key);  // for another program
 // The list of addresses that a clipboard manager saves when `end` ends the program. It requests
 // them together with a form that nobody offers.
 std::string savedAtTheEnd(const std::function<void()>& end);
@@ -41,14 +37,13 @@ xcb_window_t focus();
 RECT boundsOf(const std::string& title);  // of a window on the screen; empty if there is none
 RECT boundsInFront();                     // of the window that has the keyboard
 inline bool isShown(const std::string& title) { return boundsOf(title).right > 0; }
-RECT awaitIcon(const std::string& tip);  // in the tray, which moves it while it docks
+POINT awaitIcon(const std::string& tip);  // a point in it; the tray moves it while it docks
 
 // Another program's window of one color, which it never repairs. It writes down the keys.
 struct Client {
     explicit Client(const RECT& bounds);  // returns when it is on the screen and has the keyboard
     ~Client() { xcb_disconnect(server); }
     Client(const Client&) = delete;
-    Client& operator=(const Client&) = delete;
 
     void takeFocus();
     void moveBar(int x);  // a bar of 16 × 16 at the upper edge
@@ -61,17 +56,15 @@ struct Client {
 
 // A session bus of the test's own, with a notification service on it or without one.
 struct SessionBus {
-    explicit SessionBus(bool hasService);  // DBUS_SESSION_BUS_ADDRESS names it meanwhile.
-    ~SessionBus();
-    SessionBus(const SessionBus&) = delete;
-    SessionBus& operator=(const SessionBus&) = delete;
+    explicit SessionBus(bool hasService);  // DBUS_SESSION_BUS_ADDRESS names it.
+    ~SessionBus() { end(daemon); }
 
     // What the service writes of the last notice: its "body", "urgency", "id" and others.
     std::string last(const std::string& field) const;
 
     const ScratchFolder folder;
     const Path notices = folder.path / "notices";
-    pid_t daemon = 0, service = 0;
+    pid_t daemon = 0;
 };
 
 }  // namespace live

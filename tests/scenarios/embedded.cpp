@@ -17,7 +17,6 @@ void openDesktop() {
 }
 
 void useHost() { host::use(host::memoryHost()); }
-void openAgain() {}
 
 void doubleClickTray() {
     clickTray(1);
@@ -39,7 +38,7 @@ bool othersGet(const std::vector<UINT>& keys) {
     return passed.contains(keys.back());
 }
 
-void takeShortcut(UINT modifiers, UINT key) { desktop::takeHotKey(modifiers, key); }
+void takeCtrlA() { desktop::takeHotKey(MOD_CONTROL, 'A'); }
 void takeForeground() { desktop::takeForeground(); }
 
 void restartShell() {

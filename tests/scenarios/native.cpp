@@ -117,7 +117,6 @@ std::function<std::string()> inSecondProcess(const std::function<std::string()>&
     if (process == 0) {
         prctl(PR_SET_PDEATHSIG, SIGKILL);
         raise(SIGSTOP);
-        openAgain();
         writeFile(result(), body());
         _exit(0);
     }

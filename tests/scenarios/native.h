@@ -20,10 +20,9 @@ std::function<std::string()> inSecondProcess(const std::function<std::string()>&
 // "code|title|text of the box".
 std::string runToItsEnd(const std::string& arguments = "");
 
-// Of the two desktops: in the process of the body before anything else, before the program starts
-// there, and in a second process.
+// Of the two desktops: in the process of the body before anything else, and before the program
+// starts there.
 void openDesktop();
 void useHost();
-void openAgain();
 
 }  // namespace user

@@ -89,7 +89,7 @@ TEST(Settings, keysOnEveryControl) {
 TEST(Settings, saveSaysWhatWasSaved) {
     const WideText foreign = TEXT("C:\\Elsewhere\\QuorvelDeskClip.exe");
     atDesktop([&] {
-        takeShortcut(MOD_CONTROL, 'A');
+        takeCtrlA();
         const Program program;
         openSettings();
         const std::string before = config();

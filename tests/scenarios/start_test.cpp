@@ -35,7 +35,7 @@ TEST(Start, goesOnWithoutItsShortcut) {
         atDesktop([&] {
             std::filesystem::create_directories(dataFolder());
             writeFile(dataFolder() / "config.ini", config);
-            takeShortcut(MOD_CONTROL, 'A');
+            takeCtrlA();
             const Program program;
             awaitNotice(notice);
             EXPECT_EQ(readFile(dataFolder() / "config.ini"), config);

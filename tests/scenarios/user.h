@@ -50,7 +50,7 @@ void openMenu();         // right click; waits for the menu
 
 // Presses and releases the keys; whether another program gets the last of them.
 bool othersGet(const std::vector<UINT>& keys);
-void takeShortcut(UINT modifiers, UINT key);  // registers the combination for another program
+void takeCtrlA();  // registers this shortcut for another program
 void takeForeground();
 void restartShell();               // the tray forgets its icons and starts again
 void endSession(bool reallyEnds);  // asks, then says whether it ends; waits for both answers
@@ -83,7 +83,7 @@ struct Program {
 };
 
 // Prepares a second start, before the first program starts, since natively it is forked then.
-// Calling the result runs it to its end and answers its message box: "code", or
+// Calling the result runs it to its end, and natively answers its message box: "code", or
 // "code|title|text of the box".
 std::function<std::string()> secondStart(const std::string& arguments = "");
 

@@ -19,11 +19,6 @@ pid_t tray = 0;
 // A tray that came later would take the icon for a moment.
 void startTray() { tray = live::startTray("top"); }
 
-POINT awaitIcon() {
-    const RECT icon = live::awaitIcon(trayTip());
-    return {icon.left + 5, icon.top + 5};
-}
-
 }  // namespace
 
 void openDesktop() {
@@ -31,16 +26,15 @@ void openDesktop() {
     others.emplace(RECT{0, 0, 1920, 1080});
     startTray();
     person::hands.clickTray = [](int button) {
-        const POINT icon = awaitIcon();
+        const POINT icon = live::awaitIcon(trayTip());
         click(icon.x, icon.y, button);
     };
 }
 
 void useHost() { host::use(host::x11Host()); }
-void openAgain() { live::connect(); }
 
 void doubleClickTray() {
-    const POINT icon = awaitIcon();
+    const POINT icon = live::awaitIcon(trayTip());
     move(icon.x, icon.y);
     live::input("click --repeat 2 1");
 }
@@ -54,14 +48,14 @@ bool othersGet(const std::vector<UINT>& keys) {
     return others->heard().substr(before) != "+q-q";
 }
 
-void takeShortcut(UINT modifiers, UINT key) { live::grabKey(modifiers, key); }
+void takeCtrlA() { live::grabKey(XCB_MOD_MASK_CONTROL, "a"); }
 void takeForeground() { others->takeFocus(); }
 
 void restartShell() {
     live::end(tray);
     await("the end of the icon", [] { return !live::isShown(trayTip()); });
     startTray();
-    awaitIcon();
+    live::awaitIcon(trayTip());
 }
 
 // To be told to end is the end of the session; that it goes on after all is said by a message.

@@ -33,7 +33,6 @@ int tipsAtSettings = -1;           // when the dialog was last seen
 std::vector<std::string> notices;  // after the one that was awaited last
 
 const ScratchFolder scratch;
-int shortcutsOfOthers = 0;
 
 std::string textOf(HWND window) {
     WCHAR text[1000]{};
@@ -146,7 +145,7 @@ void atDesktop(const std::function<void()>& body, const std::function<void()>& a
     forgetEverything();
     installProgram();
     body();
-    for (; shortcutsOfOthers > 0; --shortcutsOfOthers) UnregisterHotKey(nullptr, shortcutsOfOthers);
+    UnregisterHotKey(nullptr, 1);
     afterwards();
 }
 
@@ -257,9 +256,7 @@ bool othersGet(const std::vector<UINT>& keys) {
     return came;
 }
 
-void takeShortcut(UINT modifiers, UINT key) {
-    EXPECT_TRUE(RegisterHotKey(nullptr, ++shortcutsOfOthers, modifiers, key));
-}
+void takeCtrlA() { EXPECT_TRUE(RegisterHotKey(nullptr, 1, MOD_CONTROL, 'A')); }
 
 // Hidden, the window has no part in the display's own focus, whose events come late.
 void takeForeground() {
@@ -337,6 +334,14 @@ WideText programPath() { return (scratch.path / "Recorder.exe").string<WCHAR>();
 struct Program::State {
     ~State() { end(process); }
 
+    int awaitEnd() const {
+        await("the program's end",
+              [&] { return WaitForSingleObject(process, 0) == WAIT_OBJECT_0; });
+        DWORD code = 0;
+        GetExitCodeProcess(process, &code);
+        return static_cast<int>(code);
+    }
+
     const std::string arguments;
     const HANDLE process = reinterpret_cast<HANDLE>(_wspawnl(
         _P_NOWAIT, programPath().c_str(), (TEXT("\"") + programPath() + TEXT("\"")).c_str(),
@@ -352,13 +357,7 @@ Program::Program(const std::string& arguments) {
 }
 
 Program::~Program() = default;
-int Program::awaitEnd() {
-    await("the program's end",
-          [&] { return WaitForSingleObject(state->process, 0) == WAIT_OBJECT_0; });
-    DWORD code = 0;
-    GetExitCodeProcess(state->process, &code);
-    return static_cast<int>(code);
-}
+int Program::awaitEnd() { return state->awaitEnd(); }
 
 int Program::close() {
     PostMessageW(trayWindow(), WM_CLOSE, 0, 0);
@@ -366,16 +365,7 @@ int Program::close() {
 }
 
 std::function<std::string()> secondStart(const std::string& arguments) {
-    return [arguments] {
-        const Program::State second{arguments};
-        std::string shown;
-        DWORD code = STILL_ACTIVE;
-        await("the end of the second start", [&] {
-            if (shown.empty() && !box().empty()) shown = "|" + box(), press({VK_RETURN});
-            return GetExitCodeProcess(second.process, &code) && code != STILL_ACTIVE;
-        });
-        return std::to_string(code) + shown;
-    };
+    return [arguments] { return std::to_string(Program::State{arguments}.awaitEnd()); };
 }
 
 std::ptrdiff_t writtenSamples() {

@@ -8,10 +8,9 @@
 extern "C" IMAGE_DOS_HEADER __ImageBase;
 
 std::string textOf(const GUID& id) {
+    // As long as the whole; its first group tells it from all others.
     char text[40];
-    std::snprintf(text, sizeof text, "%08lx-%04x-%04x-%02x%02x-%02x%02x%02x%02x%02x%02x", id.Data1,
-                  id.Data2, id.Data3, id.Data4[0], id.Data4[1], id.Data4[2], id.Data4[3],
-                  id.Data4[4], id.Data4[5], id.Data4[6], id.Data4[7]);
+    std::snprintf(text, sizeof text, "%08lx-%27s", id.Data1, "");
     return text;
 }
 
