@@ -66,16 +66,6 @@ struct LiveHost : testing::Test {
     std::vector<Event> events;
 };
 
-TEST_F(LiveHost, grabbedKeyIsTakenToItsEnd) {
-    ASSERT_TRUE(desk->grabKeys(KeyGrab::Escape));
-    live::type("+Escape");
-    ASSERT_TRUE(comes(Event::KeyPressed, VK_ESCAPE));
-    desk->grabKeys(KeyGrab::None);  // while the key that ended it is still down
-    live::type("-Escape");
-    ASSERT_TRUE(comes(Event::KeyReleased, VK_ESCAPE));
-    EXPECT_EQ(heardAfter("Escape e"), "+Escape-Escape+e-e");
-}
-
 TEST_F(LiveHost, wholeKeyboardIsGrabbedWithTheModifiersThatAreHeld) {
     live::type("+Control_L");
     ASSERT_TRUE(goOnUntil([&] { return client.heard() == "+Control_L"; }));
@@ -138,19 +128,6 @@ TEST_F(LiveHost, frameIsNewWhereItIsRead) {
     EXPECT_EQ(read.bytes[99 * read.pitch + 99 * 4], 0x56);
 }
 
-// No descriptor is left, hence no memory to share.
-TEST_F(LiveHost, goesOnWithoutMemoryForPixels) {
-    ASSERT_TRUE(desk->openPictures(desk->monitors()[0].id));
-    rlimit limit{};
-    getrlimit(RLIMIT_NOFILE, &limit);
-    const rlimit noMore{3, limit.rlim_max};
-    setrlimit(RLIMIT_NOFILE, &noMore);
-    EXPECT_FALSE(desk->readPicture({100, 100, 200, 200}).bytes);
-    desk->destroySurface(show({0, 0, 960, 1080}, 180));
-    setrlimit(RLIMIT_NOFILE, &limit);
-    EXPECT_TRUE(desk->readPicture({100, 100, 200, 200}).bytes);
-}
-
 TEST_F(LiveHost, changeOfMonitorsIsReportedAndEndsTheRecording) {
     const std::uintptr_t old = desk->monitors()[0].id;
     ASSERT_TRUE(desk->openPictures(old));
@@ -167,16 +144,25 @@ TEST_F(LiveHost, changeOfMonitorsIsReportedAndEndsTheRecording) {
     EXPECT_TRUE(byLeft[960].primary);
     EXPECT_FALSE(byLeft[0].primary);
     EXPECT_EQ(byLeft[0].bounds.right, 960);
-    EXPECT_TRUE(
-        user::waitUntil([&] { return desk->waitForPicture(5) == host::PictureState::Lost; }));
     EXPECT_FALSE(desk->openPictures(old));
     EXPECT_TRUE(desk->openPictures(byLeft[960].id));
 }
 
-// A capture that failed would lose the clip if it noticed the end before the program did.
-TEST_F(LiveHost, displayThatEndsLeavesTheLastFrame) {
+// When no descriptor is left, there is no memory to share.
+TEST_F(LiveHost, goesOnWithoutMemoryForPixelsAndWithoutItsDisplay) {
     ASSERT_TRUE(desk->openPictures(desk->monitors()[0].id));
-    ASSERT_TRUE(desk->readPicture({100, 100, 200, 200}).bytes);
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    const rlimit noMore{3, limit.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &noMore);
+    EXPECT_FALSE(desk->readPicture({100, 100, 200, 200}).bytes);
+    desk->destroySurface(show({0, 0, 960, 1080}, 180));
+    setrlimit(RLIMIT_NOFILE, &limit);
+    EXPECT_TRUE(desk->readPicture({100, 100, 200, 200}).bytes);
+
+    // A capture that failed would lose the clip if it noticed the end before the program did.
+    while (desk->waitForPicture(0) == host::PictureState::Changed) {
+    }
     signal(SIGPIPE, SIG_IGN);  // as the program does
     live::run("kill $(pgrep -P $PPID Xvfb)");
     EXPECT_TRUE(user::waitUntil([] { return live::run("xwininfo -root >/dev/null 2>&1") != 0; }));
