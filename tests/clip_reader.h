@@ -28,12 +28,11 @@ struct ClipPicture {
     int width, height;
     std::vector<std::uint8_t> planes;
 
-    int luma(int x, int y) const { return at(y * width + x); }
-    int u(int x, int y) const { return at(width * height + y / 2 * (width / 2) + x / 2); }
-    int v(int x, int y) const { return at(width * height * 5 / 4 + y / 2 * (width / 2) + x / 2); }
-
-private:
-    int at(int index) const { return planes[static_cast<std::size_t>(index)]; }
+    int luma(int x, int y) const { return planes[y * width + x]; }
+    int u(int x, int y) const { return planes[width * height + y / 2 * (width / 2) + x / 2]; }
+    int v(int x, int y) const {
+        return planes[width * height * 5 / 4 + y / 2 * (width / 2) + x / 2];
+    }
 };
 
 // Decodes all pictures in order. Throws std::runtime_error if the decoder reports anything.

@@ -134,12 +134,9 @@ TEST_F(LiveHost, changeOfMonitorsIsReportedAndEndsTheRecording) {
     ASSERT_EQ(live::run("xrandr --setmonitor left 960/300x1080/200+0+0 none >/dev/null"), 0);
     ASSERT_EQ(live::run("xrandr --setmonitor \\*right 960/300x1080/200+960+0 screen >/dev/null"),
               0);
+    ASSERT_TRUE(goOnUntil([&] { return desk->monitors().size() == 2; }));
     std::map<LONG, host::Monitor> byLeft;
-    ASSERT_TRUE(goOnUntil([&] {
-        byLeft.clear();
-        for (const host::Monitor& monitor : desk->monitors()) byLeft[monitor.bounds.left] = monitor;
-        return byLeft.size() == 2;
-    }));
+    for (const host::Monitor& monitor : desk->monitors()) byLeft[monitor.bounds.left] = monitor;
     EXPECT_GT(count(Event::LayoutChanged), 0);
     EXPECT_TRUE(byLeft[960].primary);
     EXPECT_FALSE(byLeft[0].primary);
