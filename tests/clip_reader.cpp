@@ -1,5 +1,3 @@
-// Runs the reader's commands and takes their output apart.
-
 #include "tests/clip_reader.h"
 
 #include <cmath>
@@ -13,8 +11,6 @@ namespace {
 std::shared_ptr<FILE> run(const std::string& command) {
     return {popen(command.c_str(), "r"), pclose};
 }
-
-std::int64_t ticks(double seconds) { return std::llround(seconds * 1e7); }
 
 }  // namespace
 
@@ -35,8 +31,8 @@ Clip readClip(const std::filesystem::path& file) {
     double time, length;
     for (std::string line; std::getline(lines, line);) {
         if (std::sscanf(line.c_str(), "packet|%lf|%lf", &time, &length) == 2) {
-            clip.times.push_back(ticks(time));
-            clip.durations.push_back(ticks(length));
+            clip.times.push_back(std::llround(time * 1e7));
+            clip.durations.push_back(std::llround(length * 1e7));
         } else if (line.starts_with("stream|")) {
             std::sscanf(line.c_str(), "stream|%*[^|]|%d|%d", &clip.width, &clip.height);
             clip.description += line + '\n';

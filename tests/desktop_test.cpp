@@ -9,7 +9,7 @@
 
 #include "demo/user.h"
 #include "platform/control.h"
-#include "tests/tray_window.h"
+#include "tests/scratch.h"
 
 namespace {
 
@@ -43,7 +43,7 @@ struct DesktopTest : testing::Test {
         desktop::inputOfOthers();
     }
     ~DesktopTest() override {
-        for (const UINT key : {'7', '8', 'F'}) desktop::releaseKey(key);
+        for (const UINT key : {'7', '8'}) desktop::releaseKey(key);
         desktop::releaseButton(1);
         takeAll();
         DestroyWindow(window);
@@ -131,22 +131,6 @@ TEST_F(DesktopTest, keysMeetTheHookThenTheHotKeyThenTheWindow) {
     user::press({'7'});
     EXPECT_EQ(takeAll(), Messages{});
     EXPECT_EQ(keysPassed(), Messages{'7'});
-}
-
-// Each press of the key is another program's answer to the one before, as in a flood.
-TEST_F(DesktopTest, aFloodOfKeysHoldsNothingUp) {
-    static int floods = 0;
-    const auto flood = [](int, WPARAM message, LPARAM) -> LRESULT {
-        if (message == WM_KEYDOWN && ++floods < 10'000) desktop::pressKey('F');
-        return 0;
-    };
-    const HHOOK hook = hookKeys(flood);
-    desktop::pressKey('F');
-    PostMessageW(window, noted, 0, 0);
-    MSG message;
-    EXPECT_TRUE(PeekMessageW(&message, window, noted, noted, PM_REMOVE));
-    EXPECT_LT(floods, 1000);
-    UnhookWindowsHookEx(hook);
 }
 
 TEST_F(DesktopTest, aHookThatAnswersLateIsPassedOver) {

@@ -1,5 +1,5 @@
-// A folder of its own for a test, short words for the files in it, and for failures. Published
-// names and the standard library only, so that it serves both builds.
+// A folder of its own for a test, short words for the files in it, for failures and for windows.
+// Published names and the standard library only, so that it serves both builds.
 
 #pragma once
 
@@ -86,3 +86,23 @@ inline std::string ledgerOf(const std::vector<int>& numbers) {
 inline void makeClips(const Path& folder, const std::vector<int>& numbers) {
     for (const int number : numbers) writeFile(folder / clipName(number), std::to_string(number));
 }
+
+// A hidden window, of a class of that name, which may be there already.
+inline HWND makeWindow(const WCHAR* name, WNDPROC procedure = DefWindowProcW, DWORD style = 0) {
+    WNDCLASSW description{};
+    description.lpfnWndProc = procedure;
+    description.lpszClassName = name;
+    RegisterClassW(&description);
+    return CreateWindowExW(style, name, name, WS_POPUP, 0, 0, 0, 0, nullptr, nullptr, nullptr,
+                           nullptr);
+}
+
+// Stands for the tray window: it owns shortcuts and the clipboard.
+struct TrayWindow {
+    TrayWindow() = default;
+    ~TrayWindow() { DestroyWindow(handle); }
+    TrayWindow(const TrayWindow&) = delete;
+    TrayWindow& operator=(const TrayWindow&) = delete;
+
+    HWND handle = makeWindow(TEXT("TestTrayWindow"));
+};

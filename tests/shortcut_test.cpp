@@ -6,7 +6,6 @@
 
 #include "settings/config_file.h"
 #include "tests/scratch.h"
-#include "tests/tray_window.h"
 
 namespace {
 

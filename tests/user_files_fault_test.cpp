@@ -20,7 +20,6 @@
 #include "store/data_folder.h"
 #include "store/retention.h"
 #include "tests/retention_model.h"
-#include "tests/tray_window.h"
 
 namespace {
 

@@ -1,5 +1,3 @@
-// A display of the test's own, the user in front of it, and other programs on it.
-
 #include "tests/live/xvfb.h"
 
 #include <signal.h>

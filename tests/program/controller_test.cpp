@@ -12,7 +12,6 @@
 #include "overlay/region_overlay.h"
 #include "tests/capture_road.h"
 #include "tests/scenarios/native.h"
-#include "tests/tray_window.h"
 
 using namespace user;
 

@@ -11,7 +11,6 @@
 #include "tests/capture_road.h"
 #include "tests/clip_reader.h"
 #include "tests/scenarios/native.h"
-#include "tests/tray_window.h"
 
 using namespace user;
 using desktop::Fault;

@@ -1,5 +1,3 @@
-// The embedded desktop.
-
 #include <cstdlib>
 
 #include "platform/hosts/host.h"
@@ -24,7 +22,6 @@ void doubleClickTray() {
     desktop::clickTray(WM_LBUTTONUP);
 }
 
-// The last key is one that nobody waits for: when it comes, the others have been decided.
 bool othersGet(const std::vector<UINT>& keys) {
     desktop::inputOfOthers();
     press(keys);

@@ -4,7 +4,6 @@
 // The pointer is the display's. Keys come from within, by SendInput: those of the display would go
 // to the process that asked the display for them last.
 
-#include "tests/tray_window.h"
 #include "tests/windows/wine.h"
 
 #include <process.h>

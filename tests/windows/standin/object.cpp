@@ -1,5 +1,3 @@
-// The record.
-
 #include "tests/windows/standin/object.h"
 
 #include <cstdio>
