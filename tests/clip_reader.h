@@ -30,9 +30,7 @@ struct ClipPicture {
 
     int luma(int x, int y) const { return planes[y * width + x]; }
     int u(int x, int y) const { return planes[width * height + y / 2 * (width / 2) + x / 2]; }
-    int v(int x, int y) const {
-        return planes[width * height * 5 / 4 + y / 2 * (width / 2) + x / 2];
-    }
+    int v(int x, int y) const { return u(x, y + height); }
 };
 
 // Decodes all pictures in order. Throws std::runtime_error if the decoder reports anything.

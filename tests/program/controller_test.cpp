@@ -98,7 +98,7 @@ const Row rows[] = {
 // What stands for calls that begin so, the first that fits; [] is their text in brackets.
 const std::string vocabulary = road::lines(R"(
 hide=ShowWindow set, 0 | show=ShowWindow | show=SetWindowPos | raise=SetForegroundWindow
-hook=SetWindowsHookExW | unhook=UnhookWindowsHookEx | release=ReleaseCapture | flash=FlashWindowEx
+hook=SetWindowsHookExW | unhook=UnhookWindowsHookEx | release=ReleaseCapture | flash=FlashWindowEx set, 2, 3, 0
 timer=SetTimer | untimer=KillTimer | copy=OpenClipboard | post=PostMessageW
 no=CreatePopupMenu | 1=AppendMenuW set, 1, 1 | 2=AppendMenuW set, 1, 2 | 4=AppendMenuW set, 1, 4
 menu=TrackPopupMenu | dialog=DialogBoxParamW | disable=EnableWindow set, 0
@@ -187,7 +187,12 @@ void enterState(char state) {
     sendToOverlay(WM_LBUTTONUP, 420, 340);
     appState = AppState::Recording;
     if (state == 'F') send(WM_APP_STOP_REQUEST);
-    if (state == 'C') send(done, 0, makeResult(clip));
+    if (state == 'C') {
+        send(done, 0, reinterpret_cast<LPARAM>(new RecordingResult{}));
+        send(WM_TIMER, 1);  // A try for a clip without a file is none for the next one.
+        appState = AppState::Recording;
+        send(done, 0, makeResult(clip));
+    }
     KillTimer(trayWindow, 1);
 }
 

@@ -44,7 +44,7 @@ std::string recordOneClip(bool stopped = false) {
                              PM_REMOVE));
     const std::unique_ptr<RecordingResult> result(
         reinterpret_cast<RecordingResult*>(message.lParam));
-    EXPECT_EQ(clips().size(), result->clip.empty() ? 0u : 1u);
+    EXPECT_EQ(clips().size(), result->error.empty() ? 1u : 0u);
     for (const std::string& name : clips()) EXPECT_EQ(name.find(".partial"), std::string::npos);
     return Path(result->error + result->warning).string();
 }

@@ -30,9 +30,8 @@ namespace user {
 void atDesktop(
     const std::function<void()>& body, const std::function<void()>& afterwards = [] {});
 
-// Polls until the condition holds; false after half a minute. The one wait of the scenarios.
+// Polls until the condition holds; after half a minute one is false, and the other fails the test.
 bool waitUntil(const std::function<bool()>& condition);
-// The same; the test fails if the condition does not come to hold.
 void await(const char* what, const std::function<bool()>& condition);
 
 Path dataFolder();

@@ -118,7 +118,6 @@ HWND overlay(LONG_PTR transparency) {
     return (style & WS_EX_TRANSPARENT) == transparency ? window : nullptr;
 }
 
-// Of the thread that keys go to.
 GUITHREADINFO foregroundThread() {
     GUITHREADINFO thread{};
     thread.cbSize = sizeof thread;
